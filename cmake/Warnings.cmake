@@ -1,0 +1,9 @@
+# What every target is compiled with: warnings are errors, and the sanitizers where asked for.
+add_library(lw_warnings INTERFACE)
+target_compile_options(lw_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough -Werror)
+if(LEDGERWICK_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()

@@ -1,0 +1,144 @@
+#include "frame/class_table.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+#include "frame/factories.h"
+
+namespace ledgerwick {
+namespace {
+
+using enum Member;
+
+constexpr MemberArgument kStrString[] = {{u"strString", MemberType::String}};
+constexpr MemberArgument kStrX[] = {{u"strX", MemberType::String}};
+constexpr MemberArgument kCodingStr[] = {{u"codingStr", MemberType::String}};
+constexpr MemberArgument kCon[] = {{u"con", MemberType::Connection}};
+constexpr MemberArgument kInformation[] = {{u"cSysId", MemberType::String},
+                                           {u"cName", MemberType::String},
+                                           {u"con", MemberType::Connection}};
+constexpr MemberArgument kDigCondition[] = {{u"sFieldName", MemberType::String},
+                                            {u"text1", MemberType::String},
+                                            {u"text2", MemberType::String}};
+constexpr MemberArgument kToken[] = {{u"sToken", MemberType::String}};
+constexpr MemberArgument kReplace[] = {{u"sToken", MemberType::String},
+                                       {u"cCh", MemberType::String},
+                                       {u"cCh2", MemberType::String}};
+
+// In the order of the enumeration.
+constexpr MemberInfo kMembers[] = {
+    {ObjReportManager, u"ObjReportManager", true, MemberType::Object, {}},
+    {ReportTitle, u"ReportTitle", true, MemberType::String, {}},
+    {mConnectionString, u"mConnectionString", true, MemberType::String, {}},
+    {mconn, u"mconn", true, MemberType::Connection, {}},
+    {objLogin, u"objLogin", true, MemberType::Object, {}},
+    {strSubTitle, u"strSubTitle", false, MemberType::String, {}},
+    {TempTablename, u"TempTablename", false, MemberType::String, {}},
+    {MoveDataDetail, u"MoveDataDetail", false, MemberType::Boolean, {}},
+    {MoveDataDetailAsVariant, u"MoveDataDetail", false, MemberType::Variant, {}},
+    {GetSubTitle, u"GetSubTitle", false, MemberType::String, {}},
+    {IsBlank, u"IsBlank", false, MemberType::Variant, kStrString},
+    {SumString, u"SumString", false, MemberType::Integer, kStrX},
+    {GetClassLength, u"GetClassLength", false, MemberType::Integer, kCodingStr},
+    {GetGoodClass, u"GetGoodClass", false, MemberType::String, kCon},
+    {GetInformation, u"GetInformation", false, MemberType::String, kInformation},
+    {GetDigConditionString, u"GetDigConditionString", false, MemberType::String, kDigCondition},
+    {ExistsFuzzyChar, u"ExistsFuzzyChar", false, MemberType::Boolean, kToken},
+    {RepForFuzzy, u"RepForFuzzy", false, MemberType::String, kToken},
+    {RepCharWithChar, u"RepCharWithChar", false, MemberType::String, kReplace},
+};
+
+constexpr bool MembersStandInOrder() {
+  for (std::size_t i = 0; i < std::size(kMembers); ++i) {
+    if (static_cast<std::size_t>(kMembers[i].member) != i) return false;
+  }
+  return true;
+}
+static_assert(MembersStandInOrder());
+
+// The orders of members that more than one class has.
+constexpr Member kSubTitleFirst[] = {ObjReportManager, ReportTitle,   mConnectionString, mconn,
+                                     strSubTitle,      TempTablename, MoveDataDetail};
+constexpr Member kInventory[] = {ObjReportManager,  ReportTitle,   mconn,
+                                 mConnectionString, TempTablename, MoveDataDetail};
+
+constexpr Member kSnapshot[] = {ObjReportManager, ReportTitle,    mConnectionString, mconn,
+                                TempTablename,    MoveDataDetail, GetSubTitle};
+constexpr Member kConsignment[] = {ObjReportManager,  ReportTitle, mconn,
+                                   mConnectionString, strSubTitle, TempTablename,
+                                   MoveDataDetailAsVariant};
+constexpr Member kDispatch[] = {ObjReportManager, ReportTitle,   mconn,         mConnectionString,
+                                strSubTitle,      TempTablename, MoveDataDetail};
+constexpr Member kDispatchIncome[] = {ObjReportManager, ReportTitle, mConnectionString, mconn,
+                                      TempTablename,    strSubTitle, MoveDataDetail};
+constexpr Member kSalesIncome[] = {ObjReportManager, ReportTitle,   mConnectionString, mconn,
+                                   objLogin,         TempTablename, strSubTitle,       MoveDataDetail};
+constexpr Member kSalesProfit[] = {ObjReportManager, ReportTitle, mconn,         mConnectionString,
+                                   TempTablename,    strSubTitle, MoveDataDetail};
+constexpr Member kSalesDetail[] = {ObjReportManager, mConnectionString, ReportTitle,   mconn,
+                                   TempTablename,    strSubTitle,       MoveDataDetail};
+constexpr Member kShelfLife[] = {ObjReportManager,  ReportTitle,   mconn,         objLogin,
+                                 mConnectionString, TempTablename, MoveDataDetail};
+constexpr Member kBalance[] = {ObjReportManager, ReportTitle,    mconn,   mConnectionString,
+                               TempTablename,    MoveDataDetail, IsBlank, SumString};
+constexpr Member kCurrentStock[] = {
+    ObjReportManager, ReportTitle,    mconn,          mConnectionString, TempTablename,
+    MoveDataDetail,   GetClassLength, GetGoodClass,   GetInformation,    GetDigConditionString,
+    ExistsFuzzyChar,  RepForFuzzy,    RepCharWithChar};
+
+// name, report, help text, result table, machine suffix, members, factory
+constexpr ClassInfo kClasses[] = {
+    {u"newclsReportDataSaleTotal", u"sales summary", u"", u"Sa_TempSaleDetail", false,
+     kSubTitleFirst, nullptr},
+    {u"clsInventroy", u"inventory snapshot", u"", u"tempa", false, kSnapshot,
+     &NewInventorySnapshot},
+    {u"newClsReportDaoConsignment", u"consignment", u"", u"Sa_TpConsignment", true, kConsignment,
+     nullptr},
+    {u"newclsReportDaoOut", u"dispatch", u"", u"Sa_TmpOutDetail", true, kDispatch, nullptr},
+    {u"newClsReportDaoOutIncome", u"dispatch income", u"", u"Sa_TpSaleOutIncome", true,
+     kDispatchIncome, nullptr},
+    {u"newClsReportDaoSaleCost", u"sales cost", u"", u"Sa_TempSaleCostDetail", true,
+     kSubTitleFirst, nullptr},
+    {u"newClsReportDaoSaleInCome", u"sales income", u"", u"Sa_TpSaleInCome", true, kSalesIncome,
+     nullptr},
+    {u"newClsReportDaoSaleProfit", u"sales profit", u"", u"Sa_TpSaleProfit", true, kSalesProfit,
+     nullptr},
+    {u"newclsReportDAOSRM", u"SRM", u"", u"Sa_TmpSRMDetail", true, kSubTitleFirst, nullptr},
+    {u"newclsReportDaotrust", u"entrusted sales", u"", u"Sa_TmpTrustDetail", true, kSubTitleFirst,
+     nullptr},
+    {u"newclsReportDataSaleDetail", u"sales detail", u"", u"Sa_TempSaleDetailCost", true,
+     kSalesDetail, nullptr},
+    {u"clsRepAQKCYJ", u"safety-stock warning", u"安全库存预警", u"tempAqkcyj", false, kInventory,
+     &NewSafetyStockWarning},
+    {u"clsRepBzqyj", u"shelf-life warning", u"保质期预警", u"tempBzqyj", false, kShelfLife,
+     nullptr},
+    {u"clsRepHwhz", u"location summary", u"货位汇总表", u"temHwhz", false, kInventory, nullptr},
+    {u"clsRepLsz", u"in/out journal", u"实现出入库流水帐", u"temLsz", false, kInventory, nullptr},
+    {u"clsRepPcch", u"batch stock summary", u"实现批次存货汇总表", u"temPcch", false, kInventory,
+     nullptr},
+    {u"clsRepSFC", u"receive/issue/balance summary", u"实现收发存汇总表", u"temSFC", false,
+     kBalance, nullptr},
+    {u"clsRepXCL", u"current stock", u"现存量", u"tempXcl", false, kCurrentStock, nullptr},
+};
+static_assert(std::size(kClasses) == 18);
+
+}  // namespace
+
+bool ClassInfo::Has(Member member) const noexcept {
+  return std::find(members.begin(), members.end(), member) != members.end();
+}
+
+std::span<const ClassInfo> Classes() noexcept { return kClasses; }
+
+const ClassInfo* FindClass(TextView name) noexcept {
+  const auto found = std::find_if(std::begin(kClasses), std::end(kClasses),
+                                  [&](const ClassInfo& c) { return EqualText(c.name, name); });
+  return found == std::end(kClasses) ? nullptr : found;
+}
+
+const MemberInfo& Describe(Member member) noexcept {
+  return kMembers[static_cast<std::size_t>(member)];
+}
+
+}  // namespace ledgerwick

@@ -1,0 +1,16 @@
+#include "frame/database.h"
+
+#include "frame/error.h"
+
+namespace ledgerwick {
+
+void Connection::ExecuteIgnoringErrors(const Text& sql, std::int32_t options) {
+  try {
+    Execute(sql, options);
+  } catch (const DatabaseError&) {
+    // The contract: a result table that is not there, or cannot be dropped, is no failure here. The
+    // statement that creates it afterwards tells.
+  }
+}
+
+}  // namespace ledgerwick

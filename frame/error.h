@@ -1,0 +1,52 @@
+// The one error type of the component.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <string>
+
+#include "frame/text.h"
+
+namespace ledgerwick {
+
+// An error as the host's platform describes it. A number of 1 to 65535 is an error of the language
+// (91, 1000, …); a negative one is the platform's result code (ADO's 0x80040E14 and the like).
+class DatabaseError : public std::exception {
+ public:
+  DatabaseError(std::int32_t number, Text source, Text description);
+
+  std::int32_t number;          // what the caller of a member sees
+  Text source;                  // who raised it
+  Text description;             // the text, unchanged from whoever raised it
+  Text help_file;               // empty where there is none
+  std::uint32_t help_context = 0;
+  std::int32_t native = 0;      // the database server's own number, 0 where there is none
+  int line = 0;    // in the statement, counted from 1; 0 where unknown
+  int column = 0;  // in characters, counted from 1; 0 where unknown
+
+  // The description in UTF-8; valid as long as the error.
+  const char* what() const noexcept override { return what_.c_str(); }
+
+ private:
+  std::string what_;
+};
+
+// What ADO answers for the server's error classes.
+inline constexpr std::int32_t kErrorSyntaxOrAccess = static_cast<std::int32_t>(0x80040E14);
+inline constexpr std::int32_t kErrorNoTable = static_cast<std::int32_t>(0x80040E37);
+inline constexpr std::int32_t kErrorArithmetic = static_cast<std::int32_t>(0x80040E57);
+inline constexpr std::int32_t kErrorConversion = static_cast<std::int32_t>(0x80040E07);
+inline constexpr std::int32_t kErrorIntegrity = static_cast<std::int32_t>(0x80040E2F);
+inline constexpr std::int32_t kErrorFailed = static_cast<std::int32_t>(0x80004005);
+inline constexpr std::int32_t kErrorNotImplemented = static_cast<std::int32_t>(0x80004001);
+
+// Error 91: a member was called on an object that is not there (no report manager, no filter set).
+DatabaseError ObjectNotSet();
+
+// Error 13: a text that should be a date or a number and is not.
+DatabaseError TypeMismatch();
+
+// Error 438: the object lacks the member.
+DatabaseError MemberNotFound();
+
+}  // namespace ledgerwick

@@ -1,0 +1,15 @@
+// The factories that the class table names. Each is defined in its report's source.
+#pragma once
+
+#include <memory>
+
+namespace ledgerwick {
+
+class ReportProvider;
+class System;
+
+// Each returns a report whose members are empty and which uses `system` as long as it lives.
+std::unique_ptr<ReportProvider> NewInventorySnapshot(System& system);
+std::unique_ptr<ReportProvider> NewSafetyStockWarning(System& system);
+
+}  // namespace ledgerwick

@@ -1,0 +1,52 @@
+// Where the results of a batch go, row by row, so that memory does not grow with a table.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "frame/text.h"
+#include "frame/value.h"
+
+namespace ledgerwick {
+
+enum class ColumnKind { Boolean, Integer, Float, Decimal, DateTime, String };
+
+// A column of a result.
+struct ResultColumn {
+  Text name;  // empty where the query names none
+  ColumnKind kind = ColumnKind::String;
+  Text type;               // as the server writes it, for instance "varchar(20)"
+  std::int32_t scale = 0;  // digits behind the point of a Decimal
+};
+
+// Receives what a batch gives, in order. The calls of one result set are Columns, Row…, EndRows.
+class ResultSink {
+ public:
+  virtual ~ResultSink() = default;
+
+  virtual void Columns(std::span<const ResultColumn> columns) = 0;
+
+  // One value for each column; the values live until the call returns. A Boolean and an Integer
+  // column hold std::int64_t, Float and Decimal double, DateTime Date, String Text; any may be null.
+  virtual void Row(std::span<const Value> values) = 0;
+
+  virtual void EndRows(std::int64_t count) = 0;
+
+  // A statement without a result set changed that many rows.
+  virtual void RowsAffected(std::int64_t count) = 0;
+
+  // A PRINT or a warning of the server.
+  virtual void Message(const Text& text) = 0;
+};
+
+// A connection that gives results to a sink: the embedded database, a server through ODBC.
+class BatchRunner {
+ public:
+  virtual ~BatchRunner() = default;
+
+  // Runs one batch. Throws DatabaseError; what came before the failing statement has gone to the
+  // sink and, outside a transaction, stays done.
+  virtual void Run(TextView batch, ResultSink& sink) = 0;
+};
+
+}  // namespace ledgerwick

@@ -1,0 +1,74 @@
+// The embedded database: a SQL Server look-alike on SQLite. A database is a file; its tempdb is a
+// second file beside it, shared by every connection and process.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <span>
+
+#include "frame/result_sink.h"
+#include "frame/text.h"
+#include "frame/value.h"
+
+namespace ledgerwick::tsql {
+
+struct DatabaseOptions {
+  // Makes a new, empty database; the file must not exist. Otherwise the file must exist.
+  bool create = false;
+
+  // How long a statement waits for another process that writes, before it fails.
+  std::chrono::milliseconds lock_wait = std::chrono::seconds(60);
+
+  // When it turns true, the running statement stops, leaves nothing half done and fails. May be
+  // set from a signal handler. Outlives the database.
+  const std::atomic<bool>* cancel = nullptr;
+
+  // Called every so often while a statement runs; may be empty.
+  std::function<void()> progress;
+};
+
+// Fills a table with rows at the speed of the storage. Every row goes in or none: a loader that is
+// destroyed before Finish takes its rows back.
+class BulkLoader {
+ public:
+  virtual ~BulkLoader() = default;
+
+  // One value for each column that the loader was made for, converted as an INSERT converts them.
+  virtual void Row(std::span<const Value> values) = 0;
+
+  virtual void Finish() = 0;
+};
+
+// While it lives, no other process fills or drops the table that it was taken for.
+class TableLease {
+ public:
+  virtual ~TableLease() = default;
+};
+
+// One connection to an embedded database. Serves one thread at a time. Every member throws
+// DatabaseError with SQL Server's number and text in `native` and `description`.
+class Database : public BatchRunner {
+ public:
+  // The file beside `path` that holds its tempdb.
+  static std::filesystem::path TempdbPath(const std::filesystem::path& path);
+
+  // Opens or creates the database at `path`. The error says which file could not be opened and why:
+  // it is missing, unreadable, no database, or in a directory without write permission.
+  static std::unique_ptr<Database> Open(const std::filesystem::path& path,
+                                        const DatabaseOptions& options = {});
+
+  // A loader for `columns` of `table`. One loader at a time, and no statement while it lives.
+  virtual std::unique_ptr<BulkLoader> Load(TextView table, std::span<const Text> columns) = 0;
+
+  // Waits until no other process holds the lease of `table`. `on_wait` is called once if it has to.
+  virtual std::unique_ptr<TableLease> Lease(TextView table,
+                                            const std::function<void()>& on_wait) = 0;
+
+  // Moves everything into the one file that a copy needs, as before handing a new database out.
+  virtual void Compact() = 0;
+};
+
+}  // namespace ledgerwick::tsql

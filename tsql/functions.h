@@ -1,0 +1,26 @@
+// The functions and the collation that T-SQL needs beyond SQLite's own, registered with a
+// connection. The emitter writes calls to them; nothing else knows their names.
+#pragma once
+
+#include <optional>
+
+#include "tsql/errors.h"
+
+struct sqlite3;
+
+namespace ledgerwick::tsql {
+
+// The name of the collation that every text column is declared with: letter case, width, kana type
+// and trailing blanks do not count.
+inline constexpr const char* kCollation = "CHINESE_PRC_CI_AS";
+
+// The error that a function raised while a statement ran, for whoever ran the statement: SQLite
+// carries the text alone.
+struct FunctionState {
+  std::optional<SqlError> error;
+};
+
+// Registers everything with `db`. `state` outlives `db`. Throws SqlError when SQLite refuses.
+void RegisterFunctions(sqlite3* db, FunctionState& state);
+
+}  // namespace ledgerwick::tsql

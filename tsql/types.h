@@ -1,0 +1,77 @@
+// T-SQL's types and how the storage keeps their values.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "frame/text.h"
+
+namespace ledgerwick::tsql {
+
+// In rising precedence: where two types meet, the later one wins.
+enum class TypeKind : std::uint8_t {
+  Null,  // the literal NULL before it takes a type
+  Char,
+  VarChar,
+  NChar,
+  NVarChar,
+  Bit,
+  TinyInt,
+  SmallInt,
+  Int,
+  BigInt,
+  Money,
+  Decimal,
+  Real,
+  Float,
+  SmallDateTime,
+  DateTime,
+};
+
+inline constexpr std::int32_t kMaxLength = -1;  // varchar(max)
+
+// A T-SQL type. The storage keeps bit and the integers as INTEGER, float, real, money and decimal as
+// REAL (decimals rounded to their scale), text as UTF-8 TEXT, and datetimes as INTEGER: milliseconds
+// since 1900-01-01.
+struct Type {
+  TypeKind kind = TypeKind::Null;
+  std::int32_t length = 0;  // of text: bytes of the ANSI code page, or UTF-16 units for n-types
+  std::uint8_t precision = 0;  // of decimal
+  std::uint8_t scale = 0;      // of decimal and money
+  bool nullable = true;
+
+  friend bool operator==(const Type&, const Type&) = default;
+};
+
+constexpr bool IsText(TypeKind kind) noexcept {
+  return kind >= TypeKind::Char && kind <= TypeKind::NVarChar;
+}
+constexpr bool IsUnicode(TypeKind kind) noexcept {
+  return kind == TypeKind::NChar || kind == TypeKind::NVarChar;
+}
+constexpr bool IsInteger(TypeKind kind) noexcept {
+  return kind >= TypeKind::Bit && kind <= TypeKind::BigInt;
+}
+constexpr bool IsExactFraction(TypeKind kind) noexcept {
+  return kind == TypeKind::Money || kind == TypeKind::Decimal;
+}
+constexpr bool IsFloat(TypeKind kind) noexcept {
+  return kind == TypeKind::Real || kind == TypeKind::Float;
+}
+constexpr bool IsNumber(TypeKind kind) noexcept {
+  return kind >= TypeKind::Bit && kind <= TypeKind::Float;
+}
+constexpr bool IsDate(TypeKind kind) noexcept {
+  return kind == TypeKind::SmallDateTime || kind == TypeKind::DateTime;
+}
+
+// The name as the server writes it in messages: "varchar", "int", "numeric".
+const char* KindName(TypeKind kind) noexcept;
+
+// The declaration: "varchar(20)", "decimal(18,4)", "float".
+std::string TypeName(const Type& type);
+
+// The type that a column declared by TypeName has; kind Null for a text that is no such declaration.
+Type ParseTypeName(const std::string& declaration);
+
+}  // namespace ledgerwick::tsql
