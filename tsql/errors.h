@@ -39,20 +39,75 @@ DatabaseError ToDatabaseError(const SqlError& error);
 
 namespace errors {
 
-SqlError IncorrectSyntax(TextView near, Position at);                       // 102
-SqlError UnclosedQuote(TextView text, Position at);                         // 105
-SqlError MissingEndComment(Position at);                                    // 113
-SqlError IncorrectSyntaxKeyword(TextView keyword, Position at);             // 156
-SqlError InvalidColumn(TextView name, Position at);                         // 207
-SqlError InvalidObject(TextView name, Position at);                         // 208
-SqlError AmbiguousColumn(TextView name, Position at);                       // 209
-SqlError DateConversion();                                                  // 241
-SqlError DateOutOfRange();                                                  // 242
-SqlError TextToInteger(TextView type, TextView value, TextView target);     // 245
-SqlError Overflow(TextView target);                                         // 8115
-SqlError ConvertDataType(TextView source, TextView target);                 // 8114
-SqlError DivideByZero();                                                    // 8134
-SqlError Truncated();                                                       // 8152
+SqlError IncorrectSyntax(TextView near, Position at);                    // 102
+SqlError UnclosedQuote(TextView text, Position at);                      // 105
+SqlError MissingEndComment(Position at);                                 // 113
+SqlError IncorrectSyntaxKeyword(TextView keyword, Position at);          // 156
+SqlError InvalidColumn(TextView name, Position at);                      // 207
+SqlError InvalidObject(TextView name, Position at);                      // 208
+SqlError AmbiguousColumn(TextView name, Position at);                    // 209
+SqlError DateConversion();                                               // 241
+SqlError DateOutOfRange();                                               // 242
+SqlError TextToInteger(TextView type, TextView value, TextView target);  // 245
+SqlError Overflow(TextView target);                                      // 8115
+SqlError ConvertDataType(TextView source, TextView target);              // 8114
+SqlError DivideByZero();                                                 // 8134
+SqlError Truncated();                                                    // 8152
+
+// What the parser, the binder and the interpreter find.
+SqlError NestedTooDeeply(Position at);                                                       // 191
+SqlError ConditionExpected(TextView near, Position at);                                      // 4145
+SqlError UnknownType(TextView name, Position at);                                            // 2715
+SqlError TypeLength(TextView type, std::int64_t length, std::int64_t longest, Position at);  // 131
+SqlError DuplicateExposedName(TextView name, Position at);                                   // 1013
+SqlError ColumnNameMissing(std::size_t column, Position at);                                 // 1038
+SqlError DerivedColumnNameMissing(std::size_t column, TextView table, Position at);          // 8155
+SqlError ViewColumnNameMissing(std::size_t column, Position at);                             // 4511
+SqlError DuplicateColumn(TextView column, TextView table, Position at);                      // 2705
+SqlError DuplicateDerivedColumn(TextView column, TextView table, Position at);               // 8156
+SqlError ColumnListLength(TextView table, bool more, Position at);  // 8158, 8159
+SqlError ObjectExists(TextView name, Position at);                  // 2714
+SqlError IndexExists(TextView index, TextView table, Position at);  // 1913
+SqlError CannotDrop(TextView what, TextView name, Position at);     // 3701
+SqlError CannotTruncate(TextView name, Position at);                // 4701
+SqlError MultiPartUnbound(TextView name, Position at);              // 4104
+SqlError PrefixUnmatched(TextView prefix, Position at);             // 107
+SqlError NotGrouped(TextView column, bool in_having, bool in_order,
+                    Position at);                                    // 8120, 8121, 8127
+SqlError GroupByWithoutColumn(Position at);                          // 164
+SqlError AggregateInGroupBy(Position at);                            // 144
+SqlError AggregateInWhere(Position at);                              // 147
+SqlError NestedAggregate(Position at);                               // 130
+SqlError InvalidOperand(TextView type, TextView what, Position at);  // 8117
+SqlError IncompatibleTypes(TextView left, TextView right, TextView what, Position at);  // 402
+SqlError InvalidArgument(TextView type, int argument, TextView function, Position at);  // 8116
+SqlError ArgumentCount(TextView function, int least, int most, Position at);            // 174, 189
+SqlError UnknownFunction(TextView name, Position at);                                   // 195
+SqlError UnknownDatePart(TextView name, TextView function, Position at);                // 155
+SqlError UnionColumnCount(Position at);                                                 // 205
+SqlError OrderByNotInUnion(Position at);                                                // 104
+SqlError OrderByNotInDistinct(Position at);                                             // 145
+SqlError OrderByOrdinal(std::int64_t ordinal, Position at);                             // 108
+SqlError OrderByInSubquery(Position at);                                                // 1033
+SqlError OneExpressionInSubquery(Position at);                                          // 116
+SqlError MoreThanOneRow();                                                              // 512
+SqlError MustDeclare(TextView variable, Position at);                                   // 137
+SqlError InsertCount(bool more_columns, Position at);                                   // 109, 110
+SqlError InsertSelectCount(bool more_items, Position at);                               // 120, 121
+SqlError TableValueCount(Position at);                                                  // 213
+SqlError ColumnTwice(TextView column, Position at);                                     // 264
+SqlError NullNotAllowed(TextView column, TextView table, bool insert);                  // 515
+SqlError DuplicateKey(TextView table, bool primary);                                    // 2627
+SqlError StarWithoutFrom(Position at);                                                  // 263
+SqlError NotUpdatable(TextView view, Position at);                                      // 4405
+SqlError CaseOfNulls(Position at);                                                      // 8133
+SqlError ImplicitConversion(TextView source, TextView target, Position at);             // 257
+SqlError ExplicitConversion(TextView source, TextView target, Position at);             // 529
+SqlError LockTimeout(const std::string& file, std::int64_t seconds);                    // 1222
+SqlError DiskFull(const std::string& file);                                             // 1105
+SqlError Cancelled();                                                                   // 0
+SqlError Storage(const std::string& message);  // 823, anything that SQLite alone knows
+SqlError TooComplex(const std::string& message, Position at);  // 8631
 
 }  // namespace errors
 }  // namespace ledgerwick::tsql

@@ -30,12 +30,12 @@ enum class TypeKind : std::uint8_t {
 
 inline constexpr std::int32_t kMaxLength = -1;  // varchar(max)
 
-// A T-SQL type. The storage keeps bit and the integers as INTEGER, float, real, money and decimal as
-// REAL (decimals rounded to their scale), text as UTF-8 TEXT, and datetimes as INTEGER: milliseconds
-// since 1900-01-01.
+// A T-SQL type. The storage keeps bit and the integers as INTEGER, float, real, money and decimal
+// as REAL (decimals rounded to their scale), text as UTF-8 TEXT, and datetimes as INTEGER:
+// milliseconds since 1900-01-01.
 struct Type {
   TypeKind kind = TypeKind::Null;
-  std::int32_t length = 0;  // of text: bytes of the ANSI code page, or UTF-16 units for n-types
+  std::int32_t length = 0;     // of text: bytes of the ANSI code page, or UTF-16 units for n-types
   std::uint8_t precision = 0;  // of decimal
   std::uint8_t scale = 0;      // of decimal and money
   bool nullable = true;
@@ -71,7 +71,8 @@ const char* KindName(TypeKind kind) noexcept;
 // The declaration: "varchar(20)", "decimal(18,4)", "float".
 std::string TypeName(const Type& type);
 
-// The type that a column declared by TypeName has; kind Null for a text that is no such declaration.
+// The type that a column declared by TypeName has; kind Null for a text that is no such
+// declaration.
 Type ParseTypeName(const std::string& declaration);
 
 }  // namespace ledgerwick::tsql

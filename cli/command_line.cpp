@@ -1,0 +1,244 @@
+#include "cli/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <functional>
+
+#include "cli/commands.h"
+#include "cli/console.h"
+#include "host/filter_argument.h"
+#include "host/json_document.h"
+#include "host/suggest.h"
+#include "host/trace.h"
+#include "sample/sample.h"
+
+namespace ledgerwick {
+namespace {
+
+constexpr const char* kVersion = "ledgerwick 2.2.0";
+
+constexpr const char* kConnectionHelp =
+    "The database, embedded:PATH (else the request's, else LEDGERWICK_CONNECTION)";
+
+// The command line, and the command that it asks for.
+class CommandLine {
+ public:
+  CommandLine() {
+    app_.set_version_flag("--version", kVersion, "Print the version and exit");
+    app_.require_subcommand(1);
+    app_.fallthrough();
+    app_.add_option("--color", colour_, "Colours: auto, always or never")
+        ->transform(CLI::IsMember({"auto", "always", "never"}))
+        ->default_str("auto");
+    app_.footer(
+        "Data goes to standard output, everything else to standard error.\n"
+        "Exit codes: 0 done; 1 the report or the database said no; 2 wrong usage or a malformed "
+        "request.\n\n"
+        "Examples:\n"
+        "  ledgerwick sample create sample.db\n"
+        "  ledgerwick run clsRepAQKCYJ --connection embedded:sample.db\n"
+        "  ledgerwick trace clsRepAQKCYJ --filter 存货编码=0101..0199");
+    AddList();
+    AddDescribe();
+    AddRun();
+    AddTrace();
+    AddQuery();
+    AddSample();
+  }
+
+  CLI::App& app() { return app_; }
+
+  ColourChoice colour() const {
+    if (colour_ == "always") return ColourChoice::Always;
+    return colour_ == "never" ? ColourChoice::Never : ColourChoice::Auto;
+  }
+
+  int Run(Console& console) { return command_(console); }
+
+ private:
+  CLI::App& AddSubcommand(CLI::App& parent, const char* name, const char* description,
+                          const char* examples) {
+    CLI::App& sub = *parent.add_subcommand(name, description);
+    sub.footer(std::string("Examples:\n") + examples);
+    return sub;
+  }
+
+  static void AddOutput(CLI::App& sub, OutputOptions& output) {
+    std::string formats = "The format:";
+    for (const OutputFormat& format : OutputFormats()) formats.append(" ").append(format.name);
+    sub.add_option("--format", output.format, formats)->capture_default_str();
+    sub.add_option("--output", output.file,
+                   "Write to this file instead of standard output; it appears whole or not at all");
+    sub.add_option("--limit", output.limit, "Print at most so many rows of each result")
+        ->check(CLI::Range(std::int64_t{0}, kNoLimit));
+  }
+
+  static void AddReport(CLI::App& sub, ReportOptions& report) {
+    sub.add_option("--filter", report.filters,
+                   "A filter, NAME=VALUE or NAME=FROM..TO; NAME is its name or caption")
+        ->allow_extra_args(false);
+    sub.add_option("--title", report.title, "The report's title");
+    sub.add_option("--login-date", report.login_date, "The login date, yyyy-mm-dd");
+    sub.add_option("--account", report.account, "The account set's code");
+    sub.add_option("--connection", report.connection, kConnectionHelp);
+  }
+
+  void AddList() {
+    CLI::App& sub = AddSubcommand(app_, "list", "List the report classes",
+                                  "  ledgerwick list\n"
+                                  "  ledgerwick list --format json");
+    sub.add_option("--format", list_format_, "The format")->capture_default_str();
+    sub.callback([this] {
+      command_ = [this](Console& console) { return ListCommand(console, list_format_); };
+    });
+  }
+
+  void AddDescribe() {
+    CLI::App& sub =
+        AddSubcommand(app_, "describe", "Show a report's filters and its result's columns",
+                      "  ledgerwick describe clsRepAQKCYJ");
+    sub.add_option("CLASS", described_, "The report class")->required();
+    sub.callback([this] {
+      command_ = [this](Console& console) { return DescribeCommand(console, described_); };
+    });
+  }
+
+  void AddRun() {
+    CLI::App& sub = AddSubcommand(
+        app_, "run", "Fill a report's table and print it",
+        "  ledgerwick run clsRepAQKCYJ --connection embedded:sample.db\n"
+        "  ledgerwick run clsRepAQKCYJ --filter 查询类型=高于安全库存量存货 --format csv\n"
+        "  ledgerwick run --request request.json --output result.json --format json");
+    sub.add_option("CLASS", run_.report.report, "The report class");
+    sub.add_option("--request", run_.report.request_file,
+                   "A request's file instead of a class, - for standard input");
+    AddReport(sub, run_.report);
+    AddOutput(sub, run_.output);
+    sub.add_flag("--show-sql", run_.show_sql, "Print each statement before it runs");
+    sub.callback(
+        [this] { command_ = [this](Console& console) { return RunCommand(console, run_); }; });
+  }
+
+  void AddTrace() {
+    CLI::App& sub = AddSubcommand(app_, "trace", "Print what a report does, without a database",
+                                  "  ledgerwick trace clsInventroy\n"
+                                  "  ledgerwick trace request.json\n"
+                                  "  ledgerwick trace clsRepAQKCYJ --filter 仓库编码=01..05");
+    sub.add_option("CLASS|REQUEST.json", trace_.report,
+                   "The report class, or a request's file, - for standard input");
+    sub.add_option("--request", trace_.request_file, "A request's file instead of a class");
+    AddReport(sub, trace_);
+    sub.callback(
+        [this] { command_ = [this](Console& console) { return TraceCommand(console, trace_); }; });
+  }
+
+  void AddQuery() {
+    CLI::App& sub = AddSubcommand(
+        app_, "query", "Run T-SQL from the argument, a file or standard input",
+        "  ledgerwick query --connection embedded:sample.db \"SELECT * FROM WareHouse\"\n"
+        "  ledgerwick query --connection embedded:sample.db --file script.sql\n"
+        "  echo \"SELECT COUNT(*) FROM Inventory\" | ledgerwick query --format csv");
+    CLI::Option* sql = sub.add_option("SQL", query_.sql, "The statements");
+    sub.add_option("--file", query_.file, "A script, its batches parted by lines that are GO");
+    sub.add_option("--connection", query_.connection,
+                   "The database, embedded:PATH (else LEDGERWICK_CONNECTION)");
+    AddOutput(sub, query_.output);
+    sub.callback([this, sql] {
+      query_.has_sql = sql->count() > 0;
+      command_ = [this](Console& console) { return QueryCommand(console, query_); };
+    });
+  }
+
+  void AddSample() {
+    CLI::App& sample = AddSubcommand(app_, "sample", "The sample database",
+                                     "  ledgerwick sample create sample.db");
+    sample.require_subcommand(1);
+    CLI::App& create = AddSubcommand(sample, "create", "Make a sample database",
+                                     "  ledgerwick sample create sample.db\n"
+                                     "  ledgerwick sample create big.db --lines 1000000 --force");
+    create.add_option("PATH", sample_.path, "The new database's file")->required();
+    create.add_option("--lines", sample_.lines, "How many voucher lines")
+        ->check(CLI::Range(std::int64_t{1}, kMostSampleLines))
+        ->capture_default_str();
+    create.add_option("--seed", sample_.seed, "The same seed gives the same data")
+        ->capture_default_str();
+    create.add_flag("--force", sample_.force, "Replace an existing file");
+    create.callback([this] {
+      command_ = [this](Console& console) { return SampleCreateCommand(console, sample_); };
+    });
+  }
+
+  CLI::App app_{"The reports of the inventory and sales suite, on an embedded database.",
+                "ledgerwick"};
+  std::string colour_ = "auto";
+  std::string list_format_ = "table";
+  std::string described_;
+  RunOptions run_;
+  ReportOptions trace_;
+  QueryOptions query_;
+  SampleOptionsGiven sample_;
+  std::function<int(Console&)> command_;
+};
+
+void CheckArguments(const std::vector<std::string>& args) {
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const std::size_t bad = FindInvalidUtf8(args[i]);
+    if (bad == std::string::npos) continue;
+    throw UsageError("argument " + std::to_string(i + 1) + ": invalid UTF-8 at byte " +
+                     std::to_string(bad));
+  }
+}
+
+// What CLI11 found, with a suggestion for a misspelt command.
+std::string UsageMessage(const CLI::App& app, const CLI::ParseError& error,
+                         const std::vector<std::string>& args) {
+  if (args.empty() || args.front().starts_with('-')) return error.what();
+  std::vector<std::string> names;
+  for (const CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; })) {
+    names.push_back(sub->get_name());
+  }
+  if (std::find(names.begin(), names.end(), args.front()) != names.end()) return error.what();
+  std::string message = "unknown command '" + args.front() + "'";
+  const std::string nearest = Nearest(args.front(), names);
+  return nearest.empty() ? message : message + "; did you mean '" + nearest + "'?";
+}
+
+int RunParsed(CommandLine& line, Console& console) {
+  try {
+    return line.Run(console);
+  } catch (const UsageError& error) {
+    PrintError(console, error.what());
+  } catch (const FileError& error) {
+    PrintError(console, error.what());
+  } catch (const FilterError& error) {
+    PrintError(console, error.what());
+  } catch (const std::exception& error) {
+    PrintError(console, error.what());
+    return kRefused;
+  }
+  return kWrongUsage;
+}
+
+}  // namespace
+
+int Main(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
+         std::ostream& err) {
+  Console plain = MakeConsole(in, out, err, ColourChoice::Auto);
+  CommandLine line;
+  try {
+    CheckArguments(args);
+    line.app().parse(std::vector<std::string>(args.rbegin(), args.rend()));
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return line.app().exit(error, out, err);
+    PrintError(plain, UsageMessage(line.app(), error, args));
+    err << "Try 'ledgerwick --help'.\n";
+    return kWrongUsage;
+  } catch (const UsageError& error) {
+    PrintError(plain, error.what());
+    return kWrongUsage;
+  }
+  Console console = MakeConsole(in, out, err, line.colour());
+  return RunParsed(line, console);
+}
+
+}  // namespace ledgerwick

@@ -1,0 +1,22 @@
+// The ledgerwick command.
+#pragma once
+
+#include <istream>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace ledgerwick {
+
+// The program's exit codes.
+inline constexpr int kDone = 0;
+inline constexpr int kRefused = 1;  // the report, the database or the system said no
+inline constexpr int kWrongUsage =
+    2;  // wrong arguments, or a file that does not say what it should
+
+// Runs the command with `args` (without the program's name) and returns its exit code. Data goes to
+// `out`, everything else to `err`. Never throws.
+int Main(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
+         std::ostream& err);
+
+}  // namespace ledgerwick

@@ -1,0 +1,65 @@
+// The subcommands. Each takes its options as the command line gave them and returns the exit code;
+// errors that are not told yet are thrown.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/console.h"
+#include "cli/result_console.h"
+#include "host/result_writer.h"
+
+namespace ledgerwick {
+
+// Where results go and in which form.
+struct OutputOptions {
+  std::string format = "table";
+  std::string file;  // empty for the standard output
+  std::int64_t limit = kNoLimit;
+};
+
+// What describes one use of a report.
+struct ReportOptions {
+  std::string report;        // a class, or (for trace) a request's file
+  std::string request_file;  // "-" for the standard input
+  std::vector<std::string> filters;
+  std::optional<std::string> title;
+  std::optional<std::string> login_date;
+  std::optional<std::string> account;
+  std::string connection;
+};
+
+struct RunOptions {
+  ReportOptions report;
+  OutputOptions output;
+  bool show_sql = false;
+};
+
+struct QueryOptions {
+  std::string connection;
+  std::string sql;
+  bool has_sql = false;
+  std::string file;
+  OutputOptions output;
+};
+
+struct SampleOptionsGiven {
+  std::string path;
+  std::int64_t lines = 5000;
+  std::uint64_t seed = 1;
+  bool force = false;
+};
+
+int ListCommand(Console& console, const std::string& format);
+int DescribeCommand(Console& console, const std::string& class_name);
+int RunCommand(Console& console, const RunOptions& options);
+int TraceCommand(Console& console, const ReportOptions& options);
+int QueryCommand(Console& console, const QueryOptions& options);
+int SampleCreateCommand(Console& console, const SampleOptionsGiven& options);
+
+// The format of that name. Throws UsageError that lists the formats.
+const OutputFormat& RequireFormat(const std::string& name);
+
+}  // namespace ledgerwick

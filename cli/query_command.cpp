@@ -1,0 +1,65 @@
+// query: T-SQL on a database.
+#include "cli/command_line.h"
+#include "cli/commands.h"
+#include "cli/connections.h"
+#include "cli/interrupt.h"
+#include "cli/output_file.h"
+#include "cli/sql_script.h"
+
+namespace ledgerwick {
+namespace {
+
+// A script and the name that stands in its errors; empty where it comes from no file.
+struct Script {
+  std::vector<ScriptBatch> batches;
+  std::string file_name;
+};
+
+Script ReadScript(Console& console, const QueryOptions& options) {
+  if (options.has_sql && !options.file.empty()) {
+    throw UsageError("give either SQL or --file, not both");
+  }
+  if (options.has_sql) return {SplitScript(options.sql, "argument"), {}};
+  const bool from_input = options.file.empty() || options.file == "-";
+  const std::string text = ReadInput(console, from_input ? "-" : options.file);
+  const std::string name = from_input ? "standard input" : options.file;
+  return {SplitScript(text, name), from_input ? std::string() : name};
+}
+
+}  // namespace
+
+int QueryCommand(Console& console, const QueryOptions& options) {
+  const OutputFormat& format = RequireFormat(options.output.format);
+  const Text connection = ChooseConnection(options.connection, {});
+  const Script script = ReadScript(console, options);
+  const InterruptGuard guard;
+  OutputTarget target(console.out, options.output.file);
+  const bool colour = console.out_colour && options.output.file.empty();
+  const auto writer = format.make(target.stream(), {colour});
+  ProgressLine progress(console);
+  StatementSource source;
+  source.file_name = script.file_name;
+  try {
+    const auto database = OpenReportDatabase(
+        connection, {&InterruptGuard::Flag(), [&] { progress.Show("running"); }, {}});
+    for (const ScriptBatch& batch : script.batches) {
+      source.sql = batch.sql;
+      source.first_line = batch.first_line;
+      ResultConsole results(console, progress, *writer, options.output.limit);
+      database->Reader().Run(batch.sql, results);
+    }
+  } catch (const DatabaseError& error) {
+    progress.Clear();
+    console.out.flush();
+    InterruptGuard::Check();
+    // An error of the opening has no file of statements behind it.
+    if (source.sql.empty()) source.file_name.clear();
+    PrintDatabaseError(console, error, source);
+    return kRefused;
+  }
+  writer->Finish();
+  target.Commit();
+  return kDone;
+}
+
+}  // namespace ledgerwick

@@ -1,0 +1,58 @@
+#include "cli/report_options.h"
+
+#include "frame/value.h"
+#include "host/filter_argument.h"
+
+namespace ledgerwick {
+namespace {
+
+Request ReadRequest(Console& console, const std::string& path) {
+  const std::string text = ReadInput(console, path);
+  return ParseRequest(text, path == "-" ? "standard input" : path);
+}
+
+// A word that can only be meant as a file.
+bool LooksLikeFile(const std::string& word) {
+  return word == "-" || word.find('/') != std::string::npos || word.find('.') != std::string::npos;
+}
+
+Request StartRequest(Console& console, const ReportOptions& options, bool class_or_file) {
+  if (options.report.empty() == options.request_file.empty()) {
+    throw UsageError(options.report.empty() ? "which report? give a class or a request"
+                                            : "give either a class or --request, not both");
+  }
+  if (!options.request_file.empty()) return ReadRequest(console, options.request_file);
+  Request request;
+  request.report = FindClass(FromUtf8(options.report));
+  if (request.report) return request;
+  if (class_or_file && LooksLikeFile(options.report)) return ReadRequest(console, options.report);
+  throw UsageError(UnknownClassMessage(options.report));
+}
+
+void ApplyLogin(Request& request, const ReportOptions& options) {
+  if (!options.login_date && !options.account) return;
+  if (!request.login) request.login.emplace();
+  if (options.account) request.login->cAcc_Id = FromUtf8(*options.account);
+  if (!options.login_date) return;
+  const Text date = FromUtf8(*options.login_date);
+  if (!ParseDate(date)) {
+    throw UsageError("--login-date: '" + *options.login_date + "' is no date (yyyy-mm-dd)");
+  }
+  request.login->CurDate = date;
+}
+
+}  // namespace
+
+Request MakeRequest(Console& console, const ReportOptions& options, bool class_or_file) {
+  Request request = StartRequest(console, options, class_or_file);
+  for (const std::string& filter : options.filters) {
+    const std::optional<std::string> remark = ApplyFilterArgument(request, FromUtf8(filter));
+    if (remark) PrintNote(console, *remark);
+  }
+  if (options.title) request.ReportTitle = FromUtf8(*options.title);
+  if (!options.connection.empty()) request.connectionString = FromUtf8(options.connection);
+  ApplyLogin(request, options);
+  return request;
+}
+
+}  // namespace ledgerwick

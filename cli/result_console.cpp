@@ -1,0 +1,53 @@
+#include "cli/result_console.h"
+
+#include <algorithm>
+
+#include "cli/interrupt.h"
+
+namespace ledgerwick {
+namespace {
+
+std::string Rows(std::int64_t count) {
+  return std::to_string(count) + (count == 1 ? " row" : " rows");
+}
+
+}  // namespace
+
+ResultConsole::ResultConsole(Console& console, ProgressLine& progress, ResultWriter& writer,
+                             std::int64_t limit)
+    : console_(console), progress_(progress), writer_(writer), limit_(limit) {}
+
+void ResultConsole::Columns(std::span<const ResultColumn> columns) {
+  progress_.Clear();
+  rows_ = 0;
+  writer_.Columns(columns);
+}
+
+void ResultConsole::Row(std::span<const Value> values) {
+  InterruptGuard::Check();
+  if (rows_++ < limit_) writer_.Row(values);
+}
+
+void ResultConsole::EndRows(std::int64_t count) {
+  const std::int64_t written = std::min(rows_, limit_);
+  writer_.EndRows(written);
+  console_.out.flush();  // before the count, where both go to one terminal
+  progress_.Clear();
+  if (written < count) {
+    console_.err << '(' << written << " of " << Rows(count) << ")\n";
+  } else {
+    console_.err << '(' << Rows(count) << ")\n";
+  }
+}
+
+void ResultConsole::RowsAffected(std::int64_t count) {
+  progress_.Clear();
+  console_.err << '(' << Rows(count) << " affected)\n";
+}
+
+void ResultConsole::Message(const Text& text) {
+  progress_.Clear();
+  console_.err << SafeLines(ToUtf8(text)) << '\n';
+}
+
+}  // namespace ledgerwick

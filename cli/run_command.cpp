@@ -1,0 +1,103 @@
+// run and trace: one use of one report.
+#include "cli/command_line.h"
+#include "cli/commands.h"
+#include "cli/connections.h"
+#include "cli/interrupt.h"
+#include "cli/output_file.h"
+#include "cli/report_options.h"
+#include "host/runner.h"
+#include "host/trace.h"
+
+namespace ledgerwick {
+namespace {
+
+// Tells on the error stream what a running report does, and remembers the statement for its error.
+class ConsoleListener final : public RunListener {
+ public:
+  ConsoleListener(Console& console, ProgressLine& progress, const Request& request, bool show_sql)
+      : console_(console), progress_(progress), report_(*request.report), show_sql_(show_sql) {}
+
+  void Statement(const Text& sql) override {
+    source_.sql = sql;
+    if (!show_sql_) return;
+    progress_.Clear();
+    console_.err << SafeLines(ToUtf8(sql)) << '\n' << std::flush;
+  }
+  void Filled(const Text& title, const std::optional<Text>& sub_title) override {
+    progress_.Clear();
+    const Text shown =
+        !title.empty() ? title : Text(report_.help.empty() ? report_.report : report_.help);
+    console_.err << SafeLines(ToUtf8(shown)) << '\n';
+    if (sub_title && !sub_title->empty()) console_.err << SafeLines(ToUtf8(*sub_title)) << '\n';
+  }
+  void MessageBox(const Text& text, const Text& title) override {
+    progress_.Clear();
+    if (!title.empty()) console_.err << SafeLines(ToUtf8(title)) << ": ";
+    console_.err << SafeLines(ToUtf8(text)) << '\n';
+  }
+  void Beep() override {
+    if (console_.err_is_terminal) console_.err << '\a' << std::flush;
+  }
+
+  const StatementSource& source() const { return source_; }
+
+ private:
+  Console& console_;
+  ProgressLine& progress_;
+  const ClassInfo& report_;
+  bool show_sql_;
+  StatementSource source_;
+};
+
+// Runs the report into `target`. Returns false when the report said that it could not.
+bool RunInto(Console& console, Request& request, const RunOptions& options,
+             const OutputFormat& format, OutputTarget& target) {
+  ProgressLine progress(console);
+  const std::string table = ToUtf8(request.report->result_table);
+  ConnectionSettings settings;
+  settings.cancel = &InterruptGuard::Flag();
+  settings.progress = [&] { progress.Show("working on tempdb.." + table); };
+  settings.on_wait = [&] {
+    progress.Clear();
+    PrintNote(console, "waiting for another process that uses tempdb.." + table);
+  };
+  ConsoleListener listener(console, progress, request, options.show_sql);
+  try {
+    const auto database = OpenReportDatabase(request.connectionString, settings);
+    const bool colour = console.out_colour && options.output.file.empty();
+    const auto writer = format.make(target.stream(), {colour});
+    ResultConsole rows(console, progress, *writer, options.output.limit);
+    if (!RunReport(request, *database, listener, rows)) return false;
+    writer->Finish();
+    return true;
+  } catch (const DatabaseError& error) {
+    progress.Clear();
+    InterruptGuard::Check();
+    PrintDatabaseError(console, error, listener.source());
+    return false;
+  }
+}
+
+}  // namespace
+
+int RunCommand(Console& console, const RunOptions& options) {
+  const OutputFormat& format = RequireFormat(options.output.format);
+  Request request = MakeRequest(console, options.report, false);
+  request.connectionString = ChooseConnection(options.report.connection, request.connectionString);
+  if (!request.report->factory) throw ReportMissing(*request.report);
+  const InterruptGuard guard;
+  OutputTarget target(console.out, options.output.file);
+  if (!RunInto(console, request, options, format, target)) return kRefused;
+  InterruptGuard::Check();
+  target.Commit();
+  return kDone;
+}
+
+int TraceCommand(Console& console, const ReportOptions& options) {
+  const Request request = MakeRequest(console, options, true);
+  console.out << ToJson(TraceReport(request)) << std::flush;
+  CheckWritten(console.out);
+  return kDone;
+}
+
+}  // namespace ledgerwick

@@ -1,0 +1,26 @@
+// Comma-separated values.
+#pragma once
+
+#include "host/result_writer.h"
+
+namespace ledgerwick {
+
+// RFC 4180 in UTF-8: a header, fields quoted where they must be, lines that end in CR LF. Null is
+// an empty field and an empty text "", so that they stay apart. A blank line parts result sets.
+class CsvWriter final : public ResultWriter {
+ public:
+  CsvWriter(std::ostream& out, const WriterOptions& options);
+
+  void Columns(std::span<const ResultColumn> columns) override;
+  void Row(std::span<const Value> values) override;
+  void EndRows(std::int64_t count) override;
+  void Finish() override;
+
+ private:
+  std::ostream& out_;
+  std::vector<ResultColumn> columns_;
+  std::string line_;
+  bool first_set_ = true;
+};
+
+}  // namespace ledgerwick

@@ -1,0 +1,18 @@
+// Text on a terminal: how wide it is and what of it must not go there as it stands.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace ledgerwick {
+
+// How many columns of a terminal `utf8` takes: two for a Chinese character, none for a combining
+// one.
+std::size_t DisplayWidth(std::string_view utf8) noexcept;
+
+// `utf8` with control characters, and the characters that turn the direction of writing round,
+// written as \n, \t, \x1B or \u202E.
+std::string EscapeControls(std::string_view utf8);
+
+}  // namespace ledgerwick

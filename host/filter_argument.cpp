@@ -1,0 +1,129 @@
+#include "host/filter_argument.h"
+
+#include <algorithm>
+
+#include "frame/error.h"
+#include "host/filters.h"
+#include "host/reference_host.h"
+
+namespace ledgerwick {
+namespace {
+
+constexpr TextView kUpTo = u"..";
+
+// The two sides of an argument's value. Without ".." there is the first side alone.
+struct Bounds {
+  Text from;
+  Text to;
+  bool is_range = false;
+};
+
+Bounds SplitBounds(TextView value) {
+  const std::size_t dots = value.find(kUpTo);
+  if (dots == TextView::npos) return {Text(value), {}, false};
+  return {Text(value.substr(0, dots)), Text(value.substr(dots + kUpTo.size())), true};
+}
+
+// A range that is open above: the shared wording would take its one value for the value meant.
+Text WordLowerBound(TextView name, const Text& from) { return Text(name) + u" >= '" + from + u"'"; }
+
+Text WordList(TextView name, TextView values) {
+  Text condition;
+  for (const Text& value : Split(values, u',')) {
+    condition += condition.empty() ? Text(name) + u" In (" : Text(u", ");
+    condition += u"'" + Text(Trim(value)) + u"'";
+  }
+  return condition.empty() ? condition : condition + u")";
+}
+
+bool IsNumber(const Text& text) {
+  try {
+    ToNumber(text);
+    return true;
+  } catch (const DatabaseError&) {
+    return false;
+  }
+}
+
+void CheckBound(const FilterInfo& filter, const Text& bound) {
+  if (bound.empty()) return;
+  const std::string complaint = ToUtf8(filter.name) + ": '" + ToUtf8(bound) + "' is no ";
+  if (filter.kind == FilterKind::DateRange && !ParseDate(bound)) {
+    throw FilterError(complaint + "date (yyyy-mm-dd)");
+  }
+  if (filter.kind == FilterKind::NumberRange && !IsNumber(bound)) {
+    throw FilterError(complaint + "number");
+  }
+}
+
+std::optional<std::string> RemarkOnOption(const FilterInfo& filter, const Text& value) {
+  const auto known = [&](TextView v) { return EqualText(v, Trim(value)); };
+  if (filter.values.empty() || value.empty() ||
+      std::any_of(filter.values.begin(), filter.values.end(), known)) {
+    return std::nullopt;
+  }
+  std::string remark = ToUtf8(filter.name) + " does not know '" + ToUtf8(value) + "'; it knows";
+  for (const TextView v : filter.values) remark += " '" + ToUtf8(v) + "'";
+  return remark;
+}
+
+void Place(std::vector<FilterItem>& items, FilterItem item) {
+  const auto found = std::find_if(items.begin(), items.end(), [&](const FilterItem& i) {
+    return EqualText(Trim(i.Name), item.Name);
+  });
+  if (found == items.end()) {
+    items.push_back(std::move(item));
+  } else {
+    *found = std::move(item);
+  }
+}
+
+FilterItem RangeItem(FilterItem item, const Bounds& bounds) {
+  item.varValue = bounds.from;
+  item.varValue2 = bounds.to;
+  if (bounds.is_range && bounds.to.empty() && !bounds.from.empty()) {
+    item.strSqlString = WordLowerBound(item.Name, bounds.from);
+  } else {
+    item.strSqlString = WordCondition(item.Name, item.varValue, item.varValue2);
+  }
+  return item;
+}
+
+}  // namespace
+
+std::optional<std::string> ApplyFilterArgument(Request& request, TextView argument) {
+  const std::size_t equals = argument.find(u'=');
+  const TextView name = Trim(argument.substr(0, equals));
+  if (equals == TextView::npos || name.empty()) {
+    throw FilterError("'" + ToUtf8(argument) + "' is not NAME=VALUE or NAME=FROM..TO");
+  }
+  const TextView value = argument.substr(equals + 1);
+  const ReportInfo* report = FindReportInfo(request.report->name);
+  const FilterInfo* filter = report ? FindFilterInfo(*report, name) : nullptr;
+  if (!request.filters) request.filters.emplace();
+
+  FilterItem item;
+  if (!filter) {
+    item.Name = name;
+    Place(*request.filters, RangeItem(std::move(item), SplitBounds(value)));
+    return ToUtf8(request.report->name) + " has no filter '" + ToUtf8(name) +
+           "'; it is passed on as it stands";
+  }
+  item.Name = filter->name;
+  item.strcaption = filter->caption;
+  if (IsRange(filter->kind)) {
+    const Bounds bounds = SplitBounds(value);
+    CheckBound(*filter, bounds.from);
+    CheckBound(*filter, bounds.to);
+    Place(*request.filters, RangeItem(std::move(item), bounds));
+    return std::nullopt;
+  }
+  item.varValue = value;
+  if (filter->kind == FilterKind::List && filter->worded_by == WordedBy::Host) {
+    item.strSqlString = WordList(filter->name, value);
+  }
+  Place(*request.filters, std::move(item));
+  return RemarkOnOption(*filter, Text(value));
+}
+
+}  // namespace ledgerwick

@@ -1,0 +1,142 @@
+#include "sample/sample.h"
+
+#include <stdexcept>
+#include <string>
+
+#include "frame/result_sink.h"
+#include "frame/text.h"
+#include "sample/file_swap.h"
+#include "sample/script.h"
+#include "sample/tables.h"
+#include "sample/voucher_generator.h"
+#include "sample/voucher_rows.h"
+#include "sample_files.h"
+#include "tsql/database.h"
+
+namespace ledgerwick {
+namespace {
+
+constexpr std::int64_t kLinesBetweenReports = 1024;
+
+// The scripts yield no results.
+class NoResults : public ResultSink {
+ public:
+  void Columns(std::span<const ResultColumn>) override {}
+  void Row(std::span<const Value>) override {}
+  void EndRows(std::int64_t) override {}
+  void RowsAffected(std::int64_t) override {}
+  void Message(const Text&) override {}
+};
+
+void CheckCancelled(const SampleOptions& options) {
+  if (options.cancel != nullptr && options.cancel->load()) {
+    throw std::runtime_error("cancelled; no sample database was created");
+  }
+}
+
+// Counts the lines on their way to the rows, and looks out for the user's cancelling.
+class Counted : public sample::VoucherSink {
+ public:
+  Counted(VoucherSink& next, const SampleOptions& options, std::int64_t& done)
+      : next_(next), options_(options), done_(done) {}
+
+  void Head(const sample::VoucherHead& head) override { next_.Head(head); }
+
+  void Line(const sample::VoucherHead& head, const sample::VoucherLine& line) override {
+    next_.Line(head, line);
+    if (++done_ % kLinesBetweenReports == 0) Report();
+  }
+
+ private:
+  void Report() const {
+    CheckCancelled(options_);
+    if (options_.progress) options_.progress(done_, options_.voucher_lines * StepsPerLine());
+  }
+  static constexpr std::int64_t StepsPerLine() { return sample::kVoucherTables; }
+
+  VoucherSink& next_;
+  const SampleOptions& options_;
+  std::int64_t& done_;
+};
+
+// Fills a new database.
+class SampleWriter {
+ public:
+  SampleWriter(tsql::Database& database, const SampleOptions& options)
+      : database_(database), options_(options) {}
+
+  void Write() {
+    RunScript("schema.sql");
+    WriteMasterData();
+    for (std::size_t table = 0; table < sample::kVoucherTables; ++table) WriteVouchers(table);
+    RunScript("indexes.sql");
+    database_.Compact();
+    if (options_.progress) options_.progress(done_, done_);
+  }
+
+ private:
+  void RunScript(std::string_view name) {
+    NoResults sink;
+    for (std::string_view batch : sample::SplitBatches(sample_files::Find(name))) {
+      database_.Run(FromUtf8(batch), sink);
+    }
+  }
+
+  void WriteTable(const sample::Table& table) {
+    const auto loader = database_.Load(table.name, table.columns);
+    for (const auto& row : table.rows) loader->Row(row);
+    loader->Finish();
+  }
+
+  void WriteMasterData() {
+    const sample::VoucherGenerator generator(options_.seed, options_.voucher_lines);
+    for (const sample::Table& table : sample::MasterTables(generator.stock())) WriteTable(table);
+  }
+
+  // The database takes one table at a time, so the history is made once for each of them: that
+  // costs less than keeping it.
+  void WriteVouchers(std::size_t table) {
+    sample::VoucherGenerator generator(options_.seed, options_.voucher_lines);
+    std::unique_ptr<tsql::BulkLoader> loader;
+    const auto rows = sample::NewVoucherRows(table, generator.stock(),
+                                             [&](std::span<const Value> row) { loader->Row(row); });
+    loader = database_.Load(rows->table(), rows->columns());
+    Counted counted(*rows, options_, done_);
+    generator.Run(counted);
+    loader->Finish();
+    loader.reset();
+    if (table + 1 == sample::kVoucherTables) {
+      WriteTable(sample::StockTable(generator.stock(), options_.seed));
+    }
+  }
+
+  tsql::Database& database_;
+  const SampleOptions& options_;
+  std::int64_t done_ = 0;
+};
+
+void CheckOptions(const SampleOptions& options) {
+  if (options.voucher_lines < 1 || options.voucher_lines > kMostSampleLines) {
+    throw std::runtime_error("the number of voucher lines must be from 1 to " +
+                             std::to_string(kMostSampleLines) + ", not " +
+                             std::to_string(options.voucher_lines));
+  }
+}
+
+}  // namespace
+
+void CreateSample(const std::filesystem::path& path, const SampleOptions& options) {
+  CheckOptions(options);
+  sample::FileSwap files(path, options.force);
+  {
+    tsql::DatabaseOptions database_options;
+    database_options.create = true;
+    database_options.cancel = options.cancel;
+    const auto database = tsql::Database::Open(files.working_path(), database_options);
+    SampleWriter(*database, options).Write();
+  }
+  CheckCancelled(options);  // the last moment at which nothing has happened yet
+  files.Commit();
+}
+
+}  // namespace ledgerwick

@@ -1,0 +1,46 @@
+// Vouchers as rows of their three tables.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "frame/text.h"
+#include "frame/value.h"
+#include "sample/voucher_generator.h"
+
+namespace ledgerwick::sample {
+
+// Takes a row; the values live until the call returns.
+using RowFunction = std::function<void(std::span<const Value>)>;
+
+// Turns the vouchers into rows of one table. `stock` is the generator's and outlives the object.
+class VoucherRows : public VoucherSink {
+ public:
+  VoucherRows(const Stock& stock, RowFunction row) : stock_(stock), row_function_(std::move(row)) {}
+
+  void Head(const VoucherHead&) override {}
+  void Line(const VoucherHead&, const VoucherLine&) override {}
+
+  virtual TextView table() const = 0;
+  virtual std::span<const Text> columns() const = 0;
+
+ protected:
+  const Slot& SlotOf(const VoucherLine& line) const { return stock_.slot(line.slot); }
+  void Emit() const { row_function_(row_); }
+
+  std::vector<Value> row_;
+
+ private:
+  const Stock& stock_;
+  RowFunction row_function_;
+};
+
+// RdRecord, RdRecords and InvPosition, in the order in which they are to be filled.
+inline constexpr std::size_t kVoucherTables = 3;
+
+// The rows of the table that stands at `index`, from 0 to kVoucherTables - 1, in that order.
+std::unique_ptr<VoucherRows> NewVoucherRows(std::size_t index, const Stock& stock, RowFunction row);
+
+}  // namespace ledgerwick::sample

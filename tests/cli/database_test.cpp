@@ -1,0 +1,181 @@
+// run, query and sample create on embedded databases.
+#include <doctest/doctest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "cli/command_line.h"
+#include "tests/cli/harness.h"
+
+namespace ledgerwick {
+
+using testing::Arguments;
+using testing::CallMain;
+using testing::Ended;
+using Json = nlohmann::json;
+
+namespace {
+
+// A sample database of the test's own.
+struct Sample {
+  Sample() { testing::CopySample(folder / "sample.db"); }
+
+  Ended Call(Arguments args, const std::string& input = {}) const {
+    args.insert(args.end(), {"--connection", "embedded:" + (folder / "sample.db")});
+    return CallMain(args, input);
+  }
+  Json Rows(Arguments args) const {
+    args.insert(args.end(), {"--format", "json"});
+    const Ended ended = Call(args);
+    REQUIRE_MESSAGE(ended.code == kDone, ended.err);
+    return Json::parse(ended.out);
+  }
+
+  testing::TemporaryFolder folder;
+};
+
+}  // namespace
+
+TEST_CASE("query runs statements from the argument, a file and standard input") {
+  const Sample sample;
+  testing::Write(sample.folder / "s.sql",
+                 "CREATE TABLE t (a int, b varchar(20))\nGO\n"
+                 "INSERT INTO t VALUES (1, '铁钉')\nINSERT INTO t VALUES (2, NULL)\ngo\n"
+                 "SELECT * FROM t\nGO\nSELECT COUNT(*) AS n FROM t");
+  const Ended script = sample.Call({"query", "--file", sample.folder / "s.sql", "--format", "csv"});
+  CHECK_MESSAGE(script.code == kDone, script.err);
+  CHECK(script.out == "a,b\r\n1,铁钉\r\n2,\r\n\r\nn\r\n2\r\n");
+  CHECK(script.err == "(1 row affected)\n(1 row affected)\n(2 rows)\n(1 row)\n");
+  const Ended table = sample.Call({"query"}, "SELECT b, a FROM t");
+  CHECK(table.out == "b     a\n----  -\n铁钉  1\nNULL  2\n");
+  const Ended limited = sample.Call({"query", "SELECT a FROM t", "--limit", "1"});
+  CHECK(limited.out == "a\n-\n1\n");
+  CHECK(limited.err == "(1 of 2 rows)\n");
+}
+
+TEST_CASE("a statement's error is exit code 1 with its line and a caret") {
+  const Sample sample;
+  testing::Write(sample.folder / "s.sql",
+                 "SELECT 1 AS x\nGO\n\nSELECT cInvCode,\n  nosuch FROM Inventory");
+  struct Case {
+    Arguments args;
+    std::string message;
+  };
+  const Case cases[] = {
+      {{"query", "SELECT 1 FROM"}, "Msg 102, line 1: "},
+      {{"query", "SELECT 1/0 AS x"}, "Msg 8134"},
+      {{"query", "SELECT * FROM 没有"},
+       "Invalid object name '没有'.\n  SELECT * FROM 没有\n                ^\n"},
+      {{"query", "--file", sample.folder / "s.sql"},
+       "s.sql: Msg 207, line 5: Invalid column name 'nosuch'.\n    nosuch FROM Inventory\n    ^\n"},
+      {{"run", "clsRepAQKCYJ", "--filter", "I.nosuch=1"}, "Msg 207, line 1: "},
+  };
+  for (const Case& c : cases) {
+    const Ended ended = sample.Call(c.args);
+    CHECK(ended.code == kRefused);
+    CHECK_MESSAGE(ended.err.find(c.message) != std::string::npos, ended.err);
+  }
+}
+
+TEST_CASE("a database that cannot be opened is exit code 1 and is named") {
+  const testing::TemporaryFolder folder;
+  testing::Write(folder / "text.db", std::string(5000, 'x'));
+  const std::string paths[] = {folder / "none.db", folder / "no/dir.db", folder / "text.db",
+                               folder.path().string()};
+  for (const std::string& path : paths) {
+    for (const Arguments& command :
+         {Arguments{"query", "SELECT 1"}, Arguments{"run", "clsInventroy"}}) {
+      Arguments args = command;
+      args.insert(args.end(), {"--connection", "embedded:" + path});
+      const Ended ended = CallMain(args);
+      CHECK(ended.code == kRefused);
+      CHECK(ended.out.empty());
+      CHECK_MESSAGE(ended.err.find(path) != std::string::npos, ended.err);
+    }
+  }
+  CHECK(testing::FilesIn(folder.path()) == std::vector<std::string>{"text.db"});
+}
+
+TEST_CASE("the safety-stock warning splits the items by its option") {
+  const Sample sample;
+  const Json all = sample.Rows({"run", "clsRepAQKCYJ"});
+  const Json above =
+      sample.Rows({"run", "clsRepAQKCYJ", "--filter", "查询类型=高于安全库存量存货"});
+  const Json rest =
+      sample.Rows({"run", "clsRepAQKCYJ", "--filter", "查询类型=不高于安全库存量存货"});
+  CHECK(above.size() > 0);
+  CHECK(rest.size() > 0);
+  CHECK(above.size() + rest.size() == all.size());
+  for (const Json& row : above) CHECK(row["CL"].get<double>() > 0);
+  for (const Json& row : rest) CHECK(row["CL"].get<double>() <= 0);
+  const Json of_table = sample.Rows({"query", "SELECT * FROM tempdb..tempAqkcyj"});
+  CHECK(of_table == rest);
+  const std::string code = all[0]["cInvCode"];
+  const Json one =
+      sample.Rows({"run", "clsRepAQKCYJ", "--filter", "存货编码=" + code + ".." + code});
+  REQUIRE(one.size() > 0);
+  for (const Json& row : one) CHECK(row["cInvCode"] == code);
+}
+
+TEST_CASE("the inventory snapshot is the item table, however often it runs") {
+  const Sample sample;
+  const Json items = sample.Rows({"query", "SELECT * FROM inventory"});
+  CHECK(items.size() > 0);
+  CHECK(sample.Rows({"run", "clsInventroy"}) == items);
+  CHECK(sample.Rows({"run", "clsInventroy"}) == items);
+}
+
+TEST_CASE("run tells title and statements on the error stream and leaves the data alone") {
+  const Sample sample;
+  const Ended plain = sample.Call({"run", "clsRepAQKCYJ", "--format", "csv"});
+  const Ended shown =
+      sample.Call({"run", "clsRepAQKCYJ", "--format", "csv", "--show-sql", "--title", "标\x1b题"});
+  CHECK(plain.err.starts_with("安全库存预警\n("));
+  CHECK(shown.out == plain.out);
+  CHECK(shown.err.starts_with("drop table tempdb..tempAqkcyj\nSELECT W.cWhName"));
+  CHECK(shown.err.find("\n标\\x1B题\nSELECT * FROM tempdb..tempAqkcyj\n(") != std::string::npos);
+}
+
+TEST_CASE("an output file appears whole or not at all") {
+  const Sample sample;
+  const std::string file = sample.folder / "out.csv";
+  const Arguments run = {"run", "clsRepAQKCYJ", "--format", "csv"};
+  Arguments to_file = run;
+  to_file.insert(to_file.end(), {"--output", file});
+  const Ended ended = sample.Call(to_file);
+  CHECK(ended.code == kDone);
+  CHECK(ended.out.empty());
+  CHECK(testing::Read(file) == sample.Call(run).out);
+
+  testing::Write(file, "before");
+  to_file.insert(to_file.end(), {"--filter", "I.nosuch=1"});
+  CHECK(sample.Call(to_file).code == kRefused);
+  CHECK(testing::Read(file) == "before");
+  std::filesystem::create_symlink("out.csv", sample.folder / "link.csv");
+  CHECK(sample
+            .Call({"query", "SELECT 1 AS a", "--format", "csv", "--output",
+                   sample.folder / "link.csv"})
+            .code == kDone);
+  CHECK(std::filesystem::is_symlink(sample.folder / "link.csv"));
+  CHECK(testing::Read(file) == "a\r\n1\r\n");
+  for (const std::string& name : testing::FilesIn(sample.folder.path())) {
+    CHECK_MESSAGE(name.find(".part") == std::string::npos, name);
+  }
+  for (const std::string& bad : {sample.folder / "no/out", sample.folder.path().string()}) {
+    CHECK(sample.Call({"query", "SELECT 1 AS a", "--output", bad}).code == kRefused);
+  }
+}
+
+TEST_CASE("sample create keeps an existing file unless it is told to replace it") {
+  const testing::TemporaryFolder folder;
+  const std::string path = folder / "s.db";
+  testing::Write(path, "mine");
+  CHECK(CallMain({"sample", "create", path, "--lines", "10"}).code == kRefused);
+  CHECK(testing::Read(path) == "mine");
+  const Ended forced = CallMain({"sample", "create", path, "--lines", "10", "--force"});
+  CHECK_MESSAGE(forced.code == kDone, forced.err);
+  const Ended count = CallMain({"query", "--connection", "embedded:" + path, "--format", "csv",
+                                "SELECT COUNT(*) AS n FROM Inventory"});
+  CHECK_MESSAGE(count.code == kDone, count.err);
+}
+
+}  // namespace ledgerwick

@@ -1,0 +1,69 @@
+// Runs the command in this process and as a program of its own.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace ledgerwick::testing {
+
+// How a command ended.
+struct Ended {
+  int code = -1;  // the exit code; 128 and the signal's number for a program that a signal ended
+  std::string out;
+  std::string err;
+};
+
+using Arguments = std::vector<std::string>;
+
+// Calls Main with these arguments and this standard input.
+Ended CallMain(const Arguments& args, const std::string& input = {});
+
+// The program as a process of its own.
+class Program {
+ public:
+  // `prepare` runs in the new process before the program starts.
+  explicit Program(const Arguments& args, const std::function<void()>& prepare = {});
+  ~Program();
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  void Signal(int signal);
+  Ended Wait();  // for its end
+
+ private:
+  int pid_ = -1;
+  std::filesystem::path out_;
+  std::filesystem::path err_;
+};
+
+// A folder that goes away with everything in it.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  ~TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+void Write(const std::string& path, const std::string& text);
+std::string Read(const std::string& path);
+
+// The names of the files in `folder`, sorted.
+std::vector<std::string> FilesIn(const std::filesystem::path& folder);
+
+// Gives up root's rights, where the process has them, so that permission bits bind.
+void DropRights();
+
+// A small sample database, made once and copied to `path`.
+void CopySample(const std::string& path);
+
+}  // namespace ledgerwick::testing

@@ -1,0 +1,192 @@
+// The program among others: signals, full disks, closed pipes, missing rights, and two at once.
+#include <doctest/doctest.h>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <memory>
+#include <thread>
+
+#include "cli/command_line.h"
+#include "tests/cli/harness.h"
+
+namespace ledgerwick {
+
+using testing::Arguments;
+using testing::Ended;
+using testing::Program;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// So many pairs that it does not end while a test waits.
+const char* const kEndless =
+    "SELECT a.cInvCode, b.cInvCode AS b, c.cInvCode AS c INTO tempdb..half "
+    "FROM Inventory a, Inventory b, Inventory c, Inventory d, Inventory e";
+
+Arguments On(const std::string& database, Arguments args) {
+  args.insert(args.end(), {"--connection", "embedded:" + database});
+  return args;
+}
+
+Ended Run(const Arguments& args, const std::function<void()>& prepare = {}) {
+  return Program(args, prepare).Wait();
+}
+
+std::string Count(const std::string& database, const std::string& table) {
+  const Ended ended =
+      Run(On(database, {"query", "SELECT COUNT(*) AS n FROM " + table, "--format", "csv"}));
+  return ended.code == kDone ? ended.out : ended.err;
+}
+
+// Files of this process's children may grow to `bytes`, as on a disk that is full then.
+std::function<void()> DiskOf(rlim_t bytes) {
+  return [bytes] {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{bytes, bytes};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  };
+}
+
+}  // namespace
+
+TEST_CASE("a signal stops a long statement and leaves no half table") {
+  const testing::TemporaryFolder folder;
+  const std::string database = folder / "s.db";
+  testing::CopySample(database);
+  const Arguments endless[] = {
+      {"query", kEndless},
+      {"query", "SELECT a.cInvCode FROM Inventory a, Inventory b, Inventory c, Inventory d",
+       "--output", folder / "out.csv"},
+      {"run", "clsRepAQKCYJ", "--output", folder / "out.csv", "--filter",
+       "(SELECT COUNT(*) FROM Inventory a, Inventory b, Inventory c, Inventory d)=1"},
+  };
+  for (const int signal : {SIGINT, SIGTERM}) {
+    for (const Arguments& args : endless) {
+      Program program(On(database, args));
+      std::this_thread::sleep_for(std::chrono::milliseconds(400));
+      const auto sent = std::chrono::steady_clock::now();
+      program.Signal(signal);
+      const Ended ended = program.Wait();
+      CHECK_MESSAGE(ended.code == kRefused, ended.err);
+      CHECK(ended.err.find("ledgerwick: interrupted\n") != std::string::npos);
+      CHECK(std::chrono::steady_clock::now() - sent < std::chrono::seconds(5));
+    }
+  }
+  CHECK(Count(database, "tempdb..half").find("Msg 208") != std::string::npos);
+  CHECK(Count(database, "tempdb..tempAqkcyj").find("Msg 208") != std::string::npos);
+  for (const std::string& name : testing::FilesIn(folder.path())) {
+    CHECK_MESSAGE(name.find("out.csv") == std::string::npos, name);
+  }
+}
+
+TEST_CASE("a full disk is an error that leaves the database as it was") {
+  const testing::TemporaryFolder folder;
+  const std::string database = folder / "s.db";
+  testing::CopySample(database);
+  const std::string items = Count(database, "Inventory");
+  const Arguments fill = On(database, {"query", kEndless});
+  const Ended filling = Run(fill, DiskOf(fs::file_size(database) + 400'000));
+  CHECK(filling.code == kRefused);
+  CHECK_MESSAGE(filling.err.starts_with("ledgerwick: "), filling.err);
+  CHECK(Count(database, "tempdb..half").find("Msg 208") != std::string::npos);
+  CHECK(Count(database, "Inventory") == items);
+
+  const std::string sample = folder / "full.db";
+  const Ended creating = Run({"sample", "create", sample, "--lines", "20000"}, DiskOf(100'000));
+  CHECK(creating.code == kRefused);
+  CHECK_FALSE(fs::exists(sample));
+
+  const Arguments query = On(database, {"query", "SELECT a.cInvName FROM Inventory a, Inventory b",
+                                        "--output", folder / "out.csv"});
+  const Ended writing = Run(query, DiskOf(20'000));
+  CHECK(writing.code == kRefused);
+  CHECK_FALSE(fs::exists(folder / "out.csv"));
+  for (const std::string& name : testing::FilesIn(folder.path())) {
+    CHECK_MESSAGE(name.starts_with("s"), name);
+  }
+}
+
+TEST_CASE("an output that cannot be written is told") {
+  const testing::TemporaryFolder folder;
+  const std::string database = folder / "s.db";
+  testing::CopySample(database);
+  const auto closed_pipe = [] {
+    int ends[2];
+    if (pipe(ends) != 0) _exit(126);
+    close(ends[0]);
+    dup2(ends[1], STDOUT_FILENO);
+  };
+  const auto full_device = [] { dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO); };
+  const Arguments commands[] = {On(database, {"query", "SELECT 1 AS a"}),
+                                On(database, {"run", "clsInventroy", "--format", "json"}),
+                                {"list"},
+                                {"describe", "clsRepAQKCYJ"},
+                                {"trace", "clsInventroy"}};
+  for (const Arguments& command : commands) {
+    CAPTURE(command.front());
+    const Ended piped = Run(command, closed_pipe);
+    CHECK(piped.code == kRefused);
+    CHECK_MESSAGE(piped.err.find("Broken pipe") != std::string::npos, piped.err);
+    const Ended full = Run(command, full_device);
+    CHECK(full.code == kRefused);
+    CHECK_MESSAGE(full.err.find("No space left") != std::string::npos, full.err);
+  }
+}
+
+TEST_CASE("missing rights are told with the file's name") {
+  const testing::TemporaryFolder folder;
+  const std::string secret = folder / "secret.db";
+  testing::CopySample(secret);
+  fs::permissions(secret, fs::perms::none);
+  fs::create_directory(folder / "closed");
+  testing::CopySample(folder / "closed/s.db");
+  fs::permissions(folder / "closed/s.db", fs::perms(0644));
+  fs::permissions(folder / "closed", fs::perms(0555));
+  struct Case {
+    Arguments args;
+    std::string named;
+    int code;
+  };
+  const Case cases[] = {
+      {On(secret, {"query", "SELECT 1"}), secret, kRefused},
+      {On(secret, {"run", "clsInventroy"}), secret, kRefused},
+      {{"run", "--request", secret}, secret, kWrongUsage},
+      {{"sample", "create", folder / "closed/new.db"}, "closed", kRefused},
+      {On(folder / "closed/s.db", {"run", "clsInventroy"}), "closed", kRefused},
+  };
+  for (const Case& c : cases) {
+    const Ended ended = Run(c.args, testing::DropRights);
+    CHECK(ended.code == c.code);
+    CHECK_MESSAGE(ended.err.find(c.named) != std::string::npos, ended.err);
+  }
+  CHECK(testing::FilesIn(folder / "closed") == std::vector<std::string>{"s.db"});
+  fs::permissions(folder / "closed", fs::perms(0755));
+}
+
+TEST_CASE("two processes fill and read one database and each gets its own rows") {
+  const testing::TemporaryFolder folder;
+  const std::string database = folder / "s.db";
+  testing::CopySample(database);
+  const auto run = [&](const char* type) {
+    return On(database, {"run", "clsRepAQKCYJ", "--format", "csv", "--filter", type});
+  };
+  const Arguments commands[] = {run("def_queryType=高于安全库存量存货"),
+                                run("def_queryType=不高于安全库存量存货")};
+  const std::string alone[] = {Run(commands[0]).out, Run(commands[1]).out};
+  CHECK(alone[0] != alone[1]);
+  for (int round = 0; round < 8; ++round) {
+    std::vector<std::unique_ptr<Program>> programs;
+    for (int i = 0; i < 4; ++i) programs.push_back(std::make_unique<Program>(commands[i % 2]));
+    for (std::size_t i = 0; i < programs.size(); ++i) {
+      const Ended ended = programs[i]->Wait();
+      CHECK_MESSAGE(ended.code == kDone, ended.err);
+      CHECK(ended.out == alone[i % 2]);
+    }
+  }
+}
+
+}  // namespace ledgerwick

@@ -1,0 +1,184 @@
+// What the command says to wrong and right arguments, without a database.
+#include <doctest/doctest.h>
+
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+
+#include "cli/command_line.h"
+#include "cli/console.h"
+#include "cli/sql_script.h"
+#include "frame/class_table.h"
+#include "host/json_document.h"
+#include "tests/cli/harness.h"
+
+namespace ledgerwick {
+
+using testing::Arguments;
+using testing::CallMain;
+using testing::Ended;
+
+namespace {
+
+const char* const kRequest = R"({"class": "clsRepAQKCYJ", "ReportTitle": "表", "filters": [
+  {"Name": "I.cInvCode", "varValue": "1"}]})";
+
+}  // namespace
+
+TEST_CASE("wrong usage is exit code 2 with a message that helps") {
+  unsetenv("LEDGERWICK_CONNECTION");
+  const testing::TemporaryFolder folder;
+  testing::Write(folder / "bad.json", "{\"class\": \"clsRepAQKCYJ\",\n \"filters\": 5}");
+  testing::Write(folder / "bytes.json", "{\"class\": \"\xFF\"}");
+  testing::Write(folder / "bytes.sql", "SELECT 1\nGO\nSELECT '\xC3'\n");
+  testing::Write(folder / "good.json", kRequest);
+  struct Case {
+    Arguments args;
+    std::string message;
+  };
+  const Case cases[] = {
+      {{}, "A subcommand is required"},
+      {{"lst"}, "unknown command 'lst'; did you mean 'list'?"},
+      {{"describe"}, "CLASS is required"},
+      {{"describe", "clsRepAQKCY"},
+       "unknown class \"clsRepAQKCY\"; did you mean \"clsRepAQKCYJ\"?"},
+      {{"run", "clsRepAQ"}, "did you mean \"clsRepAQKCYJ\"?"},
+      {{"trace", "something"}, "unknown class \"something\""},
+      {{"run"}, "which report?"},
+      {{"run", "clsRepAQKCYJ", "--request", folder / "good.json"}, "not both"},
+      {{"run", "clsRepAQKCYJ"}, "LEDGERWICK_CONNECTION"},
+      {{"run", "--request", folder / "none.json"}, "none.json: No such file or directory"},
+      {{"trace", folder.path().string() + "/"}, "Is a directory"},
+      {{"trace", folder / "bad.json"}, "bad.json:2:13: \"filters\" must be a list or null"},
+      {{"trace", folder / "bytes.json"}, "bytes.json:1:12: invalid UTF-8 at byte 11"},
+      {{"run", "clsRepAQKCYJ", "--connection", "DSN=x"}, "connection strings of servers"},
+      {{"run", "clsRepAQKCYJ", "--connection", "embedded:"}, "lacks the database's path"},
+      {{"run", "clsRepAQKCYJ", "--format", "xml"}, "the formats are table csv json"},
+      {{"run", "clsRepAQKCYJ", "--filter", "novalue"}, "is not NAME=VALUE"},
+      {{"run", "clsRepAQKCYJ", "--filter", "安全库存量=x"}, "'x' is no number"},
+      {{"run", "clsRepAQKCYJ", "--login-date", "2002-02-30"}, "is no date"},
+      {{"run", "clsRepAQKCYJ", "--limit", "-1"}, "--limit"},
+      {{"run", "clsRepAQKCYJ", "--limit", "many"}, "--limit"},
+      {{"run", "clsRepAQKCYJ", "--bogus"}, "--bogus"},
+      {{"run", "clsRepAQKCYJ", "--title", "\xE8\xA1"}, "argument 4: invalid UTF-8 at byte 0"},
+      {{"query", "--connection", "embedded:x", "SELECT 1", "--file", "f"}, "not both"},
+      {{"query", "--connection", "embedded:x", "--file", folder / "none.sql"}, "No such file"},
+      {{"query", "--connection", "embedded:x", "--file", folder / "bytes.sql"},
+       "bytes.sql:3:9: invalid UTF-8 at byte 20"},
+      {{"query", "SELECT 1"}, "LEDGERWICK_CONNECTION"},
+      {{"sample", "create"}, "PATH is required"},
+      {{"sample", "create", folder / "x.db", "--lines", "0"}, "--lines"},
+      {{"list", "--color", "blue"}, "--color"},
+  };
+  for (const Case& c : cases) {
+    std::string shown;
+    for (const std::string& arg : c.args) shown += arg + ' ';
+    CAPTURE(shown);
+    const Ended ended = CallMain(c.args);
+    CHECK(ended.code == kWrongUsage);
+    CHECK(ended.out.empty());
+    CHECK_MESSAGE(ended.err.find(c.message) != std::string::npos, ended.err);
+    CHECK(ended.err.starts_with("ledgerwick: "));
+  }
+}
+
+TEST_CASE("every command has help with examples") {
+  const Arguments commands[] = {{},        {"list"},  {"describe"}, {"run"},
+                                {"trace"}, {"query"}, {"sample"},   {"sample", "create"}};
+  for (Arguments args : commands) {
+    args.emplace_back("--help");
+    const Ended ended = CallMain(args);
+    CHECK(ended.code == kDone);
+    CHECK(ended.err.empty());
+    CHECK_MESSAGE(ended.out.find("Examples:\n  ledgerwick ") != std::string::npos, args.front());
+  }
+}
+
+TEST_CASE("list and describe read the class table") {
+  const Ended list = CallMain({"list", "--format", "json"});
+  CHECK(list.code == kDone);
+  const auto rows = nlohmann::json::parse(list.out);
+  REQUIRE(rows.size() == 18);
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const ClassInfo& info = Classes()[i];
+    CHECK(rows[i]["ProgID"] == "Ledgerwick." + ToUtf8(info.name));
+    CHECK(rows[i]["subtitle"] == (info.Has(Member::strSubTitle) ? "yes" : "no"));
+    const Ended described = CallMain({"describe", ToUtf8(info.name)});
+    CHECK(described.code == kDone);
+    CHECK(described.out.find(ToUtf8(info.result_table)) != std::string::npos);
+  }
+  const std::string warning = CallMain({"describe", "CLSREPAQKCYJ"}).out;
+  for (const char* part : {"def_queryType", "不高于安全库存量存货", "cInvDefine16", "产地"}) {
+    CHECK_MESSAGE(warning.find(part) != std::string::npos, part);
+  }
+}
+
+TEST_CASE("trace takes a class, a file or standard input, and the options change the request") {
+  const testing::TemporaryFolder folder;
+  testing::Write(folder / "request.json", kRequest);
+  const Ended from_file = CallMain({"trace", folder / "request.json"});
+  CHECK(from_file.code == kDone);
+  CHECK(from_file.err.empty());
+  CHECK(from_file.out == CallMain({"trace", "-"}, kRequest).out);
+  CHECK(from_file.out ==
+        CallMain({"trace", "clsRepAQKCYJ", "--title", "表", "--filter", "存货编码=1"}).out);
+  const Ended changed = CallMain({"trace", folder / "request.json", "--connection", "cs",
+                                  "--filter", "I.cInvCode=2", "--filter", "new=3"});
+  const auto json = nlohmann::json::parse(changed.out);
+  CHECK(json["ops"][0]["connectionString"] == "cs");
+  CHECK(json["filtersAfter"][0]["varValue"] == "2");
+  CHECK(json["filtersAfter"][1]["Name"] == "new");
+  CHECK(changed.err.find("note: clsRepAQKCYJ has no filter 'new'") != std::string::npos);
+}
+
+TEST_CASE("a script is parted by lines that are GO") {
+  struct Case {
+    const char* script;
+    std::vector<std::pair<std::string, int>> batches;
+  };
+  const Case cases[] = {
+      {"", {}},
+      {"GO\n\n  \ngo", {}},
+      {"a", {{"a", 1}}},
+      {"a\n Go \r\nb\nc\nGOTO x\n-- GO\nGO\n\nd",
+       {{"a\n", 1}, {"b\nc\nGOTO x\n-- GO\n", 3}, {"\nd", 8}}},
+      {"\xEF\xBB\xBF"
+       "a\nGO;\n",
+       {{"a\nGO;\n", 1}}},
+  };
+  for (const Case& c : cases) {
+    CAPTURE(c.script);
+    std::vector<std::pair<std::string, int>> got;
+    for (const ScriptBatch& batch : SplitScript(c.script, "s.sql")) {
+      got.emplace_back(ToUtf8(batch.sql), batch.first_line);
+    }
+    CHECK(got == c.batches);
+  }
+}
+
+TEST_CASE("a database error shows the server's number, the line and a caret by display width") {
+  const auto printed = [](int line, int column, const Text& sql, ColourChoice colour) {
+    std::istringstream in;
+    std::ostringstream out;
+    std::ostringstream err;
+    Console console = MakeConsole(in, out, err, colour);
+    DatabaseError error(kErrorSyntaxOrAccess, u"s", u"Invalid\x1b name.");
+    error.native = 207;
+    error.line = line;
+    error.column = column;
+    PrintDatabaseError(console, error, {sql, "f.sql", 10});
+    return err.str();
+  };
+  const std::string head = "ledgerwick: f.sql: Msg 207, line 11: Invalid\\x1B name.\n";
+  CHECK(printed(2, 5, u"x\n存😀\t b\nc", ColourChoice::Never) == head + "  存😀\\t b\n         ^\n");
+  CHECK(printed(2, 0, u"x\ny", ColourChoice::Never) == head);
+  CHECK(printed(2, 3, u"only one line", ColourChoice::Never) == head);
+  CHECK(printed(0, 0, u"x", ColourChoice::Never) ==
+        "ledgerwick: f.sql: Msg 207: Invalid\\x1B name.\n");
+  const std::string long_line =
+      printed(1, 101, Text(100, u'a') + u"!" + Text(100, u'b'), ColourChoice::Never);
+  CHECK(long_line.find("  …" + std::string(60, 'a') + '!' + std::string(39, 'b') + "…\n  " +
+                       std::string(61, ' ') + "^\n") != std::string::npos);
+  CHECK(printed(2, 1, u"x\ny", ColourChoice::Always).find("\033[1;31mledgerwick:\033[0m") == 0);
+}
+
+}  // namespace ledgerwick

@@ -1,0 +1,91 @@
+// --filter arguments, and the table of filters behind them.
+#include "host/filter_argument.h"
+
+#include <doctest/doctest.h>
+
+#include <set>
+
+#include "host/filters.h"
+#include "host/reference_host.h"
+
+namespace ledgerwick {
+
+TEST_CASE("a filter argument becomes an item that the host words") {
+  struct Case {
+    const char16_t* argument;
+    const char16_t* name;
+    const char16_t* value;
+    const char16_t* upper;
+    const char16_t* sql;
+    bool remark;
+  };
+  const Case cases[] = {
+      {u"I.cInvCode=0101", u"I.cInvCode", u"0101", u"", u"I.cInvCode = '0101'", false},
+      {u"存货编码=01..02", u"I.cInvCode", u"01", u"02",
+       u"I.cInvCode >= '01' And I.cInvCode <= '02'", false},
+      {u" i.cinvcode =01..", u"I.cInvCode", u"01", u"", u"I.cInvCode >= '01'", false},
+      {u"存货编码=..02", u"I.cInvCode", u"", u"02", u"I.cInvCode <= '02'", false},
+      {u"存货编码=", u"I.cInvCode", u"", u"", u"", false},
+      {u"安全库存量=-1.5..+20", u"I.iSafeNum", u"-1.5", u"+20",
+       u"I.iSafeNum >= '-1.5' And I.iSafeNum <= '+20'", false},
+      {u"存货名称=a..b", u"I.cInvName", u"a..b", u"", u"I.cInvName = 'a..b'", false},
+      {u"仓库名称=x=y", u"W.cWhName", u"x=y", u"", u"W.cWhName = 'x=y'", false},
+      {u"查询类型=高于安全库存量存货", u"def_queryType", u"高于安全库存量存货", u"",
+       u"def_queryType = '高于安全库存量存货'", false},
+      {u"def_queryType=什么", u"def_queryType", u"什么", u"", u"def_queryType = '什么'", true},
+      {u"nosuch=1..2", u"nosuch", u"1", u"2", u"nosuch >= '1' And nosuch <= '2'", true},
+  };
+  for (const Case& c : cases) {
+    CAPTURE(ToUtf8(c.argument));
+    Request request;
+    request.report = FindClass(u"clsRepAQKCYJ");
+    CHECK(ApplyFilterArgument(request, c.argument).has_value() == c.remark);
+    REQUIRE(request.filters->size() == 1);
+    ReferenceFilter filter(request.filters->front());
+    CHECK(ToUtf8(filter.Name()) == ToUtf8(c.name));
+    CHECK(ToUtf8(filter.varValue().ToText()) == ToUtf8(c.value));
+    CHECK(ToUtf8(filter.varValue2().ToText()) == ToUtf8(c.upper));
+    CHECK(ToUtf8(filter.strSqlString()) == ToUtf8(c.sql));
+  }
+}
+
+TEST_CASE("a filter argument that cannot be meant is refused") {
+  for (const char16_t* argument :
+       {u"x", u"=1", u" =1", u"", u"安全库存量=many", u"I.iSafeNum=1..b"}) {
+    CAPTURE(ToUtf8(argument));
+    Request request;
+    request.report = FindClass(u"clsRepAQKCYJ");
+    CHECK_THROWS_AS(ApplyFilterArgument(request, argument), FilterError);
+  }
+}
+
+TEST_CASE("a filter argument replaces the request's item of that name and makes a missing set") {
+  Request request;
+  request.report = FindClass(u"clsRepAQKCYJ");
+  request.filters.reset();
+  ApplyFilterArgument(request, u"存货编码=1");
+  ApplyFilterArgument(request, u"仓库编码=2");
+  ApplyFilterArgument(request, u"I.CINVCODE=3");
+  REQUIRE(request.filters->size() == 2);
+  CHECK(request.filters->front().varValue == Value(u"3"));
+}
+
+TEST_CASE("the table of filters names each filter and column once and every class exists") {
+  for (const ReportInfo& report : ReportInfos()) {
+    CAPTURE(ToUtf8(report.class_name));
+    CHECK(FindClass(report.class_name) != nullptr);
+    CHECK(report.columns.empty() == !report.columns_note.empty());
+    std::set<Text> names;
+    for (const FilterInfo& filter : report.filters) {
+      CHECK(names.insert(FoldText(filter.name)).second);
+      CHECK(names.insert(FoldText(filter.caption)).second);
+      CHECK(filter.values.empty() == (filter.kind != FilterKind::Option));
+    }
+    std::set<Text> columns;
+    for (const ResultColumnInfo& column : report.columns) {
+      CHECK(columns.insert(FoldText(column.name)).second);
+    }
+  }
+}
+
+}  // namespace ledgerwick

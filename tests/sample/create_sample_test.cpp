@@ -1,0 +1,257 @@
+#include <doctest/doctest.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <stdexcept>
+#include <string>
+
+#include "frame/error.h"
+#include "sample/sample.h"
+#include "tsql/database.h"
+
+namespace ledgerwick {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A directory that vanishes with the object.
+class Scratch {
+ public:
+  Scratch() {
+    static int count = 0;
+    directory_ = fs::temp_directory_path() / ("ledgerwick-sample-" + std::to_string(::getpid()) +
+                                              '-' + std::to_string(++count));
+    fs::create_directory(directory_);
+  }
+  ~Scratch() {
+    std::error_code ignored;
+    fs::remove_all(directory_, ignored);
+  }
+
+  fs::path operator/(const char* name) const { return directory_ / name; }
+
+  std::set<std::string> Names() const {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(directory_)) {
+      names.insert(entry.path().filename().string());
+    }
+    return names;
+  }
+
+ private:
+  fs::path directory_;
+};
+
+std::string Bytes(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+SampleOptions Small(std::int64_t lines = 600, std::uint64_t seed = 1) {
+  SampleOptions options;
+  options.voucher_lines = lines;
+  options.seed = seed;
+  return options;
+}
+
+// What CreateSample objects to, or nothing.
+std::string ErrorOf(const fs::path& path, const SampleOptions& options) {
+  try {
+    CreateSample(path, options);
+  } catch (const std::exception& error) {
+    return error.what();
+  }
+  return {};
+}
+
+bool Contains(const std::string& text, const char* part) {
+  return text.find(part) != std::string::npos;
+}
+
+// The rows of a query, each as its values with bars between them.
+class Rows : public ResultSink {
+ public:
+  void Columns(std::span<const ResultColumn>) override {}
+  void Row(std::span<const Value> values) override {
+    std::string row;
+    for (const Value& value : values) {
+      row += (row.empty() ? "" : "|") + ToUtf8(value.ToText());
+    }
+    rows.push_back(row);
+  }
+  void EndRows(std::int64_t) override {}
+  void RowsAffected(std::int64_t) override {}
+  void Message(const Text&) override {}
+
+  std::vector<std::string> rows;
+};
+
+std::vector<std::string> Query(tsql::Database& database, TextView sql) {
+  Rows rows;
+  database.Run(sql, rows);
+  return rows.rows;
+}
+
+constexpr TextView kStockAgainstVouchers =
+    u"SELECT w, i, b, f, g, SUM(q), SUM(n) FROM ("
+    u" SELECT R.cWhCode AS w, Rs.cInvCode AS i, Rs.cBatch AS b, Rs.cFree1 AS f, Rs.cFree2 AS g,"
+    u" CASE WHEN R.bRdFlag <> 0 THEN Rs.iQuantity ELSE -Rs.iQuantity END AS q,"
+    u" CASE WHEN R.bRdFlag <> 0 THEN Rs.iNum ELSE -Rs.iNum END AS n"
+    u" FROM RdRecords Rs INNER JOIN RdRecord R ON Rs.ID = R.ID UNION ALL"
+    u" SELECT cWhCode, cInvCode, cBatch, cFree1, cFree2, -iQuantity, -iNum FROM CurrentStock"
+    u") AS x GROUP BY w, i, b, f, g HAVING SUM(q) <> 0 OR SUM(n) <> 0";
+
+constexpr TextView kStockAgainstLocations =
+    u"SELECT w, i, b, f, g, SUM(q), SUM(n) FROM ("
+    u" SELECT cWhCode AS w, cInvCode AS i, cBatch AS b, cFree1 AS f, cFree2 AS g,"
+    u" CASE WHEN bRdFlag <> 0 THEN iQuantity ELSE -iQuantity END AS q,"
+    u" CASE WHEN bRdFlag <> 0 THEN iNum ELSE -iNum END AS n FROM InvPosition UNION ALL"
+    u" SELECT C.cWhCode, cInvCode, cBatch, cFree1, cFree2, -iQuantity, -iNum FROM CurrentStock C"
+    u" INNER JOIN Warehouse W ON C.cWhCode = W.cWhCode WHERE W.bWhPos = 1"
+    u") AS x GROUP BY w, i, b, f, g HAVING SUM(q) <> 0 OR SUM(n) <> 0";
+
+TEST_CASE("stock is what vouchers and locations add up to, and no join multiplies its rows") {
+  const Scratch scratch;
+  CreateSample(scratch / "sample.db", Small(1500));
+  const auto database = tsql::Database::Open(scratch / "sample.db");
+  CHECK(Query(*database, kStockAgainstVouchers).empty());
+  CHECK(Query(*database, kStockAgainstLocations).empty());
+
+  const auto count = [&](TextView from) {
+    return Query(*database, Text(u"SELECT COUNT(*) FROM ") + Text(from))[0];
+  };
+  CHECK(count(u"RdRecords") == "1500");
+  CHECK(count(u"CurrentStock WHERE iQuantity < 0 OR iNum < 0") == "0");
+  CHECK(count(u"ComputationUnit WHERE iChangRate = 0") == "0");
+  CHECK(count(u"RdRecords Rs INNER JOIN RdRecord R ON Rs.ID = R.ID"
+              u" INNER JOIN Inventory I ON Rs.cInvCode = I.cInvCode"
+              u" INNER JOIN InventoryClass IC ON I.cInvCCode = IC.cInvCCode"
+              u" INNER JOIN Warehouse W ON R.cWhCode = W.cWhCode"
+              u" INNER JOIN VouchType V ON R.cVouchType = V.cVouchType"
+              u" INNER JOIN Rd_Style S ON R.cRdCode = S.cRdCode"
+              u" INNER JOIN Person P ON R.cPersonCode = P.cPersonCode"
+              u" INNER JOIN Department D ON R.cDepCode = D.cDepCode"
+              u" LEFT JOIN ComputationUnit CU ON I.cGroupCode = CU.cGroupCode"
+              u" LEFT JOIN ComputationUnit A ON Rs.cAssUnit = A.cComUnitCode"
+              u" LEFT JOIN Position L ON I.cPosition = L.cPosCode") == "1500");
+  CHECK(count(u"Inventory I INNER JOIN ComputationUnit U ON I.cGroupCode = U.cGroupCode"
+              u" WHERE I.iGroupType <> 0") == count(u"Inventory WHERE iGroupType <> 0"));
+}
+
+// Each statement stands for a report's way to join and to leave out table names.
+TEST_CASE("the tables take what reports ask of them") {
+  const Scratch scratch;
+  CreateSample(scratch / "sample.db", Small());
+  const auto database = tsql::Database::Open(scratch / "sample.db");
+  const TextView kMovements =
+      u" FROM RdRecord INNER JOIN RdRecords ON RdRecord.ID = RdRecords.ID"
+      u" INNER JOIN Inventory ON RdRecords.cInvCode = Inventory.cInvCode"
+      u" INNER JOIN Warehouse ON RdRecord.cWhCode = Warehouse.cWhCode"
+      u" INNER JOIN InventoryClass ON Inventory.cInvCCode = InventoryClass.cInvCCode";
+  const Text kStatements[] = {
+      u"SELECT * INTO tempdb..tempa FROM inventory",
+      // Opening balances have neither quantity nor type: the copied columns must let them in.
+      u"SELECT Warehouse.cWhCode, cWhName, RdRecord.cRdCode, iNum, iQuantity, iNum-iNum AS a,"
+      u" RdRecord.bRdFlag INTO work" +
+          Text(kMovements) +
+          u" WHERE dDate >= '2001-11-01' AND dVDate >= '2001-11-01' AND IsNull(cHandler,'') <> ''"
+          u" AND bInvOverStock = 0 AND bInvEntrust = 0 AND cFree10 IS NULL"
+          u" INSERT INTO work (cWhCode, cWhName, a, bRdFlag) SELECT RdRecord.cWhCode, cWhName,"
+          u" CASE WHEN bRdFlag <> 0 THEN iQuantity ELSE -iQuantity END, 1" +
+          Text(kMovements) + u" WHERE dDate < '2001-11-01'",
+      u"SELECT CASE WHEN R.bRdFlag <> 0 THEN Rs.iNum ELSE '' END AS a, R.cDefine16, Rs.cDefine37,"
+      u" CASE WHEN I.iGroupType = 2 THEN Rs.iQuantity / Rs.iNum ELSE 0 END AS b"
+      u" FROM Inventory I INNER JOIN RdRecords Rs INNER JOIN RdRecord R ON Rs.ID = R.ID"
+      u" ON I.cInvCode = Rs.cInvCode WHERE R.dVeriDate > '2001-02-01'",
+      u"SELECT cFree1, SUM(CASE WHEN dDate >= '2001-10-01' AND bRdFlag = 0 THEN iQuantity ELSE 0"
+      u" END), SUM(iQuantity / CU.iChangRate) FROM InvPosition INNER JOIN (SELECT cPosCode,"
+      u" cPosName FROM Position WHERE bPosEnd = 1 AND Position.cPosCode <> ' ') AS P"
+      u" ON InvPosition.cPosCode = P.cPosCode INNER JOIN Inventory AS I"
+      u" ON InvPosition.cInvCode = I.cInvCode LEFT JOIN ComputationUnit CU"
+      u" ON I.cGroupCode = CU.cGroupCode WHERE InvPosition.cInvCode <> '' GROUP BY cFree1",
+      u"SELECT cFree1, dVDate, POS.cPosName, CS.fAvaNum / CU2.iChangRate FROM [Position] POS"
+      u" RIGHT OUTER JOIN ComputationUnit CU2 RIGHT OUTER JOIN Inventory I"
+      u" ON CU2.cGroupCode = I.cGroupCode ON POS.cPosCode = I.cPosition"
+      u" RIGHT OUTER JOIN CurrentStock CS ON I.cInvCode = CS.cInvCode"
+      u" WHERE LEN(I.cPosition) <= 6 AND iQuantity > 0 AND DATEDIFF(day, '2002-12-31', dVDate) = 0",
+  };
+  for (const Text& sql : kStatements) {
+    CAPTURE(ToUtf8(sql));
+    CHECK_NOTHROW(Query(*database, sql));
+  }
+  CHECK(!Query(*database, kStatements[std::size(kStatements) - 1]).empty());
+  CHECK(Query(*database,
+              u"SELECT cValue FROM AccInformation WHERE cSysID = 'AA'"
+              u" AND cName = 'cGoodClass'") == std::vector<std::string>{"222"});
+}
+
+TEST_CASE("equal seeds make equal files, other seeds others") {
+  const Scratch scratch;
+  CreateSample(scratch / "a.db", Small(600, 7));
+  CreateSample(scratch / "b.db", Small(600, 7));
+  CreateSample(scratch / "c.db", Small(600, 8));
+  CHECK((Bytes(scratch / "a.db") == Bytes(scratch / "b.db")));
+  CHECK((Bytes(scratch / "a.db") != Bytes(scratch / "c.db")));
+}
+
+TEST_CASE("a file that exists is replaced by force alone, and its temporary results go with it") {
+  const Scratch scratch;
+  const fs::path path = scratch / "sample.db";
+  std::ofstream(path) << "precious";
+  CHECK(Contains(ErrorOf(path, Small()), "--force"));
+  CHECK(Bytes(path) == "precious");
+
+  const fs::path tempdb = tsql::Database::TempdbPath(path);
+  std::ofstream(tempdb) << "old results";
+  SampleOptions options = Small();
+  options.force = true;
+  CHECK(ErrorOf(path, options).empty());
+  CHECK((Bytes(path) != "precious"));
+  CHECK((!fs::exists(tempdb) || Bytes(tempdb) != "old results"));
+}
+
+TEST_CASE("cancelled, it leaves everything as it was") {
+  const Scratch scratch;
+  const fs::path path = scratch / "sample.db";
+  std::ofstream(path) << "precious";
+  std::atomic<bool> cancel = false;
+  SampleOptions options = Small(3000);
+  options.force = true;
+  options.cancel = &cancel;
+  for (const std::int64_t at : {1, 4000, 8000}) {
+    CAPTURE(at);
+    cancel = false;
+    options.progress = [&](std::int64_t done, std::int64_t total) {
+      CHECK(done <= total);
+      if (done >= at) cancel = true;
+    };
+    CHECK(!ErrorOf(path, options).empty());
+    CHECK(Bytes(path) == "precious");
+    CHECK(scratch.Names() == std::set<std::string>{"sample.db"});
+  }
+}
+
+TEST_CASE("what cannot be created is refused with a reason") {
+  const Scratch scratch;
+  fs::create_directory(scratch / "folder");
+  const struct {
+    fs::path path;
+    std::int64_t lines;
+    const char* reason;
+  } kCases[] = {
+      {scratch / "missing" / "sample.db", 600, "create it first"},
+      {scratch / "folder", 600, "not a file"},
+      {scratch / "sample.db", 0, "from 1 to"},
+      {scratch / "sample.db", kMostSampleLines + 1, "from 1 to"},
+  };
+  for (const auto& c : kCases) {
+    CAPTURE(c.path.string());
+    CHECK(Contains(ErrorOf(c.path, Small(c.lines)), c.reason));
+    CHECK(scratch.Names() == std::set<std::string>{"folder"});
+  }
+}
+
+}  // namespace
+}  // namespace ledgerwick

@@ -1,0 +1,295 @@
+// Runs the *.test files beside this source: T-SQL with what it must give.
+//
+// A file is a row of records, parted by blank lines, on a fresh database. "#" begins a comment
+// line.
+//
+//   statement ok                 the batch that follows runs
+//   statement count N            … and its last statement affects N rows
+//   statement error N [TEXT]     … fails with the server's error N; its text and place
+//                                ("Invalid column name 'x'. [2:8]") contain TEXT
+//   query [TYPES] [rowsort] [names]
+//   SELECT …                     the batch, up to the line
+//   ----
+//   1|a                          the rows, columns parted by "|"
+//   connection NAME              what follows runs on another connection to the same file;
+//                                "main" is the first
+//
+// TYPES has a letter for each column: B boolean, I integer, F float, N decimal or money, D
+// datetime, T text. With "rowsort" the order of the rows does not count. With "names" the first row
+// holds each column's name, a blank and its type. A further result set begins with a line "====".
+//
+// Values: NULL; (empty) for the empty text; text that begins or ends with a blank stands between
+// single quotes; decimals have their scale's digits; dates are yyyy-mm-dd hh:mm:ss[.fff].
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "frame/error.h"
+#include "tsql/database.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Lines = std::vector<std::string>;
+
+std::string Join(const Lines& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += line + "\n";
+  return text;
+}
+
+char TypeLetter(ColumnKind kind) {
+  switch (kind) {
+    case ColumnKind::Boolean:
+      return 'B';
+    case ColumnKind::Integer:
+      return 'I';
+    case ColumnKind::Float:
+      return 'F';
+    case ColumnKind::Decimal:
+      return 'N';
+    case ColumnKind::DateTime:
+      return 'D';
+    case ColumnKind::String:
+      return 'T';
+  }
+  return '?';
+}
+
+std::string ShowText(const std::string& text) {
+  if (text.empty()) return "(empty)";
+  return text.front() == ' ' || text.back() == ' ' ? "'" + text + "'" : text;
+}
+
+std::string ShowDate(Date date) {
+  const CalendarTime t = ToCalendar(date);
+  std::array<char, 64> buffer;
+  const int length = std::snprintf(buffer.data(), buffer.size(), "%04d-%02d-%02d %02d:%02d:%02d",
+                                   t.year, t.month, t.day, t.hour, t.minute, t.second);
+  std::string text(buffer.data(), static_cast<std::size_t>(length));
+  if (t.millisecond != 0) text += "." + std::to_string(1000 + t.millisecond).substr(1);
+  return text;
+}
+
+std::string ShowNumber(double number, const ResultColumn& column) {
+  std::array<char, 400> buffer;
+  char* const last = buffer.data() + buffer.size();
+  const auto result =
+      column.kind == ColumnKind::Decimal
+          ? std::to_chars(buffer.data(), last, number, std::chars_format::fixed, column.scale)
+          : std::to_chars(buffer.data(), last, number);
+  return {buffer.data(), result.ptr};
+}
+
+std::string Show(const Value& value, const ResultColumn& column) {
+  if (value.IsNull()) return "NULL";
+  if (const auto* number = value.If<std::int64_t>()) return std::to_string(*number);
+  if (const auto* number = value.If<double>()) return ShowNumber(*number, column);
+  if (const auto* date = value.If<Date>()) return ShowDate(*date);
+  if (const auto* text = value.If<Text>()) return ShowText(ToUtf8(*text));
+  return "(no value of a column)";
+}
+
+// What a batch gave.
+class Results : public ResultSink {
+ public:
+  void Columns(std::span<const ResultColumn> columns) override {
+    if (!types.empty()) rows.emplace_back("====");
+    columns_.assign(columns.begin(), columns.end());
+    types.clear();
+    names.clear();
+    for (const ResultColumn& column : columns) {
+      types += TypeLetter(column.kind);
+      names += (names.empty() ? "" : "|") + ToUtf8(column.name) + " " + ToUtf8(column.type);
+    }
+  }
+  void Row(std::span<const Value> values) override {
+    std::string row;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      row += (i == 0 ? "" : "|") + Show(values[i], columns_[i]);
+    }
+    rows.push_back(row);
+  }
+  void EndRows(std::int64_t) override {}
+  void RowsAffected(std::int64_t count) override { affected = count; }
+  void Message(const Text&) override {}
+
+  std::string types;
+  std::string names;
+  Lines rows;
+  std::int64_t affected = -1;
+
+ private:
+  std::vector<ResultColumn> columns_;
+};
+
+// A record as it stands in a file.
+struct Record {
+  std::size_t line = 0;
+  std::string head;
+  Lines sql;
+  Lines rows;
+};
+
+std::vector<Record> ReadRecords(const fs::path& path) {
+  std::vector<Record> records;
+  std::ifstream in(path);
+  REQUIRE_MESSAGE(in, path.string());
+  std::string text;
+  bool inside = false;
+  bool in_rows = false;
+  for (std::size_t line = 1; std::getline(in, text); ++line) {
+    if (text.empty()) {
+      inside = false;
+    } else if (!inside) {
+      if (text.starts_with('#')) continue;
+      records.push_back({line, text, {}, {}});
+      inside = true;
+      in_rows = false;
+    } else if (text == "----" && !in_rows) {
+      in_rows = true;
+    } else {
+      (in_rows ? records.back().rows : records.back().sql).push_back(text);
+    }
+  }
+  return records;
+}
+
+// One file's run.
+class Script {
+ public:
+  explicit Script(const fs::path& path) : path_(path) {
+    std::random_device random;
+    directory_ = fs::temp_directory_path() / ("ledgerwick-logic-" + std::to_string(random()));
+    fs::create_directory(directory_);
+    DatabaseOptions options;
+    options.create = true;
+    connections_[current_] = Database::Open(directory_ / "test.db", options);
+  }
+  ~Script() {
+    connections_.clear();
+    std::error_code ignored;
+    fs::remove_all(directory_, ignored);
+  }
+  Script(const Script&) = delete;
+  Script& operator=(const Script&) = delete;
+
+  // Runs every record and reports each that fails. Returns how many there were.
+  std::size_t Run() {
+    const std::vector<Record> records = ReadRecords(path_);
+    for (const Record& record : records) {
+      const std::string difference = RunRecord(record);
+      if (difference.empty()) continue;
+      FAIL_CHECK(path_.string() << ":" << record.line << ": " << record.head << "\n"
+                                << Join(record.sql) << difference);
+    }
+    return records.size();
+  }
+
+ private:
+  // What is wrong with the record; empty when nothing is.
+  std::string RunRecord(const Record& record) {
+    std::istringstream head(record.head);
+    std::string kind;
+    head >> kind;
+    if (kind == "connection") return Connect(head);
+    Results results;
+    const std::string error = RunBatch(record, results);
+    if (kind == "statement") return CheckStatement(head, results, error);
+    if (kind != "query") return "unknown record: " + kind;
+    return error.empty() ? CheckQuery(head, results, record.rows) : "seen error:\n" + error;
+  }
+
+  std::string Connect(std::istream& head) {
+    head >> current_;
+    std::unique_ptr<Database>& connection = connections_[current_];
+    if (!connection) connection = Database::Open(directory_ / "test.db");
+    return {};
+  }
+
+  // The error of the batch: "number text [line:column]", or nothing.
+  std::string RunBatch(const Record& record, Results& results) {
+    try {
+      connections_[current_]->Run(FromUtf8(Join(record.sql)), results);
+    } catch (const DatabaseError& error) {
+      std::string text = std::to_string(error.native) + " " + error.what();
+      if (error.line > 0) {
+        text += " [" + std::to_string(error.line) + ":" + std::to_string(error.column) + "]";
+      }
+      return text;
+    }
+    return {};
+  }
+
+  static std::string CheckStatement(std::istream& head, const Results& results,
+                                    const std::string& error) {
+    std::string outcome;
+    std::int64_t number = 0;
+    head >> outcome >> number;
+    if (outcome == "error") {
+      std::string fragment;
+      std::getline(head >> std::ws, fragment);
+      const bool expected = error.starts_with(std::to_string(number) + " ") &&
+                            error.find(fragment) != std::string::npos;
+      return expected ? "" : "seen: " + (error.empty() ? "no error" : error);
+    }
+    if (!error.empty()) return "seen error:\n" + error;
+    if (outcome == "ok") return {};
+    if (outcome != "count") return "unknown outcome: " + outcome;
+    return results.affected == number ? ""
+                                      : "seen rows affected: " + std::to_string(results.affected);
+  }
+
+  static std::string CheckQuery(std::istream& head, const Results& results, Lines expected) {
+    Lines seen = results.rows;
+    const Lines words{std::istream_iterator<std::string>(head), {}};
+    const bool names = std::find(words.begin(), words.end(), "names") != words.end();
+    for (const std::string& word : words) {
+      if (word == "names") continue;
+      if (word == "rowsort") {
+        std::sort(seen.begin(), seen.end());
+        std::sort(expected.begin() + (names && !expected.empty()), expected.end());
+      } else if (word != results.types) {
+        return "seen types: " + results.types + "\nseen rows:\n" + Join(seen);
+      }
+    }
+    if (names) seen.insert(seen.begin(), results.names);
+    if (seen == expected) return {};
+    return "expected rows:\n" + Join(expected) + "seen rows:\n" + Join(seen);
+  }
+
+  fs::path path_;
+  fs::path directory_;
+  std::string current_ = "main";
+  std::map<std::string, std::unique_ptr<Database>> connections_;
+};
+
+TEST_CASE("T-SQL gives what the files say") {
+  std::vector<fs::path> files;
+  for (const auto& entry : fs::directory_iterator(fs::path(LEDGERWICK_TESTS) / "tsql")) {
+    if (entry.path().extension() == ".test") files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  REQUIRE_FALSE(files.empty());
+  for (const fs::path& file : files) {
+    CAPTURE(file.string());
+    CHECK(Script(file).Run() > 0);
+  }
+}
+
+}  // namespace
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,496 @@
+// Binding of queries: FROM, the select list, grouping, ORDER BY, UNION.
+#include <algorithm>
+
+#include "tsql/binder.h"
+#include "tsql/parser.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+constexpr int kDeepestView = 32;
+
+bool Contains(const std::vector<Source*>& sources, const Source* source) noexcept {
+  return std::find(sources.begin(), sources.end(), source) != sources.end();
+}
+
+void MarkMissing(const Scope& scope, std::size_t from, std::size_t to) noexcept {
+  for (std::size_t i = from; i < to; ++i) scope.sources[i]->may_be_missing = true;
+}
+
+Text FullName(const ObjectName& name) {
+  Text full;
+  if (!name.database.text.empty()) {
+    full.append(name.database.text).append(u".").append(name.schema.text).append(u".");
+  } else if (!name.schema.text.empty()) {
+    full.append(name.schema.text).append(u".");
+  }
+  return full.append(name.object.text);
+}
+
+}  // namespace
+
+std::int32_t Source::Count() const noexcept {
+  return static_cast<std::int32_t>(query != nullptr ? names.size() : table->columns.size());
+}
+
+TextView Source::NameOf(std::int32_t column) const noexcept {
+  const auto i = static_cast<std::size_t>(column);
+  return query != nullptr ? names[i] : TextView(table->columns[i].name);
+}
+
+Type Source::TypeOf(std::int32_t column) const noexcept {
+  const auto i = static_cast<std::size_t>(column);
+  return query != nullptr ? query->types[i] : table->columns[i].type;
+}
+
+std::int32_t Source::Find(TextView name) const {
+  if (query == nullptr) return table->FindColumn(name);
+  std::int32_t found = -1;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (!EqualText(names[i], name)) continue;
+    if (found >= 0) return -2;
+    found = static_cast<std::int32_t>(i);
+  }
+  return found;
+}
+
+DatabaseId Binder::RequireDatabase(const ObjectName& name) {
+  const auto database = catalogue_.FindDatabase(name.database.text);
+  if (!database) throw errors::InvalidObject(FullName(name), At(name.object.offset));
+  return *database;
+}
+
+const Table* Binder::FindTable(const ObjectName& name) {
+  const auto database = catalogue_.FindDatabase(name.database.text);
+  return database ? catalogue_.Find(*database, name.schema.text, name.object.text) : nullptr;
+}
+
+const Table& Binder::RequireTable(const ObjectName& name) {
+  const Table* table = FindTable(name);
+  if (table == nullptr) {
+    const Name& first = !name.database.text.empty() ? name.database
+                        : !name.schema.text.empty() ? name.schema
+                                                    : name.object;
+    throw errors::InvalidObject(FullName(name), At(first.offset));
+  }
+  return *table;
+}
+
+void Binder::BindQuery(Query& query) {
+  BindQueryIn(query, nullptr, false);
+  CheckInto(query);
+}
+
+void Binder::BindQueryIn(Query& query, Scope* parent, bool nested) {
+  std::vector<Expr*> outer;
+  for (std::size_t i = 0; i < query.selects.size(); ++i) {
+    Select& select = *query.selects[i];
+    Scope scope;
+    scope.parent = parent;
+    if (select.has_into && (nested || i > 0)) {
+      throw errors::IncorrectSyntaxKeyword(u"INTO", At(select.into.object.offset));
+    }
+    BindSelect(select, scope);
+    if (query.selects.size() == 1) BindOrderBy(query, scope);
+    outer.insert(outer.end(), scope.outer_columns.begin(), scope.outer_columns.end());
+  }
+  if (nested && !query.order_by.empty() && !query.selects[0]->has_top) {
+    throw errors::OrderByInSubquery(At(query.order_by[0].expr->offset));
+  }
+  if (query.selects.size() > 1) {
+    UnifyUnion(query);
+    BindUnionOrderBy(query);
+  }
+  query.outer_columns = arena_.Copy(outer);
+  FinishQuery(query);
+}
+
+void Binder::FinishQuery(Query& query) {
+  std::vector<Type> types;
+  std::vector<TextView> names;
+  const std::span<SelectItem> items = query.selects[0]->items;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    Type type = items[i].expr->type;
+    for (const Select* select : query.selects) {
+      const bool nullable = type.nullable || select->items[i].expr->type.nullable;
+      type = CommonType(type, select->items[i].expr->type);
+      type.nullable = nullable;
+    }
+    // A NULL literal alone is an int.
+    if (type.kind == TypeKind::Null) type = MakeType(TypeKind::Int);
+    types.push_back(type);
+    names.push_back(items[i].name);
+  }
+  query.types = arena_.Copy(types);
+  query.names = arena_.Copy(names);
+}
+
+void Binder::BindSelect(Select& select, Scope& scope) {
+  if (select.from != nullptr) BindFrom(*select.from, scope);
+  ExpandStars(select, scope);
+  if (select.where != nullptr) {
+    scope.clause = Scope::Clause::Where;
+    BindPredicate(*select.where, scope);
+  }
+  scope.clause = Scope::Clause::GroupBy;
+  for (Expr*& key : select.group_by) {
+    if (key->query != nullptr) throw errors::AggregateInGroupBy(At(key->offset));
+    const std::size_t outer_before = scope.outer_columns.size();
+    key = Bind(key, scope);
+    const bool constant = key->kind == ExprKind::Integer || key->kind == ExprKind::String ||
+                          key->kind == ExprKind::Number || key->kind == ExprKind::Null;
+    if (constant || scope.outer_columns.size() > outer_before) {
+      throw errors::GroupByWithoutColumn(At(key->offset));
+    }
+  }
+  scope.clause = Scope::Clause::Select;
+  for (SelectItem& item : select.items) {
+    item.expr = Bind(item.expr, scope);
+    if (!item.alias.text.empty()) {
+      item.name = item.alias.text;
+    } else if (item.expr->kind == ExprKind::Column) {
+      // The name as the table has it: a report's capitals do not change it in the result.
+      item.name = select.has_into ? item.expr->source->NameOf(item.expr->column) : item.expr->text;
+    }
+  }
+  scope.clause = Scope::Clause::Having;
+  if (select.having != nullptr) BindPredicate(*select.having, scope);
+  select.grouped = !select.group_by.empty() || select.having != nullptr || scope.has_aggregate;
+  if (!select.grouped) return;
+  for (const SelectItem& item : select.items)
+    CheckGrouping(select, *item.expr, scope, false, false);
+  if (select.having != nullptr) CheckGrouping(select, *select.having, scope, true, false);
+}
+
+void Binder::CheckGrouping(const Select& select, const Expr& expr, const Scope& scope, bool having,
+                           bool order) {
+  const auto is_key = [&](const Expr& e) {
+    return std::any_of(select.group_by.begin(), select.group_by.end(),
+                       [&](const Expr* key) { return SameExpr(*key, e); });
+  };
+  const auto refuse = [&](const Expr& column) {
+    const Text name =
+        Text(column.source->exposed) + u"." + Text(column.source->NameOf(column.column));
+    throw errors::NotGrouped(name, having, order, At(column.offset));
+  };
+  if (is_key(expr)) return;
+  if (expr.kind == ExprKind::Function && IsAggregate(expr.function)) return;
+  if (expr.kind == ExprKind::Column && Contains(scope.sources, expr.source)) refuse(expr);
+  for (const Expr* arg : expr.args) CheckGrouping(select, *arg, scope, having, order);
+  if (expr.query == nullptr) return;
+  for (const Expr* column : expr.query->outer_columns) {
+    if (Contains(scope.sources, column->source) && !is_key(*column)) refuse(*column);
+  }
+}
+
+void Binder::BindFrom(From& from, Scope& scope) {
+  if (from.kind == FromKind::Table) return BindTableSource(from, scope);
+  if (from.kind == FromKind::Derived) return BindDerived(from, scope);
+  const std::size_t first = scope.sources.size();
+  BindFrom(*from.left, scope);
+  const std::size_t middle = scope.sources.size();
+  BindFrom(*from.right, scope);
+  const std::size_t last = scope.sources.size();
+  if (from.kind == FromKind::Left || from.kind == FromKind::Full) MarkMissing(scope, middle, last);
+  if (from.kind == FromKind::Right || from.kind == FromKind::Full)
+    MarkMissing(scope, first, middle);
+  if (from.on == nullptr) return;
+  // The condition sees the tables of this join alone.
+  const std::size_t visible = scope.first_visible;
+  scope.first_visible = first;
+  scope.clause = Scope::Clause::On;
+  BindPredicate(*from.on, scope);
+  scope.first_visible = visible;
+}
+
+Source* Binder::AddSource(From& from, Scope& scope, TextView exposed, bool aliased) {
+  Source* source = arena_.Make<Source>();
+  source->id = next_source_++;
+  source->exposed = exposed;
+  source->aliased = aliased;
+  from.source = source;
+  scope.sources.push_back(source);
+  return source;
+}
+
+void Binder::BindTableSource(From& from, Scope& scope) {
+  const Table& table = RequireTable(from.table);
+  const bool aliased = !from.alias.text.empty();
+  const TextView exposed = aliased ? from.alias.text : TextView(from.table.object.text);
+  for (const Source* other : scope.sources) {
+    if (!EqualText(other->exposed, exposed)) continue;
+    if (aliased || other->aliased || other->database == table.database) {
+      throw errors::DuplicateExposedName(exposed, At(from.table.object.offset));
+    }
+  }
+  Source* source = AddSource(from, scope, exposed, aliased);
+  source->table = &table;
+  source->database = table.database;
+  if (table.kind == TableKind::View) BindView(table, *source);
+}
+
+// A view stands for its query, parsed from the text that was stored when it was created.
+void Binder::BindView(const Table& view, Source& source) {
+  if (++view_depth_ > kDeepestView) throw errors::NestedTooDeeply({});
+  const bool was_in_view = in_view_;
+  in_view_ = true;
+  const std::span<Statement*> statements = ParseBatch(view.definition, arena_);
+  Query* query = statements[0]->query;
+  BindQueryIn(*query, nullptr, true);
+  std::vector<TextView> names(query->names.begin(), query->names.end());
+  for (std::size_t i = 0; i < statements[0]->columns.size() && i < names.size(); ++i) {
+    names[i] = statements[0]->columns[i].text;
+  }
+  source.query = query;
+  source.names = arena_.Copy(names);
+  in_view_ = was_in_view;
+  --view_depth_;
+}
+
+void Binder::BindDerived(From& from, Scope& scope) {
+  BindQueryIn(*from.query, nullptr, true);
+  std::vector<TextView> names(from.query->names.begin(), from.query->names.end());
+  const TextView alias = from.alias.text;
+  if (!from.column_aliases.empty()) {
+    if (from.column_aliases.size() != names.size()) {
+      throw errors::ColumnListLength(alias, from.column_aliases.size() > names.size(),
+                                     At(from.alias.offset));
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) names[i] = from.column_aliases[i].text;
+  }
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (names[i].empty())
+      throw errors::DerivedColumnNameMissing(i + 1, alias, At(from.alias.offset));
+    for (std::size_t k = 0; k < i; ++k) {
+      if (EqualText(names[i], names[k])) {
+        throw errors::DuplicateDerivedColumn(names[i], alias, At(from.alias.offset));
+      }
+    }
+  }
+  for (const Source* other : scope.sources) {
+    if (EqualText(other->exposed, alias)) {
+      throw errors::DuplicateExposedName(alias, At(from.alias.offset));
+    }
+  }
+  Source* source = AddSource(from, scope, alias, true);
+  source->query = from.query;
+  source->names = arena_.Copy(names);
+}
+
+void Binder::AddStarColumns(const Source& source, std::uint32_t offset,
+                            std::vector<SelectItem>& items) {
+  for (std::int32_t column = 0; column < source.Count(); ++column) {
+    Expr* expr = arena_.Make<Expr>();
+    expr->kind = ExprKind::Column;
+    expr->offset = offset;
+    expr->text = source.NameOf(column);
+    expr->source = const_cast<Source*>(&source);
+    expr->column = column;
+    expr->type = source.TypeOf(column);
+    if (source.may_be_missing) expr->type.nullable = true;
+    SelectItem item;
+    item.expr = expr;
+    items.push_back(item);
+  }
+}
+
+// Stars become the columns in the order in which the tables are written, before any join is turned
+// round.
+void Binder::ExpandStars(Select& select, Scope& scope) {
+  const bool any =
+      std::any_of(select.items.begin(), select.items.end(),
+                  [](const SelectItem& item) { return item.expr->kind == ExprKind::Star; });
+  if (!any) return;
+  std::vector<SelectItem> items;
+  for (const SelectItem& item : select.items) {
+    const Expr& star = *item.expr;
+    if (star.kind != ExprKind::Star) {
+      items.push_back(item);
+      continue;
+    }
+    if (scope.sources.empty()) throw errors::StarWithoutFrom(At(star.offset));
+    const bool qualified = !star.qualifier.object.text.empty();
+    bool found = false;
+    for (const Source* source : scope.sources) {
+      if (qualified && !QualifierMatches(*source, star.qualifier)) continue;
+      AddStarColumns(*source, star.offset, items);
+      found = true;
+    }
+    if (!found) throw errors::PrefixUnmatched(star.qualifier.object.text, At(star.offset));
+  }
+  select.items = arena_.Copy(items);
+}
+
+bool Binder::BindOrderOrdinal(OrderItem& item, std::size_t count) {
+  if (item.expr->kind != ExprKind::Integer) return false;
+  const std::int64_t ordinal = item.expr->integer;
+  if (ordinal < 1 || ordinal > static_cast<std::int64_t>(count)) {
+    throw errors::OrderByOrdinal(ordinal, At(item.expr->offset));
+  }
+  item.ordinal = static_cast<std::int32_t>(ordinal);
+  return true;
+}
+
+void Binder::BindOrderBy(Query& query, Scope& scope) {
+  Select& select = *query.selects[0];
+  scope.clause = Scope::Clause::OrderBy;
+  for (OrderItem& item : query.order_by) BindOrderItem(item, select, scope);
+  if (!scope.has_aggregate || select.grouped) return;
+  // An aggregate in ORDER BY alone groups the whole query.
+  select.grouped = true;
+  for (const SelectItem& item : select.items)
+    CheckGrouping(select, *item.expr, scope, false, false);
+}
+
+// An alias or column name of the select list comes first, then a column of the tables.
+void Binder::BindOrderItem(OrderItem& item, const Select& select, Scope& scope) {
+  if (BindOrderOrdinal(item, select.items.size())) return;
+  const bool bare = item.expr->kind == ExprKind::Column && item.expr->qualifier.object.text.empty();
+  for (std::size_t i = 0; bare && i < select.items.size(); ++i) {
+    if (select.items[i].name.empty() || !EqualText(select.items[i].name, item.expr->text)) continue;
+    if (item.ordinal != 0) {
+      const Expr& earlier = *select.items[static_cast<std::size_t>(item.ordinal) - 1].expr;
+      if (SameExpr(earlier, *select.items[i].expr)) continue;
+      throw errors::AmbiguousColumn(item.expr->text, At(item.expr->offset));
+    }
+    item.ordinal = static_cast<std::int32_t>(i + 1);
+  }
+  if (item.ordinal != 0) return;
+  item.expr = Bind(item.expr, scope);
+  for (std::size_t i = 0; i < select.items.size(); ++i) {
+    if (SameExpr(*select.items[i].expr, *item.expr)) {
+      item.ordinal = static_cast<std::int32_t>(i + 1);
+      return;
+    }
+  }
+  if (select.distinct) throw errors::OrderByNotInDistinct(At(item.expr->offset));
+  if (select.grouped) CheckGrouping(select, *item.expr, scope, false, true);
+}
+
+void Binder::BindUnionOrderBy(Query& query) {
+  const std::span<SelectItem> items = query.selects[0]->items;
+  for (OrderItem& item : query.order_by) {
+    if (BindOrderOrdinal(item, items.size())) continue;
+    for (std::size_t i = 0; i < items.size() && item.expr->kind == ExprKind::Column; ++i) {
+      if (EqualText(items[i].name, item.expr->text))
+        item.ordinal = static_cast<std::int32_t>(i + 1);
+    }
+    if (item.ordinal == 0) throw errors::OrderByNotInUnion(At(item.expr->offset));
+  }
+}
+
+void Binder::UnifyUnion(Query& query) {
+  const std::size_t count = query.selects[0]->items.size();
+  for (const Select* select : query.selects) {
+    if (select->items.size() != count) throw errors::UnionColumnCount(At(select->offset));
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    Type common;
+    for (const Select* select : query.selects) {
+      common = CommonType(common, select->items[i].expr->type);
+    }
+    if (common.kind == TypeKind::Null) continue;
+    for (Select* select : query.selects) {
+      Expr*& item = select->items[i].expr;
+      const bool nullable = item->type.nullable;
+      item = Coerce(item, common);
+      item->type.nullable = nullable;
+    }
+  }
+}
+
+void Binder::CheckInto(const Query& query) {
+  const Select& select = *query.selects[0];
+  if (!select.has_into) return;
+  const TextView table = select.into.object.text;
+  TextMap<std::size_t> seen;
+  for (std::size_t i = 0; i < select.items.size(); ++i) {
+    const SelectItem& item = select.items[i];
+    if (item.name.empty()) throw errors::ColumnNameMissing(i + 1, At(item.expr->offset));
+    if (!seen.emplace(FoldText(item.name), i).second) {
+      throw errors::DuplicateColumn(item.name, table, At(item.expr->offset));
+    }
+  }
+  if (FindTable(select.into) != nullptr) {
+    throw errors::ObjectExists(table, At(select.into.object.offset));
+  }
+  static_cast<void>(RequireDatabase(select.into));
+}
+
+std::vector<std::int32_t> Binder::BindInsertColumns(const Table& table,
+                                                    std::span<const Name> columns) {
+  std::vector<std::int32_t> indexes;
+  for (const Name& column : columns) {
+    const std::int32_t index = table.FindColumn(column.text);
+    if (index < 0) throw errors::InvalidColumn(column.text, At(column.offset));
+    if (std::find(indexes.begin(), indexes.end(), index) != indexes.end()) {
+      throw errors::ColumnTwice(column.text, At(column.offset));
+    }
+    indexes.push_back(index);
+  }
+  if (columns.empty()) {
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+      indexes.push_back(static_cast<std::int32_t>(i));
+    }
+  }
+  return indexes;
+}
+
+void Binder::StoreColumns(Query& query, const Table& table,
+                          const std::vector<std::int32_t>& columns) {
+  for (Select* select : query.selects) {
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      const Type& type = table.columns[static_cast<std::size_t>(columns[i])].type;
+      select->items[i].expr = Coerce(select->items[i].expr, type, Conversion::Store);
+    }
+  }
+}
+
+Source* Binder::BindModification(Statement& statement, std::vector<std::int32_t>& columns) {
+  Scope scope;
+  Source* target = nullptr;
+  if (statement.from != nullptr) {
+    BindFrom(*statement.from, scope);
+    const bool bare = statement.target.database.text.empty();
+    for (Source* source : scope.sources) {
+      const bool named = EqualText(source->exposed, statement.target.object.text) &&
+                         (bare || (source->table != nullptr && !source->aliased));
+      if (named && target == nullptr) target = source;
+    }
+  }
+  if (target == nullptr) {
+    // The target need not stand in FROM: it joins every row, and WHERE picks.
+    From* own = arena_.Make<From>();
+    own->table = statement.target;
+    BindTableSource(*own, scope);
+    target = own->source;
+    if (statement.from == nullptr) {
+      statement.from = own;
+    } else {
+      From* cross = arena_.Make<From>();
+      cross->kind = FromKind::Cross;
+      cross->left = own;
+      cross->right = statement.from;
+      statement.from = cross;
+    }
+  }
+  if (target->table == nullptr || target->table->kind != TableKind::Table) {
+    throw errors::NotUpdatable(statement.target.object.text, At(statement.target.object.offset));
+  }
+  scope.clause = Scope::Clause::Where;
+  if (statement.where != nullptr) BindPredicate(*statement.where, scope);
+  for (Assignment& assignment : statement.assignments) {
+    const Name& column = assignment.column;
+    const std::int32_t index = target->table->FindColumn(column.text);
+    if (index < 0) throw errors::InvalidColumn(column.text, At(column.offset));
+    if (std::find(columns.begin(), columns.end(), index) != columns.end()) {
+      throw errors::ColumnTwice(column.text, At(column.offset));
+    }
+    const Type& type = target->table->columns[static_cast<std::size_t>(index)].type;
+    assignment.value = Coerce(Bind(assignment.value, scope), type, Conversion::Store);
+    columns.push_back(index);
+  }
+  return target;
+}
+
+}  // namespace ledgerwick::tsql

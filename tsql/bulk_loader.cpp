@@ -1,0 +1,122 @@
+#include "tsql/bulk_loader.h"
+
+#include <vector>
+
+#include "tsql/convert.h"
+#include "tsql/datetime.h"
+#include "tsql/errors.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+class Loader final : public BulkLoader {
+ public:
+  Loader(Storage& storage, std::vector<const TableColumn*> columns, const std::string& sql)
+      : storage_(storage),
+        columns_(std::move(columns)),
+        transaction_(storage),
+        statement_(storage.Prepare(sql)) {}
+
+  void Row(std::span<const Value> values) override {
+    try {
+      for (std::size_t i = 0; i < columns_.size(); ++i) {
+        Bind(static_cast<int>(i + 1), values[i], *columns_[i]);
+      }
+      storage_.Step(statement_.get());
+    } catch (const SqlError& error) {
+      throw ToDatabaseError(error);
+    }
+    sqlite3_reset(statement_.get());
+  }
+
+  void Finish() override {
+    try {
+      statement_.reset();
+      transaction_.Commit();
+    } catch (const SqlError& error) {
+      throw ToDatabaseError(error);
+    }
+  }
+
+ private:
+  void Bind(int index, const Value& value, const TableColumn& column) {
+    const TypeKind kind = column.type.kind;
+    sqlite3_stmt* statement = statement_.get();
+    if (value.IsEmpty() || value.IsNull()) {
+      if (column.is_row_number) throw errors::NullNotAllowed(column.name, {}, true);
+      sqlite3_bind_null(statement, index);
+    } else if (IsText(kind)) {
+      BindText(index, value, column);
+    } else if (IsDate(kind)) {
+      const auto* date = value.If<Date>();
+      sqlite3_bind_int64(statement, index,
+                         date != nullptr ? DateTimeFromDate(*date) : ParseDateTime(value.ToText()));
+    } else if (IsInteger(kind)) {
+      sqlite3_bind_int64(statement, index, Integer(value, kind));
+    } else {
+      sqlite3_bind_double(statement, index, Fraction(value, column.type));
+    }
+  }
+
+  void BindText(int index, const Value& value, const TableColumn& column) {
+    Text text = value.ToText();
+    const std::int32_t length = column.type.length;
+    const std::size_t size = IsUnicode(column.type.kind) ? text.size() : AnsiLength(text);
+    if (length != kMaxLength && size > static_cast<std::size_t>(length)) throw errors::Truncated();
+    if (column.type.kind == TypeKind::Char || column.type.kind == TypeKind::NChar) {
+      text.append(static_cast<std::size_t>(length) - size, u' ');
+    }
+    const std::string utf8 = ToUtf8(text);
+    sqlite3_bind_text64(statement_.get(), index, utf8.data(), utf8.size(), SQLITE_TRANSIENT,
+                        SQLITE_UTF8);
+  }
+
+  static std::int64_t Integer(const Value& value, TypeKind kind) {
+    if (const auto* b = value.If<bool>()) return *b ? 1 : 0;
+    if (const auto* i = value.If<std::int64_t>()) return ToInteger(*i, kind);
+    if (const auto* d = value.If<double>()) return ToInteger(*d, kind);
+    if (kind == TypeKind::Bit) return ParseBit(value.ToText(), "varchar") ? 1 : 0;
+    return ParseInteger(value.ToText(), kind, "varchar");
+  }
+
+  static double Fraction(const Value& value, const Type& type) {
+    double number = 0;
+    if (const auto* i = value.If<std::int64_t>()) {
+      number = static_cast<double>(*i);
+    } else if (const auto* d = value.If<double>()) {
+      number = *d;
+    } else {
+      number = ParseFloat(value.ToText(), "varchar");
+    }
+    if (type.kind == TypeKind::Money) return ToMoney(number);
+    return type.kind == TypeKind::Decimal ? ToDecimal(number, type.precision, type.scale) : number;
+  }
+
+  Storage& storage_;
+  std::vector<const TableColumn*> columns_;
+  Transaction transaction_;
+  SqliteStatement statement_;
+};
+
+}  // namespace
+
+std::unique_ptr<BulkLoader> NewBulkLoader(Storage& storage, Catalogue& catalogue, TextView table,
+                                          std::span<const Text> columns) {
+  catalogue.Refresh();
+  const Table* target = catalogue.Find(DatabaseId::Main, {}, table);
+  if (target == nullptr || target->kind != TableKind::Table) throw errors::InvalidObject(table, {});
+  std::string names;
+  std::string marks;
+  std::vector<const TableColumn*> targets;
+  for (const Text& column : columns) {
+    const std::int32_t index = target->FindColumn(column);
+    if (index < 0) throw errors::InvalidColumn(column, {});
+    targets.push_back(&target->columns[static_cast<std::size_t>(index)]);
+    names += (names.empty() ? "" : ", ") + targets.back()->sql;
+    marks += marks.empty() ? "?" : ", ?";
+  }
+  const std::string sql = "INSERT INTO " + target->sql + " (" + names + ") VALUES (" + marks + ")";
+  return std::make_unique<Loader>(storage, std::move(targets), sql);
+}
+
+}  // namespace ledgerwick::tsql

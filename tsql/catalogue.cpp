@@ -1,0 +1,197 @@
+#include "tsql/catalogue.h"
+
+#include "tsql/errors.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+struct SystemColumn {
+  const char* name;
+  Type type;
+};
+
+Type TextType(TypeKind kind, std::int32_t length) {
+  Type type;
+  type.kind = kind;
+  type.length = length;
+  type.nullable = false;
+  return type;
+}
+
+// A table of the system's, read from SQLite's own catalogue.
+std::unique_ptr<Table> SystemTable(DatabaseId database, const char* name, const std::string& query,
+                                   const std::vector<SystemColumn>& columns) {
+  auto table = std::make_unique<Table>();
+  table->kind = TableKind::System;
+  table->database = database;
+  table->name = FromUtf8(name);
+  table->sql = "(" + query + ")";
+  for (const SystemColumn& column : columns) {
+    const auto index = static_cast<std::int32_t>(table->columns.size());
+    table->columns.push_back(
+        {FromUtf8(column.name), QuoteIdentifier(column.name), column.type, {}});
+    table->column_by_name.emplace(FoldText(table->columns.back().name), index);
+  }
+  return table;
+}
+
+// Every user table and view: name and whether it is a table.
+std::string ObjectsQuery(DatabaseId database) {
+  const std::string schema = SchemaName(database);
+  return "SELECT name, 1 AS is_table FROM " + schema +
+         ".sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite!_%' ESCAPE '!' AND name "
+         "NOT LIKE 'ledgerwick!_%' ESCAPE '!' UNION ALL SELECT name, 0 FROM " +
+         schema + "." + kModulesTable + " WHERE kind = 'V'";
+}
+
+std::unique_ptr<Table> SysObjects(DatabaseId database) {
+  return SystemTable(database, "sysobjects",
+                     "SELECT name, CASE is_table WHEN 1 THEN 'U ' ELSE 'V ' END AS xtype, CASE "
+                     "is_table WHEN 1 THEN 'U ' ELSE 'V ' END AS type FROM (" +
+                         ObjectsQuery(database) + ")",
+                     {{"name", TextType(TypeKind::NVarChar, 128)},
+                      {"xtype", TextType(TypeKind::Char, 2)},
+                      {"type", TextType(TypeKind::Char, 2)}});
+}
+
+std::unique_ptr<Table> SchemaTables(DatabaseId database, const Text& database_name) {
+  return SystemTable(
+      database, "TABLES",
+      "SELECT " + QuoteLiteral(ToUtf8(database_name)) +
+          " AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, name AS TABLE_NAME, CASE is_table WHEN 1 THEN "
+          "'BASE TABLE' ELSE 'VIEW' END AS TABLE_TYPE FROM (" +
+          ObjectsQuery(database) + ")",
+      {{"TABLE_CATALOG", TextType(TypeKind::NVarChar, 128)},
+       {"TABLE_SCHEMA", TextType(TypeKind::NVarChar, 128)},
+       {"TABLE_NAME", TextType(TypeKind::NVarChar, 128)},
+       {"TABLE_TYPE", TextType(TypeKind::VarChar, 10)}});
+}
+
+}  // namespace
+
+std::int32_t Table::FindColumn(TextView column) const {
+  constexpr std::size_t kUsual = 128;
+  const auto find = [&](TextView folded) {
+    const auto found = column_by_name.find(folded);
+    return found == column_by_name.end() ? -1 : found->second;
+  };
+  if (column.size() > kUsual) return find(FoldText(column));
+  std::array<char16_t, kUsual> folded;
+  for (std::size_t i = 0; i < column.size(); ++i) folded[i] = FoldChar(column[i]);
+  return find({folded.data(), column.size()});
+}
+
+Catalogue::Catalogue(sqlite3* db, Text main_name) : db_(db), main_name_(std::move(main_name)) {}
+
+SqliteStatement Catalogue::Prepare(const std::string& sql) {
+  sqlite3_stmt* statement = nullptr;
+  const int size = static_cast<int>(sql.size());
+  if (sqlite3_prepare_v2(db_, sql.c_str(), size, &statement, nullptr) != SQLITE_OK) {
+    throw errors::Storage(sqlite3_errmsg(db_));
+  }
+  return SqliteStatement(statement);
+}
+
+std::int64_t Catalogue::SchemaVersion(DatabaseId database) {
+  SqliteStatement& query = version_queries_[static_cast<std::size_t>(database)];
+  if (!query) query = Prepare(std::string("PRAGMA ") + SchemaName(database) + ".schema_version");
+  const bool found = sqlite3_step(query.get()) == SQLITE_ROW;
+  const std::int64_t version = found ? sqlite3_column_int64(query.get(), 0) : -1;
+  sqlite3_reset(query.get());
+  if (!found) throw errors::Storage(sqlite3_errmsg(db_));
+  return version;
+}
+
+void Catalogue::Refresh() {
+  for (const DatabaseId database : {DatabaseId::Main, DatabaseId::Tempdb}) {
+    Cache& cache = caches_[static_cast<std::size_t>(database)];
+    const std::int64_t version = SchemaVersion(database);
+    if (cache.version == version) continue;
+    cache = Cache{};
+    cache.version = version;
+  }
+}
+
+std::optional<DatabaseId> Catalogue::FindDatabase(TextView name) const {
+  if (name.empty() || EqualText(name, main_name_)) return DatabaseId::Main;
+  if (EqualText(name, u"tempdb")) return DatabaseId::Tempdb;
+  return std::nullopt;
+}
+
+void Catalogue::LoadNames(DatabaseId database, Cache& cache) {
+  const SqliteStatement query = Prepare(ObjectsQuery(database));
+  while (sqlite3_step(query.get()) == SQLITE_ROW) {
+    const std::string name(ColumnText(query.get(), 0));
+    cache.names.emplace(FoldText(FromUtf8(name)), name);
+  }
+  cache.names_loaded = true;
+}
+
+const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name) {
+  Cache& cache = caches_[static_cast<std::size_t>(database)];
+  const bool information = EqualText(schema, u"INFORMATION_SCHEMA");
+  if (!schema.empty() && !information && !EqualText(schema, u"dbo") && !EqualText(schema, u"sys")) {
+    return nullptr;
+  }
+  const Text key = (information ? u"information_schema." : u"") + FoldText(name);
+  if (const auto found = cache.tables.find(key); found != cache.tables.end()) {
+    return found->second.get();
+  }
+  std::unique_ptr<Table> table;
+  if (information) {
+    const Text database_name = database == DatabaseId::Main ? main_name_ : Text(u"tempdb");
+    if (EqualText(name, u"TABLES")) table = SchemaTables(database, database_name);
+  } else if (EqualText(name, u"sysobjects")) {
+    table = SysObjects(database);
+  } else {
+    if (!cache.names_loaded) LoadNames(database, cache);
+    const auto stored = cache.names.find(key);
+    if (stored != cache.names.end()) {
+      table = LoadTable(database, stored->second);
+      if (table->columns.empty()) table = LoadView(database, key);
+    }
+  }
+  if (!table) return nullptr;
+  return cache.tables.emplace(key, std::move(table)).first->second.get();
+}
+
+std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::string& name) {
+  auto table = std::make_unique<Table>();
+  table->database = database;
+  table->name = FromUtf8(name);
+  table->sql = std::string(SchemaName(database)) + "." + QuoteIdentifier(name);
+  const SqliteStatement query = Prepare(std::string("PRAGMA ") + SchemaName(database) +
+                                        ".table_info(" + QuoteIdentifier(name) + ")");
+  while (sqlite3_step(query.get()) == SQLITE_ROW) {
+    const std::string column(ColumnText(query.get(), 1));
+    const std::string declaration(ColumnText(query.get(), 2));
+    TableColumn added{FromUtf8(column), QuoteIdentifier(column), ParseTypeName(declaration),
+                      std::string(ColumnText(query.get(), 4))};
+    added.is_row_number = declaration == kRowNumberType;
+    if (added.is_row_number) added.type.kind = TypeKind::Int;
+    added.type.nullable = sqlite3_column_int(query.get(), 3) == 0;
+    table->column_by_name.emplace(FoldText(added.name),
+                                  static_cast<std::int32_t>(table->columns.size()));
+    table->columns.push_back(std::move(added));
+  }
+  return table;
+}
+
+std::unique_ptr<Table> Catalogue::LoadView(DatabaseId database, TextView folded) {
+  const SqliteStatement query =
+      Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
+              kModulesTable + " WHERE kind = 'V'");
+  while (sqlite3_step(query.get()) == SQLITE_ROW) {
+    const Text name = FromUtf8(ColumnText(query.get(), 0));
+    if (FoldText(name) != folded) continue;
+    auto view = std::make_unique<Table>();
+    view->kind = TableKind::View;
+    view->database = database;
+    view->name = name;
+    view->definition = FromUtf8(ColumnText(query.get(), 1));
+    return view;
+  }
+  return nullptr;
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,100 @@
+// What tables and views there are, with their columns' declared types.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "frame/text.h"
+#include "tsql/sqlite.h"
+#include "tsql/types.h"
+
+namespace ledgerwick::tsql {
+
+// The two databases of a connection.
+enum class DatabaseId : std::uint8_t { Main, Tempdb };
+
+// The name under which SQLite has the database attached.
+constexpr const char* SchemaName(DatabaseId id) noexcept {
+  return id == DatabaseId::Main ? "main" : "tempdb";
+}
+
+// The table that keeps the text of views; hidden from queries.
+inline constexpr const char* kModulesTable = "ledgerwick_modules";
+
+// Lets a map keyed by Text be searched with a view.
+struct TextHash {
+  using is_transparent = void;
+  std::size_t operator()(TextView text) const noexcept { return std::hash<TextView>()(text); }
+};
+template <typename T>
+using TextMap = std::unordered_map<Text, T, TextHash, std::equal_to<>>;
+
+// How a column is declared that is the storage's own row number. It is an int in T-SQL.
+inline constexpr const char* kRowNumberType = "INTEGER";
+
+struct TableColumn {
+  Text name;
+  std::string sql;  // the name as an SQLite identifier
+  Type type;
+  std::string default_sql;     // empty where there is none
+  bool is_row_number = false;  // an int that is the primary key: the storage's own row number
+};
+
+enum class TableKind : std::uint8_t { Table, View, System };
+
+struct Table {
+  TableKind kind = TableKind::Table;
+  DatabaseId database = DatabaseId::Main;
+  Text name;
+  std::string sql;  // what stands for it in an SQLite FROM clause
+  std::vector<TableColumn> columns;
+  TextMap<std::int32_t> column_by_name;  // keyed by the folded name
+  Text definition;                       // a view's CREATE VIEW statement
+
+  // The column's index, or -1.
+  std::int32_t FindColumn(TextView column) const;
+};
+
+// Reads the catalogue of one connection as it is asked for and keeps it until another connection or
+// a statement of this one changes the schema.
+class Catalogue {
+ public:
+  // `main_name` is the name by which statements may call the main database.
+  Catalogue(sqlite3* db, Text main_name);
+
+  // Forgets what has become stale. Tables that were found before stay valid until then. Throws
+  // SqlError when the storage cannot be read.
+  void Refresh();
+
+  // The database that `name` (possibly empty) stands for; nothing for an unknown one.
+  std::optional<DatabaseId> FindDatabase(TextView name) const;
+
+  // The table or view of that name, or nullptr. `schema` is as written: empty, dbo, sys or
+  // INFORMATION_SCHEMA.
+  const Table* Find(DatabaseId database, TextView schema, TextView name);
+
+ private:
+  struct Cache {
+    std::int64_t version = -1;
+    bool names_loaded = false;
+    TextMap<std::string> names;  // folded name -> name as stored
+    TextMap<std::unique_ptr<Table>> tables;
+  };
+
+  std::int64_t SchemaVersion(DatabaseId database);
+  void LoadNames(DatabaseId database, Cache& cache);
+  std::unique_ptr<Table> LoadTable(DatabaseId database, const std::string& name);
+  std::unique_ptr<Table> LoadView(DatabaseId database, TextView folded);
+  SqliteStatement Prepare(const std::string& sql);
+
+  sqlite3* db_;
+  Text main_name_;
+  std::array<Cache, 2> caches_;
+  std::array<SqliteStatement, 2> version_queries_;
+};
+
+}  // namespace ledgerwick::tsql

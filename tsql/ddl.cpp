@@ -1,0 +1,203 @@
+// Statements that change the schema.
+#include <algorithm>
+
+#include "tsql/emitter.h"
+#include "tsql/interpreter.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+std::string KeySql(std::span<const KeyColumn> columns, const Table* table) {
+  std::string sql = "(";
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (i > 0) sql += ", ";
+    const std::int32_t index = table == nullptr ? -1 : table->FindColumn(columns[i].name.text);
+    sql += index >= 0 ? table->columns[static_cast<std::size_t>(index)].sql
+                      : QuoteIdentifier(ToUtf8(columns[i].name.text));
+    if (columns[i].descending) sql += " DESC";
+  }
+  return sql + ")";
+}
+
+// A column that a PRIMARY KEY names admits no null, whatever its definition says.
+bool IsKeyColumn(const Statement& statement, const ColumnDefinition& column) {
+  return std::any_of(statement.keys.begin(), statement.keys.end(), [&](const TableKey& key) {
+    return key.primary &&
+           std::any_of(key.columns.begin(), key.columns.end(), [&](const KeyColumn& k) {
+             return EqualText(k.name.text, column.name.text);
+           });
+  });
+}
+
+// An int that alone is the primary key.
+bool IsRowNumber(const Statement& statement, const ColumnDefinition& column) {
+  if (column.type.kind != TypeKind::Int) return false;
+  if (column.primary_key) return true;
+  return std::any_of(statement.keys.begin(), statement.keys.end(), [&](const TableKey& key) {
+    return key.primary && key.columns.size() == 1 && !key.columns[0].descending &&
+           EqualText(key.columns[0].name.text, column.name.text);
+  });
+}
+
+// SQLite's index names are unique in a database, T-SQL's in a table.
+std::string IndexName(const Table& table, TextView index) {
+  return ToUtf8(table.name) + "." + ToUtf8(FoldText(index));
+}
+
+}  // namespace
+
+void Interpreter::CreateTable(Statement& statement) {
+  Binder binder = NewBinder();
+  const ObjectName& name = statement.target;
+  const DatabaseId database = binder.RequireDatabase(name);
+  if (binder.FindTable(name) != nullptr) {
+    throw errors::ObjectExists(name.object.text, binder.At(name.object.offset));
+  }
+  std::string sql = std::string("CREATE TABLE ") + SchemaName(database) + "." +
+                    QuoteIdentifier(ToUtf8(name.object.text)) + " (";
+  TextMap<bool> seen;
+  bool has_row_number = false;
+  for (const ColumnDefinition& column : statement.definitions) {
+    if (!seen.emplace(FoldText(column.name.text), true).second) {
+      throw errors::DuplicateColumn(column.name.text, name.object.text,
+                                    binder.At(column.name.offset));
+    }
+    if (seen.size() > 1) sql += ", ";
+    Type type = column.type;
+    if (IsText(type.kind) && type.length == 0) type.length = 1;
+    if (IsKeyColumn(statement, column)) type.nullable = false;
+    const std::string column_name = ToUtf8(column.name.text);
+    if (IsRowNumber(statement, column)) {
+      sql += QuoteIdentifier(column_name) + " " + kRowNumberType + " PRIMARY KEY NOT NULL";
+      has_row_number = true;
+      continue;
+    }
+    sql += ColumnDeclaration(column_name, type);
+    if (column.primary_key) sql += " PRIMARY KEY";
+    if (column.unique) sql += " UNIQUE";
+    if (column.default_value != nullptr) {
+      sql += " DEFAULT (" + EmitToString(*binder.BindValue(column.default_value, type)) + ")";
+    }
+  }
+  for (const TableKey& key : statement.keys) {
+    for (const KeyColumn& column : key.columns) {
+      if (!seen.contains(FoldText(column.name.text))) {
+        throw errors::InvalidColumn(column.name.text, binder.At(column.name.offset));
+      }
+    }
+    if (key.primary && has_row_number) continue;  // stands with its column
+    sql += std::string(", ") + (key.primary ? "PRIMARY KEY " : "UNIQUE ") +
+           KeySql(key.columns, nullptr);
+  }
+  storage_.Execute(sql + ")");
+}
+
+void Interpreter::CreateIndex(Statement& statement) {
+  Binder binder = NewBinder();
+  const Table& table = binder.RequireTable(statement.target);
+  for (const KeyColumn& column : statement.key_columns) {
+    if (table.FindColumn(column.name.text) < 0) {
+      throw errors::InvalidColumn(column.name.text, binder.At(column.name.offset));
+    }
+  }
+  const std::string index = IndexName(table, statement.index.text);
+  const SqliteStatement existing =
+      storage_.Prepare(std::string("SELECT 1 FROM ") + SchemaName(table.database) +
+                       ".sqlite_schema WHERE type = 'index' AND name = " + QuoteLiteral(index));
+  if (storage_.Step(existing.get())) {
+    throw errors::IndexExists(statement.index.text, table.name, binder.At(statement.index.offset));
+  }
+  storage_.Execute(std::string("CREATE ") + (statement.unique ? "UNIQUE " : "") + "INDEX " +
+                   SchemaName(table.database) + "." + QuoteIdentifier(index) + " ON " +
+                   QuoteIdentifier(ToUtf8(table.name)) + " " +
+                   KeySql(statement.key_columns, &table));
+}
+
+// A view is kept as its text; whoever reads it binds it afresh.
+void Interpreter::CreateView(Statement& statement) {
+  Binder binder = NewBinder();
+  const ObjectName& name = statement.target;
+  if (binder.FindTable(name) != nullptr) {
+    throw errors::ObjectExists(name.object.text, binder.At(name.object.offset));
+  }
+  Query& query = *statement.query;
+  binder.BindQuery(query);
+  std::vector<TextView> names(query.names.begin(), query.names.end());
+  if (!statement.columns.empty()) {
+    if (statement.columns.size() != names.size()) {
+      throw errors::ColumnListLength(name.object.text, statement.columns.size() > names.size(),
+                                     binder.At(name.object.offset));
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) names[i] = statement.columns[i].text;
+  }
+  TextMap<bool> seen;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (names[i].empty()) {
+      throw errors::ViewColumnNameMissing(i + 1, binder.At(query.offset));
+    }
+    if (!seen.emplace(FoldText(names[i]), true).second) {
+      throw errors::DuplicateColumn(names[i], name.object.text, binder.At(name.object.offset));
+    }
+  }
+  const std::string text = ToUtf8(statement.text);
+  SaveView(binder.RequireDatabase(name), ToUtf8(name.object.text), &text);
+}
+
+// Adds the view, or removes it without a definition.
+void Interpreter::SaveView(DatabaseId database, const std::string& name,
+                           const std::string* definition) {
+  const std::string schema = SchemaName(database);
+  const std::string modules = schema + "." + kModulesTable;
+  Transaction transaction(storage_);
+  if (definition != nullptr) {
+    storage_.Execute("INSERT INTO " + modules + " VALUES (" + QuoteLiteral(name) + ", 'V', " +
+                     QuoteLiteral(*definition) + ")");
+  } else {
+    storage_.Execute("DELETE FROM " + modules +
+                     " WHERE kind = 'V' AND name = " + QuoteLiteral(name));
+  }
+  // Tells every connection that its catalogue is stale.
+  storage_.Execute("CREATE TABLE " + schema + ".ledgerwick_change (x)");
+  storage_.Execute("DROP TABLE " + schema + ".ledgerwick_change");
+  transaction.Commit();
+}
+
+void Interpreter::Drop(const ObjectName& name, StatementKind kind) {
+  if (kind == StatementKind::DropIndex) {
+    DropIndex(name);
+    return;
+  }
+  Binder binder = NewBinder();
+  const Table* table = binder.FindTable(name);
+  const bool view = kind == StatementKind::DropView;
+  if (table == nullptr || table->kind != (view ? TableKind::View : TableKind::Table)) {
+    throw errors::CannotDrop(view ? u"view" : u"table", name.object.text,
+                             binder.At(name.object.offset));
+  }
+  if (view) {
+    SaveView(table->database, ToUtf8(table->name), nullptr);
+  } else {
+    storage_.Execute("DROP TABLE " + table->sql);
+  }
+}
+
+void Interpreter::DropIndex(const ObjectName& name) {
+  Binder binder = NewBinder();
+  const ObjectName owner{name.database, {}, name.schema};
+  const Table* table = binder.FindTable(owner);
+  const SqliteStatement found =
+      table == nullptr
+          ? nullptr
+          : storage_.Prepare(std::string("SELECT 1 FROM ") + SchemaName(table->database) +
+                             ".sqlite_schema WHERE type = 'index' AND name = " +
+                             QuoteLiteral(IndexName(*table, name.object.text)));
+  if (!found || !storage_.Step(found.get())) {
+    throw errors::CannotDrop(u"index", Text(name.schema.text) + u"." + Text(name.object.text),
+                             binder.At(name.object.offset));
+  }
+  sqlite3_reset(found.get());
+  storage_.Execute(std::string("DROP INDEX ") + SchemaName(table->database) + "." +
+                   QuoteIdentifier(IndexName(*table, name.object.text)));
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,126 @@
+// Queries as SQLite's SQL.
+#include "tsql/emitter.h"
+#include "tsql/functions.h"
+#include "tsql/join_order.h"
+
+namespace ledgerwick::tsql {
+
+void Emitter::EmitQuery(const Query& query, bool named) {
+  const bool compound = query.selects.size() > 1;
+  for (std::size_t i = 0; i < query.selects.size(); ++i) {
+    if (i > 0) Raw(query.keeps_duplicates[i - 1] ? " UNION ALL " : " UNION ");
+    const Select& select = *query.selects[i];
+    // A limit belongs to its own select, which SQLite can only write in a subquery.
+    const bool wrapped = compound && select.has_top;
+    if (wrapped) Raw("SELECT * FROM (");
+    EmitSelect(select, named && i == 0, compound);
+    if (wrapped) Raw(" LIMIT ").Raw(std::to_string(select.top)).Raw(")");
+  }
+  EmitOrderBy(query);
+  if (!compound && query.selects[0]->has_top) {
+    Raw(" LIMIT ").Raw(std::to_string(query.selects[0]->top));
+  }
+}
+
+void Emitter::EmitSelect(const Select& select, bool named, bool compound) {
+  Raw(select.distinct ? "SELECT DISTINCT " : "SELECT ");
+  for (std::size_t i = 0; i < select.items.size(); ++i) {
+    if (i > 0) Raw(", ");
+    EmitItem(select, select.items[i], compound);
+    if (named) Raw(" AS c").Raw(std::to_string(i + 1));
+  }
+  EmitFromWhere(select.from, select.where);
+  for (std::size_t i = 0; i < select.group_by.size(); ++i) {
+    Raw(i == 0 ? " GROUP BY " : ", ");
+    EmitCollated(*select.group_by[i]);
+  }
+  if (select.having != nullptr) {
+    Raw(" HAVING ");
+    EmitExpr(*select.having);
+  }
+}
+
+void Emitter::EmitItem(const Select& select, const SelectItem& item, bool compound) {
+  // Where rows are compared, texts that differ in case or trailing blanks are one.
+  if (select.distinct || compound) {
+    EmitCollated(*item.expr);
+  } else {
+    EmitExpr(*item.expr);
+  }
+}
+
+void Emitter::EmitOrderBy(const Query& query) {
+  for (std::size_t i = 0; i < query.order_by.size(); ++i) {
+    const OrderItem& item = query.order_by[i];
+    Raw(i == 0 ? " ORDER BY " : ", ");
+    if (item.ordinal == 0) {
+      EmitCollated(*item.expr);
+    } else {
+      Raw(std::to_string(item.ordinal));
+      const Type& type =
+          query.types.empty()
+              ? query.selects[0]->items[static_cast<std::size_t>(item.ordinal) - 1].expr->type
+              : query.types[static_cast<std::size_t>(item.ordinal) - 1];
+      if (IsText(type.kind)) Raw(" COLLATE ").Raw(kCollation);
+    }
+    if (item.descending) Raw(" DESC");
+  }
+}
+
+void Emitter::EmitFromWhere(const From* from, const Expr* where) {
+  std::vector<const Expr*> conditions;
+  if (from != nullptr) {
+    const JoinPlan plan = PlanJoins(*from, where);
+    conditions = plan.conditions;
+    for (std::size_t i = 0; i < plan.steps.size(); ++i) {
+      const JoinStep& step = plan.steps[i];
+      Raw(i == 0 ? " FROM " : step.left ? " LEFT JOIN " : " JOIN ");
+      EmitJoinTree(*step.from);
+      for (std::size_t k = 0; k < step.on.size(); ++k) {
+        Raw(k == 0 ? " ON " : " AND ");
+        EmitExpr(*step.on[k]);
+      }
+    }
+  } else if (where != nullptr) {
+    conditions.push_back(where);
+  }
+  if (conditions.empty()) return;
+  Raw(" WHERE ");
+  std::vector<Expr*> terms;
+  terms.reserve(conditions.size());
+  for (const Expr* condition : conditions) terms.push_back(const_cast<Expr*>(condition));
+  EmitConnective(terms, " AND ");
+}
+
+void Emitter::EmitJoinTree(const From& from) {
+  if (from.kind == FromKind::Table || from.kind == FromKind::Derived) {
+    EmitLeaf(from);
+    return;
+  }
+  const bool turned = from.kind == FromKind::Right;
+  Raw("(");
+  EmitJoinTree(turned ? *from.right : *from.left);
+  Raw(from.kind == FromKind::Full             ? " FULL JOIN "
+      : turned || from.kind == FromKind::Left ? " LEFT JOIN "
+                                              : " JOIN ");
+  EmitJoinTree(turned ? *from.left : *from.right);
+  if (from.on != nullptr) {
+    Raw(" ON ");
+    EmitExpr(*from.on);
+  }
+  Raw(")");
+}
+
+void Emitter::EmitLeaf(const From& from) {
+  const Source& source = *from.source;
+  if (source.query != nullptr) {
+    Raw("(");
+    EmitQuery(*source.query, true);
+    Raw(")");
+  } else {
+    Raw(source.table->sql);
+  }
+  Raw(" AS s").Raw(std::to_string(source.id));
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,68 @@
+// A bound tree as SQLite's SQL.
+#pragma once
+
+#include <string>
+
+#include "tsql/ast.h"
+#include "tsql/binder.h"
+
+namespace ledgerwick::tsql {
+
+// Writes SQLite SQL from a tree that the binder has passed. It decides nothing about names and
+// types.
+class Emitter {
+ public:
+  // A query whose result columns stand in order; `named` calls them c1, c2, ….
+  void EmitQuery(const Query& query, bool named = false);
+
+  void EmitExpr(const Expr& expr);
+
+  // FROM and WHERE of a statement, with a blank before each; nothing without `from`.
+  void EmitFromWhere(const From* from, const Expr* where);
+
+  Emitter& Raw(std::string_view sql) {
+    out_ += sql;
+    return *this;
+  }
+  std::string Take() { return std::move(out_); }
+
+ private:
+  // Queries (emit_query.cpp)
+  void EmitSelect(const Select& select, bool named, bool compound);
+  void EmitItem(const Select& select, const SelectItem& item, bool compound);
+  void EmitOrderBy(const Query& query);
+  void EmitLeaf(const From& from);
+  void EmitJoinTree(const From& from);
+
+  // Expressions (emitter.cpp)
+  void EmitNumber(const Expr& expr);
+  void EmitString(TextView text);
+  void EmitColumn(const Expr& expr);
+  void EmitArithmetic(const Expr& expr);
+  void EmitDivision(const Expr& expr);
+  void EmitConnective(std::span<Expr* const> terms, std::string_view word);
+  void EmitCompare(const Expr& expr);
+  void EmitCase(const Expr& expr);
+  void EmitIn(const Expr& expr);
+  void EmitLike(const Expr& expr);
+  void EmitScalar(const Expr& expr);
+  void EmitFunction(const Expr& expr);
+  void EmitAggregate(const Expr& expr);
+  void EmitCall(std::string_view function, std::span<Expr* const> args);
+  void EmitCollated(const Expr& expr);  // with the collation where it would not apply by itself
+
+  // Conversions (emit_conversion.cpp)
+  void EmitConvert(const Expr& expr);
+  void ConvertToText(const Expr& expr);
+  void ConvertToInteger(const Expr& expr);
+  void ConvertToFraction(const Expr& expr);
+  void ConvertToDate(const Expr& expr);
+  void CutText(const Expr& expr);
+
+  std::string out_;
+};
+
+// The SQL of one expression.
+std::string EmitToString(const Expr& expr);
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,120 @@
+#include "tsql/errors.h"
+
+#include <utility>
+
+namespace ledgerwick::tsql {
+namespace {
+
+// Severities: mistakes in the text are 15, all others that a user can mend 16.
+constexpr std::int32_t kSyntax = 15;
+constexpr std::int32_t kUser = 16;
+constexpr std::int32_t kLeastResourceSeverity = 17;
+
+std::string Quoted(TextView text) { return "'" + ToUtf8(text) + "'"; }
+
+// The result code that ADO gives for the server's error.
+std::int32_t ResultCode(const SqlError& error) {
+  switch (error.number) {
+    case 208:
+    case 3701:
+      return kErrorNoTable;
+    case 220:
+    case 232:
+    case 244:
+    case 248:
+    case 517:
+    case 535:
+    case 3623:
+    case 8115:
+    case 8134:
+    case 8152:
+      return kErrorArithmetic;
+    case 235:
+    case 241:
+    case 242:
+    case 245:
+    case 8114:
+      return kErrorConversion;
+    case 515:
+    case 547:
+    case 2601:
+    case 2627:
+      return kErrorIntegrity;
+    default:
+      return error.severity >= kLeastResourceSeverity ? kErrorFailed : kErrorSyntaxOrAccess;
+  }
+}
+
+}  // namespace
+
+DatabaseError ToDatabaseError(const SqlError& error) {
+  DatabaseError result(ResultCode(error), u"Ledgerwick", FromUtf8(error.message));
+  result.native = error.number;
+  result.line = error.position.line;
+  result.column = error.position.column;
+  return result;
+}
+
+namespace errors {
+
+SqlError IncorrectSyntax(TextView near, Position at) {
+  return {102, kSyntax, "Incorrect syntax near " + Quoted(near) + ".", at};
+}
+
+SqlError UnclosedQuote(TextView text, Position at) {
+  return {105, kSyntax, "Unclosed quotation mark after the character string " + Quoted(text) + ".",
+          at};
+}
+
+SqlError MissingEndComment(Position at) {
+  return {113, kSyntax, "Missing end comment mark '*/'.", at};
+}
+
+SqlError IncorrectSyntaxKeyword(TextView keyword, Position at) {
+  return {156, kSyntax, "Incorrect syntax near the keyword " + Quoted(keyword) + ".", at};
+}
+
+SqlError InvalidColumn(TextView name, Position at) {
+  return {207, kUser, "Invalid column name " + Quoted(name) + ".", at};
+}
+
+SqlError InvalidObject(TextView name, Position at) {
+  return {208, kUser, "Invalid object name " + Quoted(name) + ".", at};
+}
+
+SqlError AmbiguousColumn(TextView name, Position at) {
+  return {209, kUser, "Ambiguous column name " + Quoted(name) + ".", at};
+}
+
+SqlError DateConversion() {
+  return {241, kUser, "Conversion failed when converting date and/or time from character string."};
+}
+
+SqlError DateOutOfRange() {
+  return {242, kUser,
+          "The conversion of a varchar data type to a datetime data type resulted in an "
+          "out-of-range value."};
+}
+
+SqlError TextToInteger(TextView type, TextView value, TextView target) {
+  return {245, kUser,
+          "Conversion failed when converting the " + ToUtf8(type) + " value " + Quoted(value) +
+              " to data type " + ToUtf8(target) + "."};
+}
+
+SqlError Overflow(TextView target) {
+  return {8115, kUser,
+          "Arithmetic overflow error converting expression to data type " + ToUtf8(target) + "."};
+}
+
+SqlError ConvertDataType(TextView source, TextView target) {
+  return {8114, kUser,
+          "Error converting data type " + ToUtf8(source) + " to " + ToUtf8(target) + "."};
+}
+
+SqlError DivideByZero() { return {8134, kUser, "Divide by zero error encountered."}; }
+
+SqlError Truncated() { return {8152, kUser, "String or binary data would be truncated."}; }
+
+}  // namespace errors
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,91 @@
+#include "tsql/functions.h"
+
+#include <algorithm>
+#include <exception>
+#include <memory>
+#include <new>
+
+#include "tsql/collation.h"
+#include "tsql/function_table.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+constexpr std::int32_t kEngineSeverity = 17;
+
+// What a registered function finds behind its context.
+struct Registration {
+  const FunctionRow* row;
+  FunctionState* state;
+};
+
+// Exceptions must not pass through SQLite.
+void Invoke(sqlite3_context* context, int count, sqlite3_value** values) {
+  const auto& registration = *static_cast<Registration*>(sqlite3_user_data(context));
+  const FunctionRow& row = *registration.row;
+  for (int i = 0; i < std::min(row.null_arguments, count); ++i) {
+    if (sqlite3_value_type(values[i]) == SQLITE_NULL) return;  // the result is NULL already
+  }
+  try {
+    Call call(context, {values, static_cast<std::size_t>(count)});
+    row.function(call);
+  } catch (const SqlError& error) {
+    sqlite3_result_error(context, error.message.data(), static_cast<int>(error.message.size()));
+    registration.state->error = error;
+  } catch (const std::bad_alloc&) {
+    sqlite3_result_error_nomem(context);
+  } catch (const std::exception& error) {
+    sqlite3_result_error(context, error.what(), -1);
+  }
+}
+
+int Collate(void*, int size_a, const void* a, int size_b, const void* b) {
+  return CompareCollated({static_cast<const char*>(a), static_cast<std::size_t>(size_a)},
+                         {static_cast<const char*>(b), static_cast<std::size_t>(size_b)});
+}
+
+void Check(sqlite3* db, int result) {
+  if (result == SQLITE_OK) return;
+  throw SqlError(result, kEngineSeverity, sqlite3_errmsg(db));
+}
+
+void Register(sqlite3* db, const FunctionRow& row, FunctionState& state) {
+  const int flags =
+      SQLITE_UTF8 | SQLITE_INNOCUOUS | (row.purity == Purity::kPure ? SQLITE_DETERMINISTIC : 0);
+  for (int count = row.least_arguments; count <= row.most_arguments; ++count) {
+    auto registration = std::make_unique<Registration>(Registration{&row, &state});
+    // SQLite destroys the registration, also when it refuses the function.
+    Check(db, sqlite3_create_function_v2(db, row.name, count, flags, registration.release(), Invoke,
+                                         nullptr, nullptr, [](void* data) {
+                                           std::default_delete<Registration>()(
+                                               static_cast<Registration*>(data));
+                                         }));
+  }
+}
+
+}  // namespace
+
+std::string_view Call::Utf8(std::size_t i) const {
+  const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(arguments_[i]));
+  if (text == nullptr) throw std::bad_alloc();
+  return {text, static_cast<std::size_t>(sqlite3_value_bytes(arguments_[i]))};
+}
+
+const char* Call::Name(std::size_t i) const {
+  const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(arguments_[i]));
+  return text == nullptr ? "" : text;
+}
+
+void Call::Return(std::string_view text) {
+  sqlite3_result_text64(context_, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+}
+
+void RegisterFunctions(sqlite3* db, FunctionState& state) {
+  Check(db, sqlite3_create_collation_v2(db, kCollation, SQLITE_UTF8, nullptr, Collate, nullptr));
+  for (const auto table : {CheckFunctions(), ConversionFunctions(), DateFunctions(),
+                           NumberFunctions(), TextFunctions()}) {
+    for (const FunctionRow& row : table) Register(db, row, state);
+  }
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,36 @@
+// Functions that pass a value on or fail the statement.
+#include "tsql/function_table.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+// t_nonzero(x): x, unless it is zero: what a division may divide by.
+void NonZero(Call& call) {
+  const bool zero = call.IsInteger(0) ? call.Integer(0) == 0 : call.Real(0) == 0;
+  if (zero) throw errors::DivideByZero();
+  call.ReturnArgument(0);
+}
+
+// t_notnull(x, column, table): x, unless it is null. For the column that is the storage's row
+// number, which SQLite would invent.
+void NotNull(Call& call) {
+  if (call.IsNull(0)) {
+    throw errors::NullNotAllowed(FromUtf8(call.Utf8(1)), FromUtf8(call.Utf8(2)), true);
+  }
+  call.ReturnArgument(0);
+}
+
+// t_error_512(): a subquery gave more than one row.
+void TooManyRows(Call&) { throw errors::MoreThanOneRow(); }
+
+constexpr FunctionRow kFunctions[] = {
+    {"t_nonzero", 1, 1, 1, NonZero},
+    {"t_notnull", 3, 3, 0, NotNull},
+    {"t_error_512", 0, 0, 0, TooManyRows, Purity::kStaysInPlace},
+};
+
+}  // namespace
+
+std::span<const FunctionRow> CheckFunctions() { return kFunctions; }
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,121 @@
+// The conversions between types.
+#include <array>
+#include <string>
+
+#include "tsql/convert.h"
+#include "tsql/datetime.h"
+#include "tsql/errors.h"
+#include "tsql/function_table.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+// The integer type of that name.
+TypeKind TargetKind(const char* name) {
+  switch (*name) {
+    case 't':
+      return TypeKind::TinyInt;
+    case 's':
+      return TypeKind::SmallInt;
+    case 'b':
+      return name[1] == 'i' && name[2] == 't' ? TypeKind::Bit : TypeKind::BigInt;
+    default:
+      return TypeKind::Int;
+  }
+}
+
+int IntArgument(const Call& call, std::size_t i) { return static_cast<int>(call.Integer(i)); }
+
+// t_to_int(number, target)
+void NumberToInteger(Call& call) {
+  const TypeKind target = TargetKind(call.Name(1));
+  call.Return(call.IsInteger(0) ? ToInteger(call.Integer(0), target)
+                                : ToInteger(call.Real(0), target));
+}
+
+// t_str_to_int(text, target, source)
+void TextToIntegerType(Call& call) {
+  call.Return(ParseInteger(call.Utf8(0), TargetKind(call.Name(1)), call.Name(2)));
+}
+
+// t_str_to_bit(text, source)
+void TextToBit(Call& call) { call.Return(std::int64_t{ParseBit(call.Utf8(0), call.Name(1))}); }
+
+// t_str_to_float(text, source)
+void TextToFloat(Call& call) { call.Return(ParseFloat(call.Utf8(0), call.Name(1))); }
+
+// t_str_to_dec(text, precision, scale, source)
+void TextToDecimal(Call& call) {
+  call.Return(ParseDecimal(call.Utf8(0), IntArgument(call, 1), IntArgument(call, 2), call.Name(3)));
+}
+
+// t_to_dec(number, precision, scale)
+void NumberToDecimal(Call& call) {
+  call.Return(ToDecimal(call.Real(0), IntArgument(call, 1), IntArgument(call, 2)));
+}
+
+// t_str_to_money(text)
+void TextToMoney(Call& call) { call.Return(ParseMoney(call.Utf8(0))); }
+
+// t_to_money(number)
+void NumberToMoney(Call& call) { call.Return(ToMoney(call.Real(0))); }
+
+// t_str_to_dt(text), t_str_to_sdt(text)
+void TextToDateTime(Call& call) { call.Return(ParseDateTime(call.Utf8(0))); }
+void TextToSmallDateTime(Call& call) { call.Return(ParseSmallDateTime(call.Utf8(0))); }
+
+// t_dt_to_sdt(ms), t_num_to_dt(days), t_dt_to_num(ms)
+void DateTimeToSmall(Call& call) { call.Return(ToSmallDateTime(call.Integer(0))); }
+void NumberToDateTime(Call& call) { call.Return(DateTimeFromDays(call.Real(0))); }
+void DateTimeToNumber(Call& call) { call.Return(DaysFromDateTime(call.Integer(0))); }
+
+// t_int_to_str(number, length, target): what does not fit is a star, and an error for n-types.
+void IntegerToText(Call& call) {
+  const std::string digits = std::to_string(call.Integer(0));
+  const std::int64_t length = call.Integer(1);
+  if (length < 0 || digits.size() <= static_cast<std::size_t>(length)) return call.Return(digits);
+  const std::string_view target = call.Name(2);
+  if (target.starts_with('n')) throw errors::Overflow(Text(target.begin(), target.end()));
+  call.Return("*");
+}
+
+// t_float_to_str(number, style)
+void FloatToText(Call& call) { call.Return(FormatFloat(call.Real(0), IntArgument(call, 1))); }
+
+// t_dec_to_str(number, scale)
+void DecimalToText(Call& call) { call.Return(FormatDecimal(call.Real(0), IntArgument(call, 1))); }
+
+// t_money_to_str(number, style)
+void MoneyToText(Call& call) { call.Return(FormatMoney(call.Real(0), IntArgument(call, 1))); }
+
+// t_dt_to_str(ms, style, is_small)
+void DateTimeToText(Call& call) {
+  call.Return(FormatDateTime(call.Integer(0), IntArgument(call, 1), call.Integer(2) != 0));
+}
+
+constexpr auto kFunctions = std::to_array<FunctionRow>({
+    {"t_to_int", 2, 2, 1, NumberToInteger},
+    {"t_str_to_int", 3, 3, 1, TextToIntegerType},
+    {"t_str_to_bit", 2, 2, 1, TextToBit},
+    {"t_str_to_float", 2, 2, 1, TextToFloat},
+    {"t_str_to_dec", 4, 4, 1, TextToDecimal},
+    {"t_to_dec", 3, 3, 1, NumberToDecimal},
+    {"t_str_to_money", 1, 1, 1, TextToMoney},
+    {"t_to_money", 1, 1, 1, NumberToMoney},
+    {"t_str_to_dt", 1, 1, 1, TextToDateTime},
+    {"t_str_to_sdt", 1, 1, 1, TextToSmallDateTime},
+    {"t_dt_to_sdt", 1, 1, 1, DateTimeToSmall},
+    {"t_num_to_dt", 1, 1, 1, NumberToDateTime},
+    {"t_dt_to_num", 1, 1, 1, DateTimeToNumber},
+    {"t_int_to_str", 3, 3, 1, IntegerToText},
+    {"t_float_to_str", 2, 2, 1, FloatToText},
+    {"t_dec_to_str", 2, 2, 1, DecimalToText},
+    {"t_money_to_str", 2, 2, 1, MoneyToText},
+    {"t_dt_to_str", 3, 3, 2, DateTimeToText},
+});
+
+}  // namespace
+
+std::span<const FunctionRow> ConversionFunctions() { return kFunctions; }
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,117 @@
+// Tokens to a syntax tree. A construct that the dialect lacks is error 102 or 156 at its first
+// token.
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+#include <span>
+#include <vector>
+
+#include "tsql/arena.h"
+#include "tsql/ast.h"
+#include "tsql/lexer.h"
+
+namespace ledgerwick::tsql {
+
+// The statements of `batch`, whose text and `arena` outlive them. Throws SqlError with the position
+// of what could not be read.
+std::span<Statement*> ParseBatch(TextView batch, Arena& arena);
+
+// The grammar, one member for each rule. Rules of statements are in parse_statement.cpp, of queries
+// in parse_query.cpp, of expressions in parse_expression.cpp.
+class Parser {
+ public:
+  Parser(TextView batch, Arena& arena);
+
+  std::span<Statement*> Batch();
+
+ private:
+  // Tokens
+  const Token& Current() const noexcept { return tokens_[at_]; }
+  const Token& Ahead(std::size_t n) const noexcept;
+  void Advance() noexcept { ++at_; }
+  bool Is(Keyword keyword) const noexcept { return Current().keyword == keyword; }
+  bool Is(Symbol symbol) const noexcept { return Current().symbol == symbol; }
+  bool IsWord(TextView word) const noexcept;  // an identifier that is no reserved word
+  bool Accept(Keyword keyword) noexcept;
+  bool Accept(Symbol symbol) noexcept;
+  bool AcceptWord(TextView word) noexcept;
+  void Expect(Keyword keyword);
+  void Expect(Symbol symbol);
+  [[noreturn]] void Fail() const;  // at the current token
+  bool IsName() const noexcept;
+  Name ExpectName();
+  std::int64_t ExpectInteger();
+  Position At(std::uint32_t offset) const noexcept { return PositionOf(batch_, offset); }
+
+  // Statements
+  Statement* ParseStatement();
+  Statement* NewStatement(StatementKind kind);
+  Statement* Block();
+  Statement* If();
+  Statement* Insert();
+  Statement* Update();
+  Statement* Delete();
+  Statement* Truncate();
+  Statement* Create();
+  Statement* CreateTable();
+  Statement* CreateIndex(bool unique);
+  Statement* CreateView();
+  Statement* Drop();
+  Statement* SetOption();
+  ColumnDefinition Definition();
+  TableKey Key();
+  std::span<KeyColumn> KeyColumns();
+  bool AtTableKey() const noexcept;
+  void SkipTableHints();
+  std::span<Name> NameList();
+
+  // Queries
+  Query* ParseQuery();
+  Select* ParseSelect();
+  Select* SelectOrParenthesised();
+  SelectItem Item();
+  std::span<OrderItem> OrderBy();
+  From* FromList();
+  From* JoinTree();
+  From* JoinOperand();
+  bool AtJoin(FromKind& kind);
+  ObjectName ObjectNameRule();
+  Name Alias();
+
+  // Expressions
+  Expr* Condition();  // a predicate
+  Expr* Value();      // anything but a predicate
+  Expr* Disjunction();
+  Expr* Conjunction();
+  Expr* Negation();
+  Expr* Relation();
+  Expr* Additive();
+  Expr* Multiplicative();
+  Expr* Unary();
+  Expr* Primary();
+  Expr* Parenthesised();
+  Expr* Literal();
+  Expr* NameExpression();
+  Expr* Call(Name name);
+  Expr* Cast();
+  Expr* ConvertCall();
+  Expr* Case();
+  Expr* LikeRule(Expr* value, bool negated);
+  Expr* BetweenRule(Expr* value, bool negated);
+  Expr* InRule(Expr* value, bool negated);
+  Type TypeRule();
+  Expr* NewExpr(ExprKind kind, std::uint32_t offset);
+  Expr* NewExpr(ExprKind kind, std::initializer_list<Expr*> args);
+  Expr* RequireValue(Expr* expr);
+  Expr* RequireCondition(Expr* expr);
+  void Finish(Expr* expr) const noexcept;  // sets the length up to the last token read
+
+  TextView batch_;
+  Arena& arena_;
+  std::vector<Token> tokens_;
+  std::size_t at_ = 0;
+  int depth_ = 0;
+};
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,48 @@
+// SQLite's handles as values that clean up after themselves.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace ledgerwick::tsql {
+
+struct SqliteCloser {
+  void operator()(sqlite3* db) const noexcept { sqlite3_close_v2(db); }
+  void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
+};
+
+using SqliteHandle = std::unique_ptr<sqlite3, SqliteCloser>;
+using SqliteStatement = std::unique_ptr<sqlite3_stmt, SqliteCloser>;
+
+// `name` as an SQLite identifier in double quotes.
+inline std::string QuoteIdentifier(std::string_view name) {
+  std::string quoted = "\"";
+  for (const char c : name) {
+    if (c == '"') quoted += '"';
+    quoted += c;
+  }
+  return quoted += '"';
+}
+
+// `text` as an SQLite string literal.
+inline std::string QuoteLiteral(std::string_view text) {
+  std::string quoted = "'";
+  for (const char c : text) {
+    if (c == '\'') quoted += '\'';
+    quoted += c;
+  }
+  return quoted += '\'';
+}
+
+// The text of a column of the current row; valid until the next step.
+inline std::string_view ColumnText(sqlite3_stmt* statement, int column) noexcept {
+  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
+  if (text == nullptr) return {};
+  return {text, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))};
+}
+
+}  // namespace ledgerwick::tsql

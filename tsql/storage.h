@@ -1,0 +1,66 @@
+// The two SQLite files of an embedded database and how statements run on them.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+
+#include "tsql/database.h"
+#include "tsql/functions.h"
+#include "tsql/sqlite.h"
+
+namespace ledgerwick::tsql {
+
+// An open database with its tempdb attached. Every failure is a SqlError with the server's number.
+class Storage {
+ public:
+  // Throws DatabaseError that says which file could not be opened, why, and what helps.
+  Storage(const std::filesystem::path& path, const DatabaseOptions& options);
+  ~Storage();
+  Storage(const Storage&) = delete;
+  Storage& operator=(const Storage&) = delete;
+
+  sqlite3* db() const noexcept { return db_.get(); }
+  const std::filesystem::path& path() const noexcept { return path_; }
+  const DatabaseOptions& options() const noexcept { return options_; }
+
+  SqliteStatement Prepare(const std::string& sql);
+
+  // True while there is a row.
+  bool Step(sqlite3_stmt* statement);
+
+  // Runs statements that give no rows. Returns how many rows the last of them changed.
+  std::int64_t Execute(const std::string& sql);
+
+  // Throws the error of the operation that failed last.
+  [[noreturn]] void Fail(int result);
+
+ private:
+  void CheckFiles() const;
+  void OpenFiles();
+  void SetUp(const char* schema);
+  static int OnBusy(void* self, int count);
+  static int OnProgress(void* self);
+
+  std::filesystem::path path_;
+  DatabaseOptions options_;
+  FunctionState functions_;
+  std::chrono::steady_clock::time_point wait_start_;
+  SqliteHandle db_;
+};
+
+// Everything that runs while it lives happens or, unless Commit is called, does not.
+class Transaction {
+ public:
+  explicit Transaction(Storage& storage);
+  ~Transaction();
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+  void Commit();
+
+ private:
+  Storage& storage_;
+  bool open_ = true;
+};
+
+}  // namespace ledgerwick::tsql
