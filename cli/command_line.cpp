@@ -6,6 +6,7 @@
 
 #include "cli/commands.h"
 #include "cli/console.h"
+#include "cli/interrupt.h"
 #include "host/filter_argument.h"
 #include "host/json_document.h"
 #include "host/suggest.h"
@@ -223,6 +224,7 @@ int RunParsed(CommandLine& line, Console& console) {
 
 int Main(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
          std::ostream& err) {
+  const WriteFailureGuard guard;
   Console plain = MakeConsole(in, out, err, ColourChoice::Auto);
   CommandLine line;
   try {

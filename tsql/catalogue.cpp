@@ -1,5 +1,7 @@
 #include "tsql/catalogue.h"
 
+#include <algorithm>
+
 #include "tsql/errors.h"
 
 namespace ledgerwick::tsql {
@@ -16,6 +18,13 @@ Type TextType(TypeKind kind, std::int32_t length) {
   type.length = length;
   type.nullable = false;
   return type;
+}
+
+// SQLite gives some names of its own, INT and REAL, back in capitals.
+Type DeclaredType(std::string declaration) {
+  std::transform(declaration.begin(), declaration.end(), declaration.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return ParseTypeName(declaration);
 }
 
 // A table of the system's, read from SQLite's own catalogue.
@@ -165,7 +174,7 @@ std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::stri
   while (sqlite3_step(query.get()) == SQLITE_ROW) {
     const std::string column(ColumnText(query.get(), 1));
     const std::string declaration(ColumnText(query.get(), 2));
-    TableColumn added{FromUtf8(column), QuoteIdentifier(column), ParseTypeName(declaration),
+    TableColumn added{FromUtf8(column), QuoteIdentifier(column), DeclaredType(declaration),
                       std::string(ColumnText(query.get(), 4))};
     added.is_row_number = declaration == kRowNumberType;
     if (added.is_row_number) added.type.kind = TypeKind::Int;
