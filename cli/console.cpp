@@ -37,7 +37,7 @@ bool ShowColours(bool is_terminal, ColourChoice choice) {
   return is_terminal && (no_color == nullptr || *no_color == '\0');
 }
 
-// Line `number` of `text`, counted from 1, without its end; npos-safe.
+// Line `number` of `text`, counted from 1, without its end; nothing where there is no such line.
 std::optional<Text> LineOf(const Text& text, int number) {
   std::size_t start = 0;
   for (int line = 1; line < number; ++line) {

@@ -1,7 +1,6 @@
 // Where a command reads, writes and complains.
 #pragma once
 
-#include <filesystem>
 #include <istream>
 #include <ostream>
 #include <stdexcept>

@@ -18,7 +18,6 @@ class TextTable {
     for (const TextView name : names) columns.push_back({Text(name), ColumnKind::String, {}});
     writer_.Columns(columns);
   }
-  ~TextTable() = default;
 
   void Row(std::initializer_list<TextView> cells) {
     const std::vector<Value> values(cells.begin(), cells.end());

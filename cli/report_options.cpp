@@ -24,7 +24,10 @@ Request StartRequest(Console& console, const ReportOptions& options, bool class_
   if (!options.request_file.empty()) return ReadRequest(console, options.request_file);
   Request request;
   request.report = FindClass(FromUtf8(options.report));
-  if (request.report) return request;
+  if (request.report) {
+    request.filters = DialogueFilters(*request.report);
+    return request;
+  }
   if (class_or_file && LooksLikeFile(options.report)) return ReadRequest(console, options.report);
   throw UsageError(UnknownClassMessage(options.report));
 }

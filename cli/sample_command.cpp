@@ -25,6 +25,10 @@ int SampleCreateCommand(Console& console, const SampleOptionsGiven& options) {
     InterruptGuard::Check();
     PrintDatabaseError(console, error, {});
     return kRefused;
+  } catch (const std::exception&) {
+    progress.Clear();
+    InterruptGuard::Check();
+    throw;
   }
   progress.Clear();
   console.err << "created " << options.path

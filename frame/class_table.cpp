@@ -22,9 +22,8 @@ constexpr MemberArgument kDigCondition[] = {{u"sFieldName", MemberType::String},
                                             {u"text1", MemberType::String},
                                             {u"text2", MemberType::String}};
 constexpr MemberArgument kToken[] = {{u"sToken", MemberType::String}};
-constexpr MemberArgument kReplace[] = {{u"sToken", MemberType::String},
-                                       {u"cCh", MemberType::String},
-                                       {u"cCh2", MemberType::String}};
+constexpr MemberArgument kReplace[] = {
+    {u"sToken", MemberType::String}, {u"cCh", MemberType::String}, {u"cCh2", MemberType::String}};
 
 // In the order of the enumeration.
 constexpr MemberInfo kMembers[] = {
@@ -65,15 +64,16 @@ constexpr Member kInventory[] = {ObjReportManager,  ReportTitle,   mconn,
 
 constexpr Member kSnapshot[] = {ObjReportManager, ReportTitle,    mConnectionString, mconn,
                                 TempTablename,    MoveDataDetail, GetSubTitle};
-constexpr Member kConsignment[] = {ObjReportManager,  ReportTitle, mconn,
-                                   mConnectionString, strSubTitle, TempTablename,
+constexpr Member kConsignment[] = {ObjReportManager,       ReportTitle, mconn,
+                                   mConnectionString,      strSubTitle, TempTablename,
                                    MoveDataDetailAsVariant};
 constexpr Member kDispatch[] = {ObjReportManager, ReportTitle,   mconn,         mConnectionString,
                                 strSubTitle,      TempTablename, MoveDataDetail};
 constexpr Member kDispatchIncome[] = {ObjReportManager, ReportTitle, mConnectionString, mconn,
                                       TempTablename,    strSubTitle, MoveDataDetail};
-constexpr Member kSalesIncome[] = {ObjReportManager, ReportTitle,   mConnectionString, mconn,
-                                   objLogin,         TempTablename, strSubTitle,       MoveDataDetail};
+constexpr Member kSalesIncome[] = {
+    ObjReportManager, ReportTitle,   mConnectionString, mconn,
+    objLogin,         TempTablename, strSubTitle,       MoveDataDetail};
 constexpr Member kSalesProfit[] = {ObjReportManager, ReportTitle, mconn,         mConnectionString,
                                    TempTablename,    strSubTitle, MoveDataDetail};
 constexpr Member kSalesDetail[] = {ObjReportManager, mConnectionString, ReportTitle,   mconn,
@@ -98,8 +98,8 @@ constexpr ClassInfo kClasses[] = {
     {u"newclsReportDaoOut", u"dispatch", u"", u"Sa_TmpOutDetail", true, kDispatch, nullptr},
     {u"newClsReportDaoOutIncome", u"dispatch income", u"", u"Sa_TpSaleOutIncome", true,
      kDispatchIncome, nullptr},
-    {u"newClsReportDaoSaleCost", u"sales cost", u"", u"Sa_TempSaleCostDetail", true,
-     kSubTitleFirst, nullptr},
+    {u"newClsReportDaoSaleCost", u"sales cost", u"", u"Sa_TempSaleCostDetail", true, kSubTitleFirst,
+     nullptr},
     {u"newClsReportDaoSaleInCome", u"sales income", u"", u"Sa_TpSaleInCome", true, kSalesIncome,
      nullptr},
     {u"newClsReportDaoSaleProfit", u"sales profit", u"", u"Sa_TpSaleProfit", true, kSalesProfit,
@@ -112,14 +112,16 @@ constexpr ClassInfo kClasses[] = {
     {u"clsRepAQKCYJ", u"safety-stock warning", u"安全库存预警", u"tempAqkcyj", false, kInventory,
      &NewSafetyStockWarning},
     {u"clsRepBzqyj", u"shelf-life warning", u"保质期预警", u"tempBzqyj", false, kShelfLife,
-     nullptr},
-    {u"clsRepHwhz", u"location summary", u"货位汇总表", u"temHwhz", false, kInventory, nullptr},
-    {u"clsRepLsz", u"in/out journal", u"实现出入库流水帐", u"temLsz", false, kInventory, nullptr},
+     &NewShelfLifeWarning},
+    {u"clsRepHwhz", u"location summary", u"货位汇总表", u"temHwhz", false, kInventory,
+     &NewLocationSummary},
+    {u"clsRepLsz", u"in/out journal", u"实现出入库流水帐", u"temLsz", false, kInventory,
+     &NewInOutJournal},
     {u"clsRepPcch", u"batch stock summary", u"实现批次存货汇总表", u"temPcch", false, kInventory,
-     nullptr},
+     &NewBatchStockSummary},
     {u"clsRepSFC", u"receive/issue/balance summary", u"实现收发存汇总表", u"temSFC", false,
-     kBalance, nullptr},
-    {u"clsRepXCL", u"current stock", u"现存量", u"tempXcl", false, kCurrentStock, nullptr},
+     kBalance, &NewReceiveIssueBalance},
+    {u"clsRepXCL", u"current stock", u"现存量", u"tempXcl", false, kCurrentStock, &NewCurrentStock},
 };
 static_assert(std::size(kClasses) == 18);
 

@@ -91,6 +91,16 @@ FilterItem RangeItem(FilterItem item, const Bounds& bounds) {
 
 }  // namespace
 
+std::vector<FilterItem> DialogueFilters(const ClassInfo& report) {
+  std::vector<FilterItem> items;
+  const ReportInfo* info = FindReportInfo(report.name);
+  if (!info) return items;
+  for (const FilterInfo& filter : info->filters) {
+    items.push_back({Text(filter.name), Text(filter.caption), {}, {}, std::nullopt});
+  }
+  return items;
+}
+
 std::optional<std::string> ApplyFilterArgument(Request& request, TextView argument) {
   const std::size_t equals = argument.find(u'=');
   const TextView name = Trim(argument.substr(0, equals));

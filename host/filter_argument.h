@@ -4,6 +4,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "host/request.h"
 
@@ -14,6 +15,10 @@ class FilterError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+// The filters of the class's dialogue before the user fills it in: all that the host knows of,
+// without values. A report may rely on an item of its dialogue being there.
+std::vector<FilterItem> DialogueFilters(const ClassInfo& report);
 
 // Puts the filter that `argument` describes into `request`: in place of the item of that name, else
 // behind the last. NAME is a filter's name or caption. A bound may be left open ("..TO", "FROM..");

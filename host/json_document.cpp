@@ -110,7 +110,9 @@ class DocumentBuilder : public nlohmann::json_sax<Json> {
     const bool twice = std::any_of(members.begin(), members.end(),
                                    [&](const JsonMember& m) { return m.key == name; });
     if (twice) throw FileError(file_name_, at, "\"" + name + "\" stands twice in this object");
-    members.push_back({name, at, {}});
+    JsonMember& member = members.emplace_back();
+    member.key = name;
+    member.at = at;
     EndToken();
     return true;
   }
@@ -137,29 +139,32 @@ class DocumentBuilder : public nlohmann::json_sax<Json> {
   }
   void EndToken() { EndTokenAt(static_cast<std::size_t>(read_ - text_.data())); }
 
-  JsonNode& Place(JsonNode::Kind kind, Value value) {
-    JsonNode node;
+  // Where the next value belongs.
+  JsonNode& Slot() {
+    if (open_.empty()) return root_;
+    JsonNode& parent = *open_.back();
+    if (parent.kind == JsonNode::Kind::List) return parent.items.emplace_back();
+    return parent.members.back().node;
+  }
+  JsonNode& Place(JsonNode::Kind kind) {
+    JsonNode& node = Slot();
     node.kind = kind;
     node.at = BeginToken();
-    node.value = std::move(value);
-    if (open_.empty()) return root_ = std::move(node);
-    JsonNode& parent = *open_.back();
-    if (parent.kind == JsonNode::Kind::List) return parent.items.emplace_back(std::move(node));
-    return parent.members.back().node = std::move(node);
+    return node;
   }
   bool Scalar(Value value) {
-    Place(JsonNode::Kind::Scalar, std::move(value));
+    Place(JsonNode::Kind::Scalar).value = std::move(value);
     EndToken();
     return true;
   }
   // The parser has read one character beyond a number to see its end.
   bool Number(Value value) {
-    Place(JsonNode::Kind::Scalar, std::move(value));
+    Place(JsonNode::Kind::Scalar).value = std::move(value);
     EndTokenAt(std::min(text_.find_first_not_of("+-.0123456789eE", end_), text_.size()));
     return true;
   }
   bool Open(JsonNode::Kind kind) {
-    JsonNode& node = Place(kind, {});
+    JsonNode& node = Place(kind);
     EndToken();
     if (open_.size() == kMostNesting) throw FileError(file_name_, node.at, "nested too deeply");
     open_.push_back(&node);

@@ -1,5 +1,6 @@
 #include "sample/voucher_rows.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 

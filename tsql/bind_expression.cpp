@@ -46,6 +46,18 @@ bool IsLiteral(const Expr& expr) noexcept {
          expr.kind == ExprKind::String;
 }
 
+// The type with which `operand` meets `other` in arithmetic: a whole-number literal beside a
+// decimal has the digits that it is written with, not those of an int.
+Type OperandType(const Expr& operand, const Expr& other) {
+  if (operand.kind != ExprKind::Integer || other.type.kind != TypeKind::Decimal) {
+    return operand.type;
+  }
+  Type type = MakeType(TypeKind::Decimal);
+  type.precision = static_cast<std::uint8_t>(std::to_string(operand.integer).size());
+  type.nullable = false;
+  return type;
+}
+
 }  // namespace
 
 Position Binder::PositionOf_(std::uint32_t offset) const noexcept {
@@ -259,7 +271,7 @@ Expr* Binder::BindArithmetic(Expr* expr, Scope& scope) {
   };
   left = to_number(left);
   right = to_number(right);
-  expr->type = ArithmeticType(expr->kind, left->type, right->type);
+  expr->type = ArithmeticType(expr->kind, OperandType(*left, *right), OperandType(*right, *left));
   expr->type.nullable = true;
   return expr;
 }

@@ -56,6 +56,10 @@ double RoundDecimal(double number, int scale) noexcept;
 // The same cut towards zero.
 double TruncateDecimal(double number, int scale) noexcept;
 
+// The quotient of two decimals cut towards zero to `scale` digits, as the server divides decimals and
+// money. Error 8134 when `divisor` is 0.
+double DivideDecimal(double dividend, double divisor, int scale);
+
 // `number` as CONVERT writes a float: style 0 six significant digits, 1 eight and 2 sixteen in
 // scientific notation; exponents have three digits.
 std::string FormatFloat(double number, int style);

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "tsql/convert.h"
+#include "tsql/errors.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -19,6 +20,11 @@ constexpr std::array<double, 23> kPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1
 // More than the error of a product of two doubles together with what a factor's shortest form
 // differs from the factor.
 constexpr double kProductError = 4e-16;
+
+// The same for a quotient of two doubles that stand for decimals, times a power of ten.
+constexpr double kQuotientError = 6e-16;
+
+constexpr double kExactIntegers = 9007199254740992.0;  // 2^53
 
 double CutDigits(double number, int scale, bool round) {
   if (!std::isfinite(number) || number == 0) return number;
@@ -81,7 +87,9 @@ void Digits::AddOne() {
 double Digits::ToDouble(bool negative) const {
   if (digits_.empty()) return 0;
   const int exponent = point_ - static_cast<int>(digits_.size());
-  const std::string text = digits_ + "e" + std::to_string(exponent);
+  std::string text = digits_;
+  text += 'e';
+  text += std::to_string(exponent);
   double value = 0;
   std::from_chars(text.data(), text.data() + text.size(), value);
   return negative ? 0 - value : value;
@@ -105,6 +113,19 @@ double RoundDecimal(double number, int scale) noexcept {
 
 double TruncateDecimal(double number, int scale) noexcept {
   return CutDigits(number, scale, false);
+}
+
+double DivideDecimal(double dividend, double divisor, int scale) {
+  if (divisor == 0) throw errors::DivideByZero();
+  const double quotient = dividend / divisor;
+  const double power = std::pow(10.0, scale);
+  const double scaled = std::fabs(quotient) * power;
+  if (!(scaled < kExactIntegers)) return quotient;
+  // A quotient that comes out even may miss its whole number by the operands' rounding.
+  const double nearest = std::nearbyint(scaled);
+  const bool even = std::fabs(scaled - nearest) <= scaled * kQuotientError;
+  const double cut = (even ? nearest : std::floor(scaled)) / power;
+  return quotient < 0 ? 0 - cut : cut;
 }
 
 }  // namespace ledgerwick::tsql

@@ -108,6 +108,11 @@ void Emitter::ConvertToInteger(const Expr& expr) {
     Raw("t_to_int(t_round(t_dt_to_num(");
     EmitExpr(arg);
     Raw("), 0), '").Raw(name).Raw("')");
+  } else if (source == TypeKind::Money) {
+    // Money is rounded where other fractions are cut.
+    Raw("t_to_int(t_round(");
+    EmitExpr(arg);
+    Raw(", 0), '").Raw(name).Raw("')");
   } else {
     Raw("t_to_int(");
     EmitExpr(arg);

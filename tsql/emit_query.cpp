@@ -1,9 +1,21 @@
 // Queries as SQLite's SQL.
+#include <algorithm>
+
 #include "tsql/emitter.h"
 #include "tsql/functions.h"
 #include "tsql/join_order.h"
 
 namespace ledgerwick::tsql {
+namespace {
+
+// SQLite takes HAVING without GROUP BY only where the select list holds an aggregate.
+bool LacksAggregate(const Select& select) {
+  return select.having != nullptr && select.group_by.empty() &&
+         std::none_of(select.items.begin(), select.items.end(),
+                      [](const SelectItem& item) { return item.expr->has_aggregate; });
+}
+
+}  // namespace
 
 void Emitter::EmitQuery(const Query& query, bool named) {
   const bool compound = query.selects.size() > 1;
@@ -25,8 +37,10 @@ void Emitter::EmitQuery(const Query& query, bool named) {
 void Emitter::EmitSelect(const Select& select, bool named, bool compound) {
   Raw(select.distinct ? "SELECT DISTINCT " : "SELECT ");
   for (std::size_t i = 0; i < select.items.size(); ++i) {
-    if (i > 0) Raw(", ");
+    const bool aggregates = i == 0 && LacksAggregate(select);
+    Raw(i > 0 ? ", " : aggregates ? "CASE WHEN count(*) >= 0 THEN " : "");
     EmitItem(select, select.items[i], compound);
+    if (aggregates) Raw(" END");
     if (named) Raw(" AS c").Raw(std::to_string(i + 1));
   }
   EmitFromWhere(select.from, select.where);

@@ -180,8 +180,10 @@ void Emitter::EmitCompare(const Expr& expr) {
   const Expr& left = *expr.args[0];
   const Expr& right = *expr.args[1];
   Raw("(");
-  if (IsStoredColumn(right)) {
-    EmitExpr(left);  // the column's collation holds for both
+  // A column on the left decides, even one of a derived table that has no collation of its own;
+  // otherwise the collation of a column on the right holds for both.
+  if (left.kind != ExprKind::Column && IsStoredColumn(right)) {
+    EmitExpr(left);
   } else {
     EmitCollated(left);
   }
@@ -349,6 +351,14 @@ void Emitter::EmitDivision(const Expr& expr) {
       Raw(")");
     }
   };
+  if (expr.kind == ExprKind::Divide && IsExactFraction(expr.type.kind)) {
+    Raw("t_div(");
+    emit_real(dividend);
+    Raw(", ");
+    emit_divisor();
+    Raw(", ").Raw(std::to_string(expr.type.scale)).Raw(")");
+    return;
+  }
   Raw("(");
   emit_real(dividend);
   if (expr.kind == ExprKind::Modulo && real) {
@@ -480,7 +490,16 @@ void Emitter::EmitAggregate(const Expr& expr) {
     return;
   }
   Raw(kind == TypeKind::Money ? "t_to_money(" : "t_to_dec(");
-  call(average ? "avg" : "sum");
+  if (average) {
+    // The sum is exact before it is divided.
+    Raw("t_div(t_round(");
+    call("sum");
+    Raw(", ").Raw(std::to_string(arg.type.scale)).Raw("), ");
+    call("count");
+    Raw(", ").Raw(std::to_string(expr.type.scale)).Raw(")");
+  } else {
+    call("sum");
+  }
   if (kind == TypeKind::Decimal) {
     Raw(", ").Raw(std::to_string(expr.type.precision));
     Raw(", ").Raw(std::to_string(expr.type.scale));

@@ -61,7 +61,8 @@ TEST_CASE("a statement's error is exit code 1 with its line and a caret") {
     std::string message;
   };
   const Case cases[] = {
-      {{"query", "SELECT 1 FROM"}, "Msg 102, line 1: "},
+      {{"query", "SELECT ,"},
+       "Msg 102, line 1: Incorrect syntax near ','.\n  SELECT ,\n         ^\n"},
       {{"query", "SELECT 1/0 AS x"}, "Msg 8134"},
       {{"query", "SELECT * FROM 没有"},
        "Invalid object name '没有'.\n  SELECT * FROM 没有\n                ^\n"},

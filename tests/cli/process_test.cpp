@@ -22,10 +22,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// So many pairs that it does not end while a test waits.
-const char* const kEndless =
-    "SELECT a.cInvCode, b.cInvCode AS b, c.cInvCode AS c INTO tempdb..half "
-    "FROM Inventory a, Inventory b, Inventory c, Inventory d, Inventory e";
+// So many pairs that nothing over them ends while a test waits.
+const std::string kPairs =
+    "Inventory a, Inventory b, Inventory c, Inventory d, Inventory e, Inventory f";
+const std::string kEndless = "SELECT a.cInvCode, b.cInvCode AS b INTO tempdb..half FROM " + kPairs;
+const std::string kEndlessFilter = "(SELECT COUNT(*) FROM " + kPairs + ")=1";
 
 Arguments On(const std::string& database, Arguments args) {
   args.insert(args.end(), {"--connection", "embedded:" + database});
@@ -58,15 +59,15 @@ TEST_CASE("a signal stops a long statement and leaves no half table") {
   const std::string database = folder / "s.db";
   testing::CopySample(database);
   const Arguments endless[] = {
-      {"query", kEndless},
-      {"query", "SELECT a.cInvCode FROM Inventory a, Inventory b, Inventory c, Inventory d",
-       "--output", folder / "out.csv"},
-      {"run", "clsRepAQKCYJ", "--output", folder / "out.csv", "--filter",
-       "(SELECT COUNT(*) FROM Inventory a, Inventory b, Inventory c, Inventory d)=1"},
+      On(database, {"query", kEndless}),
+      On(database, {"query", "SELECT a.cInvCode FROM " + kPairs, "--output", folder / "out.csv"}),
+      On(database,
+         {"run", "clsRepAQKCYJ", "--output", folder / "out.csv", "--filter", kEndlessFilter}),
+      {"sample", "create", folder / "out.csv.db", "--lines", "50000000"},
   };
   for (const int signal : {SIGINT, SIGTERM}) {
     for (const Arguments& args : endless) {
-      Program program(On(database, args));
+      Program program(args);
       std::this_thread::sleep_for(std::chrono::milliseconds(400));
       const auto sent = std::chrono::steady_clock::now();
       program.Signal(signal);
@@ -81,6 +82,29 @@ TEST_CASE("a signal stops a long statement and leaves no half table") {
   for (const std::string& name : testing::FilesIn(folder.path())) {
     CHECK_MESSAGE(name.find("out.csv") == std::string::npos, name);
   }
+}
+
+TEST_CASE("a process waits for another that fills the same table, and a signal ends the wait") {
+  const testing::TemporaryFolder folder;
+  const std::string database = folder / "s.db";
+  testing::CopySample(database);
+  Program filling(On(database, {"run", "clsRepAQKCYJ", "--filter", kEndlessFilter}));
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  Program waiting(On(database, {"run", "clsRepAQKCYJ"}));
+  const Ended other = Run(On(database, {"query", "SELECT COUNT(*) AS n FROM Inventory"}));
+  CHECK_MESSAGE(other.code == kDone, other.err);
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  waiting.Signal(SIGINT);
+  const Ended ended = waiting.Wait();
+  CHECK(ended.code == kRefused);
+  CHECK_MESSAGE(ended.err ==
+                    "ledgerwick: note: waiting for another process that uses tempdb..tempAqkcyj\n"
+                    "ledgerwick: interrupted\n",
+                ended.err);
+  filling.Signal(SIGKILL);
+  filling.Wait();
+  // Whoever holds the table and dies does not keep it from others.
+  CHECK(Run(On(database, {"run", "clsRepAQKCYJ"})).code == kDone);
 }
 
 TEST_CASE("a full disk is an error that leaves the database as it was") {

@@ -186,6 +186,22 @@ TEST_CASE("decimals are rounded by their digits, half away from zero") {
         "8115: Arithmetic overflow error converting numeric to data type numeric.");
 }
 
+TEST_CASE("quotients of decimals are cut, even ones come out even") {
+  CHECK(DivideDecimal(2, 3, 6) == 0.666666);
+  CHECK(DivideDecimal(-2, 3, 6) == -0.666666);
+  CHECK(DivideDecimal(0.3, 0.1, 4) == 3);
+  CHECK(DivideDecimal(1e300, 1e-5, 6) == 1e305);
+  CHECK(ErrorOf([] { DivideDecimal(1, 0, 6); }).substr(0, 5) == "8134:");
+  int wrong = 0;
+  for (int quotient = 1; quotient < 2000; ++quotient) {
+    for (int divisor = 1; divisor < 200; divisor += 7) {
+      const double dividend = quotient * divisor / 10000.0;  // of a hundredth by a hundredth
+      wrong += DivideDecimal(dividend, divisor / 100.0, 4) != quotient / 100.0;
+    }
+  }
+  CHECK(wrong == 0);
+}
+
 TEST_CASE("numbers as text") {
   CHECK(FormatFloat(1e10, 0) == "1e+010");
   CHECK(FormatFloat(123456.789, 0) == "123457");

@@ -59,6 +59,8 @@ TEST_CASE("functions") {
   };
   const Case cases[] = {
       {"t_div0()", "!8134"},
+      {"t_div(2, 3, 4)", "0.6666"},
+      {"t_div(NULL, 0, 4)", "NULL"},
       {"t_to_int(2.9, 'int')", "2"},
       {"t_to_int(3000000000, 'int')", "!8115"},
       {"t_to_int(256, 'tinyint')", "!220"},
@@ -224,6 +226,10 @@ TEST_CASE("columns of the collation group and join without regard to case, width
   CHECK(engine.Run("SELECT count(*) FROM " + rows + " GROUP BY " + column + " ORDER BY 1") ==
         "1|2|3");
   CHECK(engine.Run("SELECT count(DISTINCT " + column + ") FROM " + rows) == "2");
+  // The planner builds an index for the outer join, with a filter in front of it.
+  engine.Run(std::string("CREATE TEMP TABLE t (x TEXT COLLATE ") + kCollation + ")");
+  engine.Run("INSERT INTO t VALUES ('A'), ('A  '), ('Ａ'), ('b')");
+  CHECK(engine.Run("SELECT count(b.x) FROM t a LEFT JOIN t b ON a.x = b.x") == "10");
 }
 
 }  // namespace

@@ -33,8 +33,9 @@ TEST_CASE("a type is read back from its declaration") {
   }
   CHECK(TypeName({TypeKind::Decimal, 0, 18, 4}) == "decimal(18,4)");
   CHECK(TypeName({TypeKind::NVarChar, kMaxLength}) == "nvarchar(max)");
-  for (const std::string text : {"", "varchar", "varchar()", "varchar(0)", "varchar(5", "varchar(x)",
-                                 "int(4)", "decimal(18)", "decimal(18,)", "text", "null"}) {
+  for (const std::string text :
+       {"", "varchar", "varchar()", "varchar(0)", "varchar(5", "varchar(x)", "int(4)",
+        "decimal(18)", "decimal(18,)", "text", "null"}) {
     CAPTURE(text);
     CHECK(ParseTypeName(text).kind == TypeKind::Null);
   }

@@ -1,0 +1,132 @@
+#include "com/report_object.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+
+namespace ledgerwick::com {
+namespace {
+
+// IDispatch, driven by the type library.
+
+HRESULT STDMETHODCALLTYPE FaceQueryInterface(Face* face, REFIID iid, void** result) {
+  return ReportObject::Of(face).QueryInterface(iid, result);
+}
+
+ULONG STDMETHODCALLTYPE FaceAddRef(Face* face) { return ReportObject::Of(face).AddRef(); }
+
+ULONG STDMETHODCALLTYPE FaceRelease(Face* face) { return ReportObject::Of(face).Release(); }
+
+HRESULT STDMETHODCALLTYPE FaceGetTypeInfoCount(Face*, UINT* count) {
+  if (count == nullptr) return E_POINTER;
+  *count = 1;
+  return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE FaceGetTypeInfo(Face* face, UINT index, LCID, ITypeInfo** type) {
+  if (type == nullptr) return E_POINTER;
+  *type = nullptr;
+  if (index != 0) return DISP_E_BADINDEX;
+  *type = ComPtr<ITypeInfo>::Share(ReportObject::Of(face).interface_type()).Detach();
+  return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE FaceGetIDsOfNames(Face* face, REFIID iid, LPOLESTR* names, UINT count,
+                                            LCID, DISPID* ids) {
+  if (iid != GUID{}) return DISP_E_UNKNOWNINTERFACE;
+  if (names == nullptr || ids == nullptr || count == 0) return E_INVALIDARG;
+  return ReportObject::Of(face).interface_type()->GetIDsOfNames(names, count, ids);
+}
+
+HRESULT STDMETHODCALLTYPE FaceInvoke(Face* face, DISPID id, REFIID iid, LCID, WORD flags,
+                                     DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                                     UINT* wrong_argument) {
+  if (iid != GUID{}) return DISP_E_UNKNOWNINTERFACE;
+  if (parameters == nullptr) return E_INVALIDARG;
+  return Guarded(face, [&](ReportObject& object) {
+    return object.interface_type()->Invoke(face, id, flags, parameters, result, exception,
+                                           wrong_argument);
+  });
+}
+
+template <typename Function>
+Entry ToEntry(Function function) noexcept {
+  return reinterpret_cast<Entry>(function);
+}
+
+// The function table of a class, made when its first object is.
+std::vector<Entry> MakeTable(const ClassInfo& info) {
+  std::vector<Entry> table = DispatchEntries();
+  for (const Member member : info.members) AppendEntries(member, table);
+  return table;
+}
+
+const Entry* TableOf(const ClassInfo& info) {
+  static const std::vector<std::vector<Entry>> tables = [] {
+    std::vector<std::vector<Entry>> all;
+    for (const ClassInfo& each : Classes()) all.push_back(MakeTable(each));
+    return all;
+  }();
+  return tables[static_cast<std::size_t>(&info - Classes().data())].data();
+}
+
+}  // namespace
+
+std::vector<Entry> DispatchEntries() {
+  return {ToEntry(&FaceQueryInterface),  ToEntry(&FaceAddRef),      ToEntry(&FaceRelease),
+          ToEntry(&FaceGetTypeInfoCount), ToEntry(&FaceGetTypeInfo), ToEntry(&FaceGetIDsOfNames),
+          ToEntry(&FaceInvoke)};
+}
+
+ReportObject::ReportObject(const ClassInfo& info, const ClassTypes& types)
+    : Face{TableOf(info)},
+      interface_id_(types.interface_id),
+      interface_type_(types.interface_type),
+      provider_(info.factory(system_)) {}
+
+HRESULT ReportObject::Create(const ClassInfo& info, const ClassTypes& types, REFIID iid,
+                             void** result) {
+  // References own the object; this one goes when the caller's has been added, or was refused.
+  auto* const object = std::unique_ptr<ReportObject>(new ReportObject(info, types)).release();
+  const HRESULT code = object->QueryInterface(iid, result);
+  object->Release();
+  return code;
+}
+
+HRESULT ReportObject::QueryInterface(REFIID iid, void** result) noexcept {
+  if (result == nullptr) return E_POINTER;
+  *result = nullptr;
+  if (iid == IID_IUnknown || iid == IID_IDispatch || iid == interface_id_) {
+    *result = static_cast<Face*>(this);
+  } else if (iid == IID_ISupportErrorInfo) {
+    *result = &error_support_;
+  } else {
+    return E_NOINTERFACE;
+  }
+  AddRef();
+  return S_OK;
+}
+
+ULONG ReportObject::AddRef() noexcept {
+  return static_cast<ULONG>(InterlockedIncrement(&references_));
+}
+
+ULONG ReportObject::Release() noexcept {
+  const LONG left = InterlockedDecrement(&references_);
+  if (left == 0) std::unique_ptr<ReportObject>(this).reset();
+  return static_cast<ULONG>(left);
+}
+
+HRESULT ReportObject::ErrorSupport::QueryInterface(REFIID iid, void** result) {
+  return object_.QueryInterface(iid, result);
+}
+
+ULONG ReportObject::ErrorSupport::AddRef() { return object_.AddRef(); }
+
+ULONG ReportObject::ErrorSupport::Release() { return object_.Release(); }
+
+HRESULT ReportObject::ErrorSupport::InterfaceSupportsErrorInfo(REFIID iid) {
+  return iid == object_.interface_id() ? S_OK : S_FALSE;
+}
+
+}  // namespace ledgerwick::com

@@ -1,0 +1,29 @@
+# Sourced by ./demo and ./check: makes sure that Debian packages are there.
+
+# ensure_packages PACKAGE...: installs those that are missing, as root or with sudo; otherwise prints
+# the one line to type and fails.
+ensure_packages() {
+  local missing=() package
+  for package in "$@"; do
+    dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  local sudo=
+  if [ "$(id -u)" -ne 0 ]; then
+    if ! sudo -n true 2>/dev/null; then
+      echo "These packages are missing. Please type:" >&2
+      echo "  sudo apt-get install -y ${missing[*]}" >&2
+      return 1
+    fi
+    sudo=sudo
+  fi
+  echo "== Installing ${missing[*]}"
+  $sudo apt-get -qq update
+  $sudo env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends \
+    "${missing[@]}" >/dev/null
+}
+
+# What the program is built with.
+BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libcli11-dev nlohmann-json3-dev libutf8proc-dev)
+# What its tests need beyond that.
+TEST_PACKAGES=(doctest-dev clang-format)
