@@ -169,12 +169,19 @@ std::optional<Parts> ReadDateTime(Reader in) {
   return in.AtEnd() ? std::optional(parts) : std::nullopt;
 }
 
-// `parts` as they stand in a calendar, for printing.
+// `ms` as it stands in a calendar and on a clock.
 Parts PartsOf(std::int64_t ms) {
-  return {DatePartOf(DatePart::Year, ms),       DatePartOf(DatePart::Month, ms),
-          DatePartOf(DatePart::Day, ms),        DatePartOf(DatePart::Hour, ms),
-          DatePartOf(DatePart::Minute, ms),     DatePartOf(DatePart::Second, ms),
-          DatePartOf(DatePart::Millisecond, ms)};
+  const auto time = chrono::milliseconds(ms);
+  const auto days = chrono::floor<chrono::days>(time);
+  const chrono::year_month_day day = kFirstDay + days;
+  const chrono::hh_mm_ss clock(time - days);
+  return {static_cast<int>(day.year()),
+          static_cast<int>(static_cast<unsigned>(day.month())),
+          static_cast<int>(static_cast<unsigned>(day.day())),
+          static_cast<int>(clock.hours().count()),
+          static_cast<int>(clock.minutes().count()),
+          static_cast<int>(clock.seconds().count()),
+          static_cast<int>(clock.subseconds().count())};
 }
 
 // What the letters of a style's pattern stand for:

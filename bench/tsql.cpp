@@ -1,0 +1,163 @@
+// What the embedded database's front end costs, and what its queries cost beside the same queries
+// written for SQLite by hand, on one file in one run.
+//
+//   bench_tsql [VOUCHER_LINES]     (200,000 unless told)
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/class_table.h"
+#include "frame/error.h"
+#include "host/recorder.h"
+#include "host/trace.h"
+#include "sample/sample.h"
+#include "tsql/compile.h"
+#include "tsql/storage.h"
+
+namespace {
+
+using namespace ledgerwick;
+using Clock = std::chrono::steady_clock;
+
+double Seconds(const std::function<void()>& work) {
+  const auto start = Clock::now();
+  work();
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+double Median(std::vector<double> values) {
+  std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2),
+                   values.end());
+  return values[values.size() / 2];
+}
+
+// Every statement of every report that can run, in the form that it has without filters.
+std::vector<std::pair<std::string, Text>> ReportStatements() {
+  std::vector<std::pair<std::string, Text>> statements;
+  for (const ClassInfo& info : Classes()) {
+    if (info.factory == nullptr) continue;
+    Request request;
+    request.report = &info;
+    const Trace trace = TraceReport(request);
+    for (const Operation& operation : trace.operations) {
+      const auto* execute = std::get_if<ExecuteOperation>(&operation);
+      if (execute != nullptr && !execute->ignore_errors) {
+        statements.emplace_back(ToUtf8(info.name), execute->sql);
+      }
+    }
+  }
+  return statements;
+}
+
+void BenchFrontEnd(tsql::Catalogue& catalogue) {
+  constexpr int kRounds = 200;
+  std::printf("front end: text to SQLite's SQL, median of %d\n", kRounds);
+  for (const auto& [report, sql] : ReportStatements()) {
+    const std::size_t queries = tsql::CompileQueries(sql, catalogue).size();
+    if (queries == 0) continue;
+    std::vector<double> times;
+    for (int i = 0; i < kRounds; ++i) {
+      times.push_back(Seconds([&] { tsql::CompileQueries(sql, catalogue); }));
+    }
+    std::printf("  %-28s %6zu characters  %7.1f us\n", report.c_str(), sql.size(),
+                Median(times) * 1e6);
+  }
+}
+
+struct Pair {
+  const char* name;
+  const char16_t* tsql;
+  const char* sqlite;
+};
+
+// The right-hand queries say what their left-hand ones mean in the way that SQLite likes best.
+constexpr Pair kPairs[] = {
+    {"safety stock (3 tables)",
+     u"SELECT W.cWhName, I.[cInvCode] AS cInvCode, max(I.cInvName) AS CHMC, max(I.iSafeNum) AS "
+     u"AQKCL, Sum(STPQ.iQuantity) AS DQKCL FROM CurrentStock AS STPQ RIGHT JOIN (Inventory AS I "
+     u"LEFT JOIN ComputationUnit AS CU ON I.cComUnitCode = CU.cComUnitCode) ON STPQ.cInvCode = "
+     u"I.cInvCode INNER JOIN WareHouse AS W ON STPQ.cWhCode = W.cWhCode WHERE I.iSafeNum > 0 GROUP "
+     u"BY I.[cInvCode], W.cWhName",
+     "SELECT W.cWhName, I.cInvCode, max(I.cInvName), max(I.iSafeNum), sum(S.iQuantity) FROM "
+     "CurrentStock S JOIN Inventory I ON S.cInvCode = I.cInvCode JOIN Warehouse W ON S.cWhCode = "
+     "W.cWhCode LEFT JOIN ComputationUnit U ON I.cComUnitCode = U.cComUnitCode WHERE I.iSafeNum > "
+     "0 GROUP BY I.cInvCode, W.cWhName"},
+    {"movement by item (3 tables)",
+     u"SELECT Rs.cInvCode AS a, I.cInvName AS b, SUM(CASE WHEN R.bRdFlag<>0 THEN Rs.iQuantity ELSE "
+     u"0 END) AS c, SUM(CASE WHEN R.bRdFlag=0 THEN Rs.iQuantity ELSE 0 END) AS d FROM RdRecord R "
+     u"INNER JOIN RdRecords Rs ON R.ID = Rs.ID INNER JOIN Inventory I ON Rs.cInvCode = I.cInvCode "
+     u"WHERE R.dDate >= '2002-01-01' GROUP BY Rs.cInvCode, I.cInvName",
+     "SELECT Rs.cInvCode, I.cInvName, sum(CASE WHEN R.bRdFlag<>0 THEN Rs.iQuantity ELSE 0.0 END), "
+     "sum(CASE WHEN R.bRdFlag=0 THEN Rs.iQuantity ELSE 0.0 END) FROM RdRecord R JOIN RdRecords Rs "
+     "ON R.ID = Rs.ID JOIN Inventory I ON Rs.cInvCode = I.cInvCode WHERE R.dDate >= 3218832000000 "
+     "GROUP BY Rs.cInvCode, I.cInvName"},
+    {"divided quantities (3 tables)",
+     u"SELECT Rs.cInvCode AS a, SUM(Rs.iQuantity / U.iChangRate) AS b FROM RdRecords Rs INNER JOIN "
+     u"Inventory I ON Rs.cInvCode = I.cInvCode INNER JOIN ComputationUnit U ON I.cComUnitCode = "
+     u"U.cComUnitCode GROUP BY Rs.cInvCode",
+     "SELECT Rs.cInvCode, sum(Rs.iQuantity / U.iChangRate) FROM RdRecords Rs JOIN Inventory I ON "
+     "Rs.cInvCode = I.cInvCode JOIN ComputationUnit U ON I.cComUnitCode = U.cComUnitCode GROUP BY "
+     "Rs.cInvCode"},
+};
+
+// Runs a query through and returns how many rows it gave.
+std::int64_t Drain(tsql::Storage& storage, const std::string& sql) {
+  const tsql::SqliteStatement statement = storage.Prepare(sql);
+  std::int64_t rows = 0;
+  while (storage.Step(statement.get())) ++rows;
+  return rows;
+}
+
+bool BenchPairs(tsql::Storage& storage, tsql::Catalogue& catalogue) {
+  constexpr int kRounds = 7;
+  bool agree = true;
+  std::printf("T-SQL against hand-written SQLite, pair by pair, median of %d\n", kRounds);
+  for (const Pair& pair : kPairs) {
+    std::vector<double> tsql_times;
+    std::vector<double> ratios;
+    std::int64_t tsql_rows = 0;
+    std::int64_t sqlite_rows = 0;
+    for (int i = 0; i < kRounds; ++i) {
+      const double ours = Seconds(
+          [&] { tsql_rows = Drain(storage, tsql::CompileQueries(pair.tsql, catalogue).front()); });
+      const double theirs = Seconds([&] { sqlite_rows = Drain(storage, pair.sqlite); });
+      if (i == 0) continue;  // the first round warms the cache
+      tsql_times.push_back(ours);
+      ratios.push_back(ours / theirs);
+    }
+    agree = agree && tsql_rows == sqlite_rows;
+    std::printf("  %-30s %6lld rows %9.2f ms  ratio %.2f%s\n", pair.name,
+                static_cast<long long>(tsql_rows), Median(tsql_times) * 1e3, Median(ratios),
+                tsql_rows == sqlite_rows ? "" : "  ROWS DIFFER");
+  }
+  return agree;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::temp_directory_path() / "ledgerwick-bench";
+  fs::create_directories(folder);
+  try {
+    SampleOptions options;
+    options.voucher_lines = argc > 1 ? std::stoll(argv[1]) : 200'000;
+    options.force = true;
+    CreateSample(folder / "bench.db", options);
+    tsql::Storage storage(folder / "bench.db", {});
+    tsql::Catalogue catalogue(storage.db(), u"bench");
+    std::printf("sample of %lld voucher lines\n", static_cast<long long>(options.voucher_lines));
+    BenchFrontEnd(catalogue);
+    const bool agree = BenchPairs(storage, catalogue);
+    fs::remove_all(folder);
+    return agree ? 0 : 1;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "bench_tsql: %s\n", error.what());
+    return 1;
+  }
+}
