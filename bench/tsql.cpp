@@ -54,12 +54,20 @@ std::vector<std::pair<std::string, Text>> ReportStatements() {
   return statements;
 }
 
+// False for a statement without a query, and for one on a work table that its report makes first.
+bool Compiles(const Text& sql, tsql::Catalogue& catalogue) {
+  try {
+    return !tsql::CompileQueries(sql, catalogue).empty();
+  } catch (const tsql::SqlError&) {
+    return false;
+  }
+}
+
 void BenchFrontEnd(tsql::Catalogue& catalogue) {
   constexpr int kRounds = 200;
   std::printf("front end: text to SQLite's SQL, median of %d\n", kRounds);
   for (const auto& [report, sql] : ReportStatements()) {
-    const std::size_t queries = tsql::CompileQueries(sql, catalogue).size();
-    if (queries == 0) continue;
+    if (!Compiles(sql, catalogue)) continue;
     std::vector<double> times;
     for (int i = 0; i < kRounds; ++i) {
       times.push_back(Seconds([&] { tsql::CompileQueries(sql, catalogue); }));
@@ -114,25 +122,24 @@ std::int64_t Drain(tsql::Storage& storage, const std::string& sql) {
 }
 
 bool BenchPairs(tsql::Storage& storage, tsql::Catalogue& catalogue) {
-  constexpr int kRounds = 7;
+  constexpr int kRounds = 9;
   bool agree = true;
-  std::printf("T-SQL against hand-written SQLite, pair by pair, median of %d\n", kRounds);
+  std::printf("T-SQL against hand-written SQLite, in turn, the best of %d each\n", kRounds);
   for (const Pair& pair : kPairs) {
-    std::vector<double> tsql_times;
-    std::vector<double> ratios;
+    double ours = 1e9;
+    double theirs = 1e9;
     std::int64_t tsql_rows = 0;
     std::int64_t sqlite_rows = 0;
     for (int i = 0; i < kRounds; ++i) {
-      const double ours = Seconds(
-          [&] { tsql_rows = Drain(storage, tsql::CompileQueries(pair.tsql, catalogue).front()); });
-      const double theirs = Seconds([&] { sqlite_rows = Drain(storage, pair.sqlite); });
-      if (i == 0) continue;  // the first round warms the cache
-      tsql_times.push_back(ours);
-      ratios.push_back(ours / theirs);
+      ours = std::min(ours, Seconds([&] {
+                        const auto queries = tsql::CompileQueries(pair.tsql, catalogue);
+                        tsql_rows = Drain(storage, queries.front());
+                      }));
+      theirs = std::min(theirs, Seconds([&] { sqlite_rows = Drain(storage, pair.sqlite); }));
     }
     agree = agree && tsql_rows == sqlite_rows;
     std::printf("  %-30s %6lld rows %9.2f ms  ratio %.2f%s\n", pair.name,
-                static_cast<long long>(tsql_rows), Median(tsql_times) * 1e3, Median(ratios),
+                static_cast<long long>(tsql_rows), ours * 1e3, ours / theirs,
                 tsql_rows == sqlite_rows ? "" : "  ROWS DIFFER");
   }
   return agree;

@@ -25,12 +25,16 @@ class Arena {
 
   // A copy of `items`, valid as long as the arena.
   template <typename T>
-  std::span<T> Copy(const std::vector<T>& items) {
+  std::span<T> Copy(std::span<const T> items) {
     static_assert(std::is_trivially_destructible_v<T>);
     if (items.empty()) return {};
     T* copy = static_cast<T*>(memory_.allocate(items.size() * sizeof(T), alignof(T)));
     std::uninitialized_copy(items.begin(), items.end(), copy);
     return {copy, items.size()};
+  }
+  template <typename T>
+  std::span<T> Copy(const std::vector<T>& items) {
+    return Copy(std::span<const T>(items));
   }
 
   // A copy of `text`, valid as long as the arena.

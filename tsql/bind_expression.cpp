@@ -417,7 +417,7 @@ Expr* Binder::Coerce(Expr* expr, Type target, Conversion conversion) {
   convert->kind = ExprKind::Convert;
   convert->offset = expr->offset;
   convert->length = expr->length;
-  convert->args = arena_.Copy(std::vector<Expr*>{expr});
+  convert->args = arena_.Copy(std::span<Expr* const>(&expr, 1));
   convert->type = target;
   convert->type.nullable = source.nullable;
   convert->conversion = conversion;

@@ -17,6 +17,8 @@ void MarkMissing(const Scope& scope, std::size_t from, std::size_t to) noexcept 
   for (std::size_t i = from; i < to; ++i) scope.sources[i]->may_be_missing = true;
 }
 
+}  // namespace
+
 Text FullName(const ObjectName& name) {
   Text full;
   if (!name.database.text.empty()) {
@@ -26,8 +28,6 @@ Text FullName(const ObjectName& name) {
   }
   return full.append(name.object.text);
 }
-
-}  // namespace
 
 std::int32_t Source::Count() const noexcept {
   return static_cast<std::int32_t>(query != nullptr ? names.size() : table->columns.size());

@@ -127,6 +127,9 @@ class Binder {
   bool in_view_ = false;  // offsets then point into the view's text: errors carry no position
 };
 
+// The name as it is written, without brackets: "tempdb..x".
+Text FullName(const ObjectName& name);
+
 // Type arithmetic (type_rules.cpp).
 
 // The type in which values of both types meet: the one of higher precedence, wide enough for both.

@@ -171,7 +171,7 @@ void Interpreter::Drop(const ObjectName& name, StatementKind kind) {
   const Table* table = binder.FindTable(name);
   const bool view = kind == StatementKind::DropView;
   if (table == nullptr || table->kind != (view ? TableKind::View : TableKind::Table)) {
-    throw errors::CannotDrop(view ? u"view" : u"table", name.object.text,
+    throw errors::CannotDrop(view ? u"view" : u"table", FullName(name),
                              binder.At(name.object.offset));
   }
   if (view) {

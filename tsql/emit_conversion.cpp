@@ -68,23 +68,29 @@ void Emitter::ConvertToText(const Expr& expr) {
     return;
   }
   const std::string style = std::to_string(expr.style);
-  Raw(expr.conversion == Conversion::Store ? "t_store_" : "t_");
-  Raw(IsUnicode(target.kind) ? "nchar(" : "char(");
-  if (IsDate(arg.type.kind)) {
+  const std::string length = std::to_string(target.length);
+  const bool date = IsDate(arg.type.kind);
+  const bool cut = date || IsPadded(target.kind);
+  if (cut) {
+    Raw(expr.conversion == Conversion::Store ? "t_store_" : "t_");
+    Raw(IsUnicode(target.kind) ? "nchar(" : "char(");
+  }
+  if (date) {
     Raw("t_dt_to_str(");
     EmitExpr(arg);
     Raw(", ").Raw(style);
     Raw(arg.type.kind == TypeKind::SmallDateTime ? ", 1)" : ", 0)");
-  } else if (arg.type.kind == TypeKind::Decimal) {
-    Raw("t_dec_to_str(");
-    EmitExpr(arg);
-    Raw(", ").Raw(std::to_string(arg.type.scale)).Raw(")");
   } else {
-    Raw(arg.type.kind == TypeKind::Money ? "t_money_to_str(" : "t_float_to_str(");
+    Raw("t_fit(");
+    Raw(arg.type.kind == TypeKind::Decimal ? "t_dec_to_str("
+        : arg.type.kind == TypeKind::Money ? "t_money_to_str("
+                                           : "t_float_to_str(");
     EmitExpr(arg);
-    Raw(", ").Raw(style).Raw(")");
+    const bool decimal = arg.type.kind == TypeKind::Decimal;
+    Raw(", ").Raw(decimal ? std::to_string(arg.type.scale) : style).Raw("), ").Raw(length);
+    Raw(", '").Raw(KindName(arg.type.kind)).Raw("', '").Raw(KindName(target.kind)).Raw("')");
   }
-  Raw(", ").Raw(std::to_string(target.length)).Raw(IsPadded(target.kind) ? ", 1)" : ", 0)");
+  if (cut) Raw(", ").Raw(length).Raw(IsPadded(target.kind) ? ", 1)" : ", 0)");
 }
 
 void Emitter::ConvertToInteger(const Expr& expr) {

@@ -29,6 +29,7 @@ std::int32_t ResultCode(const SqlError& error) {
     case 8134:
     case 8152:
       return kErrorArithmetic;
+    case 234:
     case 235:
     case 241:
     case 242:

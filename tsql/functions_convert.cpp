@@ -88,29 +88,47 @@ void DecimalToText(Call& call) { call.Return(FormatDecimal(call.Real(0), IntArgu
 // t_money_to_str(number, style)
 void MoneyToText(Call& call) { call.Return(FormatMoney(call.Real(0), IntArgument(call, 1))); }
 
+SqlError NoRoomFor(std::string_view number, std::string_view source, const std::string& target) {
+  constexpr std::int32_t kSeverity = 16;
+  if (source == "money") {
+    return {234, kSeverity,
+            "There is insufficient result space to convert a money value to " + target + "."};
+  }
+  if (source == "numeric") {
+    return {8115, kSeverity,
+            "Arithmetic overflow error converting numeric to data type " + target + "."};
+  }
+  return {232, kSeverity,
+          "Arithmetic overflow error for type " + target +
+              ", value = " + FormatDecimal(ParseFloat(number, "varchar"), 6) + "."};
+}
+
+// t_fit(number as text, length, source, target): the text of a number with a fraction, which is
+// never cut.
+void FitNumber(Call& call) {
+  const std::string_view number = call.Utf8(0);
+  const std::int64_t length = call.Integer(1);
+  if (length < 0 || number.size() <= static_cast<std::size_t>(length)) {
+    return call.ReturnArgument(0);
+  }
+  throw NoRoomFor(number, call.Name(2), call.Name(3));
+}
+
 // t_dt_to_str(ms, style, is_small)
 void DateTimeToText(Call& call) {
   call.Return(FormatDateTime(call.Integer(0), IntArgument(call, 1), call.Integer(2) != 0));
 }
 
 constexpr auto kFunctions = std::to_array<FunctionRow>({
-    {"t_to_int", 2, 2, 1, NumberToInteger},
-    {"t_str_to_int", 3, 3, 1, TextToIntegerType},
-    {"t_str_to_bit", 2, 2, 1, TextToBit},
-    {"t_str_to_float", 2, 2, 1, TextToFloat},
-    {"t_str_to_dec", 4, 4, 1, TextToDecimal},
-    {"t_to_dec", 3, 3, 1, NumberToDecimal},
-    {"t_str_to_money", 1, 1, 1, TextToMoney},
-    {"t_to_money", 1, 1, 1, NumberToMoney},
-    {"t_str_to_dt", 1, 1, 1, TextToDateTime},
-    {"t_str_to_sdt", 1, 1, 1, TextToSmallDateTime},
-    {"t_dt_to_sdt", 1, 1, 1, DateTimeToSmall},
-    {"t_num_to_dt", 1, 1, 1, NumberToDateTime},
-    {"t_dt_to_num", 1, 1, 1, DateTimeToNumber},
-    {"t_int_to_str", 3, 3, 1, IntegerToText},
-    {"t_float_to_str", 2, 2, 1, FloatToText},
-    {"t_dec_to_str", 2, 2, 1, DecimalToText},
-    {"t_money_to_str", 2, 2, 1, MoneyToText},
+    {"t_to_int", 2, 2, 1, NumberToInteger},     {"t_str_to_int", 3, 3, 1, TextToIntegerType},
+    {"t_str_to_bit", 2, 2, 1, TextToBit},       {"t_str_to_float", 2, 2, 1, TextToFloat},
+    {"t_str_to_dec", 4, 4, 1, TextToDecimal},   {"t_to_dec", 3, 3, 1, NumberToDecimal},
+    {"t_str_to_money", 1, 1, 1, TextToMoney},   {"t_to_money", 1, 1, 1, NumberToMoney},
+    {"t_str_to_dt", 1, 1, 1, TextToDateTime},   {"t_str_to_sdt", 1, 1, 1, TextToSmallDateTime},
+    {"t_dt_to_sdt", 1, 1, 1, DateTimeToSmall},  {"t_num_to_dt", 1, 1, 1, NumberToDateTime},
+    {"t_dt_to_num", 1, 1, 1, DateTimeToNumber}, {"t_int_to_str", 3, 3, 1, IntegerToText},
+    {"t_float_to_str", 2, 2, 1, FloatToText},   {"t_dec_to_str", 2, 2, 1, DecimalToText},
+    {"t_money_to_str", 2, 2, 1, MoneyToText},   {"t_fit", 4, 4, 1, FitNumber},
     {"t_dt_to_str", 3, 3, 2, DateTimeToText},
 });
 

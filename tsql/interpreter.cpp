@@ -133,14 +133,18 @@ void Interpreter::ExecuteAt(Statement& statement) {
   }
 }
 
+// A condition that is unknown does not hold. Its query ends here: an open one would keep the branch
+// from changing the tables that it reads.
+bool Interpreter::Holds(const Expr& condition) {
+  const SqliteStatement row =
+      storage_.Prepare("SELECT CASE WHEN " + EmitToString(condition) + " THEN 1 ELSE 0 END");
+  return storage_.Step(row.get()) && sqlite3_column_int(row.get(), 0) != 0;
+}
+
 void Interpreter::If(Statement& statement) {
   catalogue_.Refresh();
   NewBinder().BindCondition(*statement.where);
-  // A condition that is unknown does not hold.
-  const SqliteStatement row =
-      storage_.Prepare("SELECT CASE WHEN " + EmitToString(*statement.where) + " THEN 1 ELSE 0 END");
-  const bool holds = storage_.Step(row.get()) && sqlite3_column_int(row.get(), 0) != 0;
-  if (holds) {
+  if (Holds(*statement.where)) {
     Execute(*statement.then_branch);
   } else if (statement.else_branch != nullptr) {
     Execute(*statement.else_branch);

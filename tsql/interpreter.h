@@ -20,6 +20,7 @@ class Interpreter {
  private:
   void Execute(Statement& statement);
   void ExecuteAt(Statement& statement);  // without a position in the error
+  bool Holds(const Expr& condition);
   void If(Statement& statement);
   void Print(Statement& statement);
   void SelectRows(Query& query);

@@ -26,18 +26,35 @@ constexpr std::size_t kLongestKeyword = 12;
 static_assert(static_cast<std::size_t>(Keyword::With) + 1 == kKeywords.size());
 static_assert(std::is_sorted(kKeywords.begin(), kKeywords.end()));
 
+// The first keyword of each letter: the words of one letter stand together.
+constexpr std::array<std::uint8_t, 27> kFirstOfLetter = [] {
+  std::array<std::uint8_t, 27> first{};
+  std::size_t keyword = 1;
+  for (std::size_t letter = 0; letter < 26; ++letter) {
+    first[letter] = static_cast<std::uint8_t>(keyword);
+    while (keyword < kKeywords.size() &&
+           kKeywords[keyword].front() == static_cast<char>('a' + letter)) {
+      ++keyword;
+    }
+  }
+  first[26] = static_cast<std::uint8_t>(keyword);
+  return first;
+}();
+
 Keyword FindKeyword(TextView word) noexcept {
   if (word.size() > kLongestKeyword) return Keyword::None;
-  std::array<char, kLongestKeyword> buffer{};
+  std::array<char, kLongestKeyword> lower{};
   for (std::size_t i = 0; i < word.size(); ++i) {
-    const char16_t c = word[i];
-    if (c >= 0x80) return Keyword::None;
-    buffer[i] = static_cast<char>(c >= u'A' && c <= u'Z' ? c + 32 : c);
+    const char16_t c = word[i] | 0x20;
+    if (c < u'a' || c > u'z') return Keyword::None;
+    lower[i] = static_cast<char>(c);
   }
-  const std::string_view lower(buffer.data(), word.size());
-  const auto found = std::lower_bound(kKeywords.begin(), kKeywords.end(), lower);
-  if (found == kKeywords.end() || *found != lower) return Keyword::None;
-  return static_cast<Keyword>(found - kKeywords.begin());
+  const std::string_view text(lower.data(), word.size());
+  const auto letter = static_cast<std::size_t>(text.front() - 'a');
+  for (std::size_t i = kFirstOfLetter[letter]; i < kFirstOfLetter[letter + 1]; ++i) {
+    if (kKeywords[i].size() == text.size() && kKeywords[i] == text) return static_cast<Keyword>(i);
+  }
+  return Keyword::None;
 }
 
 constexpr bool IsDigit(char16_t c) noexcept { return c >= u'0' && c <= u'9'; }
@@ -57,8 +74,17 @@ constexpr bool IsLetter(char16_t c) noexcept {
 }
 
 constexpr bool IsNameStart(char16_t c) noexcept { return IsLetter(c) || c == u'#'; }
+
+constexpr std::array<bool, 0x80> kAsciiNamePart = [] {
+  std::array<bool, 0x80> part{};
+  for (char16_t c = 0; c < 0x80; ++c) {
+    part[c] = IsLetter(c) || IsDigit(c) || c == u'@' || c == u'#' || c == u'$';
+  }
+  return part;
+}();
+
 constexpr bool IsNamePart(char16_t c) noexcept {
-  return IsLetter(c) || IsDigit(c) || c == u'@' || c == u'#' || c == u'$';
+  return c < 0x80 ? kAsciiNamePart[c] : IsLetter(c);
 }
 constexpr bool IsSpace(char16_t c) noexcept {
   return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n' || c == u'\f' || c == u'\v' ||

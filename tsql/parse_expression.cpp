@@ -1,3 +1,4 @@
+#include <array>
 #include <charconv>
 
 #include "tsql/parser.h"
@@ -87,7 +88,7 @@ Expr* Parser::NewExpr(ExprKind kind, std::uint32_t offset) {
 
 Expr* Parser::NewExpr(ExprKind kind, std::initializer_list<Expr*> args) {
   Expr* expr = NewExpr(kind, (*args.begin())->offset);
-  expr->args = arena_.Copy(std::vector<Expr*>(args));
+  expr->args = arena_.Copy(std::span<Expr* const>(args.begin(), args.size()));
   Finish(expr);
   return expr;
 }
@@ -269,6 +270,13 @@ Expr* Parser::Primary() {
     case TokenKind::Identifier:
     case TokenKind::QuotedIdentifier:
       return NameExpression();
+    case TokenKind::Variable: {
+      Expr* expr = NewExpr(ExprKind::Variable, Current().offset);
+      expr->text = Current().text;
+      Advance();
+      Finish(expr);
+      return expr;
+    }
     case TokenKind::Symbol:
       if (Is(Symbol::LeftParen)) return Parenthesised();
       Fail();
@@ -342,7 +350,9 @@ Expr* Parser::Literal() {
 
 Expr* Parser::NameExpression() {
   const std::uint32_t offset = Current().offset;
-  std::vector<Name> parts{ExpectName()};
+  constexpr std::size_t kMostParts = 4;
+  std::array<Name, kMostParts> parts{ExpectName()};
+  std::size_t count = 1;
   if (Is(Symbol::LeftParen) && tokens_[at_ - 1].kind == TokenKind::Identifier) {
     return EqualText(parts[0].text, u"CAST") ? Cast() : Call(parts[0]);
   }
@@ -353,12 +363,13 @@ Expr* Parser::NameExpression() {
       break;
     }
     // db..table.column: the schema between two points may be left out.
-    parts.push_back(Is(Symbol::Dot) ? Name{{}, Current().offset} : ExpectName());
+    if (count == kMostParts) Fail();
+    parts[count++] = Is(Symbol::Dot) ? Name{{}, Current().offset} : ExpectName();
   }
-  const std::size_t qualifiers = star ? parts.size() : parts.size() - 1;
-  if (qualifiers > 3) Fail();
+  const std::size_t qualifiers = star ? count : count - 1;
+  if (qualifiers == kMostParts) Fail();
   Expr* expr = NewExpr(star ? ExprKind::Star : ExprKind::Column, offset);
-  if (!star) expr->text = parts.back().text;
+  if (!star) expr->text = parts[count - 1].text;
   if (qualifiers >= 1) expr->qualifier.object = parts[qualifiers - 1];
   if (qualifiers >= 2) expr->qualifier.schema = parts[qualifiers - 2];
   if (qualifiers >= 3) expr->qualifier.database = parts[0];

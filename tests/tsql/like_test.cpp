@@ -41,6 +41,7 @@ TEST_CASE("patterns") {
       {"a]", "a]", true},
       {"a", "[]a]", false},
       {"a[b", "a[b", false},
+      {"ab", "a[b", false},
       {"[", "[[]", true},
       {"10%", "10!%", true, u'!'},
       {"100", "10!%", false, u'!'},
