@@ -100,12 +100,11 @@ int DescribeCommand(Console& console, const std::string& class_name) {
   } else {
     DescribeFilters(*writer, *report);
   }
-  if (report->columns.empty()) {
-    out << "columns: " << ToUtf8(report->columns_note) << '\n';
-  } else {
-    DescribeColumns(*writer, *report);
-  }
+  if (!report->columns.empty()) DescribeColumns(*writer, *report);
   writer->Finish();
+  if (!report->columns_note.empty()) {
+    out << "columns: " << ToUtf8(report->columns_note) << '\n';
+  }
   return kDone;
 }
 

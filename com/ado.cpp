@@ -32,9 +32,7 @@ class AdoCommand final : public Command {
         {Variant::OfText(name), Variant::OfInteger(type), Variant::OfInteger(kParameterInput),
          Variant::OfInteger(size), Variant::OfText(value)})));
     DispatchObject parameters(ToObject(object_.Call(L"Parameters")));
-    const auto append = [&] {
-      parameters.Call(L"Append", {Variant::OfObject(parameter.Get())});
-    };
+    const auto append = [&] { parameters.Call(L"Append", {Variant::OfObject(parameter.Get())}); };
     try {
       append();
     } catch (const DatabaseError& error) {
@@ -59,10 +57,10 @@ class AdoRecordset final : public Recordset {
   AdoRecordset(IDispatch* connection, const Text& sql, const RecordsetOptions& options)
       : object_(CreateByProgId(L"ADODB.Recordset")) {
     object_.Put(L"CursorLocation", Variant::OfInteger(options.cursor_location));
-    object_.Call(L"Open", {Variant::OfText(sql), Variant::OfObject(connection),
-                           Variant::OfInteger(options.cursor_type),
-                           Variant::OfInteger(options.lock_type),
-                           Variant::OfInteger(options.command_type)});
+    object_.Call(L"Open",
+                 {Variant::OfText(sql), Variant::OfObject(connection),
+                  Variant::OfInteger(options.cursor_type), Variant::OfInteger(options.lock_type),
+                  Variant::OfInteger(options.command_type)});
   }
 
   void SetFilter(const Text& criteria) override {

@@ -11,7 +11,6 @@ namespace {
 class ClassFactory final : public IClassFactory {
  public:
   ClassFactory(const ClassInfo& info, ClassTypes types) : info_(info), types_(std::move(types)) {}
-  virtual ~ClassFactory() = default;
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** result) override {
     if (result == nullptr) return E_POINTER;

@@ -4,6 +4,8 @@
 #include <windows.h>
 // windows.h comes first: the headers of OLE need it.
 #include <oleauto.h>
+// COM's interfaces have no destructor on purpose: an object deletes itself in Release.
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 // A macro of windows.h would rename the member of System.
 #undef MessageBox
 

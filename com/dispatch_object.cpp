@@ -11,8 +11,8 @@ namespace {
 
 constexpr LCID kLocale = LOCALE_USER_DEFAULT;
 
-// Moves the arguments into the order in which a call takes them: the last one first. The owners stay
-// responsible for what the copies hold.
+// Moves the arguments into the order in which a call takes them: the last one first. The owners
+// stay responsible for what the copies hold.
 std::vector<VARIANT> Reversed(std::vector<Variant>& arguments) {
   std::vector<VARIANT> raw;
   raw.reserve(arguments.size());

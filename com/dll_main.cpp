@@ -53,5 +53,4 @@ HRESULT STDAPICALLTYPE DllInstall(BOOL install, const wchar_t* command_line) {
       install ? &ledgerwick::com::Register : &ledgerwick::com::Unregister,
       scope.empty() ? Scope::Machine : Scope::User);
 }
-
 }

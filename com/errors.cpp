@@ -37,8 +37,8 @@ HRESULT Report(const DatabaseError& error, REFIID iid) noexcept {
   info->SetDescription(text(error.description));
   if (!error.help_file.empty()) info->SetHelpFile(text(error.help_file));
   info->SetHelpContext(error.help_context);
-  if (SUCCEEDED(info->QueryInterface(IID_IErrorInfo,
-                                     reinterpret_cast<void**>(finished.Receive())))) {
+  if (SUCCEEDED(
+          info->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(finished.Receive())))) {
     SetErrorInfo(0, finished.Get());
   }
   return result;

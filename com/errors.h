@@ -12,7 +12,8 @@ DatabaseError InvalidUseOfNull();
 DatabaseError ObjectRequired();
 DatabaseError CannotCreate(TextView prog_id);
 
-// The result code of an error: 0x800A0000 + N for the numbers 1 to 65535, a negative number as it is.
+// The result code of an error: 0x800A0000 + N for the numbers 1 to 65535, a negative number as it
+// is.
 HRESULT ToResult(std::int32_t number) noexcept;
 
 // The error for a failing call. A language's code (0x800A0000 + N) becomes N, a name or member that

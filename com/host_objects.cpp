@@ -68,8 +68,7 @@ class HostFilterSet final : public ReportFilterSet {
   }
 
   Value ValueByName(const Text& name, std::int32_t which) override {
-    return ToValue(
-        object_.Call(kValueByName, {Variant::OfText(name), Variant::OfInteger(which)}));
+    return ToValue(object_.Call(kValueByName, {Variant::OfText(name), Variant::OfInteger(which)}));
   }
 
  private:

@@ -38,8 +38,7 @@ std::string HelpAttribute(const ClassInfo& info) {
 void WriteProperty(std::ostream& out, const MemberInfo& member, int id) {
   const std::string name = ToUtf8(member.name);
   const std::string& type = kTypes.at(member.type);
-  const bool is_object =
-      member.type == MemberType::Object || member.type == MemberType::Connection;
+  const bool is_object = member.type == MemberType::Object || member.type == MemberType::Connection;
   out << "    [id(" << id << "), propget] HRESULT " << name << "([out, retval] " << type
       << "* value);\n"
       << "    [id(" << id << "), " << (is_object ? "propputref" : "propput") << "] HRESULT " << name

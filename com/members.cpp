@@ -67,7 +67,8 @@ struct ObjectProperty {
       if (value != nullptr) {
         adapter = std::make_shared<Adapter>(ComPtr<IDispatch>::Share(value));
       }
-      // The old one may be the last reference to an object of the host, whose end may lead back here.
+      // The old one may be the last reference to an object of the host, whose end may lead back
+      // here.
       const auto old = std::exchange(object.provider().*Property, std::move(adapter));
       return S_OK;
     });

@@ -58,8 +58,8 @@ LibraryIdentity ReadIdentity(ITypeLib& library) {
   ThrowIfFailed(library.GetLibAttr(&attributes));
   LibraryIdentity identity;
   identity.id = ToString(attributes->guid);
-  identity.version = std::to_wstring(attributes->wMajorVerNum) + L"." +
-                     std::to_wstring(attributes->wMinorVerNum);
+  identity.version =
+      std::to_wstring(attributes->wMajorVerNum) + L"." + std::to_wstring(attributes->wMinorVerNum);
   wchar_t locale[16];
   wsprintfW(locale, L"%x", attributes->lcid);
   identity.locale = locale;
@@ -100,12 +100,11 @@ void AddLibrary(const LibraryIdentity& identity, const std::wstring& path, Entri
   entries.library = L"TypeLib\\" + identity.id;
   entries.library_version = entries.library + L"\\" + identity.version;
   const std::wstring locale = entries.library_version + L"\\" + identity.locale;
-  entries.values.insert(
-      entries.values.end(),
-      {{entries.library_version, L"", identity.help},
-       {locale + L"\\" + kPlatform, L"", path},
-       {entries.library_version + L"\\FLAGS", L"", L"0"},
-       {entries.library_version + L"\\HELPDIR", L"", path.substr(0, path.find_last_of(L'\\'))}});
+  entries.values.insert(entries.values.end(), {{entries.library_version, L"", identity.help},
+                                               {locale + L"\\" + kPlatform, L"", path},
+                                               {entries.library_version + L"\\FLAGS", L"", L"0"},
+                                               {entries.library_version + L"\\HELPDIR", L"",
+                                                path.substr(0, path.find_last_of(L'\\'))}});
   entries.own_keys.push_back(locale + L"\\" + kPlatform);
 }
 
@@ -188,7 +187,8 @@ void Register(Scope scope) {
 void Unregister(Scope scope) {
   const Entries entries = MakeEntries();
   for (const std::wstring& key : entries.own_keys) Remove(scope, key);
-  const std::wstring locale = entries.own_keys.back().substr(0, entries.own_keys.back().rfind(L'\\'));
+  const std::wstring locale =
+      entries.own_keys.back().substr(0, entries.own_keys.back().rfind(L'\\'));
   if (Exists(scope, locale + L"\\" + kOtherPlatform)) return;
   for (const std::wstring& key : entries.shared_keys) Remove(scope, key);
   Remove(scope, entries.library_version);

@@ -8,13 +8,13 @@ namespace ledgerwick::com {
 // For whom the component is registered: every user of the machine, or the current one alone.
 enum class Scope { Machine, User };
 
-// Writes the entries of all classes, their interfaces and the type library; what an older one of the
-// same identifiers left is written over. Throws DatabaseError with the platform's code, for instance
-// when the user may not register for the machine.
+// Writes the entries of all classes, their interfaces and the type library; what an older one of
+// the same identifiers left is written over. Throws DatabaseError with the platform's code, for
+// instance when the user may not register for the machine.
 void Register(Scope scope);
 
-// Removes the entries. What the component for the other word size shares with this one stays as long
-// as that one is registered. Entries that are not there are no failure.
+// Removes the entries. What the component for the other word size shares with this one stays as
+// long as that one is registered. Entries that are not there are no failure.
 void Unregister(Scope scope);
 
 }  // namespace ledgerwick::com

@@ -38,13 +38,27 @@ HRESULT STDMETHODCALLTYPE FaceGetIDsOfNames(Face* face, REFIID iid, LPOLESTR* na
   return ReportObject::Of(face).interface_type()->GetIDsOfNames(names, count, ids);
 }
 
+// The arguments of `parameters` without references to variants, as which scripts pass their
+// variables. The members leave their arguments as they are, so the contents serve. The caller stays
+// the owner.
+std::vector<VARIANT> WithoutVariantReferences(const DISPPARAMS& parameters) {
+  std::vector<VARIANT> arguments(parameters.rgvarg, parameters.rgvarg + parameters.cArgs);
+  for (VARIANT& argument : arguments) {
+    if (V_VT(&argument) == (VT_VARIANT | VT_BYREF)) argument = *V_VARIANTREF(&argument);
+  }
+  return arguments;
+}
+
 HRESULT STDMETHODCALLTYPE FaceInvoke(Face* face, DISPID id, REFIID iid, LCID, WORD flags,
                                      DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
                                      UINT* wrong_argument) {
   if (iid != GUID{}) return DISP_E_UNKNOWNINTERFACE;
   if (parameters == nullptr) return E_INVALIDARG;
   return Guarded(face, [&](ReportObject& object) {
-    return object.interface_type()->Invoke(face, id, flags, parameters, result, exception,
+    std::vector<VARIANT> arguments = WithoutVariantReferences(*parameters);
+    DISPPARAMS resolved = *parameters;
+    resolved.rgvarg = arguments.data();
+    return object.interface_type()->Invoke(face, id, flags, &resolved, result, exception,
                                            wrong_argument);
   });
 }
@@ -73,8 +87,9 @@ const Entry* TableOf(const ClassInfo& info) {
 }  // namespace
 
 std::vector<Entry> DispatchEntries() {
-  return {ToEntry(&FaceQueryInterface),  ToEntry(&FaceAddRef),      ToEntry(&FaceRelease),
-          ToEntry(&FaceGetTypeInfoCount), ToEntry(&FaceGetTypeInfo), ToEntry(&FaceGetIDsOfNames),
+  return {ToEntry(&FaceQueryInterface), ToEntry(&FaceAddRef),
+          ToEntry(&FaceRelease),        ToEntry(&FaceGetTypeInfoCount),
+          ToEntry(&FaceGetTypeInfo),    ToEntry(&FaceGetIDsOfNames),
           ToEntry(&FaceInvoke)};
 }
 

@@ -48,7 +48,6 @@ class ReportObject final : public Face {
     ULONG STDMETHODCALLTYPE AddRef() override;
     ULONG STDMETHODCALLTYPE Release() override;
     HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override;
-    virtual ~ErrorSupport() = default;
 
    private:
     ReportObject& object_;

@@ -35,9 +35,7 @@ Value FromSingle(const Variant& variant) {
   return V_R8(Change(Change(variant, VT_BSTR), VT_R8).Get());
 }
 
-Value FromWhole(const Variant& variant) {
-  return std::int64_t{V_I8(Change(variant, VT_I8).Get())};
-}
+Value FromWhole(const Variant& variant) { return std::int64_t{V_I8(Change(variant, VT_I8).Get())}; }
 
 Variant ChangeToNumber(const Variant& variant, VARTYPE type) {
   const Variant resolved = Resolve(variant);

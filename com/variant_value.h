@@ -6,10 +6,10 @@
 
 namespace ledgerwick::com {
 
-// What `variant` holds, by reference or itself. Whole numbers, floats, dates, booleans and texts keep
-// their kind; currencies, decimals and the rest become the text that the platform's own conversion
-// gives, an object the text of its default property. Throws error 13 for what has no such text (an
-// array, an error, a missing argument).
+// What `variant` holds, by reference or itself. Whole numbers, floats, dates, booleans and texts
+// keep their kind; currencies, decimals and the rest become the text that the platform's own
+// conversion gives, an object the text of its default property. Throws error 13 for what has no
+// such text (an array, an error, a missing argument).
 Value ToValue(const Variant& variant);
 
 // `value` as a variant.
@@ -25,8 +25,8 @@ std::int32_t ToInteger(const Variant& variant);
 // The variant as a truth value; throws as ToInteger.
 bool ToBoolean(const Variant& variant);
 
-// The object in `variant`, or none for a null object, empty and null. Throws error 424 when it holds
-// something else.
+// The object in `variant`, or none for a null object, empty and null. Throws error 424 when it
+// holds something else.
 ComPtr<IDispatch> ToObject(const Variant& variant);
 
 }  // namespace ledgerwick::com

@@ -3,61 +3,24 @@
 #include <algorithm>
 #include <iterator>
 
+#include "host/inventory_rows.h"
+
 namespace ledgerwick {
 namespace {
 
 using enum FilterKind;
-using enum WordedBy;
-
-// clsInventroy has neither filters nor columns of its own.
-constexpr TextView kSnapshotColumns = u"every column of the table inventory";
-
-// clsRepAQKCYJ
-constexpr TextView kStockTypes[] = {u"全部", u"高于安全库存量存货", u"不高于安全库存量存货"};
-constexpr FilterInfo kSafetyStockFilters[] = {
-    {u"def_queryType", u"查询类型", Option, Report, kStockTypes},
-    {u"W.cWhCode", u"仓库编码", Range, Host},
-    {u"W.cWhName", u"仓库名称", PlainText, Host},
-    {u"I.cInvCode", u"存货编码", Range, Host},
-    {u"I.cInvName", u"存货名称", PlainText, Host},
-    {u"I.cInvCCode", u"存货大类", Range, Host},
-    {u"I.cInvStd", u"规格型号", PlainText, Host},
-    {u"I.iSafeNum", u"安全库存量", NumberRange, Host},
-    {u"STPQ.iQuantity", u"现存数量", NumberRange, Host},
-};
-constexpr ResultColumnInfo kSafetyStockColumns[] = {
-    {u"cWhName", u"warehouse name"},
-    {u"cInvCode", u"item code"},
-    {u"cInvAddCode", u"item's additional code"},
-    {u"CHMC", u"item name"},
-    {u"GGXH", u"specification"},
-    {u"产地", u"origin"},
-    {u"JLDW", u"unit name"},
-    {u"cInvDefine1", u"item's free field 1"},
-    {u"cInvDefine2", u"item's free field 2"},
-    {u"cInvDefine3", u"item's free field 3"},
-    {u"cInvDefine4", u"item's free field 4"},
-    {u"cInvDefine5", u"item's free field 5"},
-    {u"cInvDefine6", u"item's free field 6"},
-    {u"cInvDefine7", u"item's free field 7"},
-    {u"cInvDefine8", u"item's free field 8"},
-    {u"cInvDefine9", u"item's free field 9"},
-    {u"cInvDefine10", u"item's free field 10"},
-    {u"cInvDefine11", u"item's free field 11"},
-    {u"cInvDefine12", u"item's free field 12"},
-    {u"cInvDefine13", u"item's free field 13"},
-    {u"cInvDefine14", u"item's free field 14"},
-    {u"cInvDefine15", u"item's free field 15"},
-    {u"cInvDefine16", u"item's free field 16"},
-    {u"AQKCL", u"safety stock"},
-    {u"DQKCL", u"stock on hand; null without a stock row"},
-    {u"CL", u"stock on hand less safety stock"},
-};
+using namespace inventory_rows;
 
 // class, filters, columns, note on the columns
 constexpr ReportInfo kReports[] = {
     {u"clsInventroy", {}, {}, kSnapshotColumns},
     {u"clsRepAQKCYJ", kSafetyStockFilters, kSafetyStockColumns, u""},
+    {u"clsRepSFC", kBalanceFilters, kBalanceColumns, kBalanceNote},
+    {u"clsRepHwhz", kLocationFilters, kLocationColumns, u""},
+    {u"clsRepLsz", kJournalFilters, kJournalColumns, u""},
+    {u"clsRepPcch", kBatchFilters, kBatchColumns, u""},
+    {u"clsRepXCL", kCurrentStockFilters, kCurrentStockColumns, u""},
+    {u"clsRepBzqyj", kShelfLifeFilters, kShelfLifeColumns, u""},
 };
 
 }  // namespace

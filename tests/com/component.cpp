@@ -1,0 +1,86 @@
+#include "component.h"
+
+#include <stdexcept>
+
+#include "com/module.h"
+
+namespace ledgerwick::com::testing {
+
+std::wstring ProgramFolder() {
+  wchar_t path[2048];
+  std::wstring folder(path, GetModuleFileNameW(nullptr, path, 2048));
+  return folder.substr(0, folder.find_last_of(L"\\/") + 1);
+}
+
+ComPtr<ITypeLib> LoadLibraryOfTypes() {
+  ComPtr<ITypeLib> library;
+  const std::wstring path = ProgramFolder() + L"Ledgerwick.dll";
+  if (FAILED(LoadTypeLibEx(path.c_str(), REGKIND_NONE, library.Receive()))) {
+    throw std::runtime_error("Ledgerwick.dll has no type library");
+  }
+  return library;
+}
+
+Identifiers IdentifiersOf(const ClassInfo& info) {
+  const ComPtr<ITypeLib> library = LoadLibraryOfTypes();
+  for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
+    TYPEKIND kind = TKIND_MAX;
+    library->GetTypeInfoType(i, &kind);
+    if (kind != TKIND_COCLASS) continue;
+    ComPtr<ITypeInfo> type;
+    library->GetTypeInfo(i, type.Receive());
+    const ClassTypes types = ReadClass(*type.Get());
+    if (types.name == info.name) return {types.class_id, types.interface_id};
+  }
+  throw std::runtime_error("the type library lacks " + ToUtf8(info.name));
+}
+
+std::wstring ProgIdOf(const ClassInfo& info) {
+  return L"Ledgerwick." + std::wstring(info.name.begin(), info.name.end());
+}
+
+HRESULT Create(const ClassInfo& info, ComPtr<IDispatch>& object) {
+  CLSID id;
+  const HRESULT found = CLSIDFromProgID(ProgIdOf(info).c_str(), &id);
+  if (FAILED(found)) return found;
+  return CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
+                          reinterpret_cast<void**>(object.Receive()));
+}
+
+bool MayUnload() {
+  const HMODULE module = GetModuleHandleW(L"Ledgerwick.dll");
+  using Question = HRESULT(STDAPICALLTYPE*)();
+  const auto ask = reinterpret_cast<Question>(
+      reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
+  return ask() == S_OK;
+}
+
+DISPID NumberOf(IDispatch* object, const std::wstring& name) {
+  std::wstring copy = name;
+  wchar_t* names[] = {copy.data()};
+  DISPID id = DISPID_UNKNOWN;
+  object->GetIDsOfNames(GUID{}, names, 1, 0, &id);
+  return id;
+}
+
+Outcome Invoke(IDispatch* object, DISPID id, WORD flags, std::vector<Variant> arguments) {
+  std::vector<VARIANT> raw;
+  for (auto argument = arguments.rbegin(); argument != arguments.rend(); ++argument) {
+    raw.push_back(*argument->Get());
+  }
+  DISPID named = DISPID_PROPERTYPUT;
+  const bool writes = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+  DISPPARAMS parameters = {raw.data(), writes ? &named : nullptr, static_cast<UINT>(raw.size()),
+                           writes ? 1U : 0U};
+  Outcome outcome;
+  outcome.code = object->Invoke(id, GUID{}, 0, flags, &parameters, outcome.result.Get(),
+                                &outcome.exception, &outcome.wrong_argument);
+  return outcome;
+}
+
+Outcome Invoke(IDispatch* object, const std::wstring& name, WORD flags,
+               std::vector<Variant> arguments) {
+  return Invoke(object, NumberOf(object, name), flags, std::move(arguments));
+}
+
+}  // namespace ledgerwick::com::testing

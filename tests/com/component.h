@@ -1,0 +1,46 @@
+// The component as a host reaches it.
+#pragma once
+
+#include <string>
+
+#include "com/com_types.h"
+#include "com/dispatch_object.h"
+#include "frame/class_table.h"
+
+namespace ledgerwick::com::testing {
+
+// The interface and class identifiers that the type library in Ledgerwick.dll gives a class.
+struct Identifiers {
+  CLSID class_id;
+  IID interface_id;
+};
+
+// The folder of the test program and of Ledgerwick.dll.
+std::wstring ProgramFolder();
+
+// The type library of Ledgerwick.dll.
+ComPtr<ITypeLib> LoadLibraryOfTypes();
+
+Identifiers IdentifiersOf(const ClassInfo& info);
+
+std::wstring ProgIdOf(const ClassInfo& info);
+
+// A new object of the class, created by its ProgID, or the code of the failure.
+HRESULT Create(const ClassInfo& info, ComPtr<IDispatch>& object);
+
+// True when the loaded module agrees to be unloaded.
+bool MayUnload();
+
+// Calls a member by its number or name and gives the call's code.
+struct Outcome {
+  HRESULT code = S_OK;
+  Variant result;
+  EXCEPINFO exception = {};  // its strings are owned by nobody and leak in tests that look at them
+  UINT wrong_argument = 99;
+};
+Outcome Invoke(IDispatch* object, DISPID id, WORD flags, std::vector<Variant> arguments = {});
+Outcome Invoke(IDispatch* object, const std::wstring& name, WORD flags,
+               std::vector<Variant> arguments = {});
+DISPID NumberOf(IDispatch* object, const std::wstring& name);
+
+}  // namespace ledgerwick::com::testing

@@ -1,0 +1,108 @@
+#include "fake_object.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "com/errors.h"
+
+namespace ledgerwick::com::testing {
+namespace {
+
+HRESULT Raise(const DatabaseError& error, EXCEPINFO* info) {
+  if (info == nullptr) return DISP_E_EXCEPTION;
+  *info = {};
+  info->scode = ToResult(error.number);
+  info->bstrSource = BString(error.source).Detach();
+  info->bstrDescription = BString(error.description).Detach();
+  info->bstrHelpFile = BString(error.help_file).Detach();
+  info->dwHelpContext = error.help_context;
+  return DISP_E_EXCEPTION;
+}
+
+HRESULT Raise(const Script& script, EXCEPINFO* info) {
+  DatabaseError error(0, FromWide(kRaisedSource), FromWide(kRaisedText));
+  error.help_file = FromWide(kRaisedHelp);
+  error.help_context = kRaisedContext;
+  Raise(error, info);
+  info->wCode = script.raised_code;
+  info->scode = script.raised_code == 0 ? script.raised : 0;
+  return DISP_E_EXCEPTION;
+}
+
+// A null, or an array, which has no text and is no object.
+Variant Wrong(Mishap mishap) {
+  Variant v;
+  V_VT(v.Get()) = VT_NULL;
+  if (mishap == Mishap::WrongType) {
+    V_VT(v.Get()) = VT_ARRAY | VT_I4;
+    V_ARRAY(v.Get()) = SafeArrayCreateVector(VT_I4, 0, 1);
+  }
+  return v;
+}
+
+FakeCall ReadCall(WORD flags, const DISPPARAMS& parameters) {
+  FakeCall call;
+  call.writes = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+  for (UINT i = parameters.cArgs; i-- > 0;) {
+    Variant argument;
+    VariantCopyInd(argument.Get(), &parameters.rgvarg[i]);
+    call.arguments.push_back(argument);
+  }
+  return call;
+}
+
+}  // namespace
+
+ComPtr<IDispatch> FakeObject::Make(Script& script, std::map<std::wstring, Handler> members) {
+  auto object = std::make_unique<FakeObject>(script);
+  object->members_.assign(members.begin(), members.end());
+  ComPtr<IDispatch> result;
+  *result.Receive() = object.release();
+  return result;
+}
+
+HRESULT FakeObject::QueryInterface(REFIID iid, void** result) {
+  const bool known = iid == IID_IUnknown || iid == IID_IDispatch;
+  *result = known ? this : nullptr;
+  if (!known) return E_NOINTERFACE;
+  AddRef();
+  return S_OK;
+}
+
+ULONG FakeObject::Release() {
+  const ULONG left = --references_;
+  if (left == 0) std::unique_ptr<FakeObject>(this).reset();
+  return left;
+}
+
+HRESULT FakeObject::GetTypeInfoCount(UINT* count) {
+  *count = 0;
+  return S_OK;
+}
+
+HRESULT FakeObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
+  const auto found = std::find_if(members_.begin(), members_.end(), [&](const auto& member) {
+    return lstrcmpiW(member.first.c_str(), names[0]) == 0;
+  });
+  if (count != 1 || found == members_.end()) return DISP_E_UNKNOWNNAME;
+  ids[0] = static_cast<DISPID>(found - members_.begin()) + 1;
+  return S_OK;
+}
+
+HRESULT FakeObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
+                           VARIANT* result, EXCEPINFO* info, UINT*) {
+  const auto& [name, handler] = members_[static_cast<std::size_t>(id - 1)];
+  script_.log.push_back(name);
+  const bool goes_wrong = script_.calls++ == script_.mishap_at;
+  if (goes_wrong && script_.mishap == Mishap::Error) return Raise(script_, info);
+  try {
+    Variant given = handler(ReadCall(flags, *parameters));
+    if (goes_wrong && script_.mishap != Mishap::None) given = Wrong(script_.mishap);
+    if (result != nullptr) *result = given.Detach();
+    return S_OK;
+  } catch (const DatabaseError& error) {
+    return Raise(error, info);
+  }
+}
+
+}  // namespace ledgerwick::com::testing

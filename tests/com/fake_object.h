@@ -1,0 +1,68 @@
+// Objects that the tests script: names with handlers, and a count of the calls.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "com/com_types.h"
+
+namespace ledgerwick::com::testing {
+
+// One call of a scripted object's member.
+struct FakeCall {
+  std::vector<Variant> arguments;  // in their order, without references
+  bool writes = false;
+};
+
+// Does a call's work. A DatabaseError that it throws is raised to the caller.
+using Handler = std::function<Variant(const FakeCall&)>;
+
+// What a scripted call does instead of its work.
+enum class Mishap { None, Error, Null, WrongType };
+
+// The error that a Mishap::Error raises.
+inline constexpr HRESULT kRaised = static_cast<HRESULT>(0x80040E14);
+inline constexpr const wchar_t* kRaisedSource = L"Provider";
+inline constexpr const wchar_t* kRaisedText = L"第 1 行: 语法错误";
+inline constexpr const wchar_t* kRaisedHelp = L"C:\\help.chm";
+inline constexpr DWORD kRaisedContext = 4711;
+
+// Counts the calls of all scripted objects and lets one of them go wrong.
+struct Script {
+  int calls = 0;
+  int mishap_at = -1;  // counted from 0
+  Mishap mishap = Mishap::None;
+  HRESULT raised = kRaised;
+  WORD raised_code = 0;           // instead of `raised`, where not 0
+  std::vector<std::wstring> log;  // the members that were called
+};
+
+// An object with dispatch interface alone. Counts how many of its kind live.
+class FakeObject final : public IDispatch {
+ public:
+  explicit FakeObject(Script& script) : script_(script) { ++live; }
+  ~FakeObject() { --live; }
+
+  static ComPtr<IDispatch> Make(Script& script, std::map<std::wstring, Handler> members);
+
+  static inline int live = 0;
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** result) override;
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+  ULONG STDMETHODCALLTYPE Release() override;
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override;
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID,
+                                          DISPID* ids) override;
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
+                                   VARIANT* result, EXCEPINFO* info, UINT*) override;
+
+ private:
+  ULONG references_ = 1;
+  Script& script_;
+  std::vector<std::pair<std::wstring, Handler>> members_;
+};
+
+}  // namespace ledgerwick::com::testing

@@ -1,0 +1,140 @@
+// Owns the embedded database for the tests under Wine: serves stand-in connections over the
+// loopback until its standard input ends. Prints the port.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <thread>
+
+#include "frame/error.h"
+#include "frame/result_sink.h"
+#include "tests/com/ado/wire.h"
+#include "tsql/database.h"
+
+namespace ledgerwick::com::testing {
+namespace {
+
+// A value with a letter for its kind.
+std::string Encode(const Value& value) {
+  if (value.IsNull() || value.IsEmpty()) return "n";
+  if (const auto* date = value.If<Date>()) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.17g", date->serial);
+    return std::string("t") + text;
+  }
+  const char kind = value.If<std::int64_t>() ? 'i' : value.If<double>() ? 'd' : 's';
+  return kind + ToUtf8(value.ToText());
+}
+
+// The first result: a row of names, then the rows.
+class EncodingSink final : public ResultSink {
+ public:
+  void Columns(std::span<const ResultColumn> columns) override {
+    for (const ResultColumn& column : columns) Add(ToUtf8(column.name));
+    EndRow();
+  }
+  void Row(std::span<const Value> values) override {
+    for (const Value& value : values) Add(Encode(value));
+    EndRow();
+  }
+  void EndRows(std::int64_t) override { complete_ = true; }
+  void RowsAffected(std::int64_t) override {}
+  void Message(const Text&) override {}
+
+  std::string text;
+
+ private:
+  void Add(const std::string& field) {
+    if (!complete_) text += field + kFieldEnd;
+  }
+  void EndRow() {
+    if (!complete_) text += kRowEnd;
+  }
+
+  bool complete_ = false;
+};
+
+// One connection of the stand-in.
+class Session {
+ public:
+  std::string Answer(const std::string& request) {
+    try {
+      return "+" + Perform(request.at(0), request.substr(1));
+    } catch (const DatabaseError& error) {
+      return "!" + std::to_string(error.number) + kFieldEnd + ToUtf8(error.source) + kFieldEnd +
+             ToUtf8(error.description) + kFieldEnd;
+    }
+  }
+
+ private:
+  std::string Perform(char operation, const std::string& text) {
+    if (operation == 'O') {
+      database_ = tsql::Database::Open(text);
+      return {};
+    }
+    if (operation == 'C') {
+      database_.reset();
+      return {};
+    }
+    EncodingSink sink;
+    database_->Run(FromUtf8(text), sink);
+    return operation == 'Q' ? sink.text : "";
+  }
+
+  std::unique_ptr<tsql::Database> database_;
+};
+
+void Serve(int socket) {
+  Session session;
+  std::string request;
+  const auto read_all = [socket](char* buffer, std::size_t size) {
+    return recv(socket, buffer, size, MSG_WAITALL) == static_cast<ssize_t>(size);
+  };
+  while (ReadFrame(read_all, request)) {
+    const std::string answer = Frame(session.Answer(request));
+    for (std::size_t sent = 0; sent < answer.size();) {
+      const ssize_t n = send(socket, answer.data() + sent, answer.size() - sent, MSG_NOSIGNAL);
+      if (n <= 0) break;
+      sent += static_cast<std::size_t>(n);
+    }
+  }
+  close(socket);
+}
+
+int Listen() {
+  const int listener = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  auto* const any = reinterpret_cast<sockaddr*>(&address);
+  if (listener < 0 || bind(listener, any, size) != 0 || listen(listener, 16) != 0 ||
+      getsockname(listener, any, &size) != 0) {
+    std::perror("listen on the loopback");
+    return -1;
+  }
+  std::cout << ntohs(address.sin_port) << std::endl;
+  return listener;
+}
+
+}  // namespace
+}  // namespace ledgerwick::com::testing
+
+int main() {
+  using namespace ledgerwick::com::testing;
+  const int listener = Listen();
+  if (listener < 0) return 1;
+  std::thread([listener] {
+    while (true) {
+      const int connection = accept(listener, nullptr, nullptr);
+      if (connection >= 0) std::thread(Serve, connection).detach();
+    }
+  }).detach();
+  while (std::cin.get() != std::istream::traits_type::eof()) {
+  }
+  std::_Exit(0);  // the listener waits for ever
+}

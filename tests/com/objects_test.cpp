@@ -1,0 +1,214 @@
+// Creating every class, and calling members by name, by number and through the function table.
+#include <doctest/doctest.h>
+
+#include <cstdlib>
+#include <vector>
+
+#include "com/variant_value.h"
+#include "component.h"
+#include "fake_object.h"
+
+namespace ledgerwick::com::testing {
+namespace {
+
+constexpr WORD kGet = DISPATCH_PROPERTYGET;
+constexpr WORD kPut = DISPATCH_PROPERTYPUT;
+constexpr WORD kPutReference = DISPATCH_PROPERTYPUTREF;
+constexpr WORD kMethod = DISPATCH_METHOD;
+
+std::wstring Wide(TextView text) { return {text.begin(), text.end()}; }
+
+// The address of an entry of an object's function table.
+template <typename Function>
+Function EntryOf(IDispatch* object, std::size_t index) {
+  return reinterpret_cast<Function>((*reinterpret_cast<void***>(object))[index]);
+}
+
+using ReadText = HRESULT(STDMETHODCALLTYPE*)(IDispatch*, BSTR*);
+using WriteText = HRESULT(STDMETHODCALLTYPE*)(IDispatch*, BSTR);
+using ReadObject = HRESULT(STDMETHODCALLTYPE*)(IDispatch*, IDispatch**);
+using WriteObject = HRESULT(STDMETHODCALLTYPE*)(IDispatch*, IDispatch*);
+
+void CheckTextProperty(IDispatch* object, const std::wstring& name, std::size_t entry) {
+  const Text written = u"值 " + Text(name.begin(), name.end());
+  CHECK(Invoke(object, name, kPut, {Variant::OfText(written)}).code == S_OK);
+  BString read;
+  CHECK(EntryOf<ReadText>(object, entry)(object, read.Address()) == S_OK);
+  CHECK(ToText(read.Get()) == written);
+  CHECK(EntryOf<WriteText>(object, entry + 1)(object, nullptr) == S_OK);
+  CHECK(ToText(Invoke(object, NumberOf(object, name), kGet).result).empty());
+  CHECK(EntryOf<ReadText>(object, entry)(object, nullptr) == E_POINTER);
+}
+
+void CheckObjectProperty(IDispatch* object, const std::wstring& name, std::size_t entry) {
+  Script script;
+  const ComPtr<IDispatch> host = FakeObject::Make(script, {});
+  CHECK(Invoke(object, name, kPutReference, {Variant::OfObject(host.Get())}).code == S_OK);
+  ComPtr<IDispatch> read;
+  CHECK(EntryOf<ReadObject>(object, entry)(object, read.Receive()) == S_OK);
+  CHECK(read.Get() == host.Get());
+  CHECK(Invoke(object, name, kPut, {Variant::OfObject(host.Get())}).code == DISP_E_MEMBERNOTFOUND);
+  CHECK(EntryOf<WriteObject>(object, entry + 1)(object, nullptr) == S_OK);
+  const Outcome nothing = Invoke(object, name, kGet);
+  CHECK(V_VT(nothing.result.Get()) == VT_DISPATCH);
+  CHECK(V_DISPATCH(nothing.result.Get()) == nullptr);
+  CHECK(script.calls == 0);  // the host's object is kept, not called
+}
+
+// A look at every property of a fresh object, through every door.
+void CheckProperties(IDispatch* object, const ClassInfo& info) {
+  std::size_t entry = 7;
+  for (const Member which : info.members) {
+    const MemberInfo& member = Describe(which);
+    CAPTURE(ToUtf8(member.name));
+    const std::wstring name = Wide(member.name);
+    CHECK(NumberOf(object, name) != DISPID_UNKNOWN);
+    if (!member.is_property) {
+      entry += 1;
+      continue;
+    }
+    if (member.type == MemberType::String) {
+      CheckTextProperty(object, name, entry);
+    } else {
+      CheckObjectProperty(object, name, entry);
+    }
+    entry += 2;
+  }
+}
+
+TEST_SUITE("objects") {
+  TEST_CASE("every class whose report is built can be created, the others say so") {
+    for (const ClassInfo& info : Classes()) {
+      CAPTURE(ToUtf8(info.name));
+      ComPtr<IDispatch> object;
+      const HRESULT code = Create(info, object);
+      if (info.factory == nullptr) {
+        CHECK(code == CLASS_E_CLASSNOTAVAILABLE);
+        continue;
+      }
+      REQUIRE(code == S_OK);
+      CheckProperties(object.Get(), info);
+      CHECK_FALSE(MayUnload());
+      object.Reset();
+      CHECK(MayUnload());
+      CHECK(FakeObject::live == 0);
+    }
+  }
+
+  TEST_CASE("interfaces are handed out by the rules") {
+    for (const ClassInfo& info : Classes()) {
+      if (info.factory == nullptr) continue;
+      CAPTURE(ToUtf8(info.name));
+      ComPtr<IDispatch> object;
+      REQUIRE(Create(info, object) == S_OK);
+      const auto query = [](IUnknown* from, REFIID iid, HRESULT wanted) {
+        ComPtr<IUnknown> to;
+        CHECK(from->QueryInterface(iid, reinterpret_cast<void**>(to.Receive())) == wanted);
+        return to;
+      };
+      const ComPtr<IUnknown> identity = query(object.Get(), IID_IUnknown, S_OK);
+      const ComPtr<IUnknown> errors = query(object.Get(), IID_ISupportErrorInfo, S_OK);
+      const IID own = IdentifiersOf(info).interface_id;
+      const ComPtr<IUnknown> dual = query(errors.Get(), own, S_OK);
+      CHECK(query(errors.Get(), IID_IUnknown, S_OK).Get() == identity.Get());
+      CHECK(query(dual.Get(), IID_IUnknown, S_OK).Get() == identity.Get());
+      CHECK(query(errors.Get(), IID_IDispatch, S_OK).Get() == object.Get());
+      CHECK_FALSE(query(object.Get(), IID_IClassFactory, E_NOINTERFACE));
+      auto* const support = static_cast<ISupportErrorInfo*>(errors.Get());
+      CHECK(support->InterfaceSupportsErrorInfo(own) == S_OK);
+      CHECK(support->InterfaceSupportsErrorInfo(IID_IPersist) == S_FALSE);
+    }
+  }
+
+  TEST_CASE("the class object refuses aggregation, locks and unlocks") {
+    const ClassInfo& info = *FindClass(u"clsRepAQKCYJ");
+    CLSID id;
+    REQUIRE(CLSIDFromProgID(ProgIdOf(info).c_str(), &id) == S_OK);
+    // A manifest's names lead to identifiers of their own.
+    const bool registered = _wgetenv(L"LEDGERWICK_MANIFEST") == nullptr;
+    CHECK((!registered || id == IdentifiersOf(info).class_id));
+    ComPtr<IClassFactory> factory;
+    REQUIRE(CoGetClassObject(id, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                             reinterpret_cast<void**>(factory.Receive())) == S_OK);
+    ComPtr<IUnknown> object;
+    const auto create = [&](IUnknown* outer, REFIID iid) {
+      return factory->CreateInstance(outer, iid, reinterpret_cast<void**>(object.Receive()));
+    };
+    CHECK(create(factory.Get(), IID_IUnknown) == CLASS_E_NOAGGREGATION);
+    CHECK(create(nullptr, IID_IClassFactory) == E_NOINTERFACE);
+    CHECK_FALSE(object);
+    factory->LockServer(TRUE);
+    factory.Reset();
+    CHECK_FALSE(MayUnload());
+    CoGetClassObject(id, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                     reinterpret_cast<void**>(factory.Receive()));
+    factory->LockServer(FALSE);
+    factory.Reset();
+    CHECK(MayUnload());
+  }
+
+  TEST_CASE("wrong calls give the platform's codes") {
+    ComPtr<IDispatch> object;
+    REQUIRE(Create(*FindClass(u"clsRepAQKCYJ"), object) == S_OK);
+    const Variant text = Variant::OfText(u"x");
+    Variant array;
+    V_VT(array.Get()) = VT_ARRAY | VT_I4;
+    V_ARRAY(array.Get()) = SafeArrayCreateVector(VT_I4, 0, 1);
+    const struct {
+      const wchar_t* member;
+      WORD flags;
+      std::vector<Variant> arguments;
+      HRESULT code;
+    } cases[] = {
+        {L"TempTablename", kMethod, {}, S_OK},
+        {L"temptablename", kMethod | kGet, {}, S_OK},
+        {L"TempTablename", kMethod, {text}, DISP_E_BADPARAMCOUNT},
+        {L"TempTablename", kPut, {text}, DISP_E_MEMBERNOTFOUND},
+        {L"ReportTitle", kPut, {array}, DISP_E_TYPEMISMATCH},
+        {L"ReportTitle", kPutReference, {text}, DISP_E_MEMBERNOTFOUND},
+        {L"ReportTitle", kPut, {Variant::OfInteger(5)}, S_OK},
+        {L"mconn", kPutReference, {text}, DISP_E_TYPEMISMATCH},
+        {L"strSubTitle", kMethod, {}, DISP_E_MEMBERNOTFOUND},
+    };
+    for (const auto& c : cases) {
+      CAPTURE(Text(c.member, c.member + lstrlenW(c.member)).size());
+      CAPTURE(c.flags);
+      CHECK(Invoke(object.Get(), c.member, c.flags, c.arguments).code == c.code);
+    }
+    CHECK(ToText(Invoke(object.Get(), L"ReportTitle", kGet).result) == u"5");
+    DISPID id = 7;
+    wchar_t unknown[] = L"Nothing";
+    wchar_t* names[] = {unknown};
+    CHECK(object->GetIDsOfNames(GUID{}, names, 1, 0, &id) == DISP_E_UNKNOWNNAME);
+    CHECK(id == DISPID_UNKNOWN);
+    CHECK(object->GetIDsOfNames(IID_IDispatch, names, 1, 0, &id) == DISP_E_UNKNOWNINTERFACE);
+    DISPPARAMS none = {};
+    CHECK(object->Invoke(1, IID_IDispatch, 0, kGet, &none, nullptr, nullptr, nullptr) ==
+          DISP_E_UNKNOWNINTERFACE);
+  }
+
+  TEST_CASE("a report's table has its name before any property is set") {
+    for (const ClassInfo& info : Classes()) {
+      if (info.factory == nullptr) continue;
+      CAPTURE(ToUtf8(info.name));
+      ComPtr<IDispatch> object;
+      REQUIRE(Create(info, object) == S_OK);
+      const Text name = ToText(Invoke(object.Get(), L"TempTablename", kMethod).result);
+      const Text fixed = u"tempdb.." + Text(info.result_table);
+      CHECK(name.substr(0, fixed.size()) == fixed);
+      CHECK((name.size() > fixed.size()) == info.has_machine_suffix);
+    }
+  }
+
+  TEST_CASE("a snapshot has an empty subtitle") {
+    ComPtr<IDispatch> object;
+    REQUIRE(Create(*FindClass(u"clsInventroy"), object) == S_OK);
+    const Outcome outcome = Invoke(object.Get(), L"GetSubTitle", kMethod);
+    CHECK(outcome.code == S_OK);
+    CHECK(V_VT(outcome.result.Get()) == VT_BSTR);
+    CHECK(ToText(outcome.result).empty());
+  }
+}
+
+}  // namespace
+}  // namespace ledgerwick::com::testing

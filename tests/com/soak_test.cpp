@@ -1,0 +1,71 @@
+// Memory stays flat over many objects and many runs.
+#include <doctest/doctest.h>
+#include <windows.h>
+// psapi.h needs windows.h before it.
+#include <psapi.h>
+
+#include "component.h"
+#include "fake_world.h"
+
+namespace ledgerwick::com::testing {
+namespace {
+
+constexpr int kObjects = 1'000'000;
+constexpr int kRuns = 10'000;
+// What the allocator may keep for itself; one leaked byte for each object would be a million.
+constexpr std::size_t kSlack = 512 * 1024;
+
+std::size_t MemoryInUse() {
+  PROCESS_MEMORY_COUNTERS counters = {};
+  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters.PagefileUsage;
+}
+
+TEST_SUITE("soak") {
+  TEST_CASE("a million objects leave no memory behind") {
+    CLSID id;
+    REQUIRE(CLSIDFromProgID(ProgIdOf(*FindClass(u"clsRepAQKCYJ")).c_str(), &id) == S_OK);
+    ComPtr<IClassFactory> factory;
+    REQUIRE(CoGetClassObject(id, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                             reinterpret_cast<void**>(factory.Receive())) == S_OK);
+    const auto create = [&](int count) {
+      int created = 0;
+      for (int i = 0; i < count; ++i) {
+        ComPtr<IDispatch> object;
+        created += factory->CreateInstance(nullptr, IID_IDispatch,
+                                           reinterpret_cast<void**>(object.Receive())) == S_OK;
+      }
+      return created;
+    };
+    create(kObjects / 100);
+    const std::size_t before = MemoryInUse();
+    CHECK(create(kObjects) == kObjects);
+    CHECK(MemoryInUse() < before + kSlack);
+  }
+
+  TEST_CASE("ten thousand runs leave no memory behind") {
+    FakeWorld world;
+    world.filters = {{u"def_queryType", Variant::OfText(u"高于安全库存量存货"), {}, u"", 0}};
+    world.condition = u"W.cWhCode = '01'";
+    ComPtr<IDispatch> report;
+    REQUIRE(Create(*FindClass(u"clsRepAQKCYJ"), report) == S_OK);
+    Invoke(report.Get(), L"ObjReportManager", DISPATCH_PROPERTYPUTREF,
+           {Variant::OfObject(world.NewManager().Get())});
+    const auto run = [&](int count) {
+      int succeeded = 0;
+      for (int i = 0; i < count; ++i) {
+        succeeded += Invoke(report.Get(), L"MoveDataDetail", DISPATCH_METHOD).code == S_OK;
+        world.statements.clear();
+        world.script.log.clear();
+      }
+      return succeeded;
+    };
+    run(kRuns / 100);
+    const std::size_t before = MemoryInUse();
+    CHECK(run(kRuns) == kRuns);
+    CHECK(MemoryInUse() < before + kSlack);
+  }
+}
+
+}  // namespace
+}  // namespace ledgerwick::com::testing

@@ -1,0 +1,319 @@
+#include "tests/inventory/small_stock.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "frame/report_provider.h"
+#include "host/reference_host.h"
+#include "tests/golden.h"
+#include "tsql/connection.h"
+
+namespace ledgerwick::testing {
+namespace {
+
+constexpr const char* kLoginDate = "2002-03-31";
+
+// NULL for an empty text.
+std::string Sql(const std::string& text) { return text.empty() ? "NULL" : "N'" + text + "'"; }
+std::string Sql(const Number& number) { return number ? NumberText(*number) : "NULL"; }
+std::string Sql(bool b) { return b ? "1" : "0"; }
+
+class RowSink final : public ResultSink {
+ public:
+  void Columns(std::span<const ResultColumn> columns) override {
+    for (const ResultColumn& column : columns) names_.push_back(ToUtf8(column.name));
+  }
+  void Row(std::span<const Value> values) override {
+    ResultRow& row = rows.emplace_back();
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      if (!values[i].IsNull()) row[names_[i]] = ToUtf8(values[i].ToText());
+    }
+  }
+  void EndRows(std::int64_t) override {}
+  void RowsAffected(std::int64_t) override {}
+  void Message(const Text&) override {}
+
+  std::vector<ResultRow> rows;
+
+ private:
+  std::vector<std::string> names_;
+};
+
+class EmbeddedSystem final : public System {
+ public:
+  std::shared_ptr<Connection> NewConnection() override { return tsql::EmbeddedConnection::New({}); }
+  Text ComputerName() override { return u"PC"; }
+  std::size_t AnsiLength(TextView text) override { return ledgerwick::AnsiLength(text); }
+  void MessageBox(const Text& text, const Text&, std::int32_t) override { message = ToUtf8(text); }
+  void Beep() override {}
+
+  std::string message;
+};
+
+void RunBatch(tsql::Database& database, const std::string& sql) {
+  RowSink sink;
+  database.Run(FromUtf8(sql), sink);
+}
+
+void CreateSchema(tsql::Database& database) {
+  const std::string script =
+      ReadFile(std::filesystem::path(LEDGERWICK_SOURCE) / "sample" / "schema.sql");
+  const std::string go = "\nGO\n";
+  for (std::size_t from = 0; from < script.size();) {
+    const std::size_t end = std::min(script.find(go, from), script.size());
+    RunBatch(database, script.substr(from, end - from));
+    from = end + go.size();
+  }
+}
+
+std::string InsertReferenceData() {
+  std::string sql;
+  for (const auto& [code, name] : Warehouses()) {
+    sql += "INSERT INTO Warehouse (cWhCode, cWhName, bWhPos) VALUES (" + Sql(code) + ", " +
+           Sql(name) + ", 1)\n";
+  }
+  for (const auto& [code, name] : LeafLocations()) {
+    sql += "INSERT INTO Position VALUES (" + Sql(code) + ", " + Sql(name) + ", 2, 1, '01')\n";
+  }
+  for (const auto& [code, name] : Types()) {
+    sql += "INSERT INTO Rd_Style VALUES (" + Sql(code) + ", " + Sql(name) + ", " +
+           std::to_string(code.size()) + ", 1)\n";
+  }
+  return sql +
+         "INSERT INTO Position VALUES ('1', N'一区', 1, 0, '01')\n"
+         "INSERT INTO InventoryClass VALUES ('01', N'甲类', 1, 0)\n"
+         "INSERT INTO InventoryClass VALUES ('0101', N'甲一类', 2, 1)\n"
+         "INSERT INTO ComputationUnit VALUES ('U1', N'只', NULL, 1, NULL)\n"
+         "INSERT INTO ComputationUnit VALUES ('X1', N'箱', 'G1', 0, 12)\n"
+         "INSERT INTO ComputationUnit VALUES ('X2', N'捆', 'G2', 0, 1)\n"
+         "INSERT INTO VouchType VALUES ('01', N'入库单')\n"
+         "INSERT INTO VouchType VALUES ('33', N'期初单')\n"
+         "INSERT INTO VouchType VALUES ('34', N'结算单')\n"
+         "INSERT INTO AccInformation VALUES ('AA', 'cGoodClass', NULL, '22', NULL)\n"
+         "INSERT INTO Customer VALUES ('C1', N'', N'客户简称', NULL)\n";
+}
+
+std::string InsertItems() {
+  std::string sql;
+  for (const Item& i : Items()) {
+    const std::string pieces_unit = i.group == "G0" ? "" : i.group == "G1" ? "X1" : "X2";
+    sql +=
+        "INSERT INTO Inventory (cInvCode, cInvName, cInvCCode, iGroupType, cGroupCode, "
+        "cComUnitCode, cAssComUnitCode, cPosition, bInvBatch, bInvQuality, bService, "
+        "bInvEntrust, bInvOverStock) VALUES (" +
+        Sql(i.code) + ", " + Sql(i.name) + ", " + Sql(i.item_class) + ", " +
+        std::to_string(i.group_type) + ", " + Sql(i.group) + ", 'U1', " + Sql(pieces_unit) +
+        ", '1', " + Sql(i.batch) + ", " + Sql(i.quality) + ", 0, " + Sql(i.entrust) + ", 0)\n";
+  }
+  for (const Kit& k : Kits()) {
+    sql += "INSERT INTO Accessaries VALUES (" + Sql(k.parent) + ", " + Sql(k.component) + ", " +
+           NumberText(k.count) + ")\n";
+  }
+  return sql;
+}
+
+std::string InsertVouchers() {
+  std::string sql;
+  int id = 0;
+  for (const Line& l : Lines()) {
+    const std::string number = std::to_string(++id);
+    sql +=
+        "INSERT INTO RdRecord (ID, bRdFlag, cVouchType, cWhCode, dDate, cCode, cRdCode, "
+        "cHandler, cCusCode) VALUES (" +
+        number + ", " + Sql(l.receipt) + ", " + Sql(l.voucher) + ", " + Sql(l.warehouse) + ", " +
+        Sql(l.date) + ", 'V" + number + "', " + Sql(l.type) + ", " + Sql(l.handler) + ", " +
+        (l.receipt ? "NULL" : "'C1'") + ")\n";
+    sql +=
+        "INSERT INTO RdRecords (AutoID, ID, cInvCode, iQuantity, iNum, cBatch, cAssUnit, "
+        "iUnitCost, iPrice) VALUES (" +
+        number + ", " + number + ", " + Sql(l.item) + ", " + Sql(l.quantity) + ", " +
+        Sql(l.pieces) + ", " + Sql(l.batch) + ", 'X1', 2, 3)\n";
+  }
+  return sql;
+}
+
+std::string InsertStock() {
+  std::string sql;
+  int id = 0;
+  for (const Movement& m : Movements()) {
+    sql +=
+        "INSERT INTO InvPosition (AutoID, RdID, RdsID, cWhCode, cPosCode, cInvCode, cBatch, "
+        "dDate, bRdFlag, iQuantity, iNum) VALUES (" +
+        std::to_string(++id) + ", 1, 1, '01', " + Sql(m.location) + ", " + Sql(m.item) + ", " +
+        Sql(m.batch) + ", " + Sql(m.date) + ", " + Sql(m.receipt) + ", " + Sql(m.quantity) + ", " +
+        Sql(m.pieces) + ")\n";
+  }
+  for (const Stock& s : Stocks()) {
+    sql +=
+        "INSERT INTO CurrentStock (AutoID, cWhCode, cInvCode, cBatch, iQuantity, iNum, "
+        "fInQuantity, fInNum, dVDate, bStopFlag) VALUES (" +
+        std::to_string(++id) + ", " + Sql(s.warehouse) + ", " + Sql(s.item) + ", " + Sql(s.batch) +
+        ", " + Sql(s.quantity) + ", " + Sql(s.pieces) + ", 24, 2, " + Sql(s.expiry) + ", " +
+        Sql(s.stopped) + ")\n";
+  }
+  return sql;
+}
+
+}  // namespace
+
+const std::vector<Item>& Items() {
+  static const std::vector<Item> items = {
+      {"A", "甲", "01", 0, "G0", "只"},
+      {"B", "乙", "01", 1, "G1", "只", true, true},
+      {"C", "丙", "0101", 2, "G2", "只", true, true},
+      {"K", "套装", "01", 0, "G0", "只"},
+      {"T", "代销品", "0101", 0, "G0", "只", false, false, true},
+  };
+  return items;
+}
+
+const std::vector<Kit>& Kits() {
+  static const std::vector<Kit> kits = {{"K", "A", 2}, {"K", "B", 3}};
+  return kits;
+}
+
+const std::vector<Line>& Lines() {
+  const Number none;
+  static const std::vector<Line> lines = {
+      // On and beside the borders of March.
+      {true, "2002-02-28", "01", "A", 100, none},
+      {true, "2002-03-01", "01", "A", 10, none},
+      {false, "2002-03-31", "01", "A", 4, none, "21"},
+      {true, "2002-03-31 10:00", "01", "A", 7, none},
+      {false, "2002-04-01", "01", "A", 1, none, "21"},
+      // Voucher types that are left out: always, and of the period alone.
+      {true, "2002-02-20", "01", "B", 1200, none, "11", "33", "P1"},
+      {true, "2002-03-05", "01", "B", 1200, none, "11", "33", "P1"},
+      {true, "2002-02-20", "01", "B", 24, none, "11", "34", "P1"},
+      {true, "2002-03-06", "01", "B", 12, none, "11", "34", "P1"},
+      // A type that is not on file, and none.
+      {true, "2002-03-05", "01", "B", 36, none, "99", "01", "P1"},
+      {false, "2002-03-06", "01", "B", 12, none, "", "01", "P1"},
+      // Pieces that are counted, and nothing at all.
+      {true, "2002-01-05", "01", "C", 3, 1, "11", "01", "P2"},
+      {true, "2002-03-10", "01", "C", 5.5, 2, "11", "01", "P2"},
+      {false, "2002-03-12", "01", "C", 2.25, 1, "21", "01", "P3"},
+      {true, "2002-03-11", "02", "C", none, none},
+      // Kits, before and in the period.
+      {true, "2002-01-15", "01", "K", 8, none},
+      {false, "2002-03-15", "01", "K", 5, 1, "21"},
+      // An audited voucher whose type is of the first level; balances to zero.
+      {true, "2002-03-20", "02", "T", 9, none, "1", "01", "", "审核人"},
+      {false, "2002-03-21", "02", "T", 9, none, "21", "01", "", "审核人"},
+      // A kind of voucher that is not on file.
+      {true, "2002-03-22", "02", "A", 6, none, "11", "10"},
+  };
+  return lines;
+}
+
+const std::vector<Movement>& Movements() {
+  const Number none;
+  static const std::vector<Movement> movements = {
+      {true, "2001-09-30", "101", "A", 10, none},
+      {false, "2001-09-30", "101", "A", 3, none},
+      {true, "2001-10-01", "101", "A", 5, none},
+      {false, "2002-03-31", "101", "A", 2, none},
+      {true, "2001-09-01", "101", "B", 24, none, "P1"},
+      {false, "2001-11-01", "101", "B", 6, none, "P1"},
+      {true, "2001-09-01", "102", "C", 9, 3, "P2"},
+      {false, "2001-09-02", "102", "C", 3, 1, "P2"},
+      {true, "2001-12-01", "102", "C", 4.5, 2, "P2"},
+      {false, "2001-12-02", "102", "C", 1.5, 1, "P2"},
+      {true, "2001-12-02", "102", "C", none, none, "P3"},
+      {true, "2001-12-02", "1", "A", 1000, none},  // no leaf
+  };
+  return movements;
+}
+
+const std::vector<Stock>& Stocks() {
+  const Number none;
+  static const std::vector<Stock> stocks = {
+      {"01", "A", "", 5, none, "", none},
+      {"01", "B", "P1", 24, none, "2002-03-30", 0},  // yesterday
+      {"01", "B", "P2", 6, none, "2002-03-31", 1},   // today
+      {"02", "B", "Q1", 12, none, "2002-04-01", none},
+      {"02", "C", "P2", 3, 2, "2002-04-10", none},
+      {"02", "C", "P3", none, none, "2002-03-22", none},
+      {"02", "C", "", 7, none, "", none},
+      {"02", "Z", "", 1, none, "", none},  // not on file
+  };
+  return stocks;
+}
+
+const Item* FindItem(const std::string& code) {
+  const auto found =
+      std::find_if(Items().begin(), Items().end(), [&](const Item& i) { return i.code == code; });
+  return found == Items().end() ? nullptr : &*found;
+}
+
+const std::map<std::string, std::string>& Warehouses() {
+  static const std::map<std::string, std::string> names = {{"01", "主库"}, {"02", "副库"}};
+  return names;
+}
+
+const std::map<std::string, std::string>& LeafLocations() {
+  static const std::map<std::string, std::string> names = {{"101", "一区一位"},
+                                                           {"102", "一区二位"}};
+  return names;
+}
+
+const std::map<std::string, std::string>& Types() {
+  static const std::map<std::string, std::string> names = {
+      {"1", "收"}, {"2", "发"}, {"11", "采购"}, {"21", "销售"}};
+  return names;
+}
+
+std::string PiecesUnit(const std::string& group) {
+  if (group == "G1") return "箱";
+  return group == "G2" ? "捆" : "";
+}
+
+std::string NumberText(double number) { return ToUtf8(Value(number).ToText()); }
+
+StockDatabase::StockDatabase()
+    : path_(std::filesystem::temp_directory_path() /
+            ("ledgerwick-figures-" + std::to_string(::getpid()) + ".db")) {
+  tsql::DatabaseOptions options;
+  options.create = true;
+  const auto database = tsql::Database::Open(path_, options);
+  CreateSchema(*database);
+  for (const std::string& sql :
+       {InsertReferenceData(), InsertItems(), InsertVouchers(), InsertStock()}) {
+    RunBatch(*database, sql);
+  }
+}
+
+StockDatabase::~StockDatabase() {
+  std::error_code ignored;
+  const std::string name = path_.filename().string();
+  for (const auto& entry : std::filesystem::directory_iterator(path_.parent_path())) {
+    if (entry.path().filename().string().starts_with(name)) {
+      std::filesystem::remove(entry.path(), ignored);
+    }
+  }
+}
+
+std::vector<ResultRow> StockDatabase::Report(const std::string& class_name,
+                                             const std::vector<FilterItem>& filters) {
+  Request request;
+  request.report = FindClass(FromUtf8(class_name));
+  request.connectionString = Text(tsql::kEmbeddedPrefix) + FromUtf8(path_.string());
+  request.filters = filters;
+  request.login = LoginMembers{Value(FromUtf8(kLoginDate)), {}};
+  EmbeddedSystem system;
+  const auto report = request.report->factory(system);
+  Furnish(*report, request);
+  const bool built = report->MoveDataDetail();
+  message_ = system.message;
+  RowSink sink;
+  if (built) {
+    tsql::Database::Open(path_)->Run(u"SELECT * FROM " + report->TempTablename(), sink);
+  }
+  std::sort(sink.rows.begin(), sink.rows.end());
+  return std::move(sink.rows);
+}
+
+void StockDatabase::Run(const std::string& sql) { RunBatch(*tsql::Database::Open(path_), sql); }
+
+}  // namespace ledgerwick::testing
