@@ -21,7 +21,8 @@ std::unique_ptr<const WideChars> LoadWideChars() {
   }
   auto wide = std::make_unique<WideChars>();
   for (unsigned c = 0x80; c < 0x10000; ++c) {
-    if (c >= 0xE000 && c <= 0xE765) {  // the user-defined characters, which the C library leaves out
+    if (c >= 0xE000 &&
+        c <= 0xE765) {  // the user-defined characters, which the C library leaves out
       wide->set(c);
       continue;
     }

@@ -58,10 +58,10 @@ using ReportFactory = std::unique_ptr<ReportProvider> (*)(System& system);
 
 // One report class.
 struct ClassInfo {
-  TextView name;           // the ProgID without "Ledgerwick."
-  TextView report;         // what the report is called in English
-  TextView help;           // the class's help text, empty where it has none
-  TextView result_table;   // its name without the machine's suffix
+  TextView name;          // the ProgID without "Ledgerwick."
+  TextView report;        // what the report is called in English
+  TextView help;          // the class's help text, empty where it has none
+  TextView result_table;  // its name without the machine's suffix
   bool has_machine_suffix;
   std::span<const Member> members;  // in interface order
   ReportFactory factory;            // nullptr while this version lacks the report

@@ -15,14 +15,14 @@ class DatabaseError : public std::exception {
  public:
   DatabaseError(std::int32_t number, Text source, Text description);
 
-  std::int32_t number;          // what the caller of a member sees
-  Text source;                  // who raised it
-  Text description;             // the text, unchanged from whoever raised it
-  Text help_file;               // empty where there is none
+  std::int32_t number;  // what the caller of a member sees
+  Text source;          // who raised it
+  Text description;     // the text, unchanged from whoever raised it
+  Text help_file;       // empty where there is none
   std::uint32_t help_context = 0;
-  std::int32_t native = 0;      // the database server's own number, 0 where there is none
-  int line = 0;    // in the statement, counted from 1; 0 where unknown
-  int column = 0;  // in characters, counted from 1; 0 where unknown
+  std::int32_t native = 0;  // the database server's own number, 0 where there is none
+  int line = 0;             // in the statement, counted from 1; 0 where unknown
+  int column = 0;           // in characters, counted from 1; 0 where unknown
 
   // The description in UTF-8; valid as long as the error.
   const char* what() const noexcept override { return what_.c_str(); }

@@ -12,7 +12,7 @@
 namespace ledgerwick {
 
 // Group numbers that a report writes into a filter item.
-inline constexpr std::int32_t kLeftToHost = 0;   // the host's GroupConditionText(0) words the item
+inline constexpr std::int32_t kLeftToHost = 0;  // the host's GroupConditionText(0) words the item
 inline constexpr std::int32_t kTakenByReport = 1;  // the report words it itself
 inline constexpr std::int32_t kVisited = 2;        // the report has looked at it
 
@@ -56,7 +56,8 @@ class ReportFilterSet {
   // The same from the items alone whose LngGrouptoken is `group`.
   virtual Text GroupConditionText(std::int32_t group) = 0;
 
-  // The first (`which` = 1) or second (2) value of the item of that name; empty without such an item.
+  // The first (`which` = 1) or second (2) value of the item of that name; empty without such an
+  // item.
   virtual Value ValueByName(const Text& name, std::int32_t which) = 0;
 };
 

@@ -27,7 +27,8 @@ class ResultSink {
   virtual void Columns(std::span<const ResultColumn> columns) = 0;
 
   // One value for each column; the values live until the call returns. A Boolean and an Integer
-  // column hold std::int64_t, Float and Decimal double, DateTime Date, String Text; any may be null.
+  // column hold std::int64_t, Float and Decimal double, DateTime Date, String Text; any may be
+  // null.
   virtual void Row(std::span<const Value> values) = 0;
 
   virtual void EndRows(std::int64_t count) = 0;

@@ -27,7 +27,8 @@ constexpr std::int64_t kZeroDay = DaysFromCivil(1899, 12, 30);
 
 Text FormatDay(const CalendarTime& t) {
   std::array<char, 32> buffer;
-  const int n = std::snprintf(buffer.data(), buffer.size(), "%04d-%02d-%02d", t.year, t.month, t.day);
+  const int n =
+      std::snprintf(buffer.data(), buffer.size(), "%04d-%02d-%02d", t.year, t.month, t.day);
   return FromAscii({buffer.data(), static_cast<std::size_t>(n)});
 }
 
@@ -112,7 +113,8 @@ CalendarTime ToCalendar(Date date) noexcept {
 }
 
 std::optional<Date> FromCalendar(const CalendarTime& t) noexcept {
-  if (t.year < 100 || t.year > 9999 || t.month < 1 || t.month > 12 || t.day < 1) return std::nullopt;
+  if (t.year < 100 || t.year > 9999 || t.month < 1 || t.month > 12 || t.day < 1)
+    return std::nullopt;
   const std::int64_t next =
       t.month == 12 ? DaysFromCivil(t.year + 1, 1, 1) : DaysFromCivil(t.year, t.month + 1, 1);
   const std::int64_t first = DaysFromCivil(t.year, t.month, 1);
@@ -123,8 +125,7 @@ std::optional<Date> FromCalendar(const CalendarTime& t) noexcept {
   }
   const std::int64_t day = first + t.day - 1 - kZeroDay;
   const std::int64_t of_day = ((t.hour * 60 + t.minute) * 60 + t.second) * 1000 + t.millisecond;
-  const double fraction =
-      static_cast<double>(of_day) / static_cast<double>(kMillisecondsPerDay);
+  const double fraction = static_cast<double>(of_day) / static_cast<double>(kMillisecondsPerDay);
   return Date{day < 0 ? static_cast<double>(day) - fraction : static_cast<double>(day) + fraction};
 }
 

@@ -56,8 +56,8 @@ double RoundDecimal(double number, int scale) noexcept;
 // The same cut towards zero.
 double TruncateDecimal(double number, int scale) noexcept;
 
-// The quotient of two decimals cut towards zero to `scale` digits, as the server divides decimals and
-// money. Error 8134 when `divisor` is 0.
+// The quotient of two decimals cut towards zero to `scale` digits, as the server divides decimals
+// and money. Error 8134 when `divisor` is 0.
 double DivideDecimal(double dividend, double divisor, int scale);
 
 // `number` as CONVERT writes a float: style 0 six significant digits, 1 eight and 2 sixteen in
