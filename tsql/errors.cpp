@@ -97,12 +97,6 @@ SqlError DateOutOfRange() {
           "out-of-range value."};
 }
 
-SqlError TextToInteger(TextView type, TextView value, TextView target) {
-  return {245, kUser,
-          "Conversion failed when converting the " + ToUtf8(type) + " value " + Quoted(value) +
-              " to data type " + ToUtf8(target) + "."};
-}
-
 SqlError Overflow(TextView target) {
   return {8115, kUser,
           "Arithmetic overflow error converting expression to data type " + ToUtf8(target) + "."};

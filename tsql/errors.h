@@ -39,20 +39,19 @@ DatabaseError ToDatabaseError(const SqlError& error);
 
 namespace errors {
 
-SqlError IncorrectSyntax(TextView near, Position at);                    // 102
-SqlError UnclosedQuote(TextView text, Position at);                      // 105
-SqlError MissingEndComment(Position at);                                 // 113
-SqlError IncorrectSyntaxKeyword(TextView keyword, Position at);          // 156
-SqlError InvalidColumn(TextView name, Position at);                      // 207
-SqlError InvalidObject(TextView name, Position at);                      // 208
-SqlError AmbiguousColumn(TextView name, Position at);                    // 209
-SqlError DateConversion();                                               // 241
-SqlError DateOutOfRange();                                               // 242
-SqlError TextToInteger(TextView type, TextView value, TextView target);  // 245
-SqlError Overflow(TextView target);                                      // 8115
-SqlError ConvertDataType(TextView source, TextView target);              // 8114
-SqlError DivideByZero();                                                 // 8134
-SqlError Truncated();                                                    // 8152
+SqlError IncorrectSyntax(TextView near, Position at);            // 102
+SqlError UnclosedQuote(TextView text, Position at);              // 105
+SqlError MissingEndComment(Position at);                         // 113
+SqlError IncorrectSyntaxKeyword(TextView keyword, Position at);  // 156
+SqlError InvalidColumn(TextView name, Position at);              // 207
+SqlError InvalidObject(TextView name, Position at);              // 208
+SqlError AmbiguousColumn(TextView name, Position at);            // 209
+SqlError DateConversion();                                       // 241
+SqlError DateOutOfRange();                                       // 242
+SqlError Overflow(TextView target);                              // 8115
+SqlError ConvertDataType(TextView source, TextView target);      // 8114
+SqlError DivideByZero();                                         // 8134
+SqlError Truncated();                                            // 8152
 
 // What the parser, the binder and the interpreter find.
 SqlError NestedTooDeeply(Position at);                                                       // 191
