@@ -15,3 +15,14 @@ CREATE INDEX IX_CurrentStock_cInvCode ON CurrentStock (cInvCode, cWhCode)
 GO
 CREATE INDEX IX_ComputationUnit_cGroupCode ON ComputationUnit (cGroupCode)
 GO
+-- Sales reports go from a note to its invoices and on to the payments.
+CREATE INDEX IX_SaleNoteLine_ID ON SaleNoteLine (ID)
+GO
+CREATE INDEX IX_SaleNoteLine_SourceID ON SaleNoteLine (SourceID)
+GO
+CREATE INDEX IX_SaleInvoiceLine_ID ON SaleInvoiceLine (ID)
+GO
+CREATE INDEX IX_SaleInvoiceLine_NoteLineID ON SaleInvoiceLine (NoteLineID)
+GO
+CREATE INDEX IX_SalePayment_InvoiceLineID ON SalePayment (InvoiceLineID)
+GO

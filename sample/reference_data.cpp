@@ -29,6 +29,12 @@ constexpr std::array<CodeName, 8> kVoucherTypes = {{
     {u"34", u"期初结存单"},
 }};
 
+constexpr std::array<CodeName, 3> kNoteTypes = {{
+    {u"05", u"发货单"},
+    {u"06", u"委托代销发货单"},
+    {u"07", u"委托结算单"},
+}};
+
 constexpr std::array<CodeName, 4> kSaleTypes = {{
     {u"01", u"批发"},
     {u"02", u"零售"},
@@ -242,6 +248,7 @@ constexpr std::array<KitPart, 12> kKitParts = {{
 
 std::span<const Parameter> Parameters() { return kParameters; }
 std::span<const CodeName> VoucherTypes() { return kVoucherTypes; }
+std::span<const CodeName> NoteTypes() { return kNoteTypes; }
 std::span<const CodeName> SaleTypes() { return kSaleTypes; }
 std::span<const CodeName> PurchaseTypes() { return kPurchaseTypes; }
 std::span<const CodeName> InventoryClasses() { return kInventoryClasses; }

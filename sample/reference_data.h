@@ -24,7 +24,8 @@ struct CodeName {
   TextView name;
 };
 
-std::span<const CodeName> VoucherTypes();
+std::span<const CodeName> VoucherTypes();  // of stock vouchers
+std::span<const CodeName> NoteTypes();     // of sales notes, in the order of NoteKind
 std::span<const CodeName> SaleTypes();
 std::span<const CodeName> PurchaseTypes();
 

@@ -67,6 +67,7 @@ class SampleWriter {
 
   void Write() {
     RunScript("schema.sql");
+    RunScript("sales_schema.sql");
     WriteMasterData();
     for (std::size_t table = 0; table < sample::kVoucherTables; ++table) WriteVouchers(table);
     RunScript("indexes.sql");
@@ -98,11 +99,12 @@ class SampleWriter {
   void WriteVouchers(std::size_t table) {
     sample::VoucherGenerator generator(options_.seed, options_.voucher_lines);
     std::unique_ptr<tsql::BulkLoader> loader;
-    const auto rows = sample::NewVoucherRows(table, generator.stock(),
+    const auto rows = sample::NewVoucherRows(table, generator.stock(), options_.seed,
                                              [&](std::span<const Value> row) { loader->Row(row); });
     loader = database_.Load(rows->table(), rows->columns());
     Counted counted(*rows, options_, done_);
     generator.Run(counted);
+    rows->Finish();
     loader->Finish();
     loader.reset();
     if (table + 1 == sample::kVoucherTables) {

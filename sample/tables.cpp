@@ -32,6 +32,12 @@ Table CodeNameTable(TextView name, TextView code, TextView caption,
   return table;
 }
 
+Table VoucherTypeTable() {
+  Table table = CodeNameTable(u"VouchType", u"cVouchType", u"cVouchName", VoucherTypes());
+  for (const CodeName& row : NoteTypes()) table.rows.push_back({row.code, row.name});
+  return table;
+}
+
 // A tree of codes with `digits` for each level.
 Table TreeTable(TextView name, std::initializer_list<TextView> columns,
                 std::span<const CodeName> source, std::size_t digits) {
@@ -272,7 +278,7 @@ std::vector<Table> MasterTables(const Stock& stock) {
       KitTable(),
       TreeTable(u"Rd_Style", {u"cRdCode", u"cRdName", u"iRdGrade", u"bRdEnd"}, ReceiveIssueTypes(),
                 1),
-      CodeNameTable(u"VouchType", u"cVouchType", u"cVouchName", VoucherTypes()),
+      VoucherTypeTable(),
       CodeNameTable(u"SaleType", u"cSTCode", u"cSTName", SaleTypes()),
       CodeNameTable(u"PurchaseType", u"cPTCode", u"cPTName", PurchaseTypes()),
       TreeTable(u"Department", {u"cDepCode", u"cDepName", u"iDepGrade", u"bDepEnd"}, Departments(),

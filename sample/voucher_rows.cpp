@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "sample/locations.h"
+#include "sample/sales_rows.h"
 #include "sample/tables.h"
 
 namespace ledgerwick::sample {
@@ -16,15 +17,6 @@ constexpr std::array<TextView, 4> kCarriers = {u"自提", u"公路", u"铁路", 
 constexpr std::array<TextView, 3> kAuditors = {u"陈志远", u"朱文静", u"蒋国平"};
 constexpr TextView kBookkeeper = u"秦晓峰";
 
-// `number` with leading zeros up to `width` digits.
-Text Digits(std::int64_t number, std::size_t width) {
-  Text digits;
-  for (; number > 0 || digits.size() < width; number /= 10) {
-    digits.insert(digits.begin(), static_cast<char16_t>(u'0' + number % 10));
-  }
-  return digits;
-}
-
 // The voucher's number: its kind, the month, and its place in it.
 Text VoucherCode(const VoucherHead& head) {
   const CalendarTime date = ToCalendar(Date{static_cast<double>(head.day)});
@@ -33,15 +25,13 @@ Text VoucherCode(const VoucherHead& head) {
 }
 
 Value Document(TextView prefix, const VoucherHead& head) {
-  return Text(prefix) + Digits(head.document, 7);
+  return DocumentCode(prefix, head.document);
 }
 
 template <std::size_t kSize>
 TextView Cycle(const std::array<TextView, kSize>& texts, std::int32_t number) {
   return texts[static_cast<std::size_t>(number) % kSize];
 }
-
-double Yuan(std::int64_t fen) { return static_cast<double>(fen) / 100; }
 
 // The amount of money of `amount` at `cost` a main unit, rounded to fen.
 double Money(Amount amount, std::int64_t cost) { return Yuan((amount.quarters * cost + 2) / 4); }
@@ -83,7 +73,7 @@ class HeadRows : public VoucherRows {
             employee.department,
             employee.code,
             employee.name,
-            audited ? Value(Cycle(kAuditors, head.id)) : Value(Null{}),
+            audited ? Value(AuditorOf(head.id)) : Value(Null{}),
             audited ? DayValue(head.day + head.audited_after) : Value(Null{}),
             head.booked ? Value(kBookkeeper) : Value(Null{})};
     AppendVendor(head, kind);
@@ -206,15 +196,33 @@ class LocationRows : public VoucherRows {
 
 }  // namespace
 
+Text Digits(std::int64_t number, std::size_t width) {
+  Text digits;
+  for (; number > 0 || digits.size() < width; number /= 10) {
+    digits.insert(digits.begin(), static_cast<char16_t>(u'0' + number % 10));
+  }
+  return digits;
+}
+
+Text DocumentCode(TextView prefix, std::int32_t document) {
+  return Text(prefix) + Digits(document, 7);
+}
+
+TextView AuditorOf(std::int32_t document) { return Cycle(kAuditors, document); }
+
+double Yuan(std::int64_t fen) { return static_cast<double>(fen) / 100; }
+
 std::unique_ptr<VoucherRows> NewVoucherRows(std::size_t index, const Stock& stock,
-                                            RowFunction row) {
+                                            std::uint64_t seed, RowFunction row) {
   switch (index) {
     case 0:
       return std::make_unique<HeadRows>(stock, std::move(row));
     case 1:
       return std::make_unique<LineRows>(stock, std::move(row));
-    default:
+    case 2:
       return std::make_unique<LocationRows>(stock, std::move(row));
+    default:
+      return NewSalesRows(index - 3, stock, seed, std::move(row));
   }
 }
 

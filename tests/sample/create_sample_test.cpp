@@ -140,6 +140,56 @@ TEST_CASE("stock is what vouchers and locations add up to, and no join multiplie
               u" WHERE I.iGroupType <> 0") == count(u"Inventory WHERE iGroupType <> 0"));
 }
 
+TEST_CASE(
+    "sales documents fit the vouchers, and every situation that reports tell apart is there") {
+  const Scratch scratch;
+  CreateSample(scratch / "sample.db", Small(5000, 3));
+  const auto database = tsql::Database::Open(scratch / "sample.db");
+  const auto count = [&](TextView from) {
+    return std::stol(Query(*database, Text(u"SELECT COUNT(*) FROM ") + Text(from))[0]);
+  };
+  // What moved goods has a note line of just that quantity, and no other voucher line has one.
+  CHECK(count(u"RdRecords S INNER JOIN RdRecord R ON S.ID = R.ID LEFT JOIN SaleNoteView N"
+              u" INNER JOIN SaleNoteLine L ON N.AutoID = L.AutoID ON S.AutoID = L.RdsID"
+              u" WHERE CASE WHEN cRdCode = '21' THEN S.iQuantity WHEN cRdCode = '16'"
+              u" THEN -S.iQuantity ELSE 0 END <> ISNULL(L.iQuantity, 0)"
+              u" OR R.cCusCode <> N.cCusCode OR R.dDate <> N.dDate") == 0);
+  // The views keep every line, and nothing is settled, invoiced or paid twice.
+  CHECK(count(u"SaleNoteView") == count(u"SaleNoteLine"));
+  CHECK(count(u"SaleInvoiceView") == count(u"SaleInvoiceLine"));
+  for (const TextView excess : {
+           u"(SELECT SourceID AS p, SUM(iQuantity) AS q FROM SaleNoteLine GROUP BY SourceID) AS x"
+           u" INNER JOIN SaleNoteLine ON p = AutoID WHERE ABS(q) > ABS(iQuantity)",
+           u"(SELECT NoteLineID AS p, SUM(iQuantity) AS q FROM SaleInvoiceLine GROUP BY NoteLineID)"
+           u" AS x INNER JOIN SaleNoteLine ON p = AutoID WHERE ABS(q) > ABS(iQuantity)",
+           u"(SELECT InvoiceLineID AS p, SUM(iMoney) AS q FROM SalePayment GROUP BY InvoiceLineID)"
+           u" AS x INNER JOIN SaleInvoiceLine ON p = AutoID"
+           u" WHERE ABS(q) > ABS(iMoney + iTax) + 0.001",
+       }) {
+    CAPTURE(ToUtf8(excess));
+    CHECK(count(excess) == 0);
+  }
+  for (const TextView situation : {
+           u"SaleNoteView WHERE cVouchType = '05' AND iQuantity < 0",
+           u"SaleNoteView WHERE cVouchType = '06' AND AutoID NOT IN"
+           u" (SELECT SourceID FROM SaleNoteLine WHERE SourceID IS NOT NULL)",
+           u"SaleNoteView WHERE cVouchType = '07' AND cVerifier IS NULL",
+           u"SaleNoteLine WHERE AutoID NOT IN"
+           u" (SELECT NoteLineID FROM SaleInvoiceLine WHERE NoteLineID IS NOT NULL)",
+           u"SaleInvoiceLine I INNER JOIN SaleNoteLine N ON I.NoteLineID = N.AutoID"
+           u" WHERE I.iQuantity < N.iQuantity",
+           u"SaleInvoiceView WHERE cChecker IS NULL",
+           u"SaleInvoiceView WHERE cChecker = ''",
+           u"SaleInvoiceView WHERE dKeepDate IS NULL AND cChecker <> ''",
+           u"SaleInvoiceView WHERE cWhCode IS NULL AND iCost IS NULL",
+           u"(SELECT InvoiceLineID FROM SalePayment GROUP BY InvoiceLineID HAVING COUNT(*) = 2) x",
+           u"SaleInvoiceLine WHERE AutoID NOT IN (SELECT InvoiceLineID FROM SalePayment)",
+       }) {
+    CAPTURE(ToUtf8(situation));
+    CHECK(count(situation) > 0);
+  }
+}
+
 // Each statement stands for a report's way to join and to leave out table names.
 TEST_CASE("the tables take what reports ask of them") {
   const Scratch scratch;
