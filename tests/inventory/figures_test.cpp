@@ -40,10 +40,6 @@ void Put(ResultRow& row, const std::string& column, const Number& value) {
 
 std::string Day(const std::string& date) { return date.substr(0, 10); }
 
-FilterItem Filter(const char16_t* name, const char16_t* value, const char16_t* upper = u"") {
-  return {name, {}, Value(value), Value(upper), std::nullopt};
-}
-
 std::string Shown(const std::vector<ResultRow>& rows) {
   std::string text;
   for (const ResultRow& row : rows) {

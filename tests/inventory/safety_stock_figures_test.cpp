@@ -53,9 +53,8 @@ TEST_CASE("figures of the safety-stock warning") {
     CAPTURE(ToUtf8(c.query_type));
     CAPTURE(ToUtf8(c.warehouse));
     std::vector<Warning> got;
-    const std::vector<FilterItem> filters = {
-        {u"W.cWhCode", {}, Value(c.warehouse), Value(u""), std::nullopt},
-        {u"def_queryType", {}, Value(c.query_type), Value(u""), std::nullopt}};
+    const std::vector<FilterItem> filters = {Filter(u"W.cWhCode", c.warehouse),
+                                             Filter(u"def_queryType", c.query_type)};
     for (ResultRow& row : data.Report("clsRepAQKCYJ", filters)) {
       CHECK(row["JLDW"] == "只");
       got.push_back({row["cWhName"], row["cInvCode"], row["AQKCL"], row["DQKCL"], row["CL"]});

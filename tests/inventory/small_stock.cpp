@@ -1,71 +1,14 @@
 #include "tests/inventory/small_stock.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-
-#include "frame/report_provider.h"
-#include "host/reference_host.h"
-#include "tests/golden.h"
-#include "tsql/connection.h"
 
 namespace ledgerwick::testing {
 namespace {
-
-constexpr const char* kLoginDate = "2002-03-31";
 
 // NULL for an empty text.
 std::string Sql(const std::string& text) { return text.empty() ? "NULL" : "N'" + text + "'"; }
 std::string Sql(const Number& number) { return number ? NumberText(*number) : "NULL"; }
 std::string Sql(bool b) { return b ? "1" : "0"; }
-
-class RowSink final : public ResultSink {
- public:
-  void Columns(std::span<const ResultColumn> columns) override {
-    for (const ResultColumn& column : columns) names_.push_back(ToUtf8(column.name));
-  }
-  void Row(std::span<const Value> values) override {
-    ResultRow& row = rows.emplace_back();
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      if (!values[i].IsNull()) row[names_[i]] = ToUtf8(values[i].ToText());
-    }
-  }
-  void EndRows(std::int64_t) override {}
-  void RowsAffected(std::int64_t) override {}
-  void Message(const Text&) override {}
-
-  std::vector<ResultRow> rows;
-
- private:
-  std::vector<std::string> names_;
-};
-
-class EmbeddedSystem final : public System {
- public:
-  std::shared_ptr<Connection> NewConnection() override { return tsql::EmbeddedConnection::New({}); }
-  Text ComputerName() override { return u"PC"; }
-  std::size_t AnsiLength(TextView text) override { return ledgerwick::AnsiLength(text); }
-  void MessageBox(const Text& text, const Text&, std::int32_t) override { message = ToUtf8(text); }
-  void Beep() override {}
-
-  std::string message;
-};
-
-void RunBatch(tsql::Database& database, const std::string& sql) {
-  RowSink sink;
-  database.Run(FromUtf8(sql), sink);
-}
-
-void CreateSchema(tsql::Database& database) {
-  const std::string script =
-      ReadFile(std::filesystem::path(LEDGERWICK_SOURCE) / "sample" / "schema.sql");
-  const std::string go = "\nGO\n";
-  for (std::size_t from = 0; from < script.size();) {
-    const std::size_t end = std::min(script.find(go, from), script.size());
-    RunBatch(database, script.substr(from, end - from));
-    from = end + go.size();
-  }
-}
 
 std::string InsertReferenceData() {
   std::string sql;
@@ -269,51 +212,12 @@ std::string PiecesUnit(const std::string& group) {
   return group == "G2" ? "捆" : "";
 }
 
-std::string NumberText(double number) { return ToUtf8(Value(number).ToText()); }
-
-StockDatabase::StockDatabase()
-    : path_(std::filesystem::temp_directory_path() /
-            ("ledgerwick-figures-" + std::to_string(::getpid()) + ".db")) {
-  tsql::DatabaseOptions options;
-  options.create = true;
-  const auto database = tsql::Database::Open(path_, options);
-  CreateSchema(*database);
+StockDatabase::StockDatabase() {
+  RunScript("schema.sql");
   for (const std::string& sql :
        {InsertReferenceData(), InsertItems(), InsertVouchers(), InsertStock()}) {
-    RunBatch(*database, sql);
+    Run(sql);
   }
 }
-
-StockDatabase::~StockDatabase() {
-  std::error_code ignored;
-  const std::string name = path_.filename().string();
-  for (const auto& entry : std::filesystem::directory_iterator(path_.parent_path())) {
-    if (entry.path().filename().string().starts_with(name)) {
-      std::filesystem::remove(entry.path(), ignored);
-    }
-  }
-}
-
-std::vector<ResultRow> StockDatabase::Report(const std::string& class_name,
-                                             const std::vector<FilterItem>& filters) {
-  Request request;
-  request.report = FindClass(FromUtf8(class_name));
-  request.connectionString = Text(tsql::kEmbeddedPrefix) + FromUtf8(path_.string());
-  request.filters = filters;
-  request.login = LoginMembers{Value(FromUtf8(kLoginDate)), {}};
-  EmbeddedSystem system;
-  const auto report = request.report->factory(system);
-  Furnish(*report, request);
-  const bool built = report->MoveDataDetail();
-  message_ = system.message;
-  RowSink sink;
-  if (built) {
-    tsql::Database::Open(path_)->Run(u"SELECT * FROM " + report->TempTablename(), sink);
-  }
-  std::sort(sink.rows.begin(), sink.rows.end());
-  return std::move(sink.rows);
-}
-
-void StockDatabase::Run(const std::string& sql) { RunBatch(*tsql::Database::Open(path_), sql); }
 
 }  // namespace ledgerwick::testing

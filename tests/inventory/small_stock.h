@@ -2,14 +2,12 @@
 // embedded database, to run the reports on.
 #pragma once
 
-#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "host/request.h"
-#include "tsql/database.h"
+#include "tests/support/test_database.h"
 
 namespace ledgerwick::testing {
 
@@ -85,31 +83,10 @@ const std::map<std::string, std::string>& Types();
 inline constexpr double kRate = 12;
 std::string PiecesUnit(const std::string& group);
 
-// A row of a result by column; columns that are NULL are left out.
-using ResultRow = std::map<std::string, std::string>;
-
-// A number as a result's text.
-std::string NumberText(double number);
-
-// The data in a database of its own, which goes with the object.
-class StockDatabase {
+// The data in a database of its own.
+class StockDatabase : public TestDatabase {
  public:
   StockDatabase();
-  ~StockDatabase();
-  StockDatabase(const StockDatabase&) = delete;
-  StockDatabase& operator=(const StockDatabase&) = delete;
-
-  // Runs the report and gives its table's rows, sorted, and the text of a message box if one came.
-  std::vector<ResultRow> Report(const std::string& class_name,
-                                const std::vector<FilterItem>& filters);
-  const std::string& message() const noexcept { return message_; }
-
-  // Runs a statement beside the reports.
-  void Run(const std::string& sql);
-
- private:
-  std::filesystem::path path_;
-  std::string message_;
 };
 
 }  // namespace ledgerwick::testing
