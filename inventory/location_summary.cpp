@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "frame/factories.h"
+#include "frame/filter_items.h"
 #include "frame/report_provider.h"
 #include "inventory/shared.h"
 

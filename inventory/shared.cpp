@@ -3,6 +3,8 @@
 #include <limits>
 #include <string>
 
+#include "frame/error.h"
+
 namespace ledgerwick {
 namespace {
 
@@ -23,10 +25,6 @@ const T& ArgumentOf(std::span<const Argument> arguments, std::size_t index) {
 }
 
 }  // namespace
-
-Text TrimmedText(const Value& value) { return Text(Trim(value.ToText())); }
-
-bool HasFragment(ReportFilter& item) { return !Trim(item.strSqlString()).empty(); }
 
 bool IsNumbered(TextView name, TextView stem, int last) {
   if (!EqualText(name.substr(0, stem.size()), stem)) return false;

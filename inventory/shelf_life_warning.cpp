@@ -4,6 +4,7 @@
 
 #include "frame/error.h"
 #include "frame/factories.h"
+#include "frame/filter_items.h"
 #include "frame/report_provider.h"
 #include "inventory/shared.h"
 

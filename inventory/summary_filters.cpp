@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "frame/filter_items.h"
 #include "frame/value.h"
 #include "inventory/shared.h"
 
