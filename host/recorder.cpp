@@ -20,7 +20,13 @@ class RecordedCommand final : public Command {
                        const Text& value) override {
     operation_.parameters.push_back({name, type, size, value});
   }
-  void Execute(std::int32_t) override { recording_->AddFailable(operation_); }
+  void Execute(std::int32_t) override {
+    if (operation_.type == kCommandText && operation_.parameters.empty()) {
+      recording_->AddFailable(ExecuteOperation{operation_.procedure, false});
+    } else {
+      recording_->AddFailable(operation_);
+    }
+  }
 
  private:
   std::shared_ptr<Recording> recording_;

@@ -40,6 +40,7 @@ struct CommandParameter {
   std::int32_t size = 0;
   Text value;
 };
+// A command of type text without parameters is an ExecuteOperation.
 struct CommandOperation {
   Text procedure;
   std::int32_t type = kCommandText;
