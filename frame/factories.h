@@ -17,5 +17,15 @@ std::unique_ptr<ReportProvider> NewReceiveIssueBalance(System& system);
 std::unique_ptr<ReportProvider> NewLocationSummary(System& system);
 std::unique_ptr<ReportProvider> NewBatchStockSummary(System& system);
 std::unique_ptr<ReportProvider> NewShelfLifeWarning(System& system);
+std::unique_ptr<ReportProvider> NewSalesSummary(System& system);
+std::unique_ptr<ReportProvider> NewSalesDetail(System& system);
+std::unique_ptr<ReportProvider> NewSalesIncome(System& system);
+std::unique_ptr<ReportProvider> NewSalesCost(System& system);
+std::unique_ptr<ReportProvider> NewSalesProfit(System& system);
+std::unique_ptr<ReportProvider> NewConsignment(System& system);
+std::unique_ptr<ReportProvider> NewDispatch(System& system);
+std::unique_ptr<ReportProvider> NewDispatchIncome(System& system);
+std::unique_ptr<ReportProvider> NewSrm(System& system);
+std::unique_ptr<ReportProvider> NewEntrustedSales(System& system);
 
 }  // namespace ledgerwick

@@ -4,12 +4,14 @@
 #include <iterator>
 
 #include "host/inventory_rows.h"
+#include "host/sales_rows.h"
 
 namespace ledgerwick {
 namespace {
 
 using enum FilterKind;
 using namespace inventory_rows;
+using namespace sales_rows;
 
 // class, filters, columns, note on the columns
 constexpr ReportInfo kReports[] = {
@@ -21,6 +23,16 @@ constexpr ReportInfo kReports[] = {
     {u"clsRepPcch", kBatchFilters, kBatchColumns, u""},
     {u"clsRepXCL", kCurrentStockFilters, kCurrentStockColumns, u""},
     {u"clsRepBzqyj", kShelfLifeFilters, kShelfLifeColumns, u""},
+    {u"newclsReportDataSaleTotal", kSalesFilters, {}, kSummaryColumns},
+    {u"newclsReportDataSaleDetail", kSalesFilters, {}, kDetailColumns},
+    {u"newClsReportDaoSaleInCome", kIncomeFilters, {}, kIncomeColumns},
+    {u"newClsReportDaoSaleCost", kCostFilters, {}, kCostColumns},
+    {u"newClsReportDaoSaleProfit", kProfitFilters, {}, kProfitColumns},
+    {u"newClsReportDaoConsignment", kConsignmentFilters, {}, kConsignmentColumns},
+    {u"newclsReportDaoOut", kDispatchFilters, {}, kDispatchColumns},
+    {u"newClsReportDaoOutIncome", kDispatchIncomeFilters, {}, kDispatchIncomeColumns},
+    {u"newclsReportDAOSRM", kSrmFilters, {}, kSrmColumns},
+    {u"newclsReportDaotrust", kEntrustedFilters, {}, kEntrustedColumns},
 };
 
 }  // namespace

@@ -1,0 +1,84 @@
+// How the sales reports turn filter items into the conditions that their procedures receive.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "frame/filter_items.h"
+#include "frame/host.h"
+#include "frame/text.h"
+
+namespace ledgerwick {
+
+// What stands behind " isnull(" and a column to ask whether it holds anything.
+struct NullTest {
+  TextView filled;
+  TextView blank;
+};
+inline constexpr NullTest kNullTest = {u",'')<> '' ", u",'')= '' "};
+// The same to stand within a quoted text.
+inline constexpr NullTest kNullTestDoubled = {u",'''')<> '''' ", u",'''')= '''' "};
+// The same as the reports with start and end dates space it.
+inline constexpr NullTest kNullTestSpaced = {u",'') <>'' ", u",'') = '' "};
+
+// The two values of a filter that asks whether somebody has signed a document.
+struct Choice {
+  TextView filled;
+  TextView blank;
+};
+inline constexpr Choice kReviewed = {u"复核", u"未复核"};
+inline constexpr Choice kAudited = {u"审核", u"未审核"};
+
+// The test of `column` that `value` chooses; nothing for a value that is neither.
+std::optional<Text> WordNullTest(TextView column, TextView value, const Choice& choice,
+                                 const NullTest& test);
+
+// The condition on whether an item is a service (劳务 or 非劳务), where `column` says so; empty for
+// any other value.
+Text ServiceCondition(TextView column, TextView value);
+
+// Appends the fragment that the host has worded for `item`, where there is one, and `joiner`.
+void AppendFragment(Text& condition, ReportFilter& item, TextView joiner);
+
+// Puts the fragment that the host has worded for `item`, where there is one, into `condition`.
+void TakeFragment(Text& condition, ReportFilter& item);
+
+// Cuts off the joiner of five characters (" and ") that a condition's last fragment ends in.
+void CutLastJoiner(Text& condition);
+
+// The first item of `set` for which `matches` holds, or nullptr.
+template <typename Matches>
+std::shared_ptr<ReportFilter> FirstItem(ReportFilterSet& set, Matches matches) {
+  const std::int32_t count = set.Count();
+  for (std::int32_t i = 1; i <= count; ++i) {
+    std::shared_ptr<ReportFilter> item = set.Item(i);
+    if (!item) throw ObjectNotSet();
+    if (matches(*item)) return item;
+  }
+  return nullptr;
+}
+
+// The ends of the date range as the user typed them.
+struct DateRange {
+  Text start;
+  Text end;
+};
+
+// Takes from the item ddate those ends that are given.
+void TakeDates(DateRange& dates, ReportFilter& item);
+
+// What the items of the sales summary's and the sales detail's dialogue come to.
+struct SalesConditions {
+  Text general;
+  Text sale_date;
+  Text keep_date;
+  Text department;
+  Text checker;
+  Text warehouse;  // the value, not a condition
+};
+
+// Sorts the items of `set`. Those of the checker and of the service get the condition that they
+// come to.
+SalesConditions BuildSalesConditions(ReportFilterSet& set);
+
+}  // namespace ledgerwick

@@ -1,0 +1,41 @@
+// newClsReportDaoSaleProfit, the sales profit: a member of the component whose table is not
+// settled.
+#include <memory>
+
+#include "frame/error.h"
+#include "frame/factories.h"
+#include "frame/mod_report_public.h"
+#include "frame/report_provider.h"
+#include "sales/hand_off.h"
+#include "sales/sub_titles.h"
+
+namespace ledgerwick {
+namespace {
+
+constexpr TextView kTable = u"Sa_TpSaleProfit";
+
+class newClsReportDaoSaleProfit final : public ReportProvider {
+ public:
+  using ReportProvider::ReportProvider;
+
+  Text TempTablename() override {
+    return InTempdb(kTable) + modReportPublic::MachineTableSuffix(system());
+  }
+
+  Text strSubTitle() override { return BuildDateSubTitle(*this); }
+
+  // What the profit is made of is nowhere laid down, so no table is filled.
+  bool MoveDataDetail() override {
+    throw DatabaseError(kErrorNotImplemented, u"Ledgerwick",
+                        u"The sales profit report (newClsReportDaoSaleProfit) is not implemented: "
+                        u"what its table holds is not laid down.");
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<ReportProvider> NewSalesProfit(System& system) {
+  return std::make_unique<newClsReportDaoSaleProfit>(system);
+}
+
+}  // namespace ledgerwick
