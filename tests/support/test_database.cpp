@@ -39,13 +39,18 @@ class RowSink final : public ResultSink {
 
 class EmbeddedSystem final : public System {
  public:
+  explicit EmbeddedSystem(Text machine) : machine_(std::move(machine)) {}
+
   std::shared_ptr<Connection> NewConnection() override { return tsql::EmbeddedConnection::New({}); }
-  Text ComputerName() override { return u"PC"; }
+  Text ComputerName() override { return machine_; }
   std::size_t AnsiLength(TextView text) override { return ledgerwick::AnsiLength(text); }
   void MessageBox(const Text& text, const Text&, std::int32_t) override { message = ToUtf8(text); }
   void Beep() override {}
 
   std::string message;
+
+ private:
+  Text machine_;
 };
 
 std::filesystem::path ScratchPath() {
@@ -53,10 +58,6 @@ std::filesystem::path ScratchPath() {
   return std::filesystem::temp_directory_path() /
          ("ledgerwick-figures-" + std::to_string(::getpid()) + "-" + std::to_string(++count) +
           ".db");
-}
-
-bool HasSubTitle(const ClassInfo& report) {
-  return std::ranges::find(report.members, Member::strSubTitle) != report.members.end();
 }
 
 }  // namespace
@@ -91,19 +92,19 @@ TestDatabase::~TestDatabase() {
 }
 
 std::vector<ResultRow> TestDatabase::Report(const std::string& class_name,
-                                            const std::vector<FilterItem>& filters) {
+                                            const std::vector<FilterItem>& filters,
+                                            const char16_t* machine) {
   Request request;
   request.report = FindClass(FromUtf8(class_name));
   request.connectionString = Text(tsql::kEmbeddedPrefix) + FromUtf8(path_.string());
   request.filters = filters;
   request.login = LoginMembers{Value(u"2002-03-31"), Value(u"001")};
-  EmbeddedSystem system;
+  EmbeddedSystem system(machine);
   const auto report = request.report->factory(system);
   Furnish(*report, request);
   report->mconn = system.NewConnection();
   const bool built = report->MoveDataDetail();
-  message_ = system.message;
-  sub_title_ = HasSubTitle(*request.report) ? ToUtf8(report->strSubTitle()) : "";
+  if (!system.message.empty()) message_ = system.message;
   if (!built) return {};
   std::vector<ResultRow> rows = Rows("SELECT * FROM " + ToUtf8(report->TempTablename()));
   std::sort(rows.begin(), rows.end());

@@ -33,11 +33,11 @@ class TestDatabase {
   TestDatabase& operator=(const TestDatabase&) = delete;
 
   // Runs the report, for an account "001" on 2002-03-31, and gives its table's rows, sorted; none
-  // when it said no. The text of a message box is in message(), the subtitle in sub_title().
+  // when it said no. message() is the text of the last message box.
   std::vector<ResultRow> Report(const std::string& class_name,
-                                const std::vector<FilterItem>& filters);
+                                const std::vector<FilterItem>& filters,
+                                const char16_t* machine = u"PC");
   const std::string& message() const noexcept { return message_; }
-  const std::string& sub_title() const noexcept { return sub_title_; }
 
   // Runs a batch, and gives its rows in their order.
   std::vector<ResultRow> Rows(const std::string& sql);
@@ -49,7 +49,6 @@ class TestDatabase {
  private:
   std::filesystem::path path_;
   std::string message_;
-  std::string sub_title_;
 };
 
 }  // namespace ledgerwick::testing

@@ -1,0 +1,233 @@
+#include "tests/support/case_traces.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <vector>
+
+#include "host/trace.h"
+
+namespace ledgerwick::testing {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// Characters that stay before and after a difference, to show where it stands.
+constexpr std::size_t kContext = 40;
+
+// From how many on, equal characters are written as a number of them.
+constexpr std::size_t kManyCharacters = 20;
+
+// `text` with "{x*300}" as 300 characters x.
+std::string Expanded(std::string text) {
+  static const std::regex repeat("\\{([^{}]+)\\*([0-9]+)\\}");
+  for (std::smatch m; std::regex_search(text, m, repeat);) {
+    std::string run;
+    for (int i = std::stoi(m[2]); i > 0; --i) run += m[1];
+    text = m.prefix().str() + run + m.suffix().str();
+  }
+  return text;
+}
+
+// The reverse of Expanded, with line breaks made visible.
+std::string Brief(TextView text) {
+  std::string brief;
+  for (std::size_t at = 0, count = 0; at < text.size(); at += count) {
+    const std::size_t end = std::min(text.find_first_not_of(text[at], at), text.size());
+    const std::string one = ToUtf8(text.substr(at, 1));
+    count = end - at < kManyCharacters ? 1 : end - at;
+    if (count > 1) {
+      brief += "{" + one + "*" + std::to_string(count) + "}";
+    } else {
+      brief += one == "\r" ? "\\r" : one == "\n" ? "\\n" : one;
+    }
+  }
+  return brief;
+}
+
+Json Merged(Json request, const Json& changes) {
+  for (const auto& [key, value] : changes.items()) {
+    if (key == "case") continue;
+    if (value.is_null() && key != "filters") {
+      request.erase(key);
+    } else {
+      request[key] = value;
+    }
+  }
+  return request;
+}
+
+std::string Elided(TextView text) { return "[" + std::to_string(text.size()) + "]"; }
+
+// `sql` with what it has in common with `model` at both ends as a number of characters.
+std::string Against(TextView model, TextView sql) {
+  const auto common = [](auto a, auto a_end, auto b, auto b_end) {
+    return static_cast<std::size_t>(std::mismatch(a, a_end, b, b_end).first - a);
+  };
+  std::size_t front = common(sql.begin(), sql.end(), model.begin(), model.end());
+  front = front > kContext ? front - kContext : 0;
+  const TextView sql_rest = sql.substr(front);
+  const TextView model_rest = model.substr(front);
+  std::size_t back =
+      common(sql_rest.rbegin(), sql_rest.rend(), model_rest.rbegin(), model_rest.rend());
+  back = back > kContext ? back - kContext : 0;
+  const TextView middle = sql_rest.substr(0, sql_rest.size() - back);
+  return (front > 0 ? Elided(sql.substr(0, front)) : "") + Brief(middle) +
+         (back > 0 ? Elided(sql_rest.substr(middle.size())) : "");
+}
+
+// Writes statements: the first of its kind in full with a number, what is like it by its difference
+// from that number.
+class StatementWriter {
+ public:
+  std::string Write(const Text& sql) {
+    std::string best;
+    for (std::size_t i = 0; i < full_.size(); ++i) {
+      const std::string number = "#" + std::to_string(i + 1);
+      if (full_[i] == sql) return number;
+      const std::string difference = number + " " + Against(full_[i], sql);
+      if (best.empty() || difference.size() < best.size()) best = difference;
+    }
+    const std::string whole = Brief(sql);
+    if (!best.empty() && best.size() < whole.size() / 2) return best;
+    full_.push_back(sql);
+    return "#" + std::to_string(full_.size()) + ": " + whole;
+  }
+
+ private:
+  std::vector<Text> full_;
+};
+
+// Writes calls: the first in full, of others what differs from it.
+class CallWriter {
+ public:
+  std::string Write(const CommandOperation& call) {
+    if (first_.procedure.empty()) {
+      first_ = call;
+      std::string text = "call " + ToUtf8(call.procedure) + Warning(call);
+      for (const CommandParameter& p : call.parameters) text += "\n " + Line(p);
+      return text;
+    }
+    std::string text = "call" + Warning(call);
+    if (call.procedure != first_.procedure) text += " " + ToUtf8(call.procedure);
+    for (std::size_t i = 0; i < call.parameters.size(); ++i) {
+      const std::string line = Line(call.parameters[i]);
+      if (i >= first_.parameters.size() || line != Line(first_.parameters[i])) text += line;
+    }
+    return text;
+  }
+
+ private:
+  static std::string Warning(const CommandOperation& call) {
+    return call.type == kCommandStoredProcedure && call.timeout == 0 ? "" : " NOT AS A PROCEDURE";
+  }
+  static std::string Line(const CommandParameter& p) {
+    return " " + ToUtf8(p.name) + " " + std::to_string(p.type) + "/" + std::to_string(p.size) +
+           " |" + Brief(p.value) + "|";
+  }
+
+  CommandOperation first_;
+};
+
+// What the cases of a file have written so far.
+struct Writers {
+  StatementWriter statements;
+  CallWriter calls;
+  std::vector<std::string> usual;  // the lines of the first case, its call's aside
+};
+
+const char* NameOf(ConnectionOrigin origin) {
+  if (origin == ConnectionOrigin::New) return "";
+  return origin == ConnectionOrigin::Own ? "own " : "host's ";
+}
+
+struct LineOf {
+  Writers& writers;
+
+  std::string operator()(const OpenOperation& o) const {
+    return std::string("open ") + NameOf(o.origin) + ToUtf8(o.connection_string);
+  }
+  std::string operator()(const ExecuteOperation& o) const {
+    return (o.ignore_errors ? "try " : "execute ") + writers.statements.Write(o.sql);
+  }
+  std::string operator()(const RecordsetOperation& o) const {
+    return "rows of " + writers.statements.Write(o.sql);
+  }
+  std::string operator()(const CommandOperation& o) const { return writers.calls.Write(o); }
+  std::string operator()(const BeepOperation&) const { return "beep"; }
+  std::string operator()(const MessageOperation& o) const {
+    return "message: " + Brief(o.text) + " | " + ToUtf8(o.title) + " | " + std::to_string(o.style);
+  }
+  std::string operator()(const CloseOperation&) const { return "close"; }
+};
+
+std::string ResultOf(const Trace& trace) {
+  if (const bool* built = std::get_if<bool>(&trace.result)) return *built ? "true" : "false";
+  const auto& error = std::get<DatabaseError>(trace.result);
+  return "error " + std::to_string(error.number) + ", " + Brief(error.description);
+}
+
+// The groups that items have been put into.
+std::string GroupsOf(const Trace& trace) {
+  std::string groups;
+  bool any = false;
+  for (const FilterAfter& filter : trace.filters_after) {
+    any = any || filter.LngGrouptoken != 0;
+    groups += " " + ToUtf8(filter.Name) + "=" + std::to_string(filter.LngGrouptoken);
+  }
+  return any ? "groups:" + groups + "\n" : "";
+}
+
+// The conditions that the report has written into items.
+std::string RewrittenItems(const Trace& trace, const Request& request) {
+  std::string text;
+  for (std::size_t i = 0; i < trace.filters_after.size(); ++i) {
+    const Text& sql = trace.filters_after[i].strSqlString;
+    if (ReferenceFilter(request.filters->at(i)).strSqlString() == sql) continue;
+    text += ToUtf8(trace.filters_after[i].Name) + " := |" + Brief(sql) + "|\n";
+  }
+  return text;
+}
+
+std::string TraceText(const Trace& trace, const Request& request, Writers& writers) {
+  std::vector<std::string> course;
+  std::string call;
+  std::string text;
+  for (const Operation& operation : trace.operations) {
+    const std::string line = std::visit(LineOf{writers}, operation) + "\n";
+    const bool is_call = std::holds_alternative<CommandOperation>(operation);
+    if (is_call) call = line;
+    course.push_back(is_call ? "call" : line);
+    text += line;
+  }
+  course.push_back("result: " + ResultOf(trace) + "\n");
+  text += course.back();
+  if (writers.usual.empty())
+    writers.usual = course;
+  else if (!call.empty() && course == writers.usual)
+    text = call;
+  if (trace.sub_title) {
+    const Text& sub_title = std::get<Text>(*trace.sub_title);
+    if (!sub_title.empty()) text += "sub-title: |" + ToUtf8(sub_title) + "|\n";
+  }
+  return text + GroupsOf(trace) + RewrittenItems(trace, request);
+}
+
+}  // namespace
+
+std::string TracesOfCases(const std::string& json, const std::string& file_name) {
+  const Json file = Json::parse(json);
+  std::string text;
+  Writers writers;
+  for (const Json& changes : file.at("cases")) {
+    const std::string merged = Expanded(Merged(file.at("request"), changes).dump());
+    const Request request = ParseRequest(merged, file_name);
+    const Trace trace = TraceReport(request);
+    if (text.empty()) text = "table: " + ToUtf8(std::get<Text>(trace.table_name)) + "\n";
+    text +=
+        "\n== " + changes.at("case").get<std::string>() + "\n" + TraceText(trace, request, writers);
+  }
+  return text;
+}
+
+}  // namespace ledgerwick::testing

@@ -1,0 +1,18 @@
+// Golden traces of many requests in one file: a request that they share, and the cases.
+#pragma once
+
+#include <string>
+
+namespace ledgerwick::testing {
+
+// The traces of the cases in `json`, {"request": {…}, "cases": [{"case": "name", …}, …]}, where the
+// members of a case replace those of the request (null takes one away, but "filters": null is no
+// filter set). What cases have in common is written once:
+// - A statement is written out with a number; of one that is like it, only what differs is, behind
+//   that number, with "[n]" for n characters that are the same.
+// - A procedure's call is written out with its parameters, NAME TYPE/SIZE |VALUE|; of a later one
+//   only what differs is. Where nothing else differs from the first case, the call stands alone.
+// - {x*300} are 300 characters x, in a request's texts and in what is written.
+std::string TracesOfCases(const std::string& json, const std::string& file_name);
+
+}  // namespace ledgerwick::testing
