@@ -15,7 +15,14 @@ namespace {
 class ConsoleListener final : public RunListener {
  public:
   ConsoleListener(Console& console, ProgressLine& progress, const Request& request, bool show_sql)
-      : console_(console), progress_(progress), report_(*request.report), show_sql_(show_sql) {}
+      : console_(console), progress_(progress), report_(*request.report), show_sql_(show_sql) {
+    const bool has_account = request.login && request.login->cAcc_Id;
+    if (!request.filters) {
+      missing_ = "; the request gives it no filter set";
+    } else if (report_.Has(Member::objLogin) && !has_account) {
+      missing_ = "; it may need --account";
+    }
+  }
 
   void Statement(const Text& sql) override {
     source_.sql = sql;
@@ -23,6 +30,7 @@ class ConsoleListener final : public RunListener {
     progress_.Clear();
     console_.err << SafeLines(ToUtf8(sql)) << '\n' << std::flush;
   }
+  void Failed(const DatabaseError& error) override { failure_ = error; }
   void Filled(const Text& title, const std::optional<Text>& sub_title) override {
     progress_.Clear();
     const Text shown =
@@ -31,6 +39,7 @@ class ConsoleListener final : public RunListener {
     if (sub_title && !sub_title->empty()) console_.err << SafeLines(ToUtf8(*sub_title)) << '\n';
   }
   void MessageBox(const Text& text, const Text& title) override {
+    has_spoken_ = true;
     progress_.Clear();
     if (!title.empty()) console_.err << SafeLines(ToUtf8(title)) << ": ";
     console_.err << SafeLines(ToUtf8(text)) << '\n';
@@ -41,12 +50,26 @@ class ConsoleListener final : public RunListener {
 
   const StatementSource& source() const { return source_; }
 
+  // After a report that gave up: the error that it kept to itself, or what may be missing. One that
+  // has refused a condition has said so itself.
+  void ExplainGivingUp() {
+    progress_.Clear();
+    if (failure_) {
+      PrintDatabaseError(console_, *failure_, source_);
+    } else if (!has_spoken_) {
+      PrintError(console_, ToUtf8(report_.name) + " gave up without a reason" + missing_);
+    }
+  }
+
  private:
   Console& console_;
   ProgressLine& progress_;
   const ClassInfo& report_;
   bool show_sql_;
+  std::string missing_;
   StatementSource source_;
+  std::optional<DatabaseError> failure_;
+  bool has_spoken_ = false;
 };
 
 // Runs the report into `target`. Returns false when the report said that it could not.
@@ -67,7 +90,11 @@ bool RunInto(Console& console, Request& request, const RunOptions& options,
     const bool colour = console.out_colour && options.output.file.empty();
     const auto writer = format.make(target.stream(), {colour});
     ResultConsole rows(console, progress, *writer, options.output.limit);
-    if (!RunReport(request, *database, listener, rows)) return false;
+    if (!RunReport(request, *database, listener, rows)) {
+      InterruptGuard::Check();
+      listener.ExplainGivingUp();
+      return false;
+    }
     writer->Finish();
     return true;
   } catch (const DatabaseError& error) {

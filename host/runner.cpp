@@ -18,7 +18,8 @@ class RunningSystem final : public System {
 
   std::shared_ptr<Connection> NewConnection() override {
     return WatchConnection(database_.NewConnection(),
-                           [this](const Text& sql) { listener_.Statement(sql); });
+                           {[this](const Text& sql) { listener_.Statement(sql); },
+                            [this](const DatabaseError& error) { listener_.Failed(error); }});
   }
   Text ComputerName() override { return machine_; }
   std::size_t AnsiLength(TextView text) override { return ledgerwick::AnsiLength(text); }

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "frame/database.h"
+#include "frame/error.h"
 #include "frame/result_sink.h"
 #include "frame/system.h"
 #include "host/request.h"
@@ -41,6 +42,9 @@ class RunListener {
   // `sql` is about to run.
   virtual void Statement(const Text& sql) = 0;
 
+  // An operation of the report on its connection has failed. The report decides what becomes of it.
+  virtual void Failed(const DatabaseError& error) = 0;
+
   // The report has filled its table; its rows follow. `sub_title` is nothing where the class has
   // none.
   virtual void Filled(const Text& title, const std::optional<Text>& sub_title) = 0;
@@ -50,7 +54,7 @@ class RunListener {
 };
 
 // Has the report of `request` fill its table on `database` and gives the table's rows to `rows`.
-// Returns false when the report has said itself, through `listener`, that it could not. Throws
+// Returns false when the report gives up without an error, mostly after a message box. Throws
 // ReportMissing, DatabaseError and whatever `rows` throws.
 bool RunReport(const Request& request, ReportDatabase& database, RunListener& listener,
                ResultSink& rows);

@@ -3,7 +3,16 @@
 namespace ledgerwick {
 namespace {
 
-using Watch = std::function<void(const Text&)>;
+// Makes a call on the inner object; tells of its failure.
+template <typename Call>
+auto Tell(const ConnectionWatch& watch, Call call) {
+  try {
+    return call();
+  } catch (const DatabaseError& error) {
+    watch.failure(error);
+    throw;
+  }
+}
 
 // `text` between single quotes, with its own doubled.
 Text QuotedLiteral(TextView text) {
@@ -17,7 +26,7 @@ Text QuotedLiteral(TextView text) {
 
 class WatchedCommand final : public Command {
  public:
-  WatchedCommand(std::unique_ptr<Command> inner, Watch watch)
+  WatchedCommand(std::unique_ptr<Command> inner, ConnectionWatch watch)
       : inner_(std::move(inner)), watch_(std::move(watch)) {}
 
   void SetCommandText(const Text& text) override {
@@ -33,16 +42,16 @@ class WatchedCommand final : public Command {
                        const Text& value) override {
     if (!arguments_.empty()) arguments_ += u',';
     arguments_ += (name.starts_with(u'@') ? u" " : u" @") + name + u" = " + QuotedLiteral(value);
-    inner_->AppendParameter(name, type, size, value);
+    Tell(watch_, [&] { inner_->AppendParameter(name, type, size, value); });
   }
   void Execute(std::int32_t options) override {
-    watch_(is_procedure_ ? u"EXEC " + text_ + arguments_ : text_);
-    inner_->Execute(options);
+    watch_.statement(is_procedure_ ? u"EXEC " + text_ + arguments_ : text_);
+    Tell(watch_, [&] { inner_->Execute(options); });
   }
 
  private:
   std::unique_ptr<Command> inner_;
-  Watch watch_;
+  ConnectionWatch watch_;
   Text text_;
   Text arguments_;
   bool is_procedure_ = false;
@@ -50,39 +59,43 @@ class WatchedCommand final : public Command {
 
 class WatchedConnection final : public Connection {
  public:
-  WatchedConnection(std::shared_ptr<Connection> inner, Watch watch)
+  WatchedConnection(std::shared_ptr<Connection> inner, ConnectionWatch watch)
       : inner_(std::move(inner)), watch_(std::move(watch)) {}
 
   void Open(const Text& connection_string, const Text& user, const Text& password,
             std::int32_t options) override {
-    inner_->Open(connection_string, user, password, options);
+    Tell(watch_, [&] { inner_->Open(connection_string, user, password, options); });
   }
   void Execute(const Text& sql, std::int32_t options) override {
-    watch_(sql);
-    inner_->Execute(sql, options);
+    watch_.statement(sql);
+    Tell(watch_, [&] { inner_->Execute(sql, options); });
   }
   void ExecuteIgnoringErrors(const Text& sql, std::int32_t options) override {
-    watch_(sql);
+    watch_.statement(sql);
     inner_->ExecuteIgnoringErrors(sql, options);
   }
-  void Close() override { inner_->Close(); }
+  void Close() override {
+    Tell(watch_, [&] { inner_->Close(); });
+  }
   std::unique_ptr<Command> NewCommand() override {
-    return std::make_unique<WatchedCommand>(inner_->NewCommand(), watch_);
+    return std::make_unique<WatchedCommand>(Tell(watch_, [&] { return inner_->NewCommand(); }),
+                                            watch_);
   }
   std::unique_ptr<Recordset> OpenRecordset(const Text& sql,
                                            const RecordsetOptions& options) override {
-    watch_(sql);
-    return inner_->OpenRecordset(sql, options);
+    watch_.statement(sql);
+    return Tell(watch_, [&] { return inner_->OpenRecordset(sql, options); });
   }
 
  private:
   std::shared_ptr<Connection> inner_;
-  Watch watch_;
+  ConnectionWatch watch_;
 };
 
 }  // namespace
 
-std::shared_ptr<Connection> WatchConnection(std::shared_ptr<Connection> inner, Watch watch) {
+std::shared_ptr<Connection> WatchConnection(std::shared_ptr<Connection> inner,
+                                            ConnectionWatch watch) {
   return std::make_shared<WatchedConnection>(std::move(inner), std::move(watch));
 }
 

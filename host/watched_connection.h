@@ -5,12 +5,22 @@
 #include <memory>
 
 #include "frame/database.h"
+#include "frame/error.h"
 
 namespace ledgerwick {
 
-// A connection that calls `watch` with each statement before it runs and leaves the rest to
-// `inner`. Calls of procedures are told as "EXEC name @a = '…', …".
+// What a watched connection tells of.
+struct ConnectionWatch {
+  // `sql` is about to run. Calls of procedures are told as "EXEC name @a = '…', …".
+  std::function<void(const Text& sql)> statement;
+
+  // An operation has failed, and its error goes on to the caller, who may keep it to itself.
+  // Statements whose errors are passed over are not told of.
+  std::function<void(const DatabaseError& error)> failure;
+};
+
+// A connection that tells `watch` what happens and leaves the rest to `inner`.
 std::shared_ptr<Connection> WatchConnection(std::shared_ptr<Connection> inner,
-                                            std::function<void(const Text& sql)> watch);
+                                            ConnectionWatch watch);
 
 }  // namespace ledgerwick

@@ -56,6 +56,8 @@ TEST_CASE("a statement's error is exit code 1 with its line and a caret") {
   const Sample sample;
   testing::Write(sample.folder / "s.sql",
                  "SELECT 1 AS x\nGO\n\nSELECT cInvCode,\n  nosuch FROM Inventory");
+  testing::Write(sample.folder / "no_set.json",
+                 R"({"class": "newclsReportDaoOut", "filters": null})");
   struct Case {
     Arguments args;
     std::string message;
@@ -69,6 +71,9 @@ TEST_CASE("a statement's error is exit code 1 with its line and a caret") {
       {{"query", "--file", sample.folder / "s.sql"},
        "s.sql: Msg 207, line 5: Invalid column name 'nosuch'.\n    nosuch FROM Inventory\n    ^\n"},
       {{"run", "clsRepAQKCYJ", "--filter", "I.nosuch=1"}, "Msg 207, line 1: "},
+      {{"run", "newClsReportDaoSaleProfit"}, "newClsReportDaoSaleProfit) is not implemented: "},
+      {{"run", "--request", sample.folder / "no_set.json"},
+       "newclsReportDaoOut gave up without a reason; the request gives it no filter set\n"},
   };
   for (const Case& c : cases) {
     const Ended ended = sample.Call(c.args);

@@ -62,6 +62,9 @@ TEST_CASE("the trace shows every operation in its fixed form") {
     own->Open(u"own", u"", u"", kOptionUnspecified);
     OpenNew(report, report.system());
     const auto command = own->NewCommand();
+    command->SetCommandText(u"delete t");
+    command->SetCommandType(kCommandText);
+    command->Execute(kOptionUnspecified);
     command->SetCommandText(u"Sa_Proc");
     command->SetCommandType(kCommandStoredProcedure);
     command->SetCommandTimeout(0);
@@ -92,6 +95,11 @@ TEST_CASE("the trace shows every operation in its fixed form") {
       "op": "open",
       "connection": "new",
       "connectionString": "cs"
+    },
+    {
+      "op": "execute",
+      "sql": "delete t",
+      "ignoreErrors": false
     },
     {
       "op": "command",
@@ -228,6 +236,7 @@ class FakeDatabase final : public ReportDatabase, public BatchRunner {
 struct EventListener final : RunListener {
   explicit EventListener(std::vector<std::string>& e) : events(e) {}
   void Statement(const Text& sql) override { events.push_back("sql " + ToUtf8(sql)); }
+  void Failed(const DatabaseError& error) override { events.push_back(ToUtf8(error.description)); }
   void Filled(const Text&, const std::optional<Text>& sub_title) override {
     events.push_back("filled " + ToUtf8(sub_title.value_or(u"-")));
   }
@@ -259,9 +268,11 @@ TEST_CASE("the runner holds the table from before the filling until it is read")
       command->AppendParameter(u"b", kVarChar, 1, u"");
       command->Execute(kOptionUnspecified);
       report.system().Beep();
+      if (!built) CHECK_THROWS_AS(report.mconn->Close(), DatabaseError);
       return built;
     };
     Request request = ScriptedRequest();
+    if (!built) request.fail_at = PlannedFailure{3, -5, u"kept"};
     FakeDatabase database(request);
     EventListener listener(database.events);
     NoSink sink;
@@ -275,7 +286,7 @@ TEST_CASE("the runner holds the table from before the filling until it is read")
                                "read SELECT * FROM tempdb..t", "release"});
   CHECK(run(true) == wanted);
   wanted = filling;
-  wanted.emplace_back("release");
+  wanted.insert(wanted.end(), {"kept", "release"});
   CHECK(run(false) == wanted);
 }
 
