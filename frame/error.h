@@ -23,6 +23,8 @@ class DatabaseError : public std::exception {
   std::int32_t native = 0;  // the database server's own number, 0 where there is none
   int line = 0;             // in the statement, counted from 1; 0 where unknown
   int column = 0;           // in characters, counted from 1; 0 where unknown
+  Text procedure;           // the stored procedure that the line is in; empty for none
+  bool in_text = false;     // the line is in a text that the statement had executed
 
   // The description in UTF-8; valid as long as the error.
   const char* what() const noexcept override { return what_.c_str(); }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 
+#include "frame/error.h"
 #include "frame/text.h"
 #include "frame/value.h"
 
@@ -38,6 +39,9 @@ class ResultSink {
 
   // A PRINT or a warning of the server.
   virtual void Message(const Text& text) = 0;
+
+  // A further error of a batch that went on after its first, which Run throws in the end.
+  virtual void Error(const DatabaseError& error) { Message(error.description); }
 };
 
 // A connection that gives results to a sink: the embedded database, a server through ODBC.

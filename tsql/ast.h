@@ -29,12 +29,12 @@ struct ObjectName {
 
 enum class ExprKind : std::uint8_t {
   Null,
-  Integer,  // `integer`
-  Number,   // a decimal or float literal: `text`
-  String,   // `text`
-  Column,   // `qualifier`, `text`
-  Star,     // * or qualifier.* in a select list, * in COUNT(*)
-  Variable,
+  Integer,   // `integer`
+  Number,    // a decimal or float literal: `text`
+  String,    // `text`
+  Column,    // `qualifier`, `text`
+  Star,      // * or qualifier.* in a select list, * in COUNT(*)
+  Variable,  // `slot`, and its type, which the parser knows; live
   Negate,
   BitNot,
   Add,
@@ -125,8 +125,10 @@ struct Expr {
   bool has_else = false;
   bool national = false;  // N'text'
   bool has_style = false;
+  bool live = false;  // a variable that the statement itself assigns: read anew for every row
   Conversion conversion = Conversion::Implicit;
   std::int32_t style = 0;
+  std::int32_t slot = 0;  // of a Variable
 
   // The binder's: the type of the value, and what names stand for.
   Type type;
@@ -138,7 +140,8 @@ struct Expr {
 
 struct SelectItem {
   Expr* expr = nullptr;
-  Name alias;  // empty where none is written
+  Name alias;                // empty where none is written
+  Expr* variable = nullptr;  // that SELECT @v = expr assigns
 
   // The binder's: the column's name in the result.
   TextView name;
@@ -170,6 +173,7 @@ struct Select {
   bool distinct = false;
   bool has_top = false;
   std::int64_t top = 0;
+  Expr* top_variable = nullptr;  // TOP (@n)
   std::span<SelectItem> items;
   bool has_into = false;
   ObjectName into;
@@ -233,8 +237,47 @@ enum class StatementKind : std::uint8_t {
   DropIndex,
   If,
   Block,
-  SetOption,  // SET NOCOUNT ON and the like: read and passed over
+  SetOption,  // SET NOCOUNT ON and the like
   Print,
+  Assign,  // DECLARE and SET @v = value
+  While,
+  Break,
+  Continue,
+  Return,
+  TryCatch,
+  Begin,  // of a transaction
+  Commit,
+  Rollback,
+  RaiseError,
+  Throw,
+  ExecuteText,  // EXEC ('text')
+  ExecuteProcedure,
+  CreateProcedure,
+  AlterProcedure,
+  DropProcedure,
+};
+
+// SET @variable = value.
+struct VariableAssignment {
+  Expr* variable = nullptr;
+  Expr* value = nullptr;
+};
+
+// A parameter of CREATE PROCEDURE; its slot is its variable's.
+struct Parameter {
+  Name name;  // with its @
+  Type type;
+  Expr* default_value = nullptr;
+  std::int32_t slot = 0;
+  bool output = false;
+};
+
+// An argument of EXEC.
+struct Argument {
+  Name name;              // with its @; empty where it is given by position
+  Expr* value = nullptr;  // a literal or a variable; none for DEFAULT
+  std::uint32_t offset = 0;
+  bool output = false;
 };
 
 // One statement. Which members count depends on the kind.
@@ -246,22 +289,36 @@ struct Statement {
   Query* query = nullptr;            // Select; Insert … SELECT; the body of CREATE VIEW
   ObjectName target;                 // Insert, Update, Delete, Truncate, Create…
   std::span<ObjectName> targets;     // Drop…
-  std::span<Name> columns;           // Insert; CREATE VIEW
+  std::span<Name> columns;           // Insert; CREATE VIEW; the names of SetOption
   std::span<std::span<Expr*>> rows;  // Insert … VALUES
   bool default_values = false;
   std::span<Assignment> assignments;        // Update
   From* from = nullptr;                     // Update, Delete
-  Expr* where = nullptr;                    // Update, Delete; the condition of If
+  Expr* where = nullptr;                    // Update, Delete; the condition of If and While
   std::span<ColumnDefinition> definitions;  // CreateTable
   std::span<TableKey> keys;                 // CreateTable
   Name index;                               // CreateIndex
   std::span<KeyColumn> key_columns;         // CreateIndex
   bool unique = false;                      // CreateIndex
-  Statement* then_branch = nullptr;
-  Statement* else_branch = nullptr;
-  std::span<Statement*> body;  // Block
-  Expr* value = nullptr;       // Print
-  TextView text;               // CREATE VIEW: the statement as written
+  Statement* then_branch = nullptr;         // If; the body of While; the tried block
+  Statement* else_branch = nullptr;         // If; the block that catches
+  std::span<Statement*> body;               // Block, CreateProcedure
+  Expr* value = nullptr;                    // Print, Return
+  TextView text;                            // CreateView, CreateProcedure: as written
+  bool on = false;                          // SetOption
+  bool if_exists = false;                   // Drop…
+  std::span<VariableAssignment> variables;  // Assign
+  std::span<Expr*> values;          // ExecuteText: its parts; RaiseError, Throw: their arguments
+  std::span<Parameter> parameters;  // CreateProcedure
+  std::span<Argument> arguments;    // ExecuteProcedure
+  Expr* result = nullptr;           // ExecuteProcedure: the variable that receives the result
+  Expr* name_variable = nullptr;    // ExecuteProcedure: the variable that holds the name
+};
+
+// What a batch, a procedure or a dynamic text consists of.
+struct Batch {
+  std::span<Statement*> statements;
+  std::span<Type> variables;  // the types of its variables, by slot
 };
 
 }  // namespace ledgerwick::tsql

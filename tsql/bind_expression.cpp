@@ -69,9 +69,15 @@ void Binder::BindCondition(Expr& condition) {
   BindPredicate(condition, scope);
 }
 
-Expr* Binder::BindValue(Expr* value, Type target) {
+Type Binder::TypeOf(Expr*& value) {
   Scope scope;
-  return Coerce(Bind(value, scope), target, Conversion::Store);
+  value = Bind(value, scope);
+  return value->type;
+}
+
+Expr* Binder::BindValue(Expr* value, Type target, Conversion conversion) {
+  Scope scope;
+  return Coerce(Bind(value, scope), target, conversion);
 }
 
 void Binder::BindPredicate(Expr& expr, Scope& scope) {
@@ -152,7 +158,7 @@ Expr* Binder::Bind(Expr* expr, Scope& scope) {
     case ExprKind::Column:
       return BindColumn(expr, scope);
     case ExprKind::Variable:
-      throw errors::MustDeclare(expr->text, At(expr->offset));
+      return expr;
     case ExprKind::Case:
       return BindCase(expr, scope);
     case ExprKind::Convert:

@@ -3,6 +3,7 @@
 
 #include "tsql/binder.h"
 #include "tsql/parser.h"
+#include "tsql/variables.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -96,6 +97,15 @@ bool TakesDatePart(FunctionId id) noexcept {
 }  // namespace
 
 Expr* Binder::BindFunction(Expr* expr, Scope& scope) {
+  if (const SystemVariableName* system = FindSystemVariable(expr->text)) {
+    if (!expr->args.empty()) {
+      throw errors::ArgumentCount(system->name, 0, 0, At(expr->offset));
+    }
+    expr->kind = ExprKind::Variable;
+    expr->slot = static_cast<std::int32_t>(system->variable);
+    expr->type = system->type;
+    return expr;
+  }
   const auto info =
       std::find_if(std::begin(kFunctions), std::end(kFunctions),
                    [&](const FunctionInfo& f) { return EqualText(f.name, expr->text); });
@@ -345,14 +355,14 @@ void Binder::TypeFunction(Expr& expr) {
       }
       Arena scratch;
       const Text select = u"SELECT 1 FROM " + Text(name.text);
-      const Table* table = nullptr;
+      bool exists = false;
       try {
-        const auto statements = ParseBatch(select, scratch);
-        table = FindTable(statements[0]->query->selects[0]->from->table);
+        const auto statements = ParseBatch(select, scratch).statements;
+        exists = ObjectExists(statements[0]->query->selects[0]->from->table);
       } catch (const SqlError&) {
-        table = nullptr;  // a text that is no name names no object
+        exists = false;  // a text that is no name names no object
       }
-      expr.kind = table != nullptr ? ExprKind::Integer : ExprKind::Null;
+      expr.kind = exists ? ExprKind::Integer : ExprKind::Null;
       expr.integer = 1;
       expr.args = {};
       expr.type = MakeType(TypeKind::Int);

@@ -65,6 +65,16 @@ const Table* Binder::FindTable(const ObjectName& name) {
   return database ? catalogue_.Find(*database, name.schema.text, name.object.text) : nullptr;
 }
 
+bool Binder::ObjectExists(const ObjectName& name) {
+  return FindTable(name) != nullptr || FindProcedure(name) != nullptr;
+}
+
+const ProcedureText* Binder::FindProcedure(const ObjectName& name) {
+  const auto database = catalogue_.FindDatabase(name.database.text);
+  if (!database) return nullptr;
+  return catalogue_.FindProcedure(*database, name.schema.text, name.object.text);
+}
+
 const Table& Binder::RequireTable(const ObjectName& name) {
   const Table* table = FindTable(name);
   if (table == nullptr) {
@@ -90,6 +100,7 @@ void Binder::BindQueryIn(Query& query, Scope* parent, bool nested) {
     if (select.has_into && (nested || i > 0)) {
       throw errors::IncorrectSyntaxKeyword(u"INTO", At(select.into.object.offset));
     }
+    CheckAssignments(query, select, nested);
     BindSelect(select, scope);
     if (query.selects.size() == 1) BindOrderBy(query, scope);
     outer.insert(outer.end(), scope.outer_columns.begin(), scope.outer_columns.end());
@@ -103,6 +114,19 @@ void Binder::BindQueryIn(Query& query, Scope* parent, bool nested) {
   }
   query.outer_columns = arena_.Copy(outer);
   FinishQuery(query);
+}
+
+// SELECT @v = … stands alone: it gives no rows, and nothing else takes them.
+void Binder::CheckAssignments(const Query& query, const Select& select, bool nested) const {
+  const auto assigns = [](const SelectItem& item) { return item.variable != nullptr; };
+  const auto first = std::find_if(select.items.begin(), select.items.end(), assigns);
+  if (first == select.items.end()) return;
+  if (nested || query.selects.size() > 1) {
+    throw errors::IncorrectSyntax(u"=", At(first->variable->offset));
+  }
+  if (select.has_into || !std::all_of(select.items.begin(), select.items.end(), assigns)) {
+    throw errors::AssignmentWithRows(At(first->variable->offset));
+  }
 }
 
 void Binder::FinishQuery(Query& query) {
@@ -138,7 +162,8 @@ void Binder::BindSelect(Select& select, Scope& scope) {
     const std::size_t outer_before = scope.outer_columns.size();
     key = Bind(key, scope);
     const bool constant = key->kind == ExprKind::Integer || key->kind == ExprKind::String ||
-                          key->kind == ExprKind::Number || key->kind == ExprKind::Null;
+                          key->kind == ExprKind::Number || key->kind == ExprKind::Null ||
+                          key->kind == ExprKind::Variable;
     if (constant || scope.outer_columns.size() > outer_before) {
       throw errors::GroupByWithoutColumn(At(key->offset));
     }
@@ -234,7 +259,7 @@ void Binder::BindView(const Table& view, Source& source) {
   if (++view_depth_ > kDeepestView) throw errors::NestedTooDeeply({});
   const bool was_in_view = in_view_;
   in_view_ = true;
-  const std::span<Statement*> statements = ParseBatch(view.definition, arena_);
+  const std::span<Statement*> statements = ParseBatch(view.definition, arena_).statements;
   Query* query = statements[0]->query;
   BindQueryIn(*query, nullptr, true);
   std::vector<TextView> names(query->names.begin(), query->names.end());
@@ -411,7 +436,7 @@ void Binder::CheckInto(const Query& query) {
       throw errors::DuplicateColumn(item.name, table, At(item.expr->offset));
     }
   }
-  if (FindTable(select.into) != nullptr) {
+  if (ObjectExists(select.into)) {
     throw errors::ObjectExists(table, At(select.into.object.offset));
   }
   static_cast<void>(RequireDatabase(select.into));

@@ -50,8 +50,10 @@ class Binder {
 
   // Each throws SqlError with the position of what is wrong.
   void BindQuery(Query& query);
-  void BindCondition(Expr& condition);        // of IF
-  Expr* BindValue(Expr* value, Type target);  // outside a query, stored as `target`
+  void BindCondition(Expr& condition);  // of IF
+  Type TypeOf(Expr*& value);            // of a value outside a query
+  // Outside a query: as `target`.
+  Expr* BindValue(Expr* value, Type target, Conversion conversion = Conversion::Store);
 
   // The columns that an INSERT fills, checked against the values' count.
   std::vector<std::int32_t> BindInsertColumns(const Table& table, std::span<const Name> columns);
@@ -67,6 +69,8 @@ class Binder {
   const Table& RequireTable(const ObjectName& name);
   // As it stands in messages and lookups.
   const Table* FindTable(const ObjectName& name);
+  const ProcedureText* FindProcedure(const ObjectName& name);
+  bool ObjectExists(const ObjectName& name);  // of whatever kind
   DatabaseId RequireDatabase(const ObjectName& name);
   Position At(std::uint32_t offset) const noexcept { return PositionOf_(offset); }
 
@@ -91,6 +95,7 @@ class Binder {
   void CheckGrouping(const Select& select, const Expr& expr, const Scope& scope, bool having,
                      bool order);
   void CheckInto(const Query& query);
+  void CheckAssignments(const Query& query, const Select& select, bool nested) const;
   void FinishQuery(Query& query);
   void AddStarColumns(const Source& source, std::uint32_t offset, std::vector<SelectItem>& items);
 

@@ -44,19 +44,18 @@ std::unique_ptr<Table> SystemTable(DatabaseId database, const char* name, const 
   return table;
 }
 
-// Every user table and view: name and whether it is a table.
+// Every user table and module: name and kind, 'U' for a table.
 std::string ObjectsQuery(DatabaseId database) {
   const std::string schema = SchemaName(database);
-  return "SELECT name, 1 AS is_table FROM " + schema +
+  return "SELECT name, 'U' AS kind FROM " + schema +
          ".sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite!_%' ESCAPE '!' AND name "
-         "NOT LIKE 'ledgerwick!_%' ESCAPE '!' UNION ALL SELECT name, 0 FROM " +
-         schema + "." + kModulesTable + " WHERE kind = 'V'";
+         "NOT LIKE 'ledgerwick!_%' ESCAPE '!' UNION ALL SELECT name, kind FROM " +
+         schema + "." + kModulesTable;
 }
 
 std::unique_ptr<Table> SysObjects(DatabaseId database) {
   return SystemTable(database, "sysobjects",
-                     "SELECT name, CASE is_table WHEN 1 THEN 'U ' ELSE 'V ' END AS xtype, CASE "
-                     "is_table WHEN 1 THEN 'U ' ELSE 'V ' END AS type FROM (" +
+                     "SELECT name, kind || ' ' AS xtype, kind || ' ' AS type FROM (" +
                          ObjectsQuery(database) + ")",
                      {{"name", TextType(TypeKind::NVarChar, 128)},
                       {"xtype", TextType(TypeKind::Char, 2)},
@@ -67,9 +66,9 @@ std::unique_ptr<Table> SchemaTables(DatabaseId database, const Text& database_na
   return SystemTable(
       database, "TABLES",
       "SELECT " + QuoteLiteral(ToUtf8(database_name)) +
-          " AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, name AS TABLE_NAME, CASE is_table WHEN 1 THEN "
+          " AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, name AS TABLE_NAME, CASE kind WHEN 'U' THEN "
           "'BASE TABLE' ELSE 'VIEW' END AS TABLE_TYPE FROM (" +
-          ObjectsQuery(database) + ")",
+          ObjectsQuery(database) + ") WHERE kind <> 'P'",
       {{"TABLE_CATALOG", TextType(TypeKind::NVarChar, 128)},
        {"TABLE_SCHEMA", TextType(TypeKind::NVarChar, 128)},
        {"TABLE_NAME", TextType(TypeKind::NVarChar, 128)},
@@ -128,7 +127,7 @@ std::optional<DatabaseId> Catalogue::FindDatabase(TextView name) const {
 }
 
 void Catalogue::LoadNames(DatabaseId database, Cache& cache) {
-  const SqliteStatement query = Prepare(ObjectsQuery(database));
+  const SqliteStatement query = Prepare(ObjectsQuery(database) + " WHERE kind <> 'P'");
   while (sqlite3_step(query.get()) == SQLITE_ROW) {
     const std::string name(ColumnText(query.get(), 0));
     cache.names.emplace(FoldText(FromUtf8(name)), name);
@@ -162,6 +161,26 @@ const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name
   }
   if (!table) return nullptr;
   return cache.tables.emplace(key, std::move(table)).first->second.get();
+}
+
+const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView schema, TextView name) {
+  if (!schema.empty() && !EqualText(schema, u"dbo")) return nullptr;
+  Cache& cache = caches_[static_cast<std::size_t>(database)];
+  if (!cache.procedures_loaded) {
+    const SqliteStatement query =
+        Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
+                kModulesTable + " WHERE kind = 'P'");
+    while (sqlite3_step(query.get()) == SQLITE_ROW) {
+      Text stored = FromUtf8(ColumnText(query.get(), 0));
+      Text folded = FoldText(stored);
+      cache.procedures.emplace(
+          std::move(folded),
+          ProcedureText{database, std::move(stored), FromUtf8(ColumnText(query.get(), 1))});
+    }
+    cache.procedures_loaded = true;
+  }
+  const auto found = cache.procedures.find(FoldText(name));
+  return found == cache.procedures.end() ? nullptr : &found->second;
 }
 
 std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::string& name) {

@@ -59,6 +59,13 @@ struct Table {
   std::int32_t FindColumn(TextView column) const;
 };
 
+// A stored procedure as it was created.
+struct ProcedureText {
+  DatabaseId database = DatabaseId::Main;
+  Text name;
+  Text definition;  // the whole batch that created it
+};
+
 // Reads the catalogue of one connection as it is asked for and keeps it until another connection or
 // a statement of this one changes the schema.
 class Catalogue {
@@ -70,6 +77,9 @@ class Catalogue {
   // SqlError when the storage cannot be read.
   void Refresh();
 
+  // Forgets everything: a transaction was rolled back, and the schema's version with it.
+  void Forget() { caches_ = {}; }
+
   // The database that `name` (possibly empty) stands for; nothing for an unknown one.
   std::optional<DatabaseId> FindDatabase(TextView name) const;
 
@@ -77,12 +87,17 @@ class Catalogue {
   // INFORMATION_SCHEMA.
   const Table* Find(DatabaseId database, TextView schema, TextView name);
 
+  // The procedure of that name, or nullptr. `schema` is as written: empty or dbo.
+  const ProcedureText* FindProcedure(DatabaseId database, TextView schema, TextView name);
+
  private:
   struct Cache {
     std::int64_t version = -1;
     bool names_loaded = false;
     TextMap<std::string> names;  // folded name -> name as stored
     TextMap<std::unique_ptr<Table>> tables;
+    bool procedures_loaded = false;
+    TextMap<ProcedureText> procedures;  // keyed by the folded name
   };
 
   std::int64_t SchemaVersion(DatabaseId database);

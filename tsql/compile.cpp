@@ -9,7 +9,7 @@ namespace ledgerwick::tsql {
 std::vector<std::string> CompileQueries(TextView batch, Catalogue& catalogue) {
   Arena arena;
   std::vector<std::string> queries;
-  for (Statement* statement : ParseBatch(batch, arena)) {
+  for (Statement* statement : ParseBatch(batch, arena).statements) {
     if (statement->kind != StatementKind::Select) continue;
     catalogue.Refresh();
     Binder(batch, arena, catalogue).BindQuery(*statement->query);

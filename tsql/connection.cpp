@@ -127,6 +127,54 @@ class RowSet final : public Recordset, public ResultSink {
   bool complete_ = false;
 };
 
+// `text` as a literal.
+Text Literal(TextView text) {
+  Text literal = u"'";
+  for (const char16_t c : text) {
+    if (c == u'\'') literal += u'\'';
+    literal += c;
+  }
+  return literal += u'\'';
+}
+
+// A command bound to its connection. Parameters go to a procedure in the order in which they were
+// appended, whatever their names are, as ADO passes them; a text knows none.
+class EmbeddedCommand final : public Command {
+ public:
+  explicit EmbeddedCommand(std::shared_ptr<Connection> connection)
+      : connection_(std::move(connection)) {}
+
+  void SetCommandText(const Text& text) override { text_ = text; }
+  void SetCommandType(std::int32_t type) override { type_ = type; }
+  void SetCommandTimeout(std::int32_t) override {}  // the storage's own limit holds
+
+  void AppendParameter(const Text&, std::int32_t type, std::int32_t, const Text& value) override {
+    if (type != kVarChar && type != kLongVarChar) {
+      throw DatabaseError(kBadArgument, kSource,
+                          u"A parameter's type must be adVarChar (200) or adLongVarChar (201).");
+    }
+    values_.push_back(value);
+  }
+
+  void Execute(std::int32_t options) override {
+    if (type_ != kCommandStoredProcedure) {
+      connection_->Execute(text_, options);
+      return;
+    }
+    Text call = u"EXEC " + text_;
+    for (std::size_t i = 0; i < values_.size(); ++i) {
+      call.append(i == 0 ? u" " : u", ").append(Literal(values_[i]));
+    }
+    connection_->Execute(call, options);
+  }
+
+ private:
+  std::shared_ptr<Connection> connection_;
+  Text text_;
+  std::int32_t type_ = kCommandText;
+  std::vector<Text> values_;
+};
+
 class Embedded final : public EmbeddedConnection {
  public:
   explicit Embedded(DatabaseOptions options) : options_(std::move(options)) {}
@@ -156,9 +204,8 @@ class Embedded final : public EmbeddedConnection {
   }
 
   std::unique_ptr<Command> NewCommand() override {
-    // Commands call stored procedures, which this database does not have yet.
-    throw DatabaseError(kErrorNotImplemented, kSource,
-                        u"The embedded database cannot run stored procedures in this version.");
+    static_cast<void>(database());  // closed: an error now
+    return std::make_unique<EmbeddedCommand>(shared_from_this());
   }
 
   std::unique_ptr<Recordset> OpenRecordset(const Text& sql, const RecordsetOptions&) override {

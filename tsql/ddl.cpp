@@ -50,7 +50,7 @@ void Interpreter::CreateTable(Statement& statement) {
   Binder binder = NewBinder();
   const ObjectName& name = statement.target;
   const DatabaseId database = binder.RequireDatabase(name);
-  if (binder.FindTable(name) != nullptr) {
+  if (binder.ObjectExists(name)) {
     throw errors::ObjectExists(name.object.text, binder.At(name.object.offset));
   }
   std::string sql = std::string("CREATE TABLE ") + SchemaName(database) + "." +
@@ -117,7 +117,7 @@ void Interpreter::CreateIndex(Statement& statement) {
 void Interpreter::CreateView(Statement& statement) {
   Binder binder = NewBinder();
   const ObjectName& name = statement.target;
-  if (binder.FindTable(name) != nullptr) {
+  if (binder.ObjectExists(name)) {
     throw errors::ObjectExists(name.object.text, binder.At(name.object.offset));
   }
   Query& query = *statement.query;
@@ -140,21 +140,21 @@ void Interpreter::CreateView(Statement& statement) {
     }
   }
   const std::string text = ToUtf8(statement.text);
-  SaveView(binder.RequireDatabase(name), ToUtf8(name.object.text), &text);
+  SaveModule(binder.RequireDatabase(name), ToUtf8(name.object.text), 'V', &text);
 }
 
-// Adds the view, or removes it without a definition.
-void Interpreter::SaveView(DatabaseId database, const std::string& name,
-                           const std::string* definition) {
+// Adds or replaces the view ('V') or procedure ('P'), or removes it without a definition.
+void Interpreter::SaveModule(DatabaseId database, const std::string& name, char kind,
+                             const std::string* definition) {
   const std::string schema = SchemaName(database);
   const std::string modules = schema + "." + kModulesTable;
+  const std::string kind_literal = QuoteLiteral(std::string_view(&kind, 1));
   Transaction transaction(storage_);
+  storage_.Execute("DELETE FROM " + modules + " WHERE kind = " + kind_literal +
+                   " AND name = " + QuoteLiteral(name));
   if (definition != nullptr) {
-    storage_.Execute("INSERT INTO " + modules + " VALUES (" + QuoteLiteral(name) + ", 'V', " +
-                     QuoteLiteral(*definition) + ")");
-  } else {
-    storage_.Execute("DELETE FROM " + modules +
-                     " WHERE kind = 'V' AND name = " + QuoteLiteral(name));
+    storage_.Execute("INSERT INTO " + modules + " VALUES (" + QuoteLiteral(name) + ", " +
+                     kind_literal + ", " + QuoteLiteral(*definition) + ")");
   }
   // Tells every connection that its catalogue is stale.
   storage_.Execute("CREATE TABLE " + schema + ".ledgerwick_change (x)");
@@ -162,20 +162,31 @@ void Interpreter::SaveView(DatabaseId database, const std::string& name,
   transaction.Commit();
 }
 
-void Interpreter::Drop(const ObjectName& name, StatementKind kind) {
-  if (kind == StatementKind::DropIndex) {
+void Interpreter::Drop(const Statement& statement, const ObjectName& name) {
+  if (statement.kind == StatementKind::DropIndex) {
     DropIndex(name);
     return;
   }
   Binder binder = NewBinder();
+  const TextView what = statement.kind == StatementKind::DropView    ? u"view"
+                        : statement.kind == StatementKind::DropTable ? u"table"
+                                                                     : u"procedure";
   const Table* table = binder.FindTable(name);
-  const bool view = kind == StatementKind::DropView;
-  if (table == nullptr || table->kind != (view ? TableKind::View : TableKind::Table)) {
-    throw errors::CannotDrop(view ? u"view" : u"table", FullName(name),
-                             binder.At(name.object.offset));
+  const ProcedureText* procedure = table == nullptr ? binder.FindProcedure(name) : nullptr;
+  const bool missing =
+      procedure == nullptr && (table == nullptr || table->kind == TableKind::System);
+  if (missing && statement.if_exists) return;
+  if (missing) throw errors::CannotDrop(what, FullName(name), binder.At(name.object.offset));
+  const TextView kind = procedure != nullptr             ? u"procedure"
+                        : table->kind == TableKind::View ? u"view"
+                                                         : u"table";
+  if (kind != what) {
+    throw errors::WrongKindToDrop(what, FullName(name), kind, binder.At(name.object.offset));
   }
-  if (view) {
-    SaveView(table->database, ToUtf8(table->name), nullptr);
+  if (procedure != nullptr) {
+    SaveModule(procedure->database, ToUtf8(procedure->name), 'P', nullptr);
+  } else if (table->kind == TableKind::View) {
+    SaveModule(table->database, ToUtf8(table->name), 'V', nullptr);
   } else {
     storage_.Execute("DROP TABLE " + table->sql);
   }

@@ -15,6 +15,12 @@ bool LacksAggregate(const Select& select) {
                       [](const SelectItem& item) { return item.expr->has_aggregate; });
 }
 
+// SQLite takes a negative limit for none.
+std::string LimitOf(const Select& select) {
+  if (select.top_variable == nullptr) return std::to_string(select.top);
+  return "max(0, " + EmitToString(*select.top_variable) + ")";
+}
+
 }  // namespace
 
 void Emitter::EmitQuery(const Query& query, bool named) {
@@ -26,11 +32,11 @@ void Emitter::EmitQuery(const Query& query, bool named) {
     const bool wrapped = compound && select.has_top;
     if (wrapped) Raw("SELECT * FROM (");
     EmitSelect(select, named && i == 0, compound);
-    if (wrapped) Raw(" LIMIT ").Raw(std::to_string(select.top)).Raw(")");
+    if (wrapped) Raw(" LIMIT ").Raw(LimitOf(select)).Raw(")");
   }
   EmitOrderBy(query);
   if (!compound && query.selects[0]->has_top) {
-    Raw(" LIMIT ").Raw(std::to_string(query.selects[0]->top));
+    Raw(" LIMIT ").Raw(LimitOf(*query.selects[0]));
   }
 }
 

@@ -80,6 +80,10 @@ void Emitter::EmitExpr(const Expr& expr) {
     case ExprKind::Column:
       EmitColumn(expr);
       return;
+    case ExprKind::Variable:
+      Raw(expr.live ? "t_variable(?" : "?").Raw(std::to_string(expr.slot + 1));
+      Raw(expr.live ? ")" : "");
+      return;
     case ExprKind::Case:
       EmitCase(expr);
       return;
@@ -264,8 +268,9 @@ void Emitter::EmitScalar(const Expr& expr) {
   const Query& query = *expr.query;
   const Select& first = *query.selects[0];
   const bool single =
-      query.selects.size() == 1 && ((first.grouped && first.group_by.empty()) ||
-                                    (first.has_top && first.top <= 1) || first.from == nullptr);
+      query.selects.size() == 1 &&
+      ((first.grouped && first.group_by.empty()) ||
+       (first.has_top && first.top_variable == nullptr && first.top <= 1) || first.from == nullptr);
   Raw("(");
   if (single) {
     EmitQuery(query);

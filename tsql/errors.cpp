@@ -51,6 +51,8 @@ std::int32_t ResultCode(const SqlError& error) {
 DatabaseError ToDatabaseError(const SqlError& error) {
   DatabaseError result(ResultCode(error), u"Ledgerwick", FromUtf8(error.message));
   result.native = error.number;
+  result.procedure = FromUtf8(error.procedure);
+  result.in_text = error.in_text;
   result.line = error.position.line;
   result.column = error.position.column;
   return result;

@@ -29,6 +29,11 @@ struct SqlError : std::exception {
   std::int32_t severity;
   std::string message;  // UTF-8
   Position position;    // line 0 where unknown
+  std::int32_t state = 1;
+  std::string procedure;    // that the position is in; empty for none
+  bool in_text = false;     // the position is in a text that EXEC ran
+  std::int32_t level = -1;  // the nesting of calls where it arose; -1 where unknown
+  bool thrown = false;      // by THROW, which ends the batch
 
   const char* what() const noexcept override { return message.c_str(); }
 };
@@ -64,13 +69,14 @@ SqlError DerivedColumnNameMissing(std::size_t column, TextView table, Position a
 SqlError ViewColumnNameMissing(std::size_t column, Position at);                             // 4511
 SqlError DuplicateColumn(TextView column, TextView table, Position at);                      // 2705
 SqlError DuplicateDerivedColumn(TextView column, TextView table, Position at);               // 8156
-SqlError ColumnListLength(TextView table, bool more, Position at);  // 8158, 8159
-SqlError ObjectExists(TextView name, Position at);                  // 2714
-SqlError IndexExists(TextView index, TextView table, Position at);  // 1913
-SqlError CannotDrop(TextView what, TextView name, Position at);     // 3701
-SqlError CannotTruncate(TextView name, Position at);                // 4701
-SqlError MultiPartUnbound(TextView name, Position at);              // 4104
-SqlError PrefixUnmatched(TextView prefix, Position at);             // 107
+SqlError ColumnListLength(TextView table, bool more, Position at);                   // 8158, 8159
+SqlError ObjectExists(TextView name, Position at);                                   // 2714
+SqlError IndexExists(TextView index, TextView table, Position at);                   // 1913
+SqlError CannotDrop(TextView what, TextView name, Position at);                      // 3701
+SqlError WrongKindToDrop(TextView what, TextView name, TextView kind, Position at);  // 3705
+SqlError CannotTruncate(TextView name, Position at);                                 // 4701
+SqlError MultiPartUnbound(TextView name, Position at);                               // 4104
+SqlError PrefixUnmatched(TextView prefix, Position at);                              // 107
 SqlError NotGrouped(TextView column, bool in_having, bool in_order,
                     Position at);                                    // 8120, 8121, 8127
 SqlError GroupByWithoutColumn(Position at);                          // 164
@@ -91,20 +97,42 @@ SqlError OrderByInSubquery(Position at);                                        
 SqlError OneExpressionInSubquery(Position at);                                          // 116
 SqlError MoreThanOneRow();                                                              // 512
 SqlError MustDeclare(TextView variable, Position at);                                   // 137
-SqlError InsertCount(bool more_columns, Position at);                                   // 109, 110
-SqlError InsertSelectCount(bool more_items, Position at);                               // 120, 121
-SqlError TableValueCount(Position at);                                                  // 213
-SqlError ColumnTwice(TextView column, Position at);                                     // 264
-SqlError NullNotAllowed(TextView column, TextView table, bool insert);                  // 515
-SqlError DuplicateKey(TextView table, bool primary);                                    // 2627
-SqlError StarWithoutFrom(Position at);                                                  // 263
-SqlError NotUpdatable(TextView view, Position at);                                      // 4405
-SqlError CaseOfNulls(Position at);                                                      // 8133
-SqlError ImplicitConversion(TextView source, TextView target, Position at);             // 257
-SqlError ExplicitConversion(TextView source, TextView target, Position at);             // 529
-SqlError LockTimeout(const std::string& file, std::int64_t seconds);                    // 1222
-SqlError DiskFull(const std::string& file);                                             // 1105
-SqlError Cancelled();                                                                   // 0
+SqlError DeclaredTwice(TextView variable, Position at);                                 // 134
+SqlError TextVariable(Position at);                                                     // 2739
+SqlError AssignmentWithRows(Position at);                                               // 141
+SqlError OutsideLoop(bool is_break, Position at);                                       // 135, 136
+SqlError ReturnWithValue(Position at);                                                  // 178
+SqlError NotFirstInBatch(Position at);                                                  // 111
+SqlError OutputOfConstant(Position at);                                                 // 179
+SqlError NoProcedure(TextView name, Position at);                                       // 2812
+SqlError ParameterMissing(TextView procedure, TextView parameter);                      // 201
+SqlError TooManyArguments(TextView procedure);                                          // 8144
+SqlError NoSuchParameter(TextView parameter, TextView procedure);                       // 8145
+SqlError ParameterTwice(TextView parameter, TextView procedure);                        // 8143
+SqlError PositionalAfterNamed(std::size_t argument, Position at);                       // 119
+SqlError NotOutput(TextView parameter);                                                 // 8162
+SqlError CallsTooDeep();                                                                // 217
+SqlError NoTransaction(bool commit);                                 // 3902, 3903
+SqlError TransactionCount(std::int64_t before, std::int64_t after);  // 266
+SqlError Raised(std::int32_t number, std::int32_t severity, std::int32_t state,
+                std::string message);
+SqlError NoSuchMessage(std::int32_t number, std::int32_t severity, std::int32_t state);  // 18054
+SqlError ThrowOutsideCatch();                                                            // 10704
+SqlError ThrowNumber(std::int64_t number);                                               // 35100
+SqlError InsertCount(bool more_columns, Position at);                                    // 109, 110
+SqlError InsertSelectCount(bool more_items, Position at);                                // 120, 121
+SqlError TableValueCount(Position at);                                                   // 213
+SqlError ColumnTwice(TextView column, Position at);                                      // 264
+SqlError NullNotAllowed(TextView column, TextView table, bool insert);                   // 515
+SqlError DuplicateKey(TextView table, bool primary);                                     // 2627
+SqlError StarWithoutFrom(Position at);                                                   // 263
+SqlError NotUpdatable(TextView view, Position at);                                       // 4405
+SqlError CaseOfNulls(Position at);                                                       // 8133
+SqlError ImplicitConversion(TextView source, TextView target, Position at);              // 257
+SqlError ExplicitConversion(TextView source, TextView target, Position at);              // 529
+SqlError LockTimeout(const std::string& file, std::int64_t seconds);                     // 1222
+SqlError DiskFull(const std::string& file);                                              // 1105
+SqlError Cancelled();                                                                    // 0
 SqlError Storage(const std::string& message);  // 823, anything that SQLite alone knows
 SqlError TooComplex(const std::string& message, Position at);  // 8631
 

@@ -108,6 +108,17 @@ SqlError CannotDrop(TextView what, TextView name, Position at) {
           at};
 }
 
+SqlError WrongKindToDrop(TextView what, TextView name, TextView kind, Position at) {
+  Text upper(kind);
+  for (char16_t& c : upper) c = static_cast<char16_t>(c - 0x20);
+  Text dropped(what);
+  for (char16_t& c : dropped) c = static_cast<char16_t>(c - 0x20);
+  return {3705, kUser,
+          "Cannot use DROP " + U(dropped) + " with " + Q(name) + " because " + Q(name) + " is a " +
+              U(kind) + ". Use DROP " + U(upper) + ".",
+          at};
+}
+
 SqlError CannotTruncate(TextView name, Position at) {
   return {4701, kUser,
           "Cannot find the object \"" + U(name) +
@@ -250,6 +261,21 @@ SqlError MoreThanOneRow() {
 
 SqlError MustDeclare(TextView variable, Position at) {
   return {137, kSyntax, "Must declare the scalar variable \"" + U(variable) + "\".", at};
+}
+
+SqlError DeclaredTwice(TextView variable, Position at) {
+  return {134, kSyntax,
+          "The variable name " + Q(variable) +
+              " has already been declared. Variable names must be unique within a query batch or "
+              "stored procedure.",
+          at};
+}
+
+SqlError AssignmentWithRows(Position at) {
+  return {141, kSyntax,
+          "A SELECT statement that assigns a value to a variable must not be combined with "
+          "data-retrieval operations.",
+          at};
 }
 
 SqlError InsertCount(bool more_columns, Position at) {

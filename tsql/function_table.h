@@ -30,6 +30,11 @@ class Call {
   // The same, zero-terminated: the names of types and date parts that the emitter writes.
   const char* Name(std::size_t i) const;
 
+  // What was bound as a pointer of that type, or nullptr.
+  void* Pointer(std::size_t i, const char* type) const {
+    return sqlite3_value_pointer(arguments_[i], type);
+  }
+
   void Return(std::int64_t number) { sqlite3_result_int64(context_, number); }
   void Return(double number) { sqlite3_result_double(context_, number); }
   void Return(std::string_view text);

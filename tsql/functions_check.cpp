@@ -1,5 +1,6 @@
 // Functions that pass a value on or fail the statement.
 #include "tsql/function_table.h"
+#include "tsql/variables.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -20,12 +21,20 @@ void NotNull(Call& call) {
   call.ReturnArgument(0);
 }
 
+// t_variable(variable): what the variable holds just now.
+void ReadVariable(Call& call) {
+  const auto* variable = static_cast<const SqliteValue*>(call.Pointer(0, kVariablePointer));
+  if (variable == nullptr || !*variable) return call.ReturnNull();
+  sqlite3_result_value(call.context(), variable->get());
+}
+
 // t_error_512(): a subquery gave more than one row.
 void TooManyRows(Call&) { throw errors::MoreThanOneRow(); }
 
 constexpr FunctionRow kFunctions[] = {
     {"t_nonzero", 1, 1, 1, NonZero},
     {"t_notnull", 3, 3, 0, NotNull},
+    {"t_variable", 1, 1, 0, ReadVariable, Purity::kStaysInPlace},
     {"t_error_512", 0, 0, 0, TooManyRows, Purity::kStaysInPlace},
 };
 

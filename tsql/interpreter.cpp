@@ -55,63 +55,162 @@ std::string ColumnDeclaration(std::string_view name, const Type& type) {
   return sql;
 }
 
-void Interpreter::Run(TextView batch, ResultSink& sink) {
+void Interpreter::Run(TextView text, ResultSink& sink) {
   Arena arena;
-  batch_ = batch;
-  arena_ = &arena;
   sink_ = &sink;
-  for (Statement* statement : ParseBatch(batch, arena)) Execute(*statement);
+  depth_ = 0;
+  session_.BeginBatch();
+  const Batch batch = ParseBatch(text, arena);
+  Frame frame;
+  frame.text = text;
+  frame.arena = &arena;
+  frame.variables = Variables(batch.variables.size());
+  session_.frame = &frame;
+  try {
+    RunAll(batch.statements);
+  } catch (const SqlError& error) {
+    if (session_.transactions > 0 && session_.ReachOf(error) == Reach::Batch) {
+      RollbackTransaction();
+    }
+    Tell(error);
+  }
+  if (session_.first_error) throw SqlError(*session_.first_error);
 }
 
 // A failure while a statement runs is told with the line that the statement begins on.
-void Interpreter::Execute(Statement& statement) {
-  try {
-    ExecuteAt(statement);
-  } catch (SqlError& error) {
-    if (error.position.line == 0) {
-      error.position = PositionOf(batch_, statement.offset);
-      error.position.column = 0;
-    }
-    throw;
+void Interpreter::Locate(SqlError& error, const Statement& statement) const {
+  const Frame& frame = *session_.frame;
+  if (error.position.line == 0) {
+    error.position = PositionOf(frame.text, statement.offset);
+    error.position.column = 0;
+  }
+  if (error.level >= 0) return;
+  error.level = frame.level;
+  error.procedure = frame.procedure;
+  error.in_text = frame.is_text;
+}
+
+// The batch goes on: its first error waits for the end, others are told at once.
+void Interpreter::Tell(const SqlError& error) {
+  session_.last_error = error.number;
+  session_.row_count = 0;
+  if (session_.first_error) {
+    sink_->Error(ToDatabaseError(error));
+  } else {
+    session_.first_error = error;
   }
 }
 
-void Interpreter::ExecuteAt(Statement& statement) {
+// True when the next statement runs: the error was the statement's alone, or that of a call which
+// it has ended.
+bool Interpreter::EndsHere(const SqlError& error) const {
+  const Reach reach = session_.ReachOf(error);
+  return reach == Reach::Statement ||
+         (reach == Reach::Frame && error.level > session_.frame->level);
+}
+
+Flow Interpreter::Execute(const Statement& statement) {
+  constexpr int kDeepest = 1000;  // procedures within procedures included
+  const Counted nesting(depth_);
+  try {
+    storage_.CheckCancelled();
+    if (depth_ > kDeepest) throw errors::NestedTooDeeply({});
+    return ExecuteAt(statement);
+  } catch (SqlError& error) {
+    Locate(error, statement);
+    FollowTransaction();
+    if (session_.tries > 0 || !EndsHere(error)) throw;
+    Tell(error);
+    return Flow::Next;
+  }
+}
+
+Flow Interpreter::ExecuteAt(const Statement& statement) {
   switch (statement.kind) {
     case StatementKind::If:
-      If(statement);
-      return;
+      return If(statement);
     case StatementKind::Block:
-      for (Statement* inner : statement.body) Execute(*inner);
+      return RunAll(statement.body);
+    case StatementKind::While:
+      return While(statement);
+    case StatementKind::TryCatch:
+      return TryCatch(statement);
+    case StatementKind::Break:
+      return Flow::Break;
+    case StatementKind::Continue:
+      return Flow::Continue;
+    case StatementKind::Return:
+      return Return(statement);
+    default:
+      break;
+  }
+  const OwnTree own(*session_.frame);
+  catalogue_.Refresh();
+  ExecuteSimple(own.Of(statement));
+  return Flow::Next;
+}
+
+// A statement that holds no others.
+void Interpreter::ExecuteSimple(Statement& statement) {
+  switch (statement.kind) {
+    case StatementKind::Assign:
+      for (const VariableAssignment& assignment : statement.variables) {
+        Assign(*assignment.variable, assignment.value);
+      }
       return;
+    case StatementKind::ExecuteText:
+      ExecuteText(statement);
+      return;
+    case StatementKind::ExecuteProcedure:
+      ExecuteProcedure(statement);
+      return;
+    case StatementKind::RaiseError:
+      RaiseError(statement);
+      return;
+    case StatementKind::Throw:
+      Throw(statement);
+    case StatementKind::Select:
+      SelectQuery(*statement.query);
+      break;
+    case StatementKind::Insert:
+    case StatementKind::Update:
+    case StatementKind::Delete:
+      ExecuteModification(statement);
+      break;
+    default:
+      session_.row_count = 0;
+      ExecuteOther(statement);
+  }
+  session_.last_error = 0;
+}
+
+void Interpreter::ExecuteModification(Statement& statement) {
+  if (statement.kind == StatementKind::Insert) {
+    Insert(statement);
+  } else if (statement.kind == StatementKind::Update) {
+    Update(statement);
+  } else {
+    Delete(statement);
+  }
+}
+
+// Statements that affect no rows.
+void Interpreter::ExecuteOther(Statement& statement) {
+  switch (statement.kind) {
     case StatementKind::SetOption:
+      SetOption(statement);
       return;
     case StatementKind::Print:
       Print(statement);
       return;
-    default:
-      break;
-  }
-  catalogue_.Refresh();
-  switch (statement.kind) {
-    case StatementKind::Select: {
-      Binder binder = NewBinder();
-      binder.BindQuery(*statement.query);
-      if (statement.query->selects[0]->has_into) {
-        SelectInto(*statement.query, binder);
-      } else {
-        SelectRows(*statement.query);
-      }
+    case StatementKind::Begin:
+      BeginTransaction();
       return;
-    }
-    case StatementKind::Insert:
-      Insert(statement);
+    case StatementKind::Commit:
+      CommitTransaction();
       return;
-    case StatementKind::Update:
-      Update(statement);
-      return;
-    case StatementKind::Delete:
-      Delete(statement);
+    case StatementKind::Rollback:
+      RollbackTransaction();
       return;
     case StatementKind::Truncate:
       Truncate(statement);
@@ -125,46 +224,54 @@ void Interpreter::ExecuteAt(Statement& statement) {
     case StatementKind::CreateView:
       CreateView(statement);
       return;
+    case StatementKind::CreateProcedure:
+    case StatementKind::AlterProcedure:
+      CreateProcedure(statement);
+      return;
     default:
       for (const ObjectName& target : statement.targets) {
         catalogue_.Refresh();
-        Drop(target, statement.kind);
+        Drop(statement, target);
       }
   }
 }
 
-// A condition that is unknown does not hold. Its query ends here: an open one would keep the branch
-// from changing the tables that it reads.
-bool Interpreter::Holds(const Expr& condition) {
-  const SqliteStatement row =
-      storage_.Prepare("SELECT CASE WHEN " + EmitToString(condition) + " THEN 1 ELSE 0 END");
-  return storage_.Step(row.get()) && sqlite3_column_int(row.get(), 0) != 0;
+void Interpreter::Affected(std::int64_t rows) {
+  session_.row_count = rows;
+  if (!session_.no_count) sink_->RowsAffected(rows);
 }
 
-void Interpreter::If(Statement& statement) {
-  catalogue_.Refresh();
-  NewBinder().BindCondition(*statement.where);
-  if (Holds(*statement.where)) {
-    Execute(*statement.then_branch);
-  } else if (statement.else_branch != nullptr) {
-    Execute(*statement.else_branch);
+SqliteStatement Interpreter::Prepare(const std::string& sql) {
+  SqliteStatement statement = storage_.Prepare(sql);
+  session_.Bind(statement.get());
+  return statement;
+}
+
+std::int64_t Interpreter::Change(const std::string& sql) {
+  const SqliteStatement statement = Prepare(sql);
+  while (storage_.Step(statement.get())) {
   }
+  return sqlite3_changes64(storage_.db());
 }
 
-void Interpreter::Print(Statement& statement) {
-  constexpr std::int32_t kLongest = 8000;
-  catalogue_.Refresh();
-  const Expr* value = NewBinder().BindValue(statement.value, MakeType(TypeKind::VarChar, kLongest));
-  const SqliteStatement row = storage_.Prepare("SELECT " + EmitToString(*value));
-  if (storage_.Step(row.get())) {
-    sink_->Message(TryFromUtf8(ColumnText(row.get(), 0)).value_or(Text()));
+void Interpreter::SelectQuery(Query& query) {
+  if (query.selects[0]->items[0].variable != nullptr) {
+    SelectAssign(query);
+    return;
+  }
+  Binder binder = NewBinder();
+  binder.BindQuery(query);
+  if (query.selects[0]->has_into) {
+    SelectInto(query, binder);
+  } else {
+    SelectRows(query);
   }
 }
 
 void Interpreter::SelectRows(Query& query) {
   Emitter emitter;
   emitter.EmitQuery(query);
-  const SqliteStatement statement = storage_.Prepare(emitter.Take());
+  const SqliteStatement statement = Prepare(emitter.Take());
   SendRows(statement.get(), query);
 }
 
@@ -174,14 +281,20 @@ void Interpreter::SendRows(sqlite3_stmt* statement, const Query& query) {
   std::int64_t count = 0;
   bool more = storage_.Step(statement);
   sink_->Columns(columns);
-  for (; more; more = storage_.Step(statement)) {
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-      values[i] = ReadValue(statement, static_cast<int>(i), columns[i].kind);
+  try {
+    for (; more; more = storage_.Step(statement)) {
+      for (std::size_t i = 0; i < columns.size(); ++i) {
+        values[i] = ReadValue(statement, static_cast<int>(i), columns[i].kind);
+      }
+      sink_->Row(values);
+      ++count;
     }
-    sink_->Row(values);
-    ++count;
+  } catch (const SqlError&) {
+    sink_->EndRows(count);  // the rows before the failure have been given
+    throw;
   }
   sink_->EndRows(count);
+  session_.row_count = count;
 }
 
 // The new table is there with all its rows or not at all. Names, types and nullability are those of
@@ -199,9 +312,9 @@ void Interpreter::SelectInto(Query& query, Binder& binder) {
   emitter.Raw("INSERT INTO ").Raw(table).Raw(" ").EmitQuery(query);
   Transaction transaction(storage_);
   storage_.Execute(create + ")");
-  const std::int64_t rows = storage_.Execute(emitter.Take());
+  const std::int64_t rows = Change(emitter.Take());
   transaction.Commit();
-  sink_->RowsAffected(rows);
+  Affected(rows);
 }
 
 void Interpreter::Insert(Statement& statement) {
@@ -211,7 +324,7 @@ void Interpreter::Insert(Statement& statement) {
     throw errors::NotUpdatable(statement.target.object.text,
                                binder.At(statement.target.object.offset));
   }
-  sink_->RowsAffected(storage_.Execute(InsertSql(statement, binder, table)));
+  Affected(Change(InsertSql(statement, binder, table)));
 }
 
 std::string Interpreter::InsertSql(Statement& statement, Binder& binder, const Table& table) {
@@ -323,7 +436,7 @@ void Interpreter::Update(Statement& statement) {
     emitter.EmitFromWhere(statement.from, statement.where);
     emitter.Raw(") AS found WHERE target._rowid_ = found.r");
   }
-  sink_->RowsAffected(storage_.Execute(emitter.Take()));
+  Affected(Change(emitter.Take()));
 }
 
 void Interpreter::Delete(Statement& statement) {
@@ -344,7 +457,7 @@ void Interpreter::Delete(Statement& statement) {
     emitter.EmitFromWhere(statement.from, statement.where);
     emitter.Raw(")");
   }
-  sink_->RowsAffected(storage_.Execute(emitter.Take()));
+  Affected(Change(emitter.Take()));
 }
 
 void Interpreter::Truncate(Statement& statement) {

@@ -27,12 +27,12 @@ enum class TokenKind : std::uint8_t {
 // The reserved words that the grammar knows, in alphabetical order.
 // clang-format off
 enum class Keyword : std::uint8_t {
-  None, Add, All, Alter, And, Any, As, Asc, Begin, Between, By, Case, Check, Clustered, Coalesce,
-  Commit, Constraint, Convert, Create, Cross, Database, Declare, Default, Delete, Desc, Distinct,
+  None, Add, All, Alter, And, Any, As, Asc, Begin, Between, Break, By, Case, Check, Clustered,
+  Coalesce, Commit, Constraint, Continue, Convert, Create, Cross, Database, Declare, Default, Delete, Desc, Distinct,
   Drop, Else, End, Escape, Except, Exec, Execute, Exists, Foreign, From, Full, Function, Go, Group,
   Having, Holdlock, If, In, Index, Inner, Insert, Intersect, Into, Is, Join, Key, Left, Like,
   Nonclustered, Not, Null, Nullif, Of, On, Or, Order, Outer, Percent, Primary, Print, Proc,
-  Procedure, References, Return, Right, Rollback, Select, Set, Table, Then, Top, Tran, Transaction,
+  Procedure, Raiserror, References, Return, Right, Rollback, Select, Set, Table, Then, Top, Tran, Transaction,
   Truncate, Union, Unique, Update, Use, Values, View, When, Where, While, With,
 };
 // clang-format on

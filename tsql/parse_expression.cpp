@@ -270,13 +270,8 @@ Expr* Parser::Primary() {
     case TokenKind::Identifier:
     case TokenKind::QuotedIdentifier:
       return NameExpression();
-    case TokenKind::Variable: {
-      Expr* expr = NewExpr(ExprKind::Variable, Current().offset);
-      expr->text = Current().text;
-      Advance();
-      Finish(expr);
-      return expr;
-    }
+    case TokenKind::Variable:
+      return VariableRule();
     case TokenKind::Symbol:
       if (Is(Symbol::LeftParen)) return Parenthesised();
       Fail();

@@ -27,6 +27,7 @@ Select* Parser::SelectOrParenthesised() {
 Select* Parser::ParseSelect() {
   Select* select = arena_.Make<Select>();
   select->offset = Current().offset;
+  const std::size_t uses_before = variable_uses_.size();
   Expect(Keyword::Select);
   if (Accept(Keyword::Distinct)) {
     select->distinct = true;
@@ -36,7 +37,11 @@ Select* Parser::ParseSelect() {
   if (Accept(Keyword::Top)) {
     const bool parenthesised = Accept(Symbol::LeftParen);
     select->has_top = true;
-    select->top = ExpectInteger();
+    if (parenthesised && Current().kind == TokenKind::Variable) {
+      select->top_variable = VariableRule();
+    } else {
+      select->top = ExpectInteger();
+    }
     if (parenthesised) Expect(Symbol::RightParen);
   }
   std::vector<SelectItem> items;
@@ -59,7 +64,18 @@ Select* Parser::ParseSelect() {
     select->group_by = arena_.Copy(keys);
   }
   if (Accept(Keyword::Having)) select->having = Condition();
+  MarkLive(*select, uses_before);
   return select;
+}
+
+// A variable that the select assigns changes from row to row.
+void Parser::MarkLive(const Select& select, std::size_t uses_before) {
+  for (const SelectItem& item : select.items) {
+    if (item.variable == nullptr) continue;
+    for (std::size_t i = uses_before; i < variable_uses_.size(); ++i) {
+      if (variable_uses_[i]->slot == item.variable->slot) variable_uses_[i]->live = true;
+    }
+  }
 }
 
 SelectItem Parser::Item() {
@@ -67,6 +83,11 @@ SelectItem Parser::Item() {
   if (Is(Symbol::Star)) {
     item.expr = NewExpr(ExprKind::Star, Current().offset);
     Advance();
+    return item;
+  }
+  if (AtAssignment()) {
+    item.variable = VariableRule();
+    item.expr = AssignedValue(item.variable);
     return item;
   }
   // alias = expression

@@ -19,17 +19,26 @@ constexpr TypeWord kTypes[] = {
     {u"bit", TypeKind::Bit},           {u"tinyint", TypeKind::TinyInt},
     {u"smallint", TypeKind::SmallInt}, {u"bigint", TypeKind::BigInt},
     {u"decimal", TypeKind::Decimal},   {u"numeric", TypeKind::Decimal},
-    {u"money", TypeKind::Money},
+    {u"money", TypeKind::Money},       {u"text", TypeKind::VarChar},
+    {u"ntext", TypeKind::NVarChar},    {u"sysname", TypeKind::NVarChar},
 };
 
 constexpr std::int32_t kLongestVarChar = 8000;
 constexpr std::int32_t kLongestNVarChar = 4000;
 constexpr std::int64_t kMostPrecision = 38;
+constexpr std::int32_t kLongestName = 128;
 
 }  // namespace
 
-std::span<Statement*> ParseBatch(TextView batch, Arena& arena) {
-  return Parser(batch, arena).Batch();
+Batch ParseBatch(TextView batch, Arena& arena) { return Parser(batch, arena).ParseAll(); }
+
+ParametrisedBatch ParseBatch(TextView batch, TextView parameters, Arena& arena) {
+  Parser parser(parameters, arena);
+  ParametrisedBatch result;
+  result.parameters = parser.ParseParameters();
+  parser.Restart(batch);
+  result.batch = parser.ParseAll();
+  return result;
 }
 
 Parser::Parser(TextView batch, Arena& arena)
@@ -112,14 +121,21 @@ std::int64_t Parser::ExpectInteger() {
   return value;
 }
 
-std::span<Statement*> Parser::Batch() {
+void Parser::Restart(TextView batch) {
+  batch_ = batch;
+  tokens_ = Tokenize(batch, arena_);
+  at_ = 0;
+}
+
+Batch Parser::ParseAll() {
   std::vector<Statement*> statements;
   for (;;) {
     while (Accept(Symbol::Semicolon)) {
     }
-    if (Current().kind == TokenKind::End) return arena_.Copy(statements);
+    if (Current().kind == TokenKind::End) break;
     statements.push_back(ParseStatement());
   }
+  return {arena_.Copy(statements), arena_.Copy(variable_types_)};
 }
 
 Statement* Parser::NewStatement(StatementKind kind) {
@@ -129,8 +145,7 @@ Statement* Parser::NewStatement(StatementKind kind) {
   return statement;
 }
 
-// One rule for each kind of statement. Variables (DECLARE, SET @v), EXEC and procedures are further
-// rules of this switch and further kinds of statement.
+// One rule for each kind of statement.
 Statement* Parser::ParseStatement() {
   Statement* statement = nullptr;
   const std::uint32_t offset = Current().offset;
@@ -154,17 +169,50 @@ Statement* Parser::ParseStatement() {
     case Keyword::Create:
       statement = Create();
       break;
+    case Keyword::Alter:
+      if (!AtProcedure()) {
+        Advance();
+        Fail();
+      }
+      statement = Procedure(StatementKind::AlterProcedure);
+      break;
     case Keyword::Drop:
       statement = Drop();
       break;
     case Keyword::If:
       statement = If();
       break;
+    case Keyword::While:
+      statement = While();
+      break;
+    case Keyword::Break:
+    case Keyword::Continue:
+      statement = LoopControl();
+      break;
+    case Keyword::Return:
+      statement = Return();
+      break;
     case Keyword::Begin:
-      statement = Block();
+      statement = BeginRule();
+      break;
+    case Keyword::Commit:
+      statement = Transaction(StatementKind::Commit);
+      break;
+    case Keyword::Rollback:
+      statement = Transaction(StatementKind::Rollback);
+      break;
+    case Keyword::Declare:
+      statement = Declare();
       break;
     case Keyword::Set:
-      statement = SetOption();
+      statement = Ahead(1).kind == TokenKind::Variable ? SetVariable() : SetOption();
+      break;
+    case Keyword::Exec:
+    case Keyword::Execute:
+      statement = Execute();
+      break;
+    case Keyword::Raiserror:
+      statement = RaiseError();
       break;
     case Keyword::Print:
       statement = NewStatement(StatementKind::Print);
@@ -172,6 +220,10 @@ Statement* Parser::ParseStatement() {
       statement->value = Value();
       break;
     default:
+      if (IsWord(u"THROW")) {
+        statement = Throw();
+        break;
+      }
       if (!Is(Symbol::LeftParen) || Ahead(1).keyword != Keyword::Select) Fail();
       statement = NewStatement(StatementKind::Select);
       statement->query = ParseQuery();
@@ -186,14 +238,9 @@ Statement* Parser::Block() {
   if (++depth_ > 200) throw errors::NestedTooDeeply(At(Current().offset));
   Statement* statement = NewStatement(StatementKind::Block);
   Expect(Keyword::Begin);
-  std::vector<Statement*> body;
-  for (;;) {
-    while (Accept(Symbol::Semicolon)) {
-    }
-    if (Is(Keyword::End) && !body.empty()) break;
-    body.push_back(ParseStatement());
-  }
-  Advance();
+  const std::vector<Statement*> body = Statements();
+  if (body.empty()) Fail();
+  Expect(Keyword::End);
   statement->body = arena_.Copy(body);
   --depth_;
   return statement;
@@ -281,10 +328,16 @@ Statement* Parser::Truncate() {
   return statement;
 }
 
+// At CREATE PROCEDURE and the like.
+bool Parser::AtProcedure() const noexcept {
+  return Ahead(1).keyword == Keyword::Procedure || Ahead(1).keyword == Keyword::Proc;
+}
+
 Statement* Parser::Create() {
   const Keyword what = Ahead(1).keyword;
   if (what == Keyword::Table) return CreateTable();
   if (what == Keyword::View) return CreateView();
+  if (AtProcedure()) return Procedure(StatementKind::CreateProcedure);
   Advance();
   const bool unique = Accept(Keyword::Unique);
   if (!Accept(Keyword::Clustered)) Accept(Keyword::Nonclustered);
@@ -409,6 +462,14 @@ Type Parser::TypeRule() {
   if (type.kind == TypeKind::Decimal) type.precision = 18;
   // Without a length a column holds 1 character; a conversion's 30 is set where it is read.
   if (IsText(type.kind)) type.length = 0;
+  if (EqualText(name.text, u"text") || EqualText(name.text, u"ntext")) {
+    type.length = kMaxLength;
+    return type;
+  }
+  if (EqualText(name.text, u"sysname")) {
+    type.length = kLongestName;
+    return type;
+  }
   if (!Accept(Symbol::LeftParen)) return type;
   if (IsText(type.kind)) {
     if (AcceptWord(u"max")) {
@@ -445,10 +506,16 @@ Statement* Parser::Drop() {
     kind = StatementKind::DropView;
   } else if (Accept(Keyword::Index)) {
     kind = StatementKind::DropIndex;
+  } else if (Accept(Keyword::Procedure) || Accept(Keyword::Proc)) {
+    kind = StatementKind::DropProcedure;
   } else {
     Fail();
   }
   Statement* statement = NewStatement(kind);
+  if (Accept(Keyword::If)) {
+    Expect(Keyword::Exists);
+    statement->if_exists = true;
+  }
   std::vector<ObjectName> targets;
   do {
     targets.push_back(ObjectNameRule());
@@ -463,17 +530,34 @@ Statement* Parser::Drop() {
   return statement;
 }
 
-// SET NOCOUNT ON and the like: options of the session that change nothing here.
+// SET NOCOUNT ON and the like. Most options of the session change nothing here; those that would
+// are not known.
 Statement* Parser::SetOption() {
   Statement* statement = NewStatement(StatementKind::SetOption);
   Expect(Keyword::Set);
-  static constexpr TextView kOptions[] = {u"NOCOUNT",       u"ANSI_NULLS", u"QUOTED_IDENTIFIER",
-                                          u"ANSI_WARNINGS", u"XACT_ABORT", u"ANSI_PADDING"};
-  const bool known = std::any_of(std::begin(kOptions), std::end(kOptions),
-                                 [&](TextView option) { return IsWord(option); });
-  if (!known) Fail();
-  Advance();
-  if (!Accept(Keyword::On) && !AcceptWord(u"OFF")) Fail();
+  static constexpr TextView kOptions[] = {u"NOCOUNT",
+                                          u"XACT_ABORT",
+                                          u"ANSI_NULLS",
+                                          u"QUOTED_IDENTIFIER",
+                                          u"ANSI_WARNINGS",
+                                          u"ANSI_PADDING",
+                                          u"ANSI_DEFAULTS",
+                                          u"ANSI_NULL_DFLT_ON",
+                                          u"ARITHABORT",
+                                          u"ARITHIGNORE",
+                                          u"CURSOR_CLOSE_ON_COMMIT",
+                                          u"NUMERIC_ROUNDABORT",
+                                          u"CONCAT_NULL_YIELDS_NULL"};
+  std::vector<Name> options;
+  do {
+    const bool known = std::any_of(std::begin(kOptions), std::end(kOptions),
+                                   [&](TextView option) { return IsWord(option); });
+    if (!known) Fail();
+    options.push_back(ExpectName());
+  } while (Accept(Symbol::Comma));
+  statement->columns = arena_.Copy(options);
+  statement->on = Accept(Keyword::On);
+  if (!statement->on && !AcceptWord(u"OFF")) Fail();
   return statement;
 }
 

@@ -13,17 +13,33 @@
 
 namespace ledgerwick::tsql {
 
-// The statements of `batch`, whose text and `arena` outlive them. Throws SqlError with the position
-// of what could not be read.
-std::span<Statement*> ParseBatch(TextView batch, Arena& arena);
+// What `batch` consists of; its text and `arena` outlive the result. Throws SqlError with the
+// position of what could not be read.
+Batch ParseBatch(TextView batch, Arena& arena);
 
-// The grammar, one member for each rule. Rules of statements are in parse_statement.cpp, of queries
-// in parse_query.cpp, of expressions in parse_expression.cpp.
+// A text with parameters, as sp_executesql takes it.
+struct ParametrisedBatch {
+  std::span<Parameter> parameters;
+  Batch batch;
+};
+
+// The same with the parameters that `parameters` ("@a int, @b varchar(10) OUTPUT") declares.
+ParametrisedBatch ParseBatch(TextView batch, TextView parameters, Arena& arena);
+
+// The grammar, one member for each rule. Rules of statements are in parse_statement.cpp, of
+// variables, control flow and procedures in parse_procedure.cpp, of queries in parse_query.cpp, of
+// expressions in parse_expression.cpp.
 class Parser {
  public:
   Parser(TextView batch, Arena& arena);
 
-  std::span<Statement*> Batch();
+  Batch ParseAll();
+
+  // The whole text as a list of parameters; declares them.
+  std::span<Parameter> ParseParameters();
+
+  // Goes on with `batch`; what is declared stays.
+  void Restart(TextView batch);
 
  private:
   // Tokens
@@ -59,6 +75,34 @@ class Parser {
   Statement* CreateView();
   Statement* Drop();
   Statement* SetOption();
+
+  // Variables, control flow and procedures
+  std::vector<Statement*> Statements();
+  Statement* Declare();
+  Statement* SetVariable();
+  Statement* While();
+  Statement* Return();
+  Statement* BeginRule();
+  Statement* TryCatch();
+  Statement* Transaction(StatementKind kind);
+  Statement* RaiseError();
+  Statement* Throw();
+  Statement* Execute();
+  Statement* ExecuteText();
+  Statement* ExecuteProcedure();
+  Statement* LoopControl();
+  Statement* Procedure(StatementKind kind);
+  bool AtProcedure() const noexcept;
+  Argument ArgumentRule();
+  Parameter ParameterRule();
+  std::span<Parameter> Parameters();
+  Expr* Constant();
+  Expr* VariableRule();
+  Expr* AssignedValue(Expr* variable);
+  bool AtAssignment() const noexcept;
+  std::int32_t DeclareVariable(const Name& name, const Type& type);
+  Name ExpectVariable();
+
   ColumnDefinition Definition();
   TableKey Key();
   std::span<KeyColumn> KeyColumns();
@@ -71,6 +115,7 @@ class Parser {
   Select* ParseSelect();
   Select* SelectOrParenthesised();
   SelectItem Item();
+  void MarkLive(const Select& select, std::size_t uses_before);
   std::span<OrderItem> OrderBy();
   From* FromList();
   From* JoinTree();
@@ -112,6 +157,11 @@ class Parser {
   std::vector<Token> tokens_;
   std::size_t at_ = 0;
   int depth_ = 0;
+  std::vector<Name> variable_names_;  // by slot
+  std::vector<Type> variable_types_;
+  std::vector<Expr*> variable_uses_;  // in the order in which they stand
+  int loops_ = 0;                     // WHILEs around the current token
+  bool in_procedure_ = false;
 };
 
 }  // namespace ledgerwick::tsql

@@ -168,6 +168,10 @@ int Storage::OnProgress(void* self) {
   return options.cancel != nullptr && options.cancel->load() ? 1 : 0;
 }
 
+void Storage::CheckCancelled() const {
+  if (options_.cancel != nullptr && options_.cancel->load()) throw errors::Cancelled();
+}
+
 SqliteStatement Storage::Prepare(const std::string& sql) {
   sqlite3_stmt* statement = nullptr;
   const int result =

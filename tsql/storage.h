@@ -32,6 +32,14 @@ class Storage {
   // Runs statements that give no rows. Returns how many rows the last of them changed.
   std::int64_t Execute(const std::string& sql);
 
+  // Throws the error of a cancelled batch if it is cancelled.
+  void CheckCancelled() const;
+
+  // Calls back whoever shows progress.
+  void ShowProgress() const {
+    if (options_.progress) options_.progress();
+  }
+
   // Throws the error of the operation that failed last.
   [[noreturn]] void Fail(int result);
 

@@ -167,6 +167,9 @@ bool SameExpr(const Expr& a, const Expr& b) noexcept {
     case ExprKind::Integer:
       if (a.integer != b.integer) return false;
       break;
+    case ExprKind::Variable:
+      if (a.slot != b.slot) return false;
+      break;
     case ExprKind::Number:
     case ExprKind::String:
       if (a.text != b.text) return false;

@@ -18,6 +18,10 @@
 // datetime, T text. With "rowsort" the order of the rows does not count. With "names" the first row
 // holds each column's name, a blank and its type. A further result set begins with a line "====".
 //
+// What PRINT and errors after the first say stands among the rows as "> text"; the batch's error,
+// with its place, is the last row: "error 8134 Divide by zero … [3:0]", for a procedure "[name
+// 3:0]", for a dynamic text "[text 3:0]".
+//
 // Values: NULL; (empty) for the empty text; text that begins or ends with a blank stands between
 // single quotes; decimals have their scale's digits; dates are yyyy-mm-dd hh:mm:ss[.fff].
 #include <doctest/doctest.h>
@@ -126,7 +130,7 @@ class Results : public ResultSink {
   }
   void EndRows(std::int64_t) override {}
   void RowsAffected(std::int64_t count) override { affected = count; }
-  void Message(const Text&) override {}
+  void Message(const Text& text) override { rows.push_back("> " + ToUtf8(text)); }
 
   std::string types;
   std::string names;
@@ -211,7 +215,8 @@ class Script {
     const std::string error = RunBatch(record, results);
     if (kind == "statement") return CheckStatement(head, results, error);
     if (kind != "query") return "unknown record: " + kind;
-    return error.empty() ? CheckQuery(head, results, record.rows) : "seen error:\n" + error;
+    if (!error.empty()) results.rows.push_back("error " + error);
+    return CheckQuery(head, results, record.rows);
   }
 
   std::string Connect(std::istream& head) {
@@ -228,7 +233,9 @@ class Script {
     } catch (const DatabaseError& error) {
       std::string text = std::to_string(error.native) + " " + error.what();
       if (error.line > 0) {
-        text += " [" + std::to_string(error.line) + ":" + std::to_string(error.column) + "]";
+        const std::string place = error.in_text ? "text" : ToUtf8(error.procedure);
+        text += " [" + place + (place.empty() ? "" : " ") + std::to_string(error.line) + ":" +
+                std::to_string(error.column) + "]";
       }
       return text;
     }

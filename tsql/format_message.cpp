@@ -1,0 +1,124 @@
+#include "tsql/format_message.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include "tsql/errors.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+constexpr std::int32_t kSeverity = 16;
+
+SqlError WrongKind(std::size_t argument) {
+  return {2786, kSeverity,
+          "The data type of substitution parameter " + std::to_string(argument) +
+              " does not match the expected type of the format specification."};
+}
+
+SqlError BadPlace(std::string_view place) {
+  return {2787, kSeverity, "Invalid format specification: '" + std::string(place) + "'."};
+}
+
+// How one place of the format shows its argument: "%-5s".
+struct Place {
+  bool left = false;
+  bool zeros = false;
+  std::size_t width = 0;
+  std::size_t precision = std::string_view::npos;
+};
+
+Place ReadPlace(std::string_view flags) {
+  constexpr std::size_t kWidest = 2047;  // a message's length
+  Place place;
+  std::size_t* number = nullptr;
+  for (const char c : flags) {
+    if (c == '-') place.left = true;
+    if (c == '0' && number == nullptr) place.zeros = true;
+    if (c == '.') {
+      number = &place.precision;
+      *number = 0;
+    } else if (c >= '0' && c <= '9' && (number != nullptr || c != '0')) {
+      if (number == nullptr) number = &place.width;
+      *number = std::min(*number * 10 + static_cast<std::size_t>(c - '0'), kWidest);
+    }
+  }
+  return place;
+}
+
+std::string Padded(const Place& place, std::string shown, std::size_t characters) {
+  if (characters >= place.width) return shown;
+  const char blank = place.zeros && !place.left ? '0' : ' ';
+  shown.insert(place.left ? shown.size() : 0, place.width - characters, blank);
+  return shown;
+}
+
+std::string FormatNumber(const Place& place, char kind, std::int64_t number) {
+  std::array<char, 24> buffer;
+  char* const last = buffer.data() + buffer.size();
+  const bool decimal = kind == 'd' || kind == 'i';
+  const int base = kind == 'o' ? 8 : kind == 'u' || decimal ? 10 : 16;
+  // An int as the server keeps it: what is negative shows its 32 bits.
+  const auto bits = static_cast<std::uint32_t>(number);
+  const auto end = decimal ? std::to_chars(buffer.data(), last, number).ptr
+                           : std::to_chars(buffer.data(), last, bits, base).ptr;
+  std::string digits(buffer.data(), end);
+  if (kind == 'X') {
+    for (char& c : digits) c = c >= 'a' ? static_cast<char>(c - 0x20) : c;
+  }
+  return Padded(place, digits, digits.size());
+}
+
+std::string FormatText(const Place& place, std::string_view text) {
+  std::string shown;
+  std::size_t characters = 0;
+  for (const char c : text) {
+    const bool lead = (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
+    if (lead && characters == place.precision) break;
+    characters += lead;
+    shown += c;
+  }
+  return Padded(place, std::move(shown), characters);
+}
+
+}  // namespace
+
+std::string FormatMessage(std::string_view format, std::span<const SqliteValue> arguments) {
+  std::string message;
+  std::size_t used = 0;
+  for (std::size_t at = 0; at < format.size(); ++at) {
+    if (format[at] != '%') {
+      message += format[at];
+      continue;
+    }
+    const std::size_t kind_at = format.find_first_not_of("-+0123456789.# hl", at + 1);
+    if (kind_at == std::string_view::npos) throw BadPlace(format.substr(at));
+    const char kind = format[kind_at];
+    const std::string_view written = format.substr(at, kind_at + 1 - at);
+    const Place place = ReadPlace(format.substr(at + 1, kind_at - at - 1));
+    at = kind_at;
+    if (written == "%%") {
+      message += '%';
+      continue;
+    }
+    const bool is_text = kind == 's';
+    if (!is_text && std::string_view("diuxXo").find(kind) == std::string_view::npos) {
+      throw BadPlace(written);
+    }
+    const SqliteValue none;
+    const SqliteValue& argument = used < arguments.size() ? arguments[used] : none;
+    ++used;
+    if (!argument) {
+      message += "(null)";
+    } else if (is_text != (sqlite3_value_type(argument.get()) == SQLITE_TEXT)) {
+      throw WrongKind(used);
+    } else {
+      message += is_text ? FormatText(place, TextOf(argument))
+                         : FormatNumber(place, kind, IntegerOf(argument));
+    }
+  }
+  return message;
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,430 @@
+// The grammar of variables, control flow and procedures.
+#include <algorithm>
+
+#include "tsql/parser.h"
+#include "tsql/variables.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+constexpr int kDeepestBlock = 200;
+
+// A type without a length, of a variable or a parameter, holds one character.
+Type WithLength(Type type) {
+  if (IsText(type.kind) && type.length == 0) type.length = 1;
+  return type;
+}
+
+ExprKind OperatorOf(Symbol symbol) noexcept {
+  switch (symbol) {
+    case Symbol::Plus:
+      return ExprKind::Add;
+    case Symbol::Minus:
+      return ExprKind::Subtract;
+    case Symbol::Star:
+      return ExprKind::Multiply;
+    case Symbol::Slash:
+      return ExprKind::Divide;
+    case Symbol::Percent:
+      return ExprKind::Modulo;
+    case Symbol::Ampersand:
+      return ExprKind::BitAnd;
+    case Symbol::Bar:
+      return ExprKind::BitOr;
+    case Symbol::Caret:
+      return ExprKind::BitXor;
+    default:
+      return ExprKind::Null;
+  }
+}
+
+}  // namespace
+
+Name Parser::ExpectVariable() {
+  if (Current().kind != TokenKind::Variable) Fail();
+  const Name name{Current().text, Current().offset};
+  Advance();
+  return name;
+}
+
+std::int32_t Parser::DeclareVariable(const Name& name, const Type& type) {
+  for (const Name& known : variable_names_) {
+    if (EqualText(known.text, name.text)) {
+      throw errors::DeclaredTwice(name.text, At(name.offset));
+    }
+  }
+  variable_names_.push_back(name);
+  variable_types_.push_back(type);
+  return kSystemVariables + static_cast<std::int32_t>(variable_names_.size()) - 1;
+}
+
+// A variable that is read or assigned. It must have been declared further up.
+Expr* Parser::VariableRule() {
+  const Name name = ExpectVariable();
+  Expr* expr = NewExpr(ExprKind::Variable, name.offset);
+  expr->text = name.text;
+  Finish(expr);
+  const auto known = std::find_if(variable_names_.begin(), variable_names_.end(),
+                                  [&](const Name& n) { return EqualText(n.text, name.text); });
+  if (known != variable_names_.end()) {
+    const auto index = known - variable_names_.begin();
+    expr->slot = kSystemVariables + static_cast<std::int32_t>(index);
+    expr->type = variable_types_[static_cast<std::size_t>(index)];
+  } else if (const SystemVariableName* system = FindSystemVariable(name.text)) {
+    expr->slot = static_cast<std::int32_t>(system->variable);
+    expr->type = system->type;
+  } else {
+    throw errors::MustDeclare(name.text, At(name.offset));
+  }
+  variable_uses_.push_back(expr);
+  return expr;
+}
+
+bool Parser::AtAssignment() const noexcept {
+  if (Current().kind != TokenKind::Variable) return false;
+  return Ahead(1).symbol == Symbol::Equal ||
+         (OperatorOf(Ahead(1).symbol) != ExprKind::Null && Ahead(2).symbol == Symbol::Equal);
+}
+
+// "= value", or "+= value" and the like.
+Expr* Parser::AssignedValue(Expr* variable) {
+  if (variable->slot < kSystemVariables) {
+    throw errors::IncorrectSyntax(variable->text, At(variable->offset));
+  }
+  const ExprKind operation = OperatorOf(Current().symbol);
+  if (operation != ExprKind::Null) Advance();
+  Expect(Symbol::Equal);
+  Expr* value = Value();
+  if (operation == ExprKind::Null) return value;
+  Expr* read = arena_.Make<Expr>(*variable);
+  variable_uses_.push_back(read);
+  return NewExpr(operation, {read, value});
+}
+
+Statement* Parser::Declare() {
+  Statement* statement = NewStatement(StatementKind::Assign);
+  Expect(Keyword::Declare);
+  std::vector<VariableAssignment> assignments;
+  do {
+    const Name name = ExpectVariable();
+    Accept(Keyword::As);
+    if (IsWord(u"text") || IsWord(u"ntext")) throw errors::TextVariable(At(Current().offset));
+    const Type type = WithLength(TypeRule());
+    Expr* value = nullptr;
+    if (Accept(Symbol::Equal)) value = Value();
+    const std::int32_t slot = DeclareVariable(name, type);
+    if (value == nullptr) continue;
+    Expr* variable = NewExpr(ExprKind::Variable, name.offset);
+    variable->text = name.text;
+    variable->slot = slot;
+    variable->type = type;
+    assignments.push_back({variable, value});
+  } while (Accept(Symbol::Comma));
+  statement->variables = arena_.Copy(assignments);
+  return statement;
+}
+
+Statement* Parser::SetVariable() {
+  Statement* statement = NewStatement(StatementKind::Assign);
+  Expect(Keyword::Set);
+  Expr* variable = VariableRule();
+  statement->variables =
+      arena_.Copy(std::vector<VariableAssignment>{{variable, AssignedValue(variable)}});
+  return statement;
+}
+
+Statement* Parser::While() {
+  if (++depth_ > kDeepestBlock) throw errors::NestedTooDeeply(At(Current().offset));
+  Statement* statement = NewStatement(StatementKind::While);
+  Expect(Keyword::While);
+  statement->where = Condition();
+  ++loops_;
+  statement->then_branch = ParseStatement();
+  --loops_;
+  --depth_;
+  return statement;
+}
+
+Statement* Parser::LoopControl() {
+  const bool leaves = Is(Keyword::Break);
+  if (loops_ == 0) throw errors::OutsideLoop(leaves, At(Current().offset));
+  Statement* statement = NewStatement(leaves ? StatementKind::Break : StatementKind::Continue);
+  Advance();
+  return statement;
+}
+
+Statement* Parser::Return() {
+  Statement* statement = NewStatement(StatementKind::Return);
+  Expect(Keyword::Return);
+  const Token& next = Current();
+  const bool value = next.kind == TokenKind::Integer || next.kind == TokenKind::Variable ||
+                     next.symbol == Symbol::Minus || next.symbol == Symbol::Plus ||
+                     next.symbol == Symbol::LeftParen || next.keyword == Keyword::Case;
+  if (!value) return statement;
+  if (!in_procedure_) throw errors::ReturnWithValue(At(next.offset));
+  statement->value = Value();
+  return statement;
+}
+
+// What begins with BEGIN: a block, a tried block or a transaction.
+Statement* Parser::BeginRule() {
+  const Token& next = Ahead(1);
+  if (next.keyword == Keyword::Tran || next.keyword == Keyword::Transaction) {
+    return Transaction(StatementKind::Begin);
+  }
+  const bool tried = next.kind == TokenKind::Identifier && EqualText(next.text, u"TRY");
+  return tried ? TryCatch() : Block();
+}
+
+// The statements up to END.
+std::vector<Statement*> Parser::Statements() {
+  std::vector<Statement*> body;
+  for (;;) {
+    while (Accept(Symbol::Semicolon)) {
+    }
+    if (Is(Keyword::End)) return body;
+    body.push_back(ParseStatement());
+  }
+}
+
+Statement* Parser::TryCatch() {
+  if (++depth_ > kDeepestBlock) throw errors::NestedTooDeeply(At(Current().offset));
+  Statement* statement = NewStatement(StatementKind::TryCatch);
+  const auto block = [&](TextView word) {
+    Statement* inner = NewStatement(StatementKind::Block);
+    Expect(Keyword::Begin);
+    if (!AcceptWord(word)) Fail();
+    inner->body = arena_.Copy(Statements());
+    Expect(Keyword::End);
+    if (!AcceptWord(word)) Fail();
+    return inner;
+  };
+  statement->then_branch = block(u"TRY");
+  Accept(Symbol::Semicolon);
+  statement->else_branch = block(u"CATCH");
+  --depth_;
+  return statement;
+}
+
+// BEGIN, COMMIT and ROLLBACK. A name changes nothing: there are no save points.
+Statement* Parser::Transaction(StatementKind kind) {
+  Statement* statement = NewStatement(kind);
+  Advance();
+  const bool named = Accept(Keyword::Tran) || Accept(Keyword::Transaction);
+  if (!named) {
+    AcceptWord(u"WORK");
+  } else if (Current().kind == TokenKind::Variable) {
+    VariableRule();
+  } else if (IsName()) {
+    Advance();
+  }
+  return statement;
+}
+
+Statement* Parser::RaiseError() {
+  Statement* statement = NewStatement(StatementKind::RaiseError);
+  Advance();
+  Expect(Symbol::LeftParen);
+  std::vector<Expr*> values;
+  do {
+    values.push_back(Constant());
+  } while (Accept(Symbol::Comma));
+  if (values.size() < 3) Fail();
+  Expect(Symbol::RightParen);
+  if (Is(Keyword::With) && Ahead(1).kind == TokenKind::Identifier) {
+    Advance();
+    do {
+      ExpectName();  // NOWAIT, LOG, SETERROR
+    } while (Accept(Symbol::Comma));
+  }
+  statement->values = arena_.Copy(values);
+  return statement;
+}
+
+Statement* Parser::Throw() {
+  Statement* statement = NewStatement(StatementKind::Throw);
+  Advance();
+  if (Current().kind != TokenKind::Integer && Current().kind != TokenKind::Variable) {
+    return statement;
+  }
+  std::vector<Expr*> values{Constant()};
+  for (int i = 0; i < 2; ++i) {
+    Expect(Symbol::Comma);
+    values.push_back(Constant());
+  }
+  statement->values = arena_.Copy(values);
+  return statement;
+}
+
+Statement* Parser::Execute() {
+  const bool text = Ahead(1).symbol == Symbol::LeftParen;
+  return text ? ExecuteText() : ExecuteProcedure();
+}
+
+// EXEC ('text' + @variable + …): nothing but texts and variables.
+Statement* Parser::ExecuteText() {
+  Statement* statement = NewStatement(StatementKind::ExecuteText);
+  Advance();
+  Expect(Symbol::LeftParen);
+  std::vector<Expr*> parts;
+  do {
+    const TokenKind kind = Current().kind;
+    if (kind == TokenKind::Variable) {
+      parts.push_back(VariableRule());
+    } else if (kind == TokenKind::String || kind == TokenKind::NationalString) {
+      parts.push_back(Literal());
+    } else {
+      Fail();
+    }
+  } while (Accept(Symbol::Plus));
+  Expect(Symbol::RightParen);
+  statement->values = arena_.Copy(parts);
+  return statement;
+}
+
+Statement* Parser::ExecuteProcedure() {
+  Statement* statement = NewStatement(StatementKind::ExecuteProcedure);
+  Advance();
+  if (Current().kind == TokenKind::Variable && Ahead(1).symbol == Symbol::Equal) {
+    statement->result = VariableRule();
+    Advance();
+  }
+  if (Current().kind == TokenKind::Variable) {
+    statement->name_variable = VariableRule();
+  } else {
+    statement->target = ObjectNameRule();
+  }
+  const auto at_argument = [&] {
+    const TokenKind kind = Current().kind;
+    return kind == TokenKind::Variable || kind == TokenKind::String ||
+           kind == TokenKind::NationalString || kind == TokenKind::Integer ||
+           kind == TokenKind::Decimal || kind == TokenKind::Float || Is(Symbol::Minus) ||
+           Is(Symbol::Plus) || Is(Keyword::Null) || Is(Keyword::Default) || IsName();
+  };
+  std::vector<Argument> arguments;
+  if (at_argument()) {
+    do {
+      arguments.push_back(ArgumentRule());
+    } while (Accept(Symbol::Comma));
+  }
+  statement->arguments = arena_.Copy(arguments);
+  return statement;
+}
+
+Argument Parser::ArgumentRule() {
+  Argument argument;
+  argument.offset = Current().offset;
+  if (Current().kind == TokenKind::Variable && Ahead(1).symbol == Symbol::Equal) {
+    argument.name = ExpectVariable();
+    Advance();
+  }
+  if (!Accept(Keyword::Default)) {
+    argument.value = Constant();
+    argument.output = AcceptWord(u"OUTPUT") || AcceptWord(u"OUT");
+    if (argument.output && argument.value->kind != ExprKind::Variable) {
+      throw errors::OutputOfConstant(At(argument.offset));
+    }
+  }
+  return argument;
+}
+
+// What an argument may be: a literal, a variable, or a word, which is a text.
+Expr* Parser::Constant() {
+  const std::uint32_t offset = Current().offset;
+  if (Is(Symbol::Minus) || Is(Symbol::Plus)) {
+    const bool minus = Is(Symbol::Minus);
+    Advance();
+    const TokenKind kind = Current().kind;
+    if (kind != TokenKind::Integer && kind != TokenKind::Decimal && kind != TokenKind::Float) {
+      Fail();
+    }
+    Expr* number = Literal();
+    if (!minus) return number;
+    Expr* expr = NewExpr(ExprKind::Negate, {number});
+    expr->offset = offset;
+    return expr;
+  }
+  if (Current().kind == TokenKind::Variable) return VariableRule();
+  if (IsName()) {
+    const Name word = ExpectName();
+    Expr* expr = NewExpr(ExprKind::String, offset);
+    expr->text = word.text;
+    expr->national = true;
+    Finish(expr);
+    return expr;
+  }
+  if (Is(Keyword::Null)) {
+    Advance();
+    return NewExpr(ExprKind::Null, offset);
+  }
+  const TokenKind kind = Current().kind;
+  if (kind != TokenKind::String && kind != TokenKind::NationalString &&
+      kind != TokenKind::Integer && kind != TokenKind::Decimal && kind != TokenKind::Float) {
+    Fail();
+  }
+  return Literal();
+}
+
+Parameter Parser::ParameterRule() {
+  Parameter parameter;
+  parameter.name = ExpectVariable();
+  Accept(Keyword::As);
+  parameter.type = WithLength(TypeRule());
+  parameter.slot = DeclareVariable(parameter.name, parameter.type);
+  if (Accept(Symbol::Equal)) parameter.default_value = Constant();
+  parameter.output = AcceptWord(u"OUTPUT") || AcceptWord(u"OUT");
+  return parameter;
+}
+
+std::span<Parameter> Parser::Parameters() {
+  std::vector<Parameter> parameters;
+  do {
+    parameters.push_back(ParameterRule());
+  } while (Accept(Symbol::Comma));
+  return arena_.Copy(parameters);
+}
+
+std::span<Parameter> Parser::ParseParameters() {
+  if (Current().kind == TokenKind::End) return {};
+  const std::span<Parameter> parameters = Parameters();
+  if (Current().kind != TokenKind::End) Fail();
+  return parameters;
+}
+
+// The body goes on to the end of the batch.
+Statement* Parser::Procedure(StatementKind kind) {
+  const Token first = Current();
+  if (at_ != 0) throw errors::NotFirstInBatch(At(first.offset));
+  Statement* statement = NewStatement(kind);
+  Advance();
+  Advance();
+  statement->target = ObjectNameRule();
+  in_procedure_ = true;
+  try {
+    const bool parenthesised = Accept(Symbol::LeftParen);
+    if (Current().kind == TokenKind::Variable) statement->parameters = Parameters();
+    if (parenthesised) Expect(Symbol::RightParen);
+    if (Accept(Keyword::With)) {
+      do {
+        ExpectName();  // RECOMPILE, ENCRYPTION
+      } while (Accept(Symbol::Comma));
+    }
+    Expect(Keyword::As);
+    std::vector<Statement*> body;
+    for (;;) {
+      while (Accept(Symbol::Semicolon)) {
+      }
+      if (Current().kind == TokenKind::End) break;
+      body.push_back(ParseStatement());
+    }
+    statement->body = arena_.Copy(body);
+  } catch (SqlError& error) {
+    if (error.procedure.empty()) error.procedure = ToUtf8(statement->target.object.text);
+    throw;
+  }
+  // Lines count from the beginning of the batch, comments before the statement included.
+  statement->text = batch_;
+  return statement;
+}
+
+}  // namespace ledgerwick::tsql
