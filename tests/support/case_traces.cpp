@@ -133,7 +133,7 @@ class CallWriter {
 struct Writers {
   StatementWriter statements;
   CallWriter calls;
-  std::vector<std::string> usual;  // the lines of the first case, its call's aside
+  std::vector<std::string> usual;  // the lines of the first case, its hand-off's aside
 };
 
 const char* NameOf(ConnectionOrigin origin) {
@@ -191,21 +191,25 @@ std::string RewrittenItems(const Trace& trace, const Request& request) {
 
 std::string TraceText(const Trace& trace, const Request& request, Writers& writers) {
   std::vector<std::string> course;
-  std::string call;
+  std::string hand_off;
+  bool called = false;
   std::string text;
   for (const Operation& operation : trace.operations) {
     const std::string line = std::visit(LineOf{writers}, operation) + "\n";
     const bool is_call = std::holds_alternative<CommandOperation>(operation);
-    if (is_call) call = line;
-    course.push_back(is_call ? "call" : line);
+    const bool is_stored = std::holds_alternative<ExecuteOperation>(operation);
+    called = called || is_call;
+    if (is_call || is_stored) hand_off += line;
+    if (!is_stored) course.push_back(is_call ? "call" : line);
     text += line;
   }
   course.push_back("result: " + ResultOf(trace) + "\n");
   text += course.back();
-  if (writers.usual.empty())
+  if (writers.usual.empty()) {
     writers.usual = course;
-  else if (!call.empty() && course == writers.usual)
-    text = call;
+  } else if (called && course == writers.usual) {
+    text = hand_off;
+  }
   if (trace.sub_title) {
     const Text& sub_title = std::get<Text>(*trace.sub_title);
     if (!sub_title.empty()) text += "sub-title: |" + ToUtf8(sub_title) + "|\n";

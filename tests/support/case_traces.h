@@ -11,7 +11,8 @@ namespace ledgerwick::testing {
 // - A statement is written out with a number; of one that is like it, only what differs is, behind
 //   that number, with "[n]" for n characters that are the same.
 // - A procedure's call is written out with its parameters, NAME TYPE/SIZE |VALUE|; of a later one
-//   only what differs is. Where nothing else differs from the first case, the call stands alone.
+//   only what differs is. Where nothing but statements and call differs from the first case, these
+//   stand alone.
 // - {x*300} are 300 characters x, in a request's texts and in what is written.
 std::string TracesOfCases(const std::string& json, const std::string& file_name);
 
