@@ -62,7 +62,7 @@ inline constexpr TextView kIncomeColumns = u"made by the procedure Sa_MoveSaleIn
 // newClsReportDaoConsignment
 inline constexpr auto kConsignmentFilters =
     std::to_array<FilterInfo>({{u"dDate", u"发货日期", DateRange, Host},
-                               {u"dSBVDate", u"开票日期", DateRange, Host},
+                               {u"dInvoiceDate", u"开票日期", DateRange, Host},
                                {u"dPayDate", u"收款日期", DateRange, Host},
                                {u"cWhCode", u"仓库", Range, Host},
                                {u"cCusCode", u"客户编码", Range, Host},
@@ -87,7 +87,7 @@ inline constexpr TextView kDispatchColumns = u"made by the procedure Sa_MoveSale
 inline constexpr TextView kDispatchIncomeTypes[] = {u"发货单", u"委托结算单"};
 inline constexpr auto kDispatchIncomeFilters =
     std::to_array<FilterInfo>({{u"dDate", u"发货日期", DateRange, Host},
-                               {u"dSBVDate", u"开票日期", DateRange, Host},
+                               {u"dInvoiceDate", u"开票日期", DateRange, Host},
                                {u"cVerifier", u"审核", Option, Report, kAudited},
                                {u"cVouchType", u"单据类型", Option, Report, kDispatchIncomeTypes},
                                {u"cCusCode", u"客户编码", Range, Host},

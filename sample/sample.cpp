@@ -71,6 +71,7 @@ class SampleWriter {
     WriteMasterData();
     for (std::size_t table = 0; table < sample::kVoucherTables; ++table) WriteVouchers(table);
     RunScript("indexes.sql");
+    RunScript("sales_procedures.sql");
     database_.Compact();
     if (options_.progress) options_.progress(done_, done_);
   }

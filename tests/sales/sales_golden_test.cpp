@@ -1,8 +1,8 @@
 // What each sales report makes of its filters, against the files in golden/.
 #include <doctest/doctest.h>
 
-#include "tests/support/case_traces.h"
 #include "tests/golden.h"
+#include "tests/support/case_traces.h"
 
 namespace ledgerwick {
 
