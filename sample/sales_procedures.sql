@@ -138,7 +138,7 @@ AS
     SUM(iQuantity) AS 数量, SUM(iMoney) AS 收入, SUM(ISNULL(iCost, 0)) AS 成本,
     SUM(iMoney - ISNULL(iCost, 0)) AS 毛利,
     CASE WHEN SUM(iMoney) = 0 THEN NULL
-      ELSE SUM(iMoney - ISNULL(iCost, 0)) / SUM(iMoney) * 100 END AS 毛利率
+      ELSE ROUND(CONVERT(float, SUM(iMoney - ISNULL(iCost, 0))) / SUM(iMoney) * 100, 2) END AS 毛利率
   INTO tempdb..' + @chrtable + N'
   FROM SaleInvoiceView INNER JOIN Inventory ON SaleInvoiceView.cInvCode = Inventory.cInvCode
   WHERE ' + @where + N'

@@ -33,8 +33,8 @@ CREATE TABLE SaleNoteLine (
   cFree2 nvarchar(20) NULL,
   iQuantity float NOT NULL,
   iNum float NULL,
-  iUnitPrice float NOT NULL,
-  iMoney float NOT NULL
+  iUnitPrice money NOT NULL,
+  iMoney money NOT NULL
 )
 GO
 
@@ -65,10 +65,10 @@ CREATE TABLE SaleInvoiceLine (
   cInvCode varchar(20) NOT NULL,
   iQuantity float NOT NULL,
   iNum float NULL,
-  iUnitPrice float NOT NULL,
-  iMoney float NOT NULL,
-  iTax float NOT NULL,
-  iCost float NULL
+  iUnitPrice money NOT NULL,
+  iMoney money NOT NULL,
+  iTax money NOT NULL,
+  iCost money NULL
 )
 GO
 
@@ -77,7 +77,7 @@ CREATE TABLE SalePayment (
   AutoID int NOT NULL PRIMARY KEY,
   InvoiceLineID int NOT NULL,
   dPayDate datetime NOT NULL,
-  iMoney float NOT NULL
+  iMoney money NOT NULL
 )
 GO
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <functional>
 #include <iterator>
@@ -353,7 +354,8 @@ void CheckCost(TestDatabase& data, const Books& books) {
                OrZero("成本", "iCost"),
                {"毛利", Margin}});
     for (ResultRow& row : table.rows) {
-      row["毛利率"] = Shown(std::stod(row["毛利"]) / std::stod(row["收入"]) * 100);
+      row["毛利率"] =
+          Shown(std::round(std::stod(row["毛利"]) / std::stod(row["收入"]) * 10000) / 100);
     }
     table.figures.push_back(Plain("毛利率", ""));
     return table;
