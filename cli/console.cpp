@@ -124,11 +124,15 @@ void PrintDatabaseError(Console& console, const DatabaseError& error,
   std::string message;
   if (!source.file_name.empty()) message = source.file_name + ": ";
   message += ErrorName(error);
+  // A line of a procedure or of an executed text is not one of the statement.
+  const bool elsewhere = error.in_text || !error.procedure.empty();
+  if (!error.procedure.empty()) message += ", procedure " + ToUtf8(error.procedure);
   if (error.line > 0) {
-    message += ", line " + std::to_string(error.line + source.first_line - 1);
+    const int line = elsewhere ? error.line : error.line + source.first_line - 1;
+    message += ", line " + std::to_string(line) + (error.in_text ? " of the executed text" : "");
   }
   PrintError(console, message + ": " + ToUtf8(error.description));
-  if (error.line <= 0 || error.column <= 0) return;
+  if (elsewhere || error.line <= 0 || error.column <= 0) return;
   if (const std::optional<Text> line = LineOf(source.sql, error.line)) {
     PrintCaret(console, *line, error.column);
   }

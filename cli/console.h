@@ -55,7 +55,7 @@ struct StatementSource {
 };
 
 // The error with the server's number, the line, and the statement's line with a caret where the
-// error knows its place.
+// error knows its place in it; an error of a procedure or an executed text has its own lines.
 void PrintDatabaseError(Console& console, const DatabaseError& error,
                         const StatementSource& source);
 

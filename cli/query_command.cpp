@@ -45,7 +45,7 @@ int QueryCommand(Console& console, const QueryOptions& options) {
     for (const ScriptBatch& batch : script.batches) {
       source.sql = batch.sql;
       source.first_line = batch.first_line;
-      ResultConsole results(console, progress, *writer, options.output.limit);
+      ResultConsole results(console, progress, *writer, options.output.limit, source);
       database->Reader().Run(batch.sql, results);
     }
   } catch (const DatabaseError& error) {

@@ -14,8 +14,12 @@ std::string Rows(std::int64_t count) {
 }  // namespace
 
 ResultConsole::ResultConsole(Console& console, ProgressLine& progress, ResultWriter& writer,
-                             std::int64_t limit)
-    : console_(console), progress_(progress), writer_(writer), limit_(limit) {}
+                             std::int64_t limit, StatementSource source)
+    : console_(console),
+      progress_(progress),
+      writer_(writer),
+      limit_(limit),
+      source_(std::move(source)) {}
 
 void ResultConsole::Columns(std::span<const ResultColumn> columns) {
   progress_.Clear();
@@ -48,6 +52,12 @@ void ResultConsole::RowsAffected(std::int64_t count) {
 void ResultConsole::Message(const Text& text) {
   progress_.Clear();
   console_.err << SafeLines(ToUtf8(text)) << '\n';
+}
+
+void ResultConsole::Error(const DatabaseError& error) {
+  progress_.Clear();
+  console_.out.flush();
+  PrintDatabaseError(console_, error, source_);
 }
 
 }  // namespace ledgerwick

@@ -16,20 +16,24 @@ inline constexpr std::int64_t kNoLimit = std::numeric_limits<std::int64_t>::max(
 // error stream. Throws Interrupted when the user asks to stop.
 class ResultConsole final : public ResultSink {
  public:
-  // All of them outlive the sink.
-  ResultConsole(Console& console, ProgressLine& progress, ResultWriter& writer, std::int64_t limit);
+  // All of them outlive the sink. `source` is the batch that runs; errors that it goes on after
+  // are told with their place in it.
+  ResultConsole(Console& console, ProgressLine& progress, ResultWriter& writer, std::int64_t limit,
+                StatementSource source = {});
 
   void Columns(std::span<const ResultColumn> columns) override;
   void Row(std::span<const Value> values) override;
   void EndRows(std::int64_t count) override;
   void RowsAffected(std::int64_t count) override;
   void Message(const Text& text) override;
+  void Error(const DatabaseError& error) override;
 
  private:
   Console& console_;
   ProgressLine& progress_;
   ResultWriter& writer_;
   std::int64_t limit_;
+  StatementSource source_;
   std::int64_t rows_ = 0;  // of the current result set
 };
 

@@ -178,6 +178,21 @@ TEST_CASE("a database error shows the server's number, the line and a caret by d
   CHECK(printed(2, 3, u"only one line", ColourChoice::Never) == head);
   CHECK(printed(0, 0, u"x", ColourChoice::Never) ==
         "ledgerwick: f.sql: Msg 207: Invalid\\x1B name.\n");
+  DatabaseError inside(kErrorArithmetic, u"s", u"Zero.");
+  inside.native = 8134;
+  inside.line = 2;
+  inside.column = 1;
+  for (const auto& [procedure, in_text, place] :
+       {std::tuple{u"Sa_X", false, "procedure Sa_X, line 2"},
+        std::tuple{u"", true, "line 2 of the executed text"}}) {
+    std::istringstream in;
+    std::ostringstream err;
+    Console console = MakeConsole(in, err, err, ColourChoice::Never);
+    inside.procedure = procedure;
+    inside.in_text = in_text;
+    PrintDatabaseError(console, inside, {u"x\ny", "f.sql", 10});
+    CHECK(err.str() == "ledgerwick: f.sql: Msg 8134, " + std::string(place) + ": Zero.\n");
+  }
   const std::string long_line =
       printed(1, 101, Text(100, u'a') + u"!" + Text(100, u'b'), ColourChoice::Never);
   CHECK(long_line.find("  …" + std::string(60, 'a') + '!' + std::string(39, 'b') + "…\n  " +
