@@ -73,30 +73,21 @@ enum class FunctionId : std::uint8_t {
   Sum,
   Min,
   Max,
-  Avg,  // the aggregates come first
+  Avg,     // the aggregates come first
+  Scalar,  // a function of the storage's that needs no care
   IsNull,
   Coalesce,
   NullIf,
-  Len,
-  Left,
-  Right,
-  Substring,
-  LTrim,
-  RTrim,
-  Upper,
-  Lower,
-  Replace,
-  CharIndex,
-  Space,
-  Replicate,
+  Left,  // and RIGHT
+  Str,
   Abs,
-  Round,
+  Power,
+  DataLength,
+  QuoteName,
   DateDiff,
   DateAdd,
   DatePart,
-  Year,
-  Month,
-  Day,
+  Year,  // MONTH and DAY
   GetDate,
   ObjectId,
 };

@@ -2,53 +2,12 @@
 #include <algorithm>
 
 #include "tsql/binder.h"
+#include "tsql/function_signature.h"
 #include "tsql/parser.h"
 #include "tsql/variables.h"
 
 namespace ledgerwick::tsql {
 namespace {
-
-struct FunctionInfo {
-  TextView name;
-  FunctionId id;
-  int least;
-  int most;
-};
-
-constexpr int kMany = 1000;
-
-constexpr FunctionInfo kFunctions[] = {
-    {u"count", FunctionId::Count, 1, 1},
-    {u"sum", FunctionId::Sum, 1, 1},
-    {u"min", FunctionId::Min, 1, 1},
-    {u"max", FunctionId::Max, 1, 1},
-    {u"avg", FunctionId::Avg, 1, 1},
-    {u"isnull", FunctionId::IsNull, 2, 2},
-    {u"coalesce", FunctionId::Coalesce, 2, kMany},
-    {u"nullif", FunctionId::NullIf, 2, 2},
-    {u"len", FunctionId::Len, 1, 1},
-    {u"left", FunctionId::Left, 2, 2},
-    {u"right", FunctionId::Right, 2, 2},
-    {u"substring", FunctionId::Substring, 3, 3},
-    {u"ltrim", FunctionId::LTrim, 1, 1},
-    {u"rtrim", FunctionId::RTrim, 1, 1},
-    {u"upper", FunctionId::Upper, 1, 1},
-    {u"lower", FunctionId::Lower, 1, 1},
-    {u"replace", FunctionId::Replace, 3, 3},
-    {u"charindex", FunctionId::CharIndex, 2, 3},
-    {u"space", FunctionId::Space, 1, 1},
-    {u"replicate", FunctionId::Replicate, 2, 2},
-    {u"abs", FunctionId::Abs, 1, 1},
-    {u"round", FunctionId::Round, 2, 3},
-    {u"datediff", FunctionId::DateDiff, 3, 3},
-    {u"dateadd", FunctionId::DateAdd, 3, 3},
-    {u"datepart", FunctionId::DatePart, 2, 2},
-    {u"year", FunctionId::Year, 1, 1},
-    {u"month", FunctionId::Month, 1, 1},
-    {u"day", FunctionId::Day, 1, 1},
-    {u"getdate", FunctionId::GetDate, 0, 0},
-    {u"object_id", FunctionId::ObjectId, 1, 2},
-};
 
 struct DatePartName {
   TextView name;
@@ -89,6 +48,26 @@ constexpr DatePartName kDateParts[] = {
 };
 
 constexpr std::int32_t kLongest = 8000;
+constexpr std::int32_t kQuotedName = 258;
+
+// The bytes that the server keeps a value of a fixed type in.
+std::int32_t StoredLength(const Type& type) noexcept {
+  switch (type.kind) {
+    case TypeKind::Bit:
+    case TypeKind::TinyInt:
+      return 1;
+    case TypeKind::SmallInt:
+      return 2;
+    case TypeKind::Int:
+    case TypeKind::Real:
+    case TypeKind::SmallDateTime:
+      return 4;
+    case TypeKind::Decimal:
+      return type.precision <= 9 ? 5 : type.precision <= 19 ? 9 : type.precision <= 28 ? 13 : 17;
+    default:
+      return 8;
+  }
+}
 
 bool TakesDatePart(FunctionId id) noexcept {
   return id == FunctionId::DateDiff || id == FunctionId::DateAdd || id == FunctionId::DatePart;
@@ -106,26 +85,28 @@ Expr* Binder::BindFunction(Expr* expr, Scope& scope) {
     expr->type = system->type;
     return expr;
   }
-  const auto info =
-      std::find_if(std::begin(kFunctions), std::end(kFunctions),
-                   [&](const FunctionInfo& f) { return EqualText(f.name, expr->text); });
-  if (info == std::end(kFunctions)) throw errors::UnknownFunction(expr->text, At(expr->offset));
+  const FunctionSignature* known = FindFunction(expr->text);
+  if (known == nullptr) throw errors::UnknownFunction(expr->text, At(expr->offset));
   const auto count = static_cast<int>(expr->args.size());
-  if (count < info->least || count > info->most) {
-    throw errors::ArgumentCount(info->name, info->least, info->most, At(expr->offset));
+  if (count < known->least || count > known->most) {
+    throw errors::ArgumentCount(known->name, known->least, known->most, At(expr->offset));
   }
-  expr->function = info->id;
-  expr->text = info->name;
-  if (IsAggregate(info->id)) {
+  expr->function = known->id;
+  expr->text = known->name;
+  if (IsAggregate(known->id)) {
     BindAggregate(*expr, scope);
     return expr;
   }
-  if (TakesDatePart(info->id)) {
+  if (TakesDatePart(known->id)) {
     BindDateFunction(*expr, scope);
     return expr;
   }
   BindArguments(*expr, scope);
-  TypeFunction(*expr);
+  for (std::size_t i = 0; known->arguments[0] != '\0' && i < expr->args.size(); ++i) {
+    BringArgument(*expr, i, known->arguments[i]);
+  }
+  if (known->result == FunctionResult::Own) return BindOwnRule(expr);
+  TypeResult(*expr, known->result);
   return expr;
 }
 
@@ -210,167 +191,190 @@ void Binder::BindDateFunction(Expr& expr, Scope& scope) {
   for (Expr*& arg : expr.args.subspan(1)) arg = Coerce(arg, date);
 }
 
-// Converts the arguments of a scalar function to what it takes and sets its type.
-void Binder::TypeFunction(Expr& expr) {
-  const auto text = [&](std::size_t i) {
-    Expr*& arg = expr.args[i];
-    if (!IsText(arg->type.kind)) arg = Coerce(arg, MakeType(TypeKind::VarChar, kLongest));
-    return arg->type;
-  };
-  const auto integer = [&](std::size_t i) {
-    expr.args[i] = Coerce(expr.args[i], MakeType(TypeKind::Int), Conversion::Cast);
-  };
-  const auto varying = [](const Type& type, std::int32_t length) {
-    return MakeType(IsUnicode(type.kind) ? TypeKind::NVarChar : TypeKind::VarChar, length);
-  };
-  const auto is_number = [&](std::size_t i) {
-    const Type type = expr.args[i]->type;
-    if (IsDate(type.kind) || type.kind == TypeKind::Bit) {
-      throw errors::InvalidArgument(KindText(type.kind), static_cast<int>(i + 1), expr.text,
-                                    At(expr.args[i]->offset));
-    }
-    if (!IsNumber(type.kind)) expr.args[i] = Coerce(expr.args[i], MakeType(TypeKind::Float));
-    return expr.args[i]->type;
-  };
-  switch (expr.function) {
-    case FunctionId::IsNull: {
-      // The type of the first argument, whatever the second is.
-      const bool null_first = expr.args[0]->type.kind == TypeKind::Null;
-      Type type = null_first ? expr.args[1]->type : expr.args[0]->type;
-      if (type.kind == TypeKind::Null) type = MakeType(TypeKind::Int);
-      const bool nullable = expr.args[1]->kind == ExprKind::Null || expr.args[1]->type.nullable;
-      expr.args[0] = Coerce(expr.args[0], type);
-      expr.args[1] = Coerce(expr.args[1], type, Conversion::Cast);
-      expr.type = type;
-      expr.type.nullable = expr.args[0]->type.nullable && nullable;
+// Converts an argument to what the function takes.
+void Binder::BringArgument(Expr& expr, std::size_t i, char wanted) {
+  Expr*& arg = expr.args[i];
+  const TypeKind kind = arg->type.kind;
+  switch (wanted) {
+    case 't':
+      if (!IsText(kind)) arg = Coerce(arg, MakeType(TypeKind::VarChar, kLongest));
       return;
-    }
-    case FunctionId::Coalesce: {
-      Type type;
-      bool nullable = true;
-      for (const Expr* arg : expr.args) {
-        type = CommonType(type, arg->type);
-        nullable = nullable && (arg->kind == ExprKind::Null || arg->type.nullable);
+    case 'i':
+      arg = Coerce(arg, MakeType(TypeKind::Int), Conversion::Cast);
+      return;
+    case 'd':
+      arg = Coerce(arg, MakeType(TypeKind::DateTime));
+      return;
+    default:
+      if (IsDate(kind) || kind == TypeKind::Bit) {
+        throw errors::InvalidArgument(KindText(kind), static_cast<int>(i + 1), expr.text,
+                                      At(arg->offset));
       }
-      if (type.kind == TypeKind::Null) throw errors::CaseOfNulls(At(expr.offset));
-      CoerceAll(expr.args, type);
-      expr.type = type;
-      expr.type.nullable = nullable;
+      if (wanted == 'f' || !IsNumber(kind)) arg = Coerce(arg, MakeType(TypeKind::Float));
+  }
+}
+
+void Binder::TypeResult(Expr& expr, FunctionResult result) {
+  const Type first = expr.args[0]->type;
+  const auto text = [](bool wide, std::int32_t length) {
+    return MakeType(wide ? TypeKind::NVarChar : TypeKind::VarChar, length);
+  };
+  switch (result) {
+    case FunctionResult::Float:
+      expr.type = MakeType(TypeKind::Float);
+      return;
+    case FunctionResult::Number:
+    case FunctionResult::WholeNumber:
+      expr.type = first;
+      if (first.kind == TypeKind::TinyInt || first.kind == TypeKind::SmallInt) {
+        expr.type.kind = TypeKind::Int;
+      }
+      if (result == FunctionResult::WholeNumber && first.kind == TypeKind::Decimal) {
+        expr.type.scale = 0;
+      }
+      return;
+    case FunctionResult::Text:
+      expr.type = text(IsUnicode(first.kind), first.length);
+      return;
+    case FunctionResult::LongText: {
+      const bool wide = std::any_of(expr.args.begin(), expr.args.end(),
+                                    [](const Expr* arg) { return IsUnicode(arg->type.kind); });
+      expr.type = text(wide, wide ? kLongest / 2 : kLongest);
       return;
     }
-    case FunctionId::NullIf: {
-      const Type common = CommonType(expr.args[0]->type, expr.args[1]->type);
-      if (common.kind == TypeKind::Null) throw errors::CaseOfNulls(At(expr.offset));
-      const Type first = expr.args[0]->type;
-      if (!IsText(common.kind)) CoerceAll(expr.args, common);
-      expr.type = IsText(common.kind) ? first : common;
-      expr.type.nullable = true;
+    case FunctionResult::Character:
+    case FunctionResult::WideCharacter:
+      expr.type = text(result == FunctionResult::WideCharacter, 1);
       return;
-    }
-    case FunctionId::Len:
-      text(0);
+    default:
       expr.type = MakeType(TypeKind::Int);
-      return;
-    case FunctionId::Left:
-    case FunctionId::Right: {
-      const Type type = text(0);
-      integer(1);
-      const bool literal = expr.args[1]->kind == ExprKind::Integer && type.length != kMaxLength;
+  }
+}
+
+// Functions whose result follows a rule of its own.
+Expr* Binder::BindOwnRule(Expr* expr) {
+  switch (expr->function) {
+    case FunctionId::IsNull:
+    case FunctionId::Coalesce:
+    case FunctionId::NullIf:
+      BindChoice(*expr);
+      return expr;
+    case FunctionId::Left: {
+      const Type type = expr->args[0]->type;
+      const bool literal = expr->args[1]->kind == ExprKind::Integer && type.length != kMaxLength;
       // A character may take two bytes, so n characters of varchar may take 2n.
-      const std::int64_t wide = expr.args[1]->integer * (IsUnicode(type.kind) ? 1 : 2);
+      const std::int64_t wide = expr->args[1]->integer * (IsUnicode(type.kind) ? 1 : 2);
       const std::int32_t length =
           literal ? static_cast<std::int32_t>(std::clamp<std::int64_t>(wide, 1, type.length))
                   : type.length;
-      expr.type = varying(type, length);
-      return;
+      expr->type = MakeType(IsUnicode(type.kind) ? TypeKind::NVarChar : TypeKind::VarChar, length);
+      return expr;
     }
-    case FunctionId::Substring: {
-      const Type type = text(0);
-      integer(1);
-      integer(2);
-      expr.type = varying(type, type.length);
-      return;
+    case FunctionId::Str: {
+      constexpr std::int64_t kUsual = 10;
+      const bool literal = expr->args.size() > 1 && expr->args[1]->kind == ExprKind::Integer;
+      const std::int64_t length = literal                 ? expr->args[1]->integer
+                                  : expr->args.size() > 1 ? kLongest
+                                                          : kUsual;
+      expr->type =
+          MakeType(TypeKind::VarChar,
+                   static_cast<std::int32_t>(std::clamp<std::int64_t>(length, 1, kLongest)));
+      return expr;
     }
-    case FunctionId::LTrim:
-    case FunctionId::RTrim:
-    case FunctionId::Upper:
-    case FunctionId::Lower: {
-      const Type type = text(0);
-      expr.type = varying(type, type.length);
-      return;
-    }
-    case FunctionId::Replace: {
-      const bool unicode =
-          IsUnicode(text(0).kind) || IsUnicode(text(1).kind) || IsUnicode(text(2).kind);
-      expr.type = unicode ? MakeType(TypeKind::NVarChar, kLongest / 2)
-                          : MakeType(TypeKind::VarChar, kLongest);
-      return;
-    }
-    case FunctionId::CharIndex:
-      text(0);
-      text(1);
-      if (expr.args.size() == 3) integer(2);
-      expr.type = MakeType(TypeKind::Int);
-      return;
-    case FunctionId::Space:
-      integer(0);
-      expr.type = MakeType(TypeKind::VarChar, kLongest);
-      return;
-    case FunctionId::Replicate: {
-      const Type type = text(0);
-      integer(1);
-      expr.type = varying(type, IsUnicode(type.kind) ? kLongest / 2 : kLongest);
-      return;
-    }
-    case FunctionId::Abs: {
+    case FunctionId::Abs:
       // A flag may be given as a bit; its amount is a number.
-      if (expr.args[0]->type.kind == TypeKind::Bit) integer(0);
-      expr.type = is_number(0);
-      return;
-    }
-    case FunctionId::Round:
-      expr.type = is_number(0);
-      integer(1);
-      if (expr.args.size() == 3) integer(2);
-      if (expr.type.kind == TypeKind::TinyInt || expr.type.kind == TypeKind::SmallInt) {
-        expr.type.kind = TypeKind::Int;
-      }
-      return;
-    case FunctionId::Year:
-    case FunctionId::Month:
-    case FunctionId::Day:
-      expr.args[0] = Coerce(expr.args[0], MakeType(TypeKind::DateTime));
-      expr.type = MakeType(TypeKind::Int);
-      return;
+      BringArgument(*expr, 0, expr->args[0]->type.kind == TypeKind::Bit ? 'i' : 'n');
+      expr->type = expr->args[0]->type;
+      return expr;
+    case FunctionId::Power:
+      return BindPower(expr);
+    case FunctionId::DataLength:
+      BindDataLength(*expr);
+      return expr;
+    case FunctionId::QuoteName:
+      expr->type = MakeType(TypeKind::NVarChar, kQuotedName);
+      return expr;
     case FunctionId::GetDate:
-      expr.type = MakeType(TypeKind::DateTime);
-      expr.type.nullable = false;
-      return;
-    case FunctionId::ObjectId: {
-      text(0);
-      // Known when the statement is compiled: the literal names the object.
-      const Expr& name = *expr.args[0];
-      if (name.kind != ExprKind::String) {
-        throw errors::InvalidArgument(KindText(name.type.kind), 1, expr.text, At(name.offset));
-      }
-      Arena scratch;
-      const Text select = u"SELECT 1 FROM " + Text(name.text);
-      bool exists = false;
-      try {
-        const auto statements = ParseBatch(select, scratch).statements;
-        exists = ObjectExists(statements[0]->query->selects[0]->from->table);
-      } catch (const SqlError&) {
-        exists = false;  // a text that is no name names no object
-      }
-      expr.kind = exists ? ExprKind::Integer : ExprKind::Null;
-      expr.integer = 1;
-      expr.args = {};
-      expr.type = MakeType(TypeKind::Int);
-      return;
-    }
+      expr->type = MakeType(TypeKind::DateTime);
+      expr->type.nullable = false;
+      return expr;
     default:
-      throw errors::UnknownFunction(expr.text, At(expr.offset));
+      BindObjectId(*expr);
+      return expr;
   }
+}
+
+void Binder::BindChoice(Expr& expr) {
+  if (expr.function == FunctionId::IsNull) {
+    // The type of the first argument, whatever the second is.
+    const bool null_first = expr.args[0]->type.kind == TypeKind::Null;
+    Type type = null_first ? expr.args[1]->type : expr.args[0]->type;
+    if (type.kind == TypeKind::Null) type = MakeType(TypeKind::Int);
+    const bool nullable = expr.args[1]->kind == ExprKind::Null || expr.args[1]->type.nullable;
+    expr.args[0] = Coerce(expr.args[0], type);
+    expr.args[1] = Coerce(expr.args[1], type, Conversion::Cast);
+    expr.type = type;
+    expr.type.nullable = expr.args[0]->type.nullable && nullable;
+    return;
+  }
+  Type common;
+  bool nullable = true;
+  for (const Expr* arg : expr.args) {
+    common = CommonType(common, arg->type);
+    nullable = nullable && (arg->kind == ExprKind::Null || arg->type.nullable);
+  }
+  if (common.kind == TypeKind::Null) throw errors::CaseOfNulls(At(expr.offset));
+  const Type first = expr.args[0]->type;
+  const bool is_nullif = expr.function == FunctionId::NullIf;
+  if (!is_nullif || !IsText(common.kind)) CoerceAll(expr.args, common);
+  expr.type = is_nullif && IsText(common.kind) ? first : common;
+  expr.type.nullable = is_nullif || nullable;
+}
+
+// Of the base's own type: an int stays one, decimals keep their scale.
+Expr* Binder::BindPower(Expr* expr) {
+  Type type = expr->args[0]->type;
+  if (IsInteger(type.kind)) {
+    if (type.kind < TypeKind::Int) type.kind = TypeKind::Int;
+    expr->type = MakeType(TypeKind::BigInt);
+  } else {
+    constexpr std::uint8_t kMostDigits = 38;
+    if (type.kind == TypeKind::Decimal) type.precision = kMostDigits;
+    expr->args[0] = Coerce(expr->args[0], MakeType(TypeKind::Float));
+    expr->type = MakeType(TypeKind::Float);
+  }
+  return Coerce(expr, type);
+}
+
+// A text is measured, everything else has the length of its type.
+void Binder::BindDataLength(Expr& expr) {
+  const Type& type = expr.args[0]->type;
+  Expr* unit = arena_.Make<Expr>();
+  unit->kind = ExprKind::Integer;
+  unit->integer = IsText(type.kind) ? (IsUnicode(type.kind) ? 2 : 1) : -StoredLength(type);
+  expr.args = arena_.Copy(std::vector<Expr*>{expr.args[0], unit});
+  expr.type = MakeType(TypeKind::Int);
+}
+
+// Known when the statement is compiled: the literal names the object.
+void Binder::BindObjectId(Expr& expr) {
+  const Expr& name = *expr.args[0];
+  if (name.kind != ExprKind::String) {
+    throw errors::InvalidArgument(KindText(name.type.kind), 1, expr.text, At(name.offset));
+  }
+  Arena scratch;
+  const Text select = u"SELECT 1 FROM " + Text(name.text);
+  bool exists = false;
+  try {
+    const auto statements = ParseBatch(select, scratch).statements;
+    exists = ObjectExists(statements[0]->query->selects[0]->from->table);
+  } catch (const SqlError&) {
+    exists = false;  // a text that is no name names no object
+  }
+  expr.kind = exists ? ExprKind::Integer : ExprKind::Null;
+  expr.integer = 1;
+  expr.args = {};
+  expr.type = MakeType(TypeKind::Int);
 }
 
 }  // namespace ledgerwick::tsql

@@ -8,6 +8,7 @@
 #include "tsql/ast.h"
 #include "tsql/catalogue.h"
 #include "tsql/errors.h"
+#include "tsql/function_signature.h"
 
 namespace ledgerwick::tsql {
 
@@ -120,7 +121,13 @@ class Binder {
   Expr* BindFunction(Expr* expr, Scope& scope);
   void BindAggregate(Expr& expr, Scope& scope);
   void BindDateFunction(Expr& expr, Scope& scope);
-  void TypeFunction(Expr& expr);
+  void BringArgument(Expr& expr, std::size_t i, char wanted);
+  void TypeResult(Expr& expr, FunctionResult result);
+  Expr* BindOwnRule(Expr* expr);
+  void BindChoice(Expr& expr);
+  Expr* BindPower(Expr* expr);
+  void BindDataLength(Expr& expr);
+  void BindObjectId(Expr& expr);
 
   Position PositionOf_(std::uint32_t offset) const noexcept;
 

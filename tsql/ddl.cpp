@@ -107,10 +107,17 @@ void Interpreter::CreateIndex(Statement& statement) {
   if (storage_.Step(existing.get())) {
     throw errors::IndexExists(statement.index.text, table.name, binder.At(statement.index.offset));
   }
-  storage_.Execute(std::string("CREATE ") + (statement.unique ? "UNIQUE " : "") + "INDEX " +
-                   SchemaName(table.database) + "." + QuoteIdentifier(index) + " ON " +
-                   QuoteIdentifier(ToUtf8(table.name)) + " " +
-                   KeySql(statement.key_columns, &table));
+  const std::string sql = std::string("CREATE ") + (statement.unique ? "UNIQUE " : "") + "INDEX " +
+                          SchemaName(table.database) + "." + QuoteIdentifier(index) + " ON " +
+                          QuoteIdentifier(ToUtf8(table.name)) + " " +
+                          KeySql(statement.key_columns, &table);
+  try {
+    storage_.Execute(sql);
+  } catch (const SqlError& error) {
+    constexpr std::int32_t kDuplicateKey = 2627;
+    if (error.number != kDuplicateKey) throw;
+    throw errors::DuplicateIndexKey(table.name, statement.index.text);
+  }
 }
 
 // A view is kept as its text; whoever reads it binds it afresh.

@@ -1,7 +1,6 @@
 #include "tsql/emitter.h"
 
 #include <algorithm>
-#include <array>
 
 #include "tsql/functions.h"
 
@@ -418,38 +417,13 @@ void Emitter::EmitFunction(const Expr& expr) {
       Raw(")");
       return;
     case FunctionId::Year:
-    case FunctionId::Month:
-    case FunctionId::Day:
       Raw("t_datepart('").Raw(ToUtf8(expr.text)).Raw("', ");
       EmitExpr(*args[0]);
       Raw(")");
       return;
     default:
-      break;
+      EmitCall("t_" + ToUtf8(expr.text), args);
   }
-  static constexpr std::array kCalls = {
-      std::pair{FunctionId::Len, std::string_view("t_len")},
-      std::pair{FunctionId::Left, std::string_view("t_left")},
-      std::pair{FunctionId::Right, std::string_view("t_right")},
-      std::pair{FunctionId::Substring, std::string_view("t_substring")},
-      std::pair{FunctionId::LTrim, std::string_view("t_ltrim")},
-      std::pair{FunctionId::RTrim, std::string_view("t_rtrim")},
-      std::pair{FunctionId::Upper, std::string_view("t_upper")},
-      std::pair{FunctionId::Lower, std::string_view("t_lower")},
-      std::pair{FunctionId::Replace, std::string_view("t_replace")},
-      std::pair{FunctionId::CharIndex, std::string_view("t_charindex")},
-      std::pair{FunctionId::Space, std::string_view("t_space")},
-      std::pair{FunctionId::Replicate, std::string_view("t_replicate")},
-      std::pair{FunctionId::Abs, std::string_view("t_abs")},
-      std::pair{FunctionId::Round, std::string_view("t_round")},
-      std::pair{FunctionId::DateDiff, std::string_view("t_datediff")},
-      std::pair{FunctionId::DateAdd, std::string_view("t_dateadd")},
-      std::pair{FunctionId::DatePart, std::string_view("t_datepart")},
-      std::pair{FunctionId::GetDate, std::string_view("t_getdate")},
-  };
-  const auto call = std::find_if(kCalls.begin(), kCalls.end(),
-                                 [&](const auto& c) { return c.first == expr.function; });
-  if (call != kCalls.end()) EmitCall(call->second, args);
 }
 
 void Emitter::EmitAggregate(const Expr& expr) {

@@ -124,6 +124,7 @@ SqlError InsertSelectCount(bool more_items, Position at);                       
 SqlError TableValueCount(Position at);                                                   // 213
 SqlError ColumnTwice(TextView column, Position at);                                      // 264
 SqlError NullNotAllowed(TextView column, TextView table, bool insert);                   // 515
+SqlError DuplicateIndexKey(TextView table, TextView index);                              // 1505
 SqlError DuplicateKey(TextView table, bool primary);                                     // 2627
 SqlError StarWithoutFrom(Position at);                                                   // 263
 SqlError NotUpdatable(TextView view, Position at);                                       // 4405

@@ -331,6 +331,13 @@ SqlError DuplicateKey(TextView table, bool primary) {
               " KEY constraint. Cannot insert duplicate key in object " + Q(table) + "."};
 }
 
+SqlError DuplicateIndexKey(TextView table, TextView index) {
+  return {1505, kUser,
+          "The CREATE UNIQUE INDEX statement terminated because a duplicate key was found for the "
+          "object name " +
+              Q(table) + " and the index name " + Q(index) + "."};
+}
+
 SqlError StarWithoutFrom(Position at) {
   return {263, kUser, "Must specify table to select from.", at};
 }

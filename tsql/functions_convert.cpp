@@ -119,6 +119,29 @@ void DateTimeToText(Call& call) {
   call.Return(FormatDateTime(call.Integer(0), IntArgument(call, 1), call.Integer(2) != 0));
 }
 
+// True when `read` takes the text.
+template <typename Read>
+std::int64_t Reads(Read read) {
+  try {
+    read();
+    return 1;
+  } catch (const SqlError&) {
+    return 0;
+  }
+}
+
+// t_isnumeric(text), t_isdate(text)
+void IsNumeric(Call& call) {
+  const std::string_view text = call.IsNull(0) ? std::string_view() : call.Utf8(0);
+  const bool blank = text.find_first_not_of(' ') == std::string_view::npos;
+  call.Return(blank ? 0 : Reads([&] { ParseFloat(text, ""); }) | Reads([&] { ParseMoney(text); }));
+}
+void IsDateText(Call& call) {
+  const std::string_view text = call.IsNull(0) ? std::string_view() : call.Utf8(0);
+  const bool blank = text.find_first_not_of(' ') == std::string_view::npos;
+  call.Return(blank ? 0 : Reads([&] { ParseDateTime(text); }));
+}
+
 constexpr auto kFunctions = std::to_array<FunctionRow>({
     {"t_to_int", 2, 2, 1, NumberToInteger},     {"t_str_to_int", 3, 3, 1, TextToIntegerType},
     {"t_str_to_bit", 2, 2, 1, TextToBit},       {"t_str_to_float", 2, 2, 1, TextToFloat},
@@ -129,7 +152,8 @@ constexpr auto kFunctions = std::to_array<FunctionRow>({
     {"t_dt_to_num", 1, 1, 1, DateTimeToNumber}, {"t_int_to_str", 3, 3, 1, IntegerToText},
     {"t_float_to_str", 2, 2, 1, FloatToText},   {"t_dec_to_str", 2, 2, 1, DecimalToText},
     {"t_money_to_str", 2, 2, 1, MoneyToText},   {"t_fit", 4, 4, 1, FitNumber},
-    {"t_dt_to_str", 3, 3, 2, DateTimeToText},
+    {"t_dt_to_str", 3, 3, 2, DateTimeToText},   {"t_isnumeric", 1, 1, 0, IsNumeric},
+    {"t_isdate", 1, 1, 0, IsDateText},
 });
 
 }  // namespace

@@ -1,5 +1,7 @@
 // The functions that compute with text. Lengths and positions count UTF-16 units, as the server's
 // n-types do; char and varchar are cut by bytes of the ANSI code page.
+#include <iconv.h>
+
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -72,6 +74,22 @@ std::size_t Clamp(std::int64_t count) {
   return static_cast<std::size_t>(std::max<std::int64_t>(count, 0));
 }
 
+// The first byte of a character of several bytes in the ANSI code page; that of '?' where the code
+// page lacks it.
+std::uint8_t FirstAnsiByte(std::string_view character) {
+  const iconv_t converter = iconv_open("GBK", "UTF-8");
+  if (converter == reinterpret_cast<iconv_t>(-1)) return '?';
+  std::string in(character);
+  std::array<char, 8> out{'?'};
+  char* from = in.data();
+  char* to = out.data();
+  std::size_t in_left = in.size();
+  std::size_t out_left = out.size();
+  const bool known = iconv(converter, &from, &in_left, &to, &out_left) == 0;
+  iconv_close(converter);
+  return static_cast<std::uint8_t>(known ? out[0] : '?');
+}
+
 enum class Excess { kCut, kRefuse };
 
 // t_char and the like (text, length, pad): the text as a value of that length.
@@ -104,8 +122,10 @@ void Length(Call& call) {
   call.Return(static_cast<std::int64_t>(length));
 }
 
-// t_datalength(text, bytes per unit): 1 for char and varchar, 2 for n-types
+// t_datalength(text, bytes per unit): 1 for char and varchar, 2 for n-types; a negative number is
+// the length of a type that has but one
 void DataLength(Call& call) {
+  if (call.Integer(1) < 0) return call.Return(-call.Integer(1));
   const std::string_view text = call.Utf8(0);
   const std::size_t length = call.Integer(1) == 2
                                  ? 2 * Utf16Length(text)
@@ -221,6 +241,68 @@ void Reverse(Call& call) {
   call.Return(reversed);
 }
 
+// t_stuff(text, start, length, insert): NULL where the start is not in the text
+void Stuff(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  const std::int64_t start = call.Integer(1);
+  const std::int64_t length = call.Integer(2);
+  const auto whole = static_cast<std::int64_t>(Utf16Length(text));
+  if (start < 1 || start > whole || length < 0) return call.ReturnNull();
+  std::string result(Units(text, 0, Clamp(start - 1)));
+  if (!call.IsNull(3)) result += call.Utf8(3);
+  result += Units(text, Clamp(std::min(start - 1 + length, whole)), Clamp(whole));
+  call.Return(result);
+}
+
+// t_quotename(name[, quote]): NULL for a quote that is none and for a text that is too long
+void QuoteName(Call& call) {
+  constexpr std::size_t kLongestName = 128;
+  const std::string_view name = call.Utf8(0);
+  const std::string_view quote = call.size() > 1 ? call.Utf8(1) : "[";
+  const char first = quote.empty() ? '\0' : quote.front();
+  const bool bracket = first == '[' || first == ']';
+  if (Utf16Length(name) > kLongestName || (!bracket && first != '\'' && first != '"')) {
+    return call.ReturnNull();
+  }
+  const char close = bracket ? ']' : first;
+  std::string quoted(1, bracket ? '[' : first);
+  for (const char c : name) {
+    if (c == close) quoted += c;
+    quoted += c;
+  }
+  call.Return(quoted += close);
+}
+
+// t_char(code), t_nchar(code): NULL for a code that is no character by itself
+template <std::int64_t kCodes>
+void CharacterOf(Call& call) {
+  const std::int64_t code = call.Integer(0);
+  if (code < 0 || code >= kCodes || (code >= 0xD800 && code < 0xE000)) return call.ReturnNull();
+  std::string text;
+  AppendChar(text, static_cast<char32_t>(code));
+  call.Return(text);
+}
+
+// t_unicode(text): the first UTF-16 unit
+void UnicodeOf(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  if (text.empty()) return call.ReturnNull();
+  const char* at = text.data();
+  const char32_t c = NextChar(at, at + text.size());
+  constexpr char32_t kFirstPair = 0x10000;
+  call.Return(static_cast<std::int64_t>(c < kFirstPair ? c : 0xD800 + ((c - kFirstPair) >> 10)));
+}
+
+// t_ascii(text): the first byte in the ANSI code page
+void AsciiOf(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  if (text.empty()) return call.ReturnNull();
+  const char* at = text.data();
+  const char32_t c = NextChar(at, at + text.size());
+  call.Return(static_cast<std::int64_t>(
+      c < 0x80 ? c : FirstAnsiByte(text.substr(0, static_cast<std::size_t>(at - text.data())))));
+}
+
 // t_space(count)
 void Space(Call& call) {
   if (call.Integer(0) < 0) return call.ReturnNull();
@@ -298,6 +380,12 @@ constexpr auto kFunctions = std::to_array<FunctionRow>({
     {"t_replace", 3, 3, 3, Replace},
     {"t_charindex", 2, 3, 3, CharIndex},
     {"t_reverse", 1, 1, 1, Reverse},
+    {"t_stuff", 4, 4, 3, Stuff},
+    {"t_quotename", 1, 2, 2, QuoteName},
+    {"t_char", 1, 1, 1, CharacterOf<0x80>},
+    {"t_nchar", 1, 1, 1, CharacterOf<0x10000>},
+    {"t_unicode", 1, 1, 1, UnicodeOf},
+    {"t_ascii", 1, 1, 1, AsciiOf},
     {"t_space", 1, 1, 1, Space},
     {"t_replicate", 2, 2, 2, Replicate},
     {"t_like", 4, 4, 2, Like},

@@ -88,9 +88,6 @@ void Parser::Fail() const {
     // The batch ended too early: the last word is what stands out.
     const Token& last = tokens_[at_ - 1];
     const TextView word = batch_.substr(last.offset, last.length);
-    if (last.kind == TokenKind::Keyword) {
-      throw errors::IncorrectSyntaxKeyword(word, At(last.offset));
-    }
     throw errors::IncorrectSyntax(word, At(last.offset));
   }
   const bool quoted = token.kind == TokenKind::String || token.kind == TokenKind::NationalString ||
