@@ -1,9 +1,5 @@
 #include "host/reference_host.h"
 
-#include <unistd.h>
-
-#include <array>
-
 #include "frame/error.h"
 #include "frame/report_provider.h"
 
@@ -100,13 +96,6 @@ std::shared_ptr<ReferenceFilterSet> Furnish(ReportProvider& report, const Reques
   report.mConnectionString = request.connectionString;
   if (request.login) report.objLogin = std::make_shared<ReferenceLogin>(*request.login);
   return set;
-}
-
-Text ThisComputerName() {
-  std::array<char, 256> name{};
-  if (gethostname(name.data(), name.size() - 1) != 0) return {};
-  const std::string_view full = name.data();
-  return TryFromUtf8(full.substr(0, full.find('.'))).value_or(Text());
 }
 
 }  // namespace ledgerwick

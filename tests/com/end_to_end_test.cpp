@@ -9,16 +9,20 @@
 #include "com/variant_value.h"
 #include "component.h"
 #include "fake_world.h"
+#include "host/value_text.h"
+#include "requests.h"
 
 namespace ledgerwick::com::testing {
 namespace {
 
-// "Port=N;Database=PATH"
-Text ConnectionString() {
-  const wchar_t* const text = _wgetenv(L"LEDGERWICK_ADO_CONNECTION");
+Text Environment(const wchar_t* name) {
+  const wchar_t* const text = _wgetenv(name);
   REQUIRE(text != nullptr);
   return FromWide(text);
 }
+
+// "Port=N;Database=PATH"
+Text ConnectionString() { return Environment(L"LEDGERWICK_ADO_CONNECTION"); }
 
 std::int32_t NumberOfError(const std::function<void()>& action) {
   try {
@@ -29,51 +33,83 @@ std::int32_t NumberOfError(const std::function<void()>& action) {
   return 0;
 }
 
-ComPtr<IDispatch> NewSafetyStock(FakeWorld& world, const Text& connection_string) {
-  world.filters = {{u"def_queryType", Variant::OfText(u"高于安全库存量存货"), {}, u"", 0}};
-  ComPtr<IDispatch> report;
-  REQUIRE(Create(*FindClass(u"clsRepAQKCYJ"), report) == S_OK);
-  Invoke(report.Get(), L"ObjReportManager", DISPATCH_PROPERTYPUTREF,
-         {Variant::OfObject(world.NewManager().Get())});
-  Invoke(report.Get(), L"mConnectionString", DISPATCH_PROPERTYPUT,
-         {Variant::OfText(connection_string)});
-  return report;
+// A cell as both sides' rows are compared: numbers by their value, dates as the command writes
+// them.
+std::string Shown(const Value& value) {
+  if (value.IsNull() || value.IsEmpty()) return "null";
+  if (const auto* b = value.If<bool>()) return *b ? "true" : "false";
+  if (const auto* i = value.If<std::int64_t>()) return ShortestNumber(static_cast<double>(*i));
+  if (const auto* d = value.If<double>()) return ShortestNumber(*d);
+  if (const auto* date = value.If<Date>()) return '"' + DateText(*date) + '"';
+  return '"' + ToUtf8(value.ToText()) + '"';
+}
+
+std::string Shown(const std::string& column, const Value& value) {
+  return column + ": " + Shown(value) + ", ";
+}
+
+// The rows of `ledgerwick run` for the request of that number, counted from 1.
+std::vector<std::string> NativeRows(std::size_t number) {
+  const Text path =
+      Environment(L"LEDGERWICK_NATIVE_ROWS") + u"/" + Value(std::int64_t(number)).ToText();
+  const JsonNode rows = ParseJson(ReadWhole(ToWide(path + u".json")), "the native rows");
+  std::vector<std::string> shown;
+  for (const JsonNode& row : rows.items) {
+    std::string& text = shown.emplace_back();
+    for (const JsonMember& cell : row.members) text += Shown(cell.key, cell.node.value);
+  }
+  return shown;
+}
+
+// The rows of `table` as a host reads them: every field of every row.
+std::vector<std::string> HostRows(const Text& table) {
+  DispatchObject connection = CreateByProgId(L"ADODB.Connection");
+  connection.Call(L"Open", {Variant::OfText(ConnectionString())});
+  DispatchObject rows = CreateByProgId(L"ADODB.Recordset");
+  rows.Call(L"Open",
+            {Variant::OfText(u"SELECT * FROM " + table), Variant::OfObject(connection.Get())});
+  DispatchObject fields(ToObject(rows.Call(L"Fields")));
+  std::vector<std::string> shown;
+  for (; !ToBoolean(rows.Call(L"EOF")); rows.Call(L"MoveNext")) {
+    std::string& text = shown.emplace_back();
+    const std::int32_t count = ToInteger(fields.Call(L"Count"));
+    for (std::int32_t i = 0; i < count; ++i) {
+      DispatchObject field(ToObject(fields.Call(L"Item", {Variant::OfInteger(i)})));
+      text += Shown(ToUtf8(ToText(field.Call(L"Name"))), ToValue(field.Call(L"Value")));
+    }
+  }
+  rows.Call(L"Close");
+  connection.Call(L"Close");
+  return shown;
+}
+
+void CheckSameRows(const std::vector<std::string>& host, const std::vector<std::string>& native) {
+  CHECK_FALSE(native.empty());
+  CHECK(host.size() == native.size());
+  for (std::size_t i = 0; i < std::min(host.size(), native.size()); ++i) {
+    CAPTURE(i);
+    REQUIRE(host[i] == native[i]);
+  }
 }
 
 TEST_SUITE("end to end") {
-  TEST_CASE("the safety-stock warning fills its table, again and again") {
-    FakeWorld world(false);
-    const ComPtr<IDispatch> report = NewSafetyStock(world, ConnectionString());
-    for (int run = 0; run < 2; ++run) {
-      const Outcome outcome = Invoke(report.Get(), L"MoveDataDetail", DISPATCH_METHOD);
-      REQUIRE_MESSAGE(outcome.code == S_OK, ToUtf8(ToText(outcome.exception.bstrDescription)));
-      CHECK(V_VT(outcome.result.Get()) == VT_BOOL);
-      CHECK(V_BOOL(outcome.result.Get()) == VARIANT_TRUE);
+  TEST_CASE("a host reads the rows that the native command gives") {
+    for (std::size_t i = 0; i < Requests().size(); ++i) {
+      const Request& request = Requests()[i];
+      const ClassInfo& info = *request.report;
+      if (info.factory == nullptr) continue;
+      CAPTURE(i + 1);
+      CAPTURE(ToUtf8(info.name));
+      FakeWorld world(request, FakeWorld::Ado::OfThePlatform);
+      DispatchObject report(world.NewReport(info, ConnectionString()));
+      const Text table = ToText(report.Call(L"TempTablename"));
+      for (int run = 0; run < 2; ++run) {  // a table that is not there yet, and one that is
+        const Variant done = report.Call(L"MoveDataDetail");
+        CHECK(V_VT(done.Get()) == VT_BOOL);
+        CHECK(V_BOOL(done.Get()) == VARIANT_TRUE);
+      }
+      CheckSameRows(HostRows(table), NativeRows(i + 1));
     }
-    // The report has left its connection in mconn, closed: the host may open it again.
-    AdoConnection connection(ToObject(Invoke(report.Get(), L"mconn", DISPATCH_PROPERTYGET).result));
-    connection.Open(ConnectionString(), u"", u"", kOptionUnspecified);
-    const std::unique_ptr<Recordset> rows =
-        connection.OpenRecordset(u"select * from tempdb..tempAqkcyj", {});
-    int count = 0;
-    for (; !rows->AtEnd(); rows->MoveNext()) {
-      CHECK(ToNumber(rows->Field(u"CL")) > 0);
-      ++count;
-    }
-    CHECK(count > 0);
-    CHECK(rows->RecordCount() == count);
-    CHECK(NumberOfError([&] { rows->Field(u"nothing"); }) == 3265);
-    CHECK(NumberOfError([&] { rows->MoveNext(); }) == 3021);
-    rows->Close();
-    connection.Close();
-  }
-
-  TEST_CASE("the snapshot fills its table") {
-    ComPtr<IDispatch> report;
-    REQUIRE(Create(*FindClass(u"clsInventroy"), report) == S_OK);
-    Invoke(report.Get(), L"mConnectionString", DISPATCH_PROPERTYPUT,
-           {Variant::OfText(ConnectionString())});
-    CHECK(Invoke(report.Get(), L"MoveDataDetail", DISPATCH_METHOD).code == S_OK);
   }
 
   TEST_CASE("the server's and ADO's errors arrive as they are") {
@@ -90,15 +126,45 @@ TEST_SUITE("end to end") {
       CHECK(error.description == u"Invalid object name 'nosuch'.");
       CHECK(error.source == u"Microsoft OLE DB Provider for SQL Server");
     }
-    const std::unique_ptr<Command> command = connection->NewCommand();
-    // Refused at first with 3708, because its size is 0.
-    CHECK(NumberOfError([&] { command->AppendParameter(u"a", kVarChar, 0, u""); }) == 0);
+    const std::unique_ptr<Recordset> rows = connection->OpenRecordset(u"select 1 as a", {});
+    CHECK(NumberOfError([&] { rows->Field(u"nothing"); }) == 3265);
+    rows->MoveNext();
+    CHECK(NumberOfError([&] { rows->MoveNext(); }) == 3021);
+    rows->Close();
     connection->Close();
   }
 
+  TEST_CASE("a command runs text, and calls a procedure with parameters that have a size") {
+    const auto connection = AdoConnection::New();
+    connection->Open(ConnectionString(), u"", u"", kOptionUnspecified);
+    const auto run = [&](const Text& text, std::int32_t type) {
+      const std::unique_ptr<Command> command = connection->NewCommand();
+      if (type == kCommandStoredProcedure) command->AppendParameter(u"a", kVarChar, 0, u"");
+      command->SetCommandText(text);
+      command->SetCommandType(type);
+      command->SetCommandTimeout(0);
+      return NumberOfError([&] { command->Execute(kOptionUnspecified); });
+    };
+    connection->ExecuteIgnoringErrors(u"drop table tempdb..commands", kOptionUnspecified);
+    CHECK(run(u"select 7 as a into tempdb..commands", kCommandText) == 0);
+    CHECK((HostRows(u"tempdb..commands") == std::vector<std::string>{"a: 7, "}));
+    CHECK(run(u"no_such_procedure", kCommandStoredProcedure) == kErrorSyntaxOrAccess);
+    connection->Execute(u"drop table tempdb..commands", kOptionUnspecified);
+
+    DispatchObject command = CreateByProgId(L"ADODB.Command");
+    DispatchObject parameters(ToObject(command.Call(L"Parameters")));
+    for (const std::int32_t type : {kVarChar, kLongVarChar}) {
+      const Variant parameter = command.Call(
+          L"CreateParameter", {Variant::OfText(u"a"), Variant::OfInteger(type),
+                               Variant::OfInteger(kParameterInput), Variant::OfInteger(0)});
+      CHECK(NumberOfError([&] { parameters.Call(L"Append", {parameter}); }) == 3708);
+    }
+  }
+
   TEST_CASE("a database that cannot be reached is the caller's error") {
-    FakeWorld world(false);
-    const ComPtr<IDispatch> report = NewSafetyStock(world, u"Port=1;Database=none");
+    FakeWorld world(RequestFor(*FindClass(u"clsInventroy")), FakeWorld::Ado::OfThePlatform);
+    const ComPtr<IDispatch> report =
+        world.NewReport(*FindClass(u"clsInventroy"), u"Port=1;Database=none");
     const Outcome outcome = Invoke(report.Get(), L"MoveDataDetail", DISPATCH_METHOD);
     REQUIRE(outcome.code == DISP_E_EXCEPTION);
     CHECK(outcome.exception.scode == E_FAIL);

@@ -1,7 +1,9 @@
 // Whatever the host or ADO raises reaches the caller of the member; nothing is left behind.
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "com/ado.h"
@@ -11,108 +13,204 @@
 #include "component.h"
 #include "dialogs.h"
 #include "fake_world.h"
+#include "requests.h"
 
 namespace ledgerwick::com::testing {
 namespace {
 
 constexpr WORD kMethod = DISPATCH_METHOD;
 
-// A host with filters of every kind, ready to use any report.
-void Furnish(FakeWorld& world) {
-  world.filters = {{u"def_queryType", Variant::OfText(u"高于安全库存量存货"), {}, u"", 0},
-                   {u"cWhCode", Variant::OfText(u"01"), {}, u"W.cWhCode = '01'", 0}};
-  world.condition = u"W.cWhCode = '01'";
-}
-
-ComPtr<IDispatch> NewReport(FakeWorld& world, const ClassInfo& info) {
-  ComPtr<IDispatch> report;
-  REQUIRE(Create(info, report) == S_OK);
-  const auto set = [&](const wchar_t* name, const ComPtr<IDispatch>& object) {
-    Invoke(report.Get(), name, DISPATCH_PROPERTYPUTREF, {Variant::OfObject(object.Get())});
-  };
-  set(L"ObjReportManager", world.NewManager());
-  set(L"mconn", world.NewConnection());
-  if (info.Has(Member::objLogin)) set(L"objLogin", world.NewLogin());
-  Invoke(report.Get(), L"ReportTitle", DISPATCH_PROPERTYPUT, {Variant::OfText(u"报表")});
-  return report;
-}
-
 // The report that is not settled beyond its members: it raises E_NOTIMPL.
 bool IsUnsettled(const ClassInfo& info) { return info.name == u"newClsReportDaoSaleProfit"; }
 
-Text TextOf(BSTR string) { return ToText(string); }
+constexpr HRESULT Language(unsigned number) { return static_cast<HRESULT>(0x800A0000 + number); }
 
-void CheckRaised(const Outcome& outcome, HRESULT code) {
-  REQUIRE(outcome.code == DISP_E_EXCEPTION);
-  CHECK(outcome.exception.scode == code);
+// What the component says itself when it is given what it cannot use.
+struct OwnError {
+  HRESULT code;
+  TextView description;
+};
+constexpr HRESULT kTypeMismatch = Language(13);
+constexpr HRESULT kNotSet = Language(91);
+constexpr HRESULT kInvalidNull = Language(94);
+constexpr HRESULT kNoObject = Language(424);
+constexpr HRESULT kNoMember = Language(438);
+constexpr OwnError kOwnErrors[] = {
+    {kTypeMismatch, u"Type mismatch"},
+    {kNotSet, u"Object variable or With block variable not set"},
+    {kInvalidNull, u"Invalid use of Null"},
+    {kNoObject, u"Object required"},
+    {kNoMember, u"Object doesn't support this property or method"},
+};
+
+// What comes of a call of the host or ADO that raises an error, gives null, or gives an array. The
+// first rule decides whose class, where it names one, and beginning of a call fit. A member that is
+// not there is passed over where an error is.
+struct Rule {
+  TextView class_name;
+  std::wstring_view call;
+  HRESULT on_error;
+  HRESULT on_null;
+  HRESULT on_wrong_type;
+};
+constexpr Rule kRules[] = {
+    // Passed over by contract: the drop, a journal's opening, the query for an account's parameter.
+    {u"", L"Execute drop ", S_OK, S_OK, S_OK},
+    {u"", L"Execute  IF EXISTS", S_OK, S_OK, S_OK},
+    {u"clsRepLsz", L"Open", S_OK, S_OK, S_OK},
+    {u"clsRepXCL", L"Put CursorLocation", S_OK, S_OK, S_OK},
+    {u"clsRepXCL", L"Open S", S_OK, S_OK, S_OK},
+    {u"clsRepXCL", L"RecordCount", S_OK, S_OK, S_OK},
+    {u"clsRepXCL", L"Fields", S_OK, S_OK, S_OK},
+    {u"clsRepXCL", L"Item c", S_OK, S_OK, S_OK},
+    {u"clsRepXCL", L"Value", S_OK, S_OK, S_OK},
+    // These do without filters.
+    {u"clsRepHwhz", L"ReportFilterByName", kRaised, S_OK, kNoObject},
+    {u"clsRepLsz", L"ReportFilterByName", kRaised, S_OK, kNoObject},
+    {u"clsRepSFC", L"ReportFilterByName", kRaised, S_OK, kNoObject},
+    // What is written, and methods without a result.
+    {u"", L"Put ", kRaised, S_OK, S_OK},
+    {u"", L"Open", kRaised, S_OK, S_OK},
+    {u"", L"Execute", kRaised, S_OK, S_OK},
+    {u"", L"Append", kRaised, S_OK, S_OK},
+    {u"", L"MoveNext", kRaised, S_OK, S_OK},
+    {u"", L"Close", kRaised, S_OK, S_OK},
+    // Objects.
+    {u"", L"ReportFilterByName", kRaised, kNotSet, kNoObject},
+    {u"", L"Filters", kRaised, kNotSet, kNoObject},
+    {u"", L"Item", kRaised, kNotSet, kNoObject},
+    {u"", L"CreateParameter", kRaised, kNotSet, kNoObject},
+    {u"", L"Parameters", kRaised, kNotSet, kNoObject},
+    {u"", L"Fields", kRaised, kNotSet, kNoObject},
+    // Numbers and truth values.
+    {u"", L"Count", kRaised, kInvalidNull, kTypeMismatch},
+    {u"", L"RecordCount", kRaised, kInvalidNull, kTypeMismatch},
+    {u"", L"EOF", kRaised, kInvalidNull, kTypeMismatch},
+    // Texts and values: null is an empty text.
+    {u"", L"", kRaised, S_OK, kTypeMismatch},
+};
+
+constexpr Mishap kMishaps[] = {Mishap::Error, Mishap::NoMember, Mishap::Null, Mishap::WrongType};
+
+HRESULT Expected(TextView class_name, const std::wstring& call, Mishap mishap) {
+  const Rule& rule = *std::find_if(std::begin(kRules), std::end(kRules), [&](const Rule& r) {
+    return (r.class_name.empty() || r.class_name == class_name) && call.starts_with(r.call);
+  });
+  if (mishap == Mishap::Null) return rule.on_null;
+  if (mishap == Mishap::WrongType) return rule.on_wrong_type;
+  return mishap == Mishap::NoMember && rule.on_error != S_OK ? kNoMember : rule.on_error;
+}
+
+// The error with which a call ended, where it did.
+using Caught = std::optional<DatabaseError>;
+
+Caught ErrorOf(Outcome outcome) {
+  if (outcome.code == S_OK) return std::nullopt;
+  CHECK(outcome.code == DISP_E_EXCEPTION);
   CHECK(outcome.exception.wCode == 0);
-  CHECK(TextOf(outcome.exception.bstrSource) == FromWide(kRaisedSource));
-  CHECK(TextOf(outcome.exception.bstrDescription) == FromWide(kRaisedText));
-  CHECK(TextOf(outcome.exception.bstrHelpFile) == FromWide(kRaisedHelp));
-  CHECK(outcome.exception.dwHelpContext == kRaisedContext);
+  return FromException(outcome.exception);
 }
 
-// Runs the report once and gives what its calls were.
-std::vector<std::wstring> SuccessfulCalls(const ClassInfo& info) {
-  FakeWorld world;
-  Furnish(world);
-  const ComPtr<IDispatch> report = NewReport(world, info);
-  if (Invoke(report.Get(), L"MoveDataDetail", kMethod).code != S_OK) return {};
-  return world.script.log;
+void CheckRaised(const Caught& error, HRESULT code) {
+  REQUIRE(error);
+  CHECK(ToResult(error->number) == code);
+  CHECK(ToUtf8(error->source) == ToUtf8(FromWide(kRaisedSource)));
+  CHECK(ToUtf8(error->description) == ToUtf8(FromWide(kRaisedText)));
+  CHECK(ToUtf8(error->help_file) == ToUtf8(FromWide(kRaisedHelp)));
+  CHECK(error->help_context == kRaisedContext);
 }
 
-TEST_SUITE("failures") {
-  TEST_CASE("an error at any call of the host or ADO reaches the caller unchanged") {
-    const ClassInfo& info = *FindClass(u"clsRepAQKCYJ");
-    const std::vector<std::wstring> calls = SuccessfulCalls(info);
-    REQUIRE(calls.size() > 10);
-    for (int at = 0; at < static_cast<int>(calls.size()); ++at) {
-      CAPTURE(at);
-      FakeWorld world;
-      Furnish(world);
-      ComPtr<IDispatch> report = NewReport(world, info);
-      world.script.mishap_at = at;
-      world.script.mishap = Mishap::Error;
-      const Outcome outcome = Invoke(report.Get(), L"MoveDataDetail", kMethod);
-      const bool is_drop = at == 1;  // behind the opening
-      if (is_drop) {
-        CHECK(calls[1] == L"Execute");
-        CHECK(outcome.code == S_OK);
-      } else {
-        CheckRaised(outcome, kRaised);
-        // What the platform's dispatch does is what a caller of the function table sees.
-        CHECK(Invoke(report.Get(), L"MoveDataDetail", kMethod).code == S_OK);
+void CheckOwnError(const Caught& error, HRESULT code) {
+  REQUIRE(error);
+  CHECK(ToResult(error->number) == code);
+  CHECK(ToUtf8(error->source) == "Ledgerwick");
+  for (const OwnError& own : kOwnErrors) {
+    if (own.code == code) CHECK(ToUtf8(error->description) == ToUtf8(own.description));
+  }
+  CHECK(error->help_file.empty());
+  CHECK(error->help_context == 0);
+}
+
+void CheckOutcome(const Caught& error, HRESULT wanted) {
+  if (wanted == S_OK) {
+    CHECK_MESSAGE(!error, (error ? error->what() : ""));
+  } else if (wanted == kRaised) {
+    CheckRaised(error, wanted);
+  } else {
+    CheckOwnError(error, wanted);
+  }
+}
+
+// Does something with a world; gives the error with which it ended.
+using Action = std::function<Caught(FakeWorld&)>;
+
+// Performs `action` once for each mishap at each of its calls, and once more behind it, when
+// nothing goes wrong.
+void CheckEveryMishap(const Request& request, const Action& action) {
+  const TextView class_name = request.report == nullptr ? TextView() : request.report->name;
+  CAPTURE(ToUtf8(class_name));
+  std::vector<std::wstring> calls;
+  {
+    FakeWorld world(request);
+    REQUIRE_FALSE(action(world));
+    calls = world.script.log;
+  }
+  CHECK(calls.size() > 3);
+  for (std::size_t at = 0; at < calls.size(); ++at) {
+    CAPTURE(ToUtf8(FromWide(calls[at].c_str())));
+    for (const Mishap mishap : kMishaps) {
+      CAPTURE(static_cast<int>(mishap));
+      {
+        FakeWorld world(request);
+        world.script.mishap_at = static_cast<int>(at);
+        world.script.mishap = mishap;
+        CheckOutcome(action(world), Expected(class_name, calls[at], mishap));
+        CHECK_FALSE(action(world));
       }
-      report.Reset();
       CHECK(FakeObject::live == 0);
       CHECK(MayUnload());
     }
   }
+}
 
-  TEST_CASE("no mishap at any call of any report leaves an object or the module behind") {
+// A procedure's call and the reading of a row, as the reports make them.
+Caught UseAdo(FakeWorld& world) {
+  try {
+    const auto connection = std::make_shared<AdoConnection>(world.NewConnection());
+    const std::unique_ptr<Command> command = connection->NewCommand();
+    command->SetCommandText(u"Sa_MoveSaleDetail");
+    command->SetCommandType(kCommandStoredProcedure);
+    command->SetCommandTimeout(0);
+    command->AppendParameter(u"chrdep", kLongVarChar, 0, u"");
+    command->Execute(kOptionUnspecified);
+    const std::unique_ptr<Recordset> rows = connection->OpenRecordset(u"select", {});
+    rows->SetFilter(u"a = 1");
+    const std::int32_t count = rows->RecordCount();
+    CHECK(count == 1);
+    for (; !rows->AtEnd(); rows->MoveNext()) rows->Field(u"a");
+    rows->Close();
+    return std::nullopt;
+  } catch (const DatabaseError& error) {
+    return error;
+  }
+}
+
+TEST_SUITE("failures") {
+  TEST_CASE("a mishap at any call of the host or ADO has its exact error and leaves nothing") {
     const DialogWatch watch;
-    for (const ClassInfo& info : Classes()) {
-      if (info.factory == nullptr) continue;
-      CAPTURE(ToUtf8(info.name));
-      const int calls = static_cast<int>(SuccessfulCalls(info).size());
-      if (!IsUnsettled(info)) CHECK(calls > 0);
-      for (const Mishap mishap : {Mishap::Error, Mishap::Null, Mishap::WrongType}) {
-        for (int at = 0; at < calls; ++at) {
-          CAPTURE(at);
-          FakeWorld world;
-          Furnish(world);
-          ComPtr<IDispatch> report = NewReport(world, info);
-          world.script.mishap_at = at;
-          world.script.mishap = mishap;
-          const HRESULT code = Invoke(report.Get(), L"MoveDataDetail", kMethod).code;
-          CHECK((code == S_OK || code == DISP_E_EXCEPTION));
-          CHECK(Invoke(report.Get(), L"MoveDataDetail", kMethod).code == S_OK);
-          report.Reset();
-          CHECK(FakeObject::live == 0);
-          CHECK(MayUnload());
-        }
-      }
+    for (const Request& request : Requests()) {
+      if (request.report->factory == nullptr || IsUnsettled(*request.report)) continue;
+      CheckEveryMishap(request, [&](FakeWorld& world) {
+        const ComPtr<IDispatch> report = world.NewReport(*request.report);
+        return ErrorOf(Invoke(report.Get(), L"MoveDataDetail", kMethod));
+      });
     }
+  }
+
+  TEST_CASE("a mishap at any call of a command or a recordset has its exact error") {
+    Request request;
+    request.recordsets = {{u"select", {{{u"a", Value(1)}}}}};
+    CheckEveryMishap(request, UseAdo);
   }
 
   TEST_CASE("an error keeps its number in whichever form it was raised") {
@@ -133,18 +231,18 @@ TEST_SUITE("failures") {
       CAPTURE(c.code);
       CAPTURE(c.scode);
       FakeWorld world;
-      const ComPtr<IDispatch> report = NewReport(world, *FindClass(u"clsInventroy"));
+      const ComPtr<IDispatch> report = world.NewReport(*FindClass(u"clsInventroy"));
       world.script.mishap_at = 0;
       world.script.mishap = Mishap::Error;
       world.script.raised = c.scode;
       world.script.raised_code = c.code;
-      CheckRaised(Invoke(report.Get(), L"MoveDataDetail", kMethod), c.wanted);
+      CheckRaised(ErrorOf(Invoke(report.Get(), L"MoveDataDetail", kMethod)), c.wanted);
     }
   }
 
   TEST_CASE("a caller of the function table gets the code and the description") {
     FakeWorld world;
-    const ComPtr<IDispatch> report = NewReport(world, *FindClass(u"clsInventroy"));
+    const ComPtr<IDispatch> report = world.NewReport(*FindClass(u"clsInventroy"));
     world.script.mishap_at = 0;
     world.script.mishap = Mishap::Error;
     using Move = HRESULT(STDMETHODCALLTYPE*)(IDispatch*, VARIANT_BOOL*);
@@ -172,7 +270,7 @@ TEST_SUITE("failures") {
     const Outcome no_manager = Invoke(report.Get(), L"MoveDataDetail", kMethod);
     REQUIRE(no_manager.code == DISP_E_EXCEPTION);
     CHECK(no_manager.exception.scode == static_cast<HRESULT>(0x800A005B));  // 91
-    CHECK(TextOf(no_manager.exception.bstrSource) == u"Ledgerwick");
+    CHECK(ToText(no_manager.exception.bstrSource) == u"Ledgerwick");
 
     Script script;
     HostLogin login(FakeObject::Make(script, {}));
@@ -201,9 +299,11 @@ TEST_SUITE("failures") {
       command->AppendParameter(u"chrtable", kVarChar, 17, u"Sa_TempSaleDetail");
       command->AppendParameter(u"chrdep", kLongVarChar, 0, u"");
       command->Execute(kOptionUnspecified);
-      const std::vector<std::wstring> wanted = {L"chrtable/200/17",
-                                                refuses ? L"chrdep/201/1" : L"chrdep/201/0"};
-      CHECK((world.parameters == wanted));
+      REQUIRE(world.parameters.size() == 2);
+      CHECK((world.parameters[0].name == u"chrtable" && world.parameters[0].type == kVarChar));
+      CHECK(world.parameters[0].size == 17);
+      CHECK((world.parameters[1].name == u"chrdep" && world.parameters[1].type == kLongVarChar));
+      CHECK(world.parameters[1].size == (refuses ? 1 : 0));
     }
     CHECK(FakeObject::live == 0);
   }

@@ -40,6 +40,14 @@ Variant Wrong(Mishap mishap) {
   return v;
 }
 
+// How the log notes a call: whether it writes, the member, and a first argument that is a text.
+std::wstring Describe(const std::wstring& name, const FakeCall& call) {
+  std::wstring text = (call.writes ? L"Put " : L"") + name;
+  if (call.arguments.empty() || V_VT(call.arguments.front().Get()) != VT_BSTR) return text;
+  const BSTR argument = V_BSTR(call.arguments.front().Get());
+  return text.append(L" ").append(argument, SysStringLen(argument));
+}
+
 FakeCall ReadCall(WORD flags, const DISPPARAMS& parameters) {
   FakeCall call;
   call.writes = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
@@ -92,11 +100,13 @@ HRESULT FakeObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DIS
 HRESULT FakeObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
                            VARIANT* result, EXCEPINFO* info, UINT*) {
   const auto& [name, handler] = members_[static_cast<std::size_t>(id - 1)];
-  script_.log.push_back(name);
+  const FakeCall call = ReadCall(flags, *parameters);
+  script_.log.push_back(Describe(name, call));
   const bool goes_wrong = script_.calls++ == script_.mishap_at;
   if (goes_wrong && script_.mishap == Mishap::Error) return Raise(script_, info);
+  if (goes_wrong && script_.mishap == Mishap::NoMember) return DISP_E_MEMBERNOTFOUND;
   try {
-    Variant given = handler(ReadCall(flags, *parameters));
+    Variant given = handler(call);
     if (goes_wrong && script_.mishap != Mishap::None) given = Wrong(script_.mishap);
     if (result != nullptr) *result = given.Detach();
     return S_OK;

@@ -20,7 +20,7 @@ struct FakeCall {
 using Handler = std::function<Variant(const FakeCall&)>;
 
 // What a scripted call does instead of its work.
-enum class Mishap { None, Error, Null, WrongType };
+enum class Mishap { None, Error, Null, WrongType, NoMember };
 
 // The error that a Mishap::Error raises.
 inline constexpr HRESULT kRaised = static_cast<HRESULT>(0x80040E14);
@@ -36,7 +36,7 @@ struct Script {
   Mishap mishap = Mishap::None;
   HRESULT raised = kRaised;
   WORD raised_code = 0;           // instead of `raised`, where not 0
-  std::vector<std::wstring> log;  // the members that were called
+  std::vector<std::wstring> log;  // the calls: "Name", "Put varValue 1", "Execute drop …"
 };
 
 // An object with dispatch interface alone. Counts how many of its kind live.

@@ -1,9 +1,13 @@
 #include "fake_world.h"
 
 #include <memory>
+#include <stdexcept>
 
+#include "com/ado.h"
 #include "com/variant_value.h"
+#include "component.h"
 #include "frame/error.h"
+#include "host/reference_host.h"
 
 namespace ledgerwick::com::testing {
 
@@ -35,8 +39,12 @@ class FakeWorld::Factory final : public IClassFactory {
   std::function<ComPtr<IDispatch>()> make_;
 };
 
-FakeWorld::FakeWorld(bool replaces_ado) {
-  if (!replaces_ado) return;
+FakeWorld::FakeWorld(const Request& request, Ado ado) : request_(request), ado_(ado) {
+  for (const FilterItem& item : request.filters.value_or(std::vector<FilterItem>())) {
+    filters.push_back({item.Name, ToVariant(item.varValue), ToVariant(item.varValue2),
+                       ReferenceFilter(item).strSqlString()});
+  }
+  if (ado == Ado::OfThePlatform) return;
   Replace(L"ADODB.Connection", [this] { return NewConnection(); });
   Replace(L"ADODB.Command", [this] { return NewCommand(); });
   Replace(L"ADODB.Recordset", [this] { return NewRecordset(); });
@@ -56,26 +64,71 @@ void FakeWorld::Replace(const wchar_t* prog_id, std::function<ComPtr<IDispatch>(
   registrations_.push_back(registration);
 }
 
+ComPtr<IDispatch> FakeWorld::NewReport(const ClassInfo& info, const Text& connection) {
+  ComPtr<IDispatch> object;
+  if (FAILED(Create(info, object))) throw std::runtime_error("no " + ToUtf8(info.name));
+  DispatchObject report(object);
+  report.PutReference(L"ObjReportManager", NewManager().Get());
+  report.PutReference(L"mconn", ado_ == Ado::OfThePlatform ? AdoConnection::New()->Object().Get()
+                                                           : NewConnection().Get());
+  if (info.Has(Member::objLogin)) report.PutReference(L"objLogin", NewLogin().Get());
+  report.Put(L"ReportTitle", Variant::OfText(request_.ReportTitle));
+  report.Put(L"mConnectionString", Variant::OfText(connection));
+  return object;
+}
+
 ComPtr<IDispatch> FakeWorld::NewManager() {
-  return FakeObject::Make(script, {{L"ReportFilterByName", [this](const FakeCall&) {
-                                      return Variant::OfObject(NewFilterSet().Get());
+  return FakeObject::Make(script, {{L"ReportFilterByName", [this](const FakeCall& call) {
+                                      const bool ours =
+                                          request_.filters &&
+                                          ToText(call.arguments.at(0)) == request_.ReportTitle;
+                                      return ours ? Variant::OfObject(NewFilterSet().Get())
+                                                  : Variant::OfObject(nullptr);
                                     }}});
 }
 
 ComPtr<IDispatch> FakeWorld::NewLogin() {
-  return FakeObject::Make(
-      script, {{L"CurDate", [](const FakeCall&) { return Variant::OfText(u"2002-03-31"); }},
-               {L"cAcc_Id", [](const FakeCall&) { return Variant::OfText(u"001"); }}});
+  std::map<std::wstring, Handler> members;
+  const auto add = [&](const wchar_t* name, const std::optional<Value>& value) {
+    if (value) members[name] = [value](const FakeCall&) { return ToVariant(*value); };
+  };
+  const LoginMembers login = request_.login.value_or(LoginMembers());
+  add(L"CurDate", login.CurDate);
+  add(L"cAcc_Id", login.cAcc_Id);
+  return FakeObject::Make(script, members);
+}
+
+// The conditions of the items that `takes` lets through, as hosts word them.
+Variant FakeWorld::Condition(const std::function<bool(const FakeFilter&)>& takes) const {
+  Text joined;
+  for (const FakeFilter& filter : filters) {
+    if (!takes(filter) || Trim(filter.sql).empty()) continue;
+    joined += (joined.empty() ? u"" : u" And ") + filter.sql;
+  }
+  return Variant::OfText(joined);
 }
 
 ComPtr<IDispatch> FakeWorld::NewFilterSet() {
-  const Handler text = [this](const FakeCall&) { return Variant::OfText(condition); };
+  const auto holds_anything = [](const FakeFilter& filter) {
+    return !ToText(filter.value).empty() || !ToText(filter.value2).empty();
+  };
+  const Handler by_name = [this](const FakeCall& call) {
+    for (const FakeFilter& filter : filters) {
+      if (!EqualText(Trim(filter.name), Trim(ToText(call.arguments.at(0))))) continue;
+      return ToInteger(call.arguments.at(1)) == 2 ? filter.value2 : filter.value;
+    }
+    return Variant();
+  };
   return FakeObject::Make(
       script,
       {{L"Filters", [this](const FakeCall&) { return Variant::OfObject(NewItems().Get()); }},
-       {L"ConditionText", text},
-       {L"GroupConditionText", text},
-       {L"ValueByName", [](const FakeCall&) { return Variant(); }}});
+       {L"ConditionText", [=, this](const FakeCall&) { return Condition(holds_anything); }},
+       {L"GroupConditionText",
+        [this](const FakeCall& call) {
+          const int group = ToInteger(call.arguments.at(0));
+          return Condition([group](const FakeFilter& filter) { return filter.group == group; });
+        }},
+       {L"ValueByName", by_name}});
 }
 
 ComPtr<IDispatch> FakeWorld::NewItems() {
@@ -124,44 +177,64 @@ ComPtr<IDispatch> FakeWorld::NewConnection() {
 
 ComPtr<IDispatch> FakeWorld::NewRecordset() {
   const Handler nothing = [](const FakeCall&) { return Variant(); };
-  return FakeObject::Make(script,
-                          {{L"CursorLocation", nothing},
-                           {L"Open", nothing},
-                           {L"Filter", nothing},
-                           {L"Close", nothing},
-                           {L"RecordCount", [](const FakeCall&) { return Variant::OfInteger(0); }},
-                           {L"EOF", [](const FakeCall&) { return ToVariant(true); }}});
+  const auto rows = std::make_shared<std::vector<CannedRow>>();
+  const Handler open = [this, rows](const FakeCall& call) {
+    for (const CannedRecordset& canned : request_.recordsets) {
+      if (ToText(call.arguments.at(0)).find(canned.match) == Text::npos) continue;
+      rows->assign(canned.rows.rbegin(), canned.rows.rend());  // the current row is the last
+      break;
+    }
+    return Variant();
+  };
+  const Handler item = [this, rows](const FakeCall& call) {
+    for (const auto& [name, value] : rows->back()) {
+      if (name != ToText(call.arguments.at(0))) continue;
+      const Handler read = [value = value](const FakeCall&) { return ToVariant(value); };
+      return Variant::OfObject(FakeObject::Make(script, {{L"Value", read}}).Get());
+    }
+    throw DatabaseError(3265, u"ADODB.Fields", u"Item cannot be found in the collection.");
+  };
+  return FakeObject::Make(
+      script,
+      {{L"CursorLocation", nothing},
+       {L"Open", open},
+       {L"Filter", nothing},
+       {L"Close", nothing},
+       {L"RecordCount", [rows](const FakeCall&) { return ToVariant(std::int64_t(rows->size())); }},
+       {L"EOF", [rows](const FakeCall&) { return ToVariant(rows->empty()); }},
+       {L"MoveNext",
+        [rows](const FakeCall&) {
+          rows->pop_back();
+          return Variant();
+        }},
+       {L"Fields", [this, item](const FakeCall&) {
+          return Variant::OfObject(FakeObject::Make(script, {{L"Item", item}}).Get());
+        }}});
 }
 
 ComPtr<IDispatch> FakeWorld::NewParameter(const FakeCall& call) {
-  const std::u16string name = ToText(call.arguments.at(0));
-  const int type = ToInteger(call.arguments.at(1));
-  auto size = std::make_shared<int>(ToInteger(call.arguments.at(3)));
-  const std::wstring prefix =
-      std::wstring(name.begin(), name.end()) + L"/" + std::to_wstring(type) + L"/";
-  return FakeObject::Make(script, {{L"Size",
-                                    [size](const FakeCall& c) {
-                                      if (c.writes) *size = ToInteger(c.arguments.at(0));
-                                      return Variant::OfInteger(*size);
-                                    }},
-                                   {L"Label", [=](const FakeCall&) {
-                                      const std::wstring text = prefix + std::to_wstring(*size);
-                                      return Variant::OfText(FromWide(text.c_str()));
-                                    }}});
+  const auto self = std::make_shared<IDispatch*>();
+  const Handler size = [this, self](const FakeCall& c) {
+    if (c.writes) created_[*self].size = ToInteger(c.arguments.at(0));
+    return Variant::OfInteger(created_[*self].size);
+  };
+  ComPtr<IDispatch> parameter = FakeObject::Make(script, {{L"Size", size}});
+  *self = parameter.Get();
+  created_[*self] = {ToText(call.arguments.at(0)), ToInteger(call.arguments.at(1)),
+                     ToInteger(call.arguments.at(3))};
+  return parameter;
 }
 
 ComPtr<IDispatch> FakeWorld::NewCommand() {
   const Handler nothing = [](const FakeCall&) { return Variant(); };
   const Handler append = [this](const FakeCall& call) {
-    DISPPARAMS none = {};
-    Variant label;
-    V_DISPATCH(call.arguments.at(0).Get())
-        ->Invoke(1, GUID{}, 0, DISPATCH_METHOD, &none, label.Get(), nullptr, nullptr);
-    const std::u16string text = ToText(label);
-    if (refuses_size_zero && text.ends_with(u"/0")) {
+    const ComPtr<IDispatch> object = ToObject(call.arguments.at(0));
+    if (!object) throw ObjectNotSet();
+    const FakeParameter& parameter = created_[object.Get()];
+    if (refuses_size_zero && parameter.size == 0) {
       throw DatabaseError(3708, u"ADODB.Parameters", u"Parameter object is improperly defined.");
     }
-    parameters.emplace_back(text.begin(), text.end());
+    parameters.push_back(parameter);
     return Variant();
   };
   return FakeObject::Make(

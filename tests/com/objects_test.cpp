@@ -147,6 +147,32 @@ TEST_SUITE("objects") {
     CHECK(MayUnload());
   }
 
+  TEST_CASE("the module has no class object but for its classes") {
+    const ClassInfo& info = *FindClass(u"clsRepAQKCYJ");
+    ComPtr<IDispatch> loads_module;
+    REQUIRE(Create(info, loads_module) == S_OK);
+    using Get = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
+    const auto get = reinterpret_cast<Get>(reinterpret_cast<void*>(
+        GetProcAddress(GetModuleHandleW(L"Ledgerwick.dll"), "DllGetClassObject")));
+    const Identifiers ids = IdentifiersOf(info);
+    const struct {
+      GUID class_id;
+      IID iid;
+      HRESULT code;
+    } cases[] = {{ids.class_id, IID_IClassFactory, S_OK},
+                 {ids.class_id, IID_IUnknown, S_OK},
+                 {ids.class_id, IID_IDispatch, E_NOINTERFACE},
+                 {ids.interface_id, IID_IClassFactory, CLASS_E_CLASSNOTAVAILABLE},
+                 {IID_IPersist, IID_IClassFactory, CLASS_E_CLASSNOTAVAILABLE}};
+    for (const auto& c : cases) {
+      CAPTURE(c.code);
+      ComPtr<IUnknown> object;
+      CHECK(get(c.class_id, c.iid, reinterpret_cast<void**>(object.Receive())) == c.code);
+      CHECK(bool(object) == (c.code == S_OK));
+    }
+    CHECK(get(ids.class_id, IID_IUnknown, nullptr) == E_POINTER);
+  }
+
   TEST_CASE("wrong calls give the platform's codes") {
     ComPtr<IDispatch> object;
     REQUIRE(Create(*FindClass(u"clsRepAQKCYJ"), object) == S_OK);

@@ -6,6 +6,7 @@
 
 #include "component.h"
 #include "fake_world.h"
+#include "requests.h"
 
 namespace ledgerwick::com::testing {
 namespace {
@@ -44,13 +45,9 @@ TEST_SUITE("soak") {
   }
 
   TEST_CASE("ten thousand runs leave no memory behind") {
-    FakeWorld world;
-    world.filters = {{u"def_queryType", Variant::OfText(u"高于安全库存量存货"), {}, u"", 0}};
-    world.condition = u"W.cWhCode = '01'";
-    ComPtr<IDispatch> report;
-    REQUIRE(Create(*FindClass(u"clsRepAQKCYJ"), report) == S_OK);
-    Invoke(report.Get(), L"ObjReportManager", DISPATCH_PROPERTYPUTREF,
-           {Variant::OfObject(world.NewManager().Get())});
+    const ClassInfo& info = *FindClass(u"clsRepAQKCYJ");
+    FakeWorld world(RequestFor(info));
+    const ComPtr<IDispatch> report = world.NewReport(info);
     const auto run = [&](int count) {
       int succeeded = 0;
       for (int i = 0; i < count; ++i) {

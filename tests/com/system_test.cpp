@@ -4,6 +4,8 @@
 #include "com/windows_system.h"
 #include "component.h"
 #include "dialogs.h"
+#include "fake_world.h"
+#include "import_hook.h"
 
 namespace ledgerwick::com::testing {
 namespace {
@@ -43,6 +45,55 @@ TEST_SUITE("system") {
       CHECK(watch.shown().has_icon);
       CHECK_FALSE(watch.shown().has_owner);
       CHECK(watch.shown().buttons == 1);
+    }
+  }
+
+  TEST_CASE("a beep is the platform's simple one") {
+    const NoticeWatch watch(GetModuleHandleW(nullptr));
+    WindowsSystem().Beep();
+    REQUIRE(watch.notices().size() == 1);
+    CHECK(watch.notices()[0].beeps);
+    CHECK(watch.notices()[0].type == MB_OK);
+  }
+
+  TEST_CASE("a report that cannot go on says so, with a beep only for a condition too long") {
+    const Text too_long(601, u'x');
+    const struct {
+      TextView class_name;
+      FilterItem filter;
+      bool beeps;
+      TextView text;
+      TextView title;
+    } cases[] = {
+        {u"clsRepSFC", {u"iAssUnitGrade", {}, u"9", {}, {}}, false, u"没有该级次收发类型", u"提示"},
+        {u"newclsReportDataSaleTotal",
+         {u"cCusCode", {}, u"1", {}, too_long},
+         true,
+         u"查询条件超过上限，系统不能处理...\r\n错误位于模块：newclsReportDataSaleTotal."
+         u"MoveSaleDetail()",
+         u"test_com"},
+    };
+    for (const auto& c : cases) {
+      const ClassInfo& info = *FindClass(c.class_name);
+      if (info.factory == nullptr) continue;
+      CAPTURE(ToUtf8(c.class_name));
+      Request request;
+      request.filters = {c.filter};
+      FakeWorld world(request);
+      const ComPtr<IDispatch> report = world.NewReport(info);
+      const NoticeWatch watch(GetModuleHandleW(L"Ledgerwick.dll"));
+      const Outcome outcome = Invoke(report.Get(), L"MoveDataDetail", DISPATCH_METHOD);
+      CHECK(outcome.code == S_OK);
+      CHECK(V_BOOL(outcome.result.Get()) == VARIANT_FALSE);
+      REQUIRE(watch.notices().size() == (c.beeps ? 2 : 1));
+      CHECK(watch.notices().front().beeps == c.beeps);
+      if (c.beeps) CHECK(watch.notices().front().type == MB_OK);
+      const Notice& box = watch.notices().back();
+      CHECK_FALSE(box.beeps);
+      CHECK(box.type == 64);
+      CHECK(box.owner == nullptr);
+      CHECK(ToUtf8(box.text) == ToUtf8(c.text));
+      CHECK(ToUtf8(box.title) == ToUtf8(c.title));
     }
   }
 }

@@ -96,10 +96,7 @@ TEST_SUITE("values") {
       CAPTURE(V_VT(value.Get()));
       FakeWorld world;
       world.filters = {{u"def_queryType", value, {}, u"", 0}};
-      ComPtr<IDispatch> report;
-      REQUIRE(Create(*FindClass(u"clsRepAQKCYJ"), report) == S_OK);
-      Invoke(report.Get(), L"ObjReportManager", DISPATCH_PROPERTYPUTREF,
-             {Variant::OfObject(world.NewManager().Get())});
+      const ComPtr<IDispatch> report = world.NewReport(*FindClass(u"clsRepAQKCYJ"));
       CHECK(Invoke(report.Get(), L"MoveDataDetail", DISPATCH_METHOD).code == S_OK);
       CHECK(V_VT(world.last_value.Get()) == V_VT(value.Get()));
     }

@@ -9,14 +9,12 @@
 #include "../fake_object.h"
 #include "com/dispatch_object.h"
 #include "com/variant_value.h"
+#include "frame/database.h"
 #include "frame/error.h"
 #include "wire.h"
 
 namespace ledgerwick::com::testing {
 namespace {
-
-constexpr int kAdoVarChar = 200;
-constexpr int kAdoLongVarChar = 201;
 
 DatabaseError AdoError(std::int32_t number, TextView object, TextView text) {
   DatabaseError error(number, u"ADODB." + Text(object), Text(text));
@@ -153,10 +151,13 @@ struct Parameter {
 
 ComPtr<IDispatch> NewParameter(const FakeCall& call) {
   Parameter parameter;
-  *parameter.name = call.arguments.at(0);
-  *parameter.type = call.arguments.at(1);
-  *parameter.size = call.arguments.at(3);
-  *parameter.value = call.arguments.at(4);
+  const auto argument = [&](std::size_t i) {
+    return i < call.arguments.size() ? call.arguments[i] : Variant();
+  };
+  *parameter.name = argument(0);
+  *parameter.type = argument(1);
+  *parameter.size = argument(3);
+  *parameter.value = argument(4);
   return FakeObject::Make(NoMishaps(), {{L"Name", Property(parameter.name)},
                                         {L"Type", Property(parameter.type)},
                                         {L"Size", Property(parameter.size)},
@@ -175,20 +176,26 @@ struct CommandState {
   std::shared_ptr<Variant> type = std::make_shared<Variant>();
   std::shared_ptr<Variant> timeout = std::make_shared<Variant>();
   Text arguments;
+
+  // What the server is asked to run. ADO hands parameters over in their order, not by their names.
+  Text Batch() const {
+    const bool is_procedure = ToInteger(*type) == kCommandStoredProcedure;
+    return is_procedure ? u"EXEC " + ToText(*text) + arguments : ToText(*text);
+  }
 };
 
 void Append(CommandState& state, const FakeCall& call) {
   DispatchObject parameter(ToObject(call.arguments.at(0)));
   const std::int32_t type = ToInteger(parameter.Call(L"Type"));
-  const bool is_text = type == kAdoVarChar || type == kAdoLongVarChar;
+  const bool is_text = type == kVarChar || type == kLongVarChar;
   if (is_text && ToInteger(parameter.Call(L"Size")) == 0) {
     throw AdoError(
         3708, u"Parameters",
         u"Parameter object is improperly defined. Inconsistent or incomplete information "
         u"was provided.");
   }
-  state.arguments += (state.arguments.empty() ? u" @" : u", @") + ToText(parameter.Call(L"Name")) +
-                     u" = " + Quoted(ToText(parameter.Call(L"Value")));
+  state.arguments +=
+      (state.arguments.empty() ? u" " : u", ") + Quoted(ToText(parameter.Call(L"Value")));
 }
 
 ComPtr<IDispatch> NewCommand() {
@@ -206,8 +213,7 @@ ComPtr<IDispatch> NewCommand() {
     if (connection.Get() == nullptr) {
       throw AdoError(3709, u"Command", u"The connection cannot be used to perform this operation.");
     }
-    const Text batch = u"EXEC " + ToText(*state->text) + state->arguments;
-    return connection.Call(L"Execute", {Variant::OfText(batch)});
+    return connection.Call(L"Execute", {Variant::OfText(state->Batch())});
   };
   return FakeObject::Make(
       NoMishaps(),
@@ -239,15 +245,23 @@ struct Rows {
     Filter({});
   }
 
+  static DatabaseError NoSuchField() {
+    return AdoError(3265, u"Fields",
+                    u"Item cannot be found in the collection corresponding to the requested name "
+                    u"or ordinal.");
+  }
+
+  Text NameAt(std::int32_t position) const {
+    const auto index = static_cast<std::size_t>(position);
+    if (index >= names.size()) throw NoSuchField();
+    return FromUtf8(names[index]);
+  }
+
   std::size_t Column(const Text& name) const {
     const auto found = std::find_if(names.begin(), names.end(), [&](const std::string& n) {
       return EqualText(FromUtf8(n), name);
     });
-    if (found == names.end()) {
-      throw AdoError(3265, u"Fields",
-                     u"Item cannot be found in the collection corresponding to the requested name "
-                     u"or ordinal.");
-    }
+    if (found == names.end()) throw NoSuchField();
     return static_cast<std::size_t>(found - names.begin());
   }
 
@@ -256,6 +270,8 @@ struct Rows {
     switch (field.front()) {
       case 'n':
         return Null{};
+      case 'b':
+        return text == "1";
       case 'i':
         return std::int64_t{std::atoll(text.c_str())};
       case 'd':
@@ -300,16 +316,22 @@ struct Rows {
 };
 
 ComPtr<IDispatch> NewFields(const std::shared_ptr<Rows>& rows) {
+  const Handler count = [rows](const FakeCall&) {
+    return Variant::OfInteger(static_cast<std::int32_t>(rows->names.size()));
+  };
   const Handler item = [rows](const FakeCall& call) {
-    const Text name = ToText(call.arguments.at(0));
+    const bool by_position = V_VT(call.arguments.at(0).Get()) == VT_I4;
+    const Text name =
+        by_position ? rows->NameAt(ToInteger(call.arguments[0])) : ToText(call.arguments[0]);
     rows->Column(name);
     return Variant::OfObject(
         FakeObject::Make(
             NoMishaps(),
-            {{L"Value", [=](const FakeCall&) { return ToVariant(rows->Field(name)); }}})
+            {{L"Name", [=](const FakeCall&) { return Variant::OfText(name); }},
+             {L"Value", [=](const FakeCall&) { return ToVariant(rows->Field(name)); }}})
             .Get());
   };
-  return FakeObject::Make(NoMishaps(), {{L"Item", item}});
+  return FakeObject::Make(NoMishaps(), {{L"Count", count}, {L"Item", item}});
 }
 
 ComPtr<IDispatch> NewRecordset() {

@@ -9,6 +9,7 @@
 #include <iostream>
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include "frame/error.h"
 #include "frame/result_sink.h"
@@ -18,27 +19,34 @@
 namespace ledgerwick::com::testing {
 namespace {
 
+std::string Digits(double number) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.17g", number);
+  return text;
+}
+
 // A value with a letter for its kind.
-std::string Encode(const Value& value) {
+std::string Encode(const Value& value, ColumnKind kind) {
   if (value.IsNull() || value.IsEmpty()) return "n";
-  if (const auto* date = value.If<Date>()) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%.17g", date->serial);
-    return std::string("t") + text;
-  }
-  const char kind = value.If<std::int64_t>() ? 'i' : value.If<double>() ? 'd' : 's';
-  return kind + ToUtf8(value.ToText());
+  if (const auto* date = value.If<Date>()) return 't' + Digits(date->serial);
+  if (const auto* number = value.If<double>()) return 'd' + Digits(*number);
+  const char letter = kind == ColumnKind::Boolean ? 'b' : value.If<std::int64_t>() ? 'i' : 's';
+  return letter + ToUtf8(value.ToText());
 }
 
 // The first result: a row of names, then the rows.
 class EncodingSink final : public ResultSink {
  public:
   void Columns(std::span<const ResultColumn> columns) override {
-    for (const ResultColumn& column : columns) Add(ToUtf8(column.name));
+    kinds_.clear();
+    for (const ResultColumn& column : columns) {
+      kinds_.push_back(column.kind);
+      Add(ToUtf8(column.name));
+    }
     EndRow();
   }
   void Row(std::span<const Value> values) override {
-    for (const Value& value : values) Add(Encode(value));
+    for (std::size_t i = 0; i < values.size(); ++i) Add(Encode(values[i], kinds_[i]));
     EndRow();
   }
   void EndRows(std::int64_t) override { complete_ = true; }
@@ -55,6 +63,7 @@ class EncodingSink final : public ResultSink {
     if (!complete_) text += kRowEnd;
   }
 
+  std::vector<ColumnKind> kinds_;
   bool complete_ = false;
 };
 
