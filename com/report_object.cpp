@@ -38,13 +38,29 @@ HRESULT STDMETHODCALLTYPE FaceGetIDsOfNames(Face* face, REFIID iid, LPOLESTR* na
   return ReportObject::Of(face).interface_type()->GetIDsOfNames(names, count, ids);
 }
 
-// The arguments of `parameters` without references to variants, as which scripts pass their
-// variables. The members leave their arguments as they are, so the contents serve. The caller stays
-// the owner.
-std::vector<VARIANT> WithoutVariantReferences(const DISPPARAMS& parameters) {
-  std::vector<VARIANT> arguments(parameters.rgvarg, parameters.rgvarg + parameters.cArgs);
-  for (VARIANT& argument : arguments) {
-    if (V_VT(&argument) == (VT_VARIANT | VT_BYREF)) argument = *V_VARIANTREF(&argument);
+// `argument`, or the variant that it refers to: scripts pass their variables so.
+VARIANT& Resolve(VARIANT& argument) {
+  return V_VT(&argument) == (VT_VARIANT | VT_BYREF) ? *V_VARIANTREF(&argument) : argument;
+}
+
+// The arguments of a call as the type library's dispatch is to have them. Methods take texts and
+// objects by reference and leave them as they are, so they get references to the caller's own: of
+// what comes by value the dispatch would make copies, and Wine's frees the original with them. The
+// caller stays the owner.
+std::vector<VARIANT> ArgumentsOf(const DISPPARAMS& parameters, WORD flags) {
+  std::vector<VARIANT> arguments;
+  for (UINT i = 0; i < parameters.cArgs; ++i) {
+    VARIANT& held = Resolve(parameters.rgvarg[i]);
+    VARIANT argument = held;
+    const bool by_reference = (flags & DISPATCH_METHOD) != 0;
+    if (by_reference && V_VT(&held) == VT_BSTR) {
+      V_VT(&argument) = VT_BSTR | VT_BYREF;
+      V_BSTRREF(&argument) = &V_BSTR(&held);
+    } else if (by_reference && V_VT(&held) == VT_DISPATCH) {
+      V_VT(&argument) = VT_DISPATCH | VT_BYREF;
+      V_DISPATCHREF(&argument) = &V_DISPATCH(&held);
+    }
+    arguments.push_back(argument);
   }
   return arguments;
 }
@@ -55,7 +71,7 @@ HRESULT STDMETHODCALLTYPE FaceInvoke(Face* face, DISPID id, REFIID iid, LCID, WO
   if (iid != GUID{}) return DISP_E_UNKNOWNINTERFACE;
   if (parameters == nullptr) return E_INVALIDARG;
   return Guarded(face, [&](ReportObject& object) {
-    std::vector<VARIANT> arguments = WithoutVariantReferences(*parameters);
+    std::vector<VARIANT> arguments = ArgumentsOf(*parameters, flags);
     DISPPARAMS resolved = *parameters;
     resolved.rgvarg = arguments.data();
     return object.interface_type()->Invoke(face, id, flags, &resolved, result, exception,

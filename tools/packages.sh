@@ -29,3 +29,26 @@ BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libcli11-dev nlohmann-json3
 TEST_PACKAGES=(doctest-dev clang-format git)
 # What the COM server is cross-built and tested with.
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64 g++-mingw-w64-i686 mingw-w64-tools wine wine64 locales)
+
+# wine32_modules FOLDER: prints where Wine's modules for 32-bit programs are, which lets 64-bit Wine
+# run them. Fetches them into FOLDER where they are missing, with package lists of its own, so that
+# the system keeps its packages and its architectures. Fails where they cannot be had.
+wine32_modules() {
+  local folder=$1 modules=usr/lib/i386-linux-gnu/wine version
+  version=$(dpkg-query -W -f '${Version}' libwine 2>/dev/null) || return 1
+  [ -d "/$modules" ] && { echo "/$modules"; return; }
+  [ -f "$folder/$version" ] && { echo "$folder/$modules"; return; }
+  rm -rf "$folder" && mkdir -p "$folder/lists/partial" "$folder/cache/archives/partial" || return 1
+  (
+    cd "$folder" || exit 1
+    apt=(apt-get -qq -o APT::Architectures::=i386 -o "Dir::State::Lists=$PWD/lists"
+         -o "Dir::Cache=$PWD/cache" -o APT::Sandbox::User=root)
+    # A source without this architecture is no reason to stop.
+    timeout 300 "${apt[@]}" update
+    timeout 300 "${apt[@]}" download "libwine:i386=$version" || exit 1
+    dpkg-deb --fsys-tarfile libwine_*.deb | tar -x "./$modules" || exit 1
+    rm -rf lists cache libwine_*.deb
+    touch "$version"
+  ) >/dev/null 2>&1 || return 1
+  echo "$folder/$modules"
+}

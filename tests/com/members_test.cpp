@@ -46,6 +46,33 @@ TEST_SUITE("members") {
     }
   }
 
+  TEST_CASE("arguments stay their caller's") {
+    ComPtr<IDispatch> object;
+    REQUIRE(Create(*FindClass(u"clsRepXCL"), object) == S_OK);
+    constexpr TextView kTexts[] = {u"cccc", u"bbbb", u"aaaa"};
+    for (const bool by_reference : {false, true}) {
+      CAPTURE(by_reference);
+      Variant owned[] = {Variant::OfText(kTexts[0]), Variant::OfText(kTexts[1]),
+                         Variant::OfText(kTexts[2])};
+      std::vector<Variant> arguments;
+      std::vector<VARIANT> raw;
+      for (Variant& variant : owned) {
+        if (by_reference) arguments.push_back(Variant::ByReference(variant.Get()));
+        raw.push_back(by_reference ? *arguments.back().Get() : *variant.Get());
+      }
+      DISPPARAMS parameters = {raw.data(), nullptr, 3, 0};
+      Variant result;
+      CHECK(object->Invoke(NumberOf(object.Get(), L"GetDigConditionString"), GUID{}, 0,
+                           DISPATCH_METHOD, &parameters, result.Get(), nullptr, nullptr) == S_OK);
+      CHECK(ToUtf8(ToText(result)) == "aaaa>=bbbb AND aaaa<=cccc");
+      // Strings that were freed would be these.
+      const Variant later[] = {Variant::OfText(u"xxxx"), Variant::OfText(u"yyyy"),
+                               Variant::OfText(u"zzzz")};
+      for (int i = 0; i < 3; ++i) CHECK(ToUtf8(ToText(owned[i])) == ToUtf8(kTexts[i]));
+      CHECK(ToText(later[0]) == u"xxxx");
+    }
+  }
+
   TEST_CASE("every method with arguments can be called, and counts them") {
     for (const ClassInfo& info : Classes()) {
       if (info.factory == nullptr) continue;
