@@ -188,6 +188,7 @@ struct Query {
   std::span<Type> types;           // of the result's columns
   std::span<TextView> names;       // of the result's columns; empty where there is none
   std::span<Expr*> outer_columns;  // the columns of enclosing queries that the query reads
+  std::int32_t next_source = 0;    // of a statement's query: the number of the next source
 };
 
 struct ColumnDefinition {

@@ -88,6 +88,7 @@ const Table& Binder::RequireTable(const ObjectName& name) {
 
 void Binder::BindQuery(Query& query) {
   BindQueryIn(query, nullptr, false);
+  query.next_source = next_source_;
   CheckInto(query);
 }
 

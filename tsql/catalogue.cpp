@@ -183,6 +183,18 @@ const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView sche
   return found == cache.procedures.end() ? nullptr : &found->second;
 }
 
+std::int64_t Catalogue::RowEstimate(const Table& table) {
+  if (table.kind != TableKind::Table) return 0;
+  Cache& cache = caches_[static_cast<std::size_t>(table.database)];
+  const auto [estimate, added] = cache.row_estimates.try_emplace(&table, 0);
+  if (!added) return estimate->second;
+  const SqliteStatement query = Prepare("SELECT max(_rowid_) FROM " + table.sql);
+  if (sqlite3_step(query.get()) == SQLITE_ROW) {
+    estimate->second = sqlite3_column_int64(query.get(), 0);
+  }
+  return estimate->second;
+}
+
 std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::string& name) {
   auto table = std::make_unique<Table>();
   table->database = database;

@@ -90,6 +90,10 @@ class Catalogue {
   // The procedure of that name, or nullptr. `schema` is as written: empty or dbo.
   const ProcedureText* FindProcedure(DatabaseId database, TextView schema, TextView name);
 
+  // About how many rows `table` has, as of when it was asked for first: its highest row number,
+  // which the storage knows without counting.
+  std::int64_t RowEstimate(const Table& table);
+
  private:
   struct Cache {
     std::int64_t version = -1;
@@ -98,6 +102,7 @@ class Catalogue {
     TextMap<std::unique_ptr<Table>> tables;
     bool procedures_loaded = false;
     TextMap<ProcedureText> procedures;  // keyed by the folded name
+    std::unordered_map<const Table*, std::int64_t> row_estimates;
   };
 
   std::int64_t SchemaVersion(DatabaseId database);

@@ -3,16 +3,18 @@
 #include "tsql/binder.h"
 #include "tsql/emitter.h"
 #include "tsql/parser.h"
+#include "tsql/plan.h"
 
 namespace ledgerwick::tsql {
 
-std::vector<std::string> CompileQueries(TextView batch, Catalogue& catalogue) {
+std::vector<std::string> CompileQueries(TextView batch, Catalogue& catalogue, Planning planning) {
   Arena arena;
   std::vector<std::string> queries;
   for (Statement* statement : ParseBatch(batch, arena).statements) {
     if (statement->kind != StatementKind::Select) continue;
     catalogue.Refresh();
     Binder(batch, arena, catalogue).BindQuery(*statement->query);
+    PlanQuery(*statement->query, arena, catalogue, planning);
     Emitter emitter;
     emitter.EmitQuery(*statement->query);
     queries.push_back(emitter.Take());

@@ -6,11 +6,14 @@
 
 #include "frame/text.h"
 #include "tsql/catalogue.h"
+#include "tsql/planning.h"
 
 namespace ledgerwick::tsql {
 
 // The SQLite SQL of every query in `batch` (SELECT, also with INTO: the query alone), bound against
-// `catalogue`. Other statements are parsed and passed over. Throws SqlError.
-std::vector<std::string> CompileQueries(TextView batch, Catalogue& catalogue);
+// `catalogue` and rewritten as `planning` allows. Other statements are parsed and passed over.
+// Throws SqlError.
+std::vector<std::string> CompileQueries(TextView batch, Catalogue& catalogue,
+                                        Planning planning = Planning::Usual);
 
 }  // namespace ledgerwick::tsql

@@ -12,6 +12,7 @@
 #include "frame/result_sink.h"
 #include "frame/text.h"
 #include "frame/value.h"
+#include "tsql/planning.h"
 
 namespace ledgerwick::tsql {
 
@@ -28,6 +29,9 @@ struct DatabaseOptions {
 
   // Called every so often while a statement runs; may be empty.
   std::function<void()> progress;
+
+  // How freely queries are rewritten.
+  Planning planning = Planning::Usual;
 };
 
 // Fills a table with rows at the speed of the storage. Every row goes in or none: a loader that is

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tsql/functions.h"
+#include "tsql/total_expression.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -45,13 +46,6 @@ std::string_view OperatorOf(Comparison comparison) noexcept {
 bool IsStoredColumn(const Expr& expr) noexcept {
   return expr.kind == ExprKind::Column && expr.source->query == nullptr &&
          expr.source->table->kind == TableKind::Table;
-}
-
-bool IsNonZeroLiteral(const Expr& expr) noexcept {
-  if (expr.kind == ExprKind::Integer) return expr.integer != 0;
-  return expr.kind == ExprKind::Number &&
-         expr.text.substr(0, expr.text.find_first_of(u"eE")).find_first_of(u"123456789") !=
-             TextView::npos;
 }
 
 }  // namespace

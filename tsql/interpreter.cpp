@@ -6,6 +6,7 @@
 #include "tsql/emitter.h"
 #include "tsql/functions.h"
 #include "tsql/parser.h"
+#include "tsql/plan.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -261,11 +262,16 @@ void Interpreter::SelectQuery(Query& query) {
   }
   Binder binder = NewBinder();
   binder.BindQuery(query);
+  Plan(query);
   if (query.selects[0]->has_into) {
     SelectInto(query, binder);
   } else {
     SelectRows(query);
   }
+}
+
+void Interpreter::Plan(Query& query) {
+  PlanQuery(query, *session_.frame->arena, catalogue_, storage_.options().planning);
 }
 
 void Interpreter::SelectRows(Query& query) {
@@ -353,6 +359,7 @@ std::string Interpreter::InsertSql(Statement& statement, Binder& binder, const T
     throw errors::InsertSelectCount(more, binder.At(statement.offset));
   }
   binder.StoreColumns(query, table, columns);
+  Plan(query);
   Emitter emitter;
   emitter.Raw(sql);
   // The storage would invent a row number for a null; only then is the query wrapped.

@@ -86,6 +86,7 @@ class Interpreter {
 
   // Queries and changes (interpreter.cpp)
   void SelectQuery(Query& query);
+  void Plan(Query& query);
   void SelectRows(Query& query);
   void SelectInto(Query& query, Binder& binder);
   void SendRows(sqlite3_stmt* statement, const Query& query);

@@ -7,10 +7,14 @@
 namespace ledgerwick::tsql {
 namespace {
 
-using Sources = std::vector<const Source*>;
-
 bool IsLeaf(const From& from) noexcept {
   return from.kind == FromKind::Table || from.kind == FromKind::Derived;
+}
+
+}  // namespace
+
+bool Has(const Sources& sources, const Source* source) noexcept {
+  return std::find(sources.begin(), sources.end(), source) != sources.end();
 }
 
 void CollectSources(const From& from, Sources& sources) {
@@ -22,9 +26,15 @@ void CollectSources(const From& from, Sources& sources) {
   CollectSources(*from.right, sources);
 }
 
-bool Has(const Sources& sources, const Source* source) noexcept {
-  return std::find(sources.begin(), sources.end(), source) != sources.end();
+bool Reads(const Expr& expr, const Sources& sources) noexcept {
+  if (expr.kind == ExprKind::Column) return Has(sources, expr.source);
+  const auto reads = [&](const Expr* e) { return Reads(*e, sources); };
+  if (std::any_of(expr.args.begin(), expr.args.end(), reads)) return true;
+  return expr.query != nullptr &&
+         std::any_of(expr.query->outer_columns.begin(), expr.query->outer_columns.end(), reads);
 }
+
+namespace {
 
 // True when `expr` is null whenever the columns of `sources` are.
 bool NullWith(const Expr& expr, const Sources& sources) noexcept {
@@ -73,16 +83,6 @@ void SplitAnd(const Expr* condition, std::vector<const Expr*>& terms) {
     return;
   }
   for (const Expr* arg : condition->args) SplitAnd(arg, terms);
-}
-
-// True when `expr` reads a column of `sources`. A subquery counts by the columns that it reads from
-// outside.
-bool Reads(const Expr& expr, const Sources& sources) noexcept {
-  if (expr.kind == ExprKind::Column) return Has(sources, expr.source);
-  const auto reads = [&](const Expr* e) { return Reads(*e, sources); };
-  if (std::any_of(expr.args.begin(), expr.args.end(), reads)) return true;
-  return expr.query != nullptr &&
-         std::any_of(expr.query->outer_columns.begin(), expr.query->outer_columns.end(), reads);
 }
 
 void Append(JoinPlan& plan, JoinPlan&& more) {

@@ -7,6 +7,17 @@
 
 namespace ledgerwick::tsql {
 
+using Sources = std::vector<const Source*>;
+
+bool Has(const Sources& sources, const Source* source) noexcept;
+
+// The sources of `from`, appended in the order in which they stand.
+void CollectSources(const From& from, Sources& sources);
+
+// True when `expr` reads a column of `sources`. A subquery counts by the columns that it reads from
+// outside.
+bool Reads(const Expr& expr, const Sources& sources) noexcept;
+
 // One table of a flat join list.
 struct JoinStep {
   const From* from = nullptr;   // a table, a derived table, or a join that stays nested

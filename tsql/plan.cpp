@@ -1,0 +1,33 @@
+#include "tsql/plan.h"
+
+#include "tsql/pre_aggregate.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+void PlanNested(Query& query, PlanContext& context);
+
+void PlanFrom(From* from, PlanContext& context) {
+  if (from == nullptr) return;
+  if (from->query != nullptr) PlanNested(*from->query, context);
+  PlanFrom(from->left, context);
+  PlanFrom(from->right, context);
+}
+
+void PlanNested(Query& query, PlanContext& context) {
+  for (Select* select : query.selects) {
+    PlanFrom(select->from, context);
+    PreAggregate(*select, query, context);
+  }
+}
+
+}  // namespace
+
+void PlanQuery(Query& query, Arena& arena, Catalogue& catalogue, Planning planning) {
+  if (planning == Planning::Plain) return;
+  PlanContext context{arena, catalogue, planning, query.next_source};
+  PlanNested(query, context);
+  query.next_source = context.next_source;
+}
+
+}  // namespace ledgerwick::tsql
