@@ -47,6 +47,15 @@ HRESULT Create(const ClassInfo& info, ComPtr<IDispatch>& object) {
                           reinterpret_cast<void**>(object.Receive()));
 }
 
+bool UseManifest(const wchar_t* path) {
+  ACTCTXW description = {};
+  description.cbSize = sizeof description;
+  description.lpSource = path;
+  const HANDLE context = CreateActCtxW(&description);
+  ULONG_PTR cookie = 0;
+  return context != INVALID_HANDLE_VALUE && ActivateActCtx(context, &cookie);
+}
+
 bool MayUnload() {
   const HMODULE module = GetModuleHandleW(L"Ledgerwick.dll");
   using Question = HRESULT(STDAPICALLTYPE*)();

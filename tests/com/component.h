@@ -28,6 +28,9 @@ std::wstring ProgIdOf(const ClassInfo& info);
 // A new object of the class, created by its ProgID, or the code of the failure.
 HRESULT Create(const ClassInfo& info, ComPtr<IDispatch>& object);
 
+// Binds the classes that the manifest names, from now on; false when it cannot be used.
+bool UseManifest(const wchar_t* path);
+
 // True when the loaded module agrees to be unloaded.
 bool MayUnload();
 

@@ -7,6 +7,7 @@
 #include "com/variant_value.h"
 #include "component.h"
 #include "frame/error.h"
+#include "host/canned_recordset.h"
 #include "host/reference_host.h"
 
 namespace ledgerwick::com::testing {
@@ -177,39 +178,39 @@ ComPtr<IDispatch> FakeWorld::NewConnection() {
 
 ComPtr<IDispatch> FakeWorld::NewRecordset() {
   const Handler nothing = [](const FakeCall&) { return Variant(); };
-  const auto rows = std::make_shared<std::vector<CannedRow>>();
+  const auto rows = std::make_shared<MemoryRecordset>(std::vector<CannedRow>());
   const Handler open = [this, rows](const FakeCall& call) {
     for (const CannedRecordset& canned : request_.recordsets) {
       if (ToText(call.arguments.at(0)).find(canned.match) == Text::npos) continue;
-      rows->assign(canned.rows.rbegin(), canned.rows.rend());  // the current row is the last
+      *rows = MemoryRecordset(canned.rows);
       break;
     }
     return Variant();
   };
   const Handler item = [this, rows](const FakeCall& call) {
-    for (const auto& [name, value] : rows->back()) {
-      if (name != ToText(call.arguments.at(0))) continue;
-      const Handler read = [value = value](const FakeCall&) { return ToVariant(value); };
-      return Variant::OfObject(FakeObject::Make(script, {{L"Value", read}}).Get());
-    }
-    throw DatabaseError(3265, u"ADODB.Fields", u"Item cannot be found in the collection.");
+    const Text name = ToText(call.arguments.at(0));
+    const Handler read = [=](const FakeCall&) { return ToVariant(rows->Field(name)); };
+    return Variant::OfObject(FakeObject::Make(script, {{L"Value", read}}).Get());
   };
   return FakeObject::Make(
-      script,
-      {{L"CursorLocation", nothing},
-       {L"Open", open},
-       {L"Filter", nothing},
-       {L"Close", nothing},
-       {L"RecordCount", [rows](const FakeCall&) { return ToVariant(std::int64_t(rows->size())); }},
-       {L"EOF", [rows](const FakeCall&) { return ToVariant(rows->empty()); }},
-       {L"MoveNext",
-        [rows](const FakeCall&) {
-          rows->pop_back();
-          return Variant();
-        }},
-       {L"Fields", [this, item](const FakeCall&) {
-          return Variant::OfObject(FakeObject::Make(script, {{L"Item", item}}).Get());
-        }}});
+      script, {{L"CursorLocation", nothing},
+               {L"Open", open},
+               {L"Filter",
+                [rows](const FakeCall& call) {
+                  rows->SetFilter(ToText(call.arguments.at(0)));
+                  return Variant();
+                }},
+               {L"Close", nothing},
+               {L"RecordCount", [rows](const FakeCall&) { return ToVariant(rows->RecordCount()); }},
+               {L"EOF", [rows](const FakeCall&) { return ToVariant(rows->AtEnd()); }},
+               {L"MoveNext",
+                [rows](const FakeCall&) {
+                  rows->MoveNext();
+                  return Variant();
+                }},
+               {L"Fields", [this, item](const FakeCall&) {
+                  return Variant::OfObject(FakeObject::Make(script, {{L"Item", item}}).Get());
+                }}});
 }
 
 ComPtr<IDispatch> FakeWorld::NewParameter(const FakeCall& call) {

@@ -2,30 +2,16 @@
 // manifest that LEDGERWICK_MANIFEST names.
 #define DOCTEST_CONFIG_IMPLEMENT
 #include <doctest/doctest.h>
-#include <windows.h>
-// objbase.h needs windows.h before it.
-#include <objbase.h>
 
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
-bool Activate(const wchar_t* manifest) {
-  ACTCTXW description = {};
-  description.cbSize = sizeof description;
-  description.lpSource = manifest;
-  const HANDLE context = CreateActCtxW(&description);
-  ULONG_PTR cookie = 0;
-  return context != INVALID_HANDLE_VALUE && ActivateActCtx(context, &cookie);
-}
-
-}  // namespace
+#include "component.h"
 
 int main(int argc, char** argv) {
   CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
   const wchar_t* const manifest = _wgetenv(L"LEDGERWICK_MANIFEST");
-  if (manifest != nullptr && !Activate(manifest)) {
+  if (manifest != nullptr && !ledgerwick::com::testing::UseManifest(manifest)) {
     std::printf("the manifest cannot be used: error %lu\n", GetLastError());
     return 1;
   }

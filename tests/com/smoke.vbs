@@ -51,8 +51,10 @@ Err.Clear
 report.TempTablename 1
 Check "too many arguments", Err.Number, CLng(450)
 Err.Clear
-report.MoveDataDetail
-Check "no database", Err.Number <> 0, True
+CreateObject("Ledgerwick.clsRepPcch").MoveDataDetail
+Check "no report manager", Err.Number, CLng(91)
+Check "who says so", Err.Source, "Ledgerwick"
+Check "what", Err.Description, "Object variable or With block variable not set"
 On Error GoTo 0
 
 If failures > 0 Then WScript.Quit 1

@@ -3,14 +3,15 @@
 // "Port=N;Database=PATH".
 #include <winsock2.h>
 // winsock2.h comes before windows.h.
-#include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "../fake_object.h"
 #include "com/dispatch_object.h"
 #include "com/variant_value.h"
 #include "frame/database.h"
 #include "frame/error.h"
+#include "host/canned_recordset.h"
 #include "wire.h"
 
 namespace ledgerwick::com::testing {
@@ -227,42 +228,29 @@ ComPtr<IDispatch> NewCommand() {
        {L"Execute", execute}});
 }
 
-// The rows of a recordset, as the helper encodes them.
+// The rows of a recordset, as the helper encodes them. Its errors are ADO's.
 struct Rows {
-  std::vector<std::string> names;
-  std::vector<std::vector<std::string>> all;
-  std::vector<std::size_t> visible;
-  std::size_t current = 0;
-  bool is_open = false;
+  std::vector<Text> names;
+  std::optional<MemoryRecordset> open;
+
+  MemoryRecordset& Open() {
+    if (!open) throw Closed(u"Recordset");
+    return *open;
+  }
 
   void Read(const std::string& text) {
-    for (const std::string& row : Parts(text, kRowEnd)) all.push_back(Parts(row, kFieldEnd));
-    if (!all.empty()) {
-      names = all.front();
-      all.erase(all.begin());
+    names.clear();
+    std::vector<CannedRow> rows;
+    for (const std::string& line : Parts(text, kRowEnd)) {
+      const std::vector<std::string> fields = Parts(line, kFieldEnd);
+      if (names.empty()) {
+        for (const std::string& field : fields) names.push_back(FromUtf8(field));
+        continue;
+      }
+      CannedRow& row = rows.emplace_back();
+      for (std::size_t i = 0; i < names.size(); ++i) row.emplace_back(names[i], Decode(fields[i]));
     }
-    is_open = true;
-    Filter({});
-  }
-
-  static DatabaseError NoSuchField() {
-    return AdoError(3265, u"Fields",
-                    u"Item cannot be found in the collection corresponding to the requested name "
-                    u"or ordinal.");
-  }
-
-  Text NameAt(std::int32_t position) const {
-    const auto index = static_cast<std::size_t>(position);
-    if (index >= names.size()) throw NoSuchField();
-    return FromUtf8(names[index]);
-  }
-
-  std::size_t Column(const Text& name) const {
-    const auto found = std::find_if(names.begin(), names.end(), [&](const std::string& n) {
-      return EqualText(FromUtf8(n), name);
-    });
-    if (found == names.end()) throw NoSuchField();
-    return static_cast<std::size_t>(found - names.begin());
+    open.emplace(std::move(rows));
   }
 
   static Value Decode(const std::string& field) {
@@ -283,35 +271,17 @@ struct Rows {
     }
   }
 
-  // Keeps the rows of "column = value".
-  void Filter(const Text& criteria) {
-    visible.clear();
-    const std::size_t equal = criteria.find(u'=');
-    Text wanted(equal == Text::npos ? Text() : Text(Trim(TextView(criteria).substr(equal + 1))));
-    if (wanted.size() >= 2 && wanted.front() == u'\'') wanted = wanted.substr(1, wanted.size() - 2);
-    for (std::size_t i = 0; i < all.size(); ++i) {
-      if (equal == Text::npos) {
-        visible.push_back(i);
-        continue;
-      }
-      const std::size_t column = Column(Text(Trim(TextView(criteria).substr(0, equal))));
-      if (EqualText(Decode(all[i][column]).ToText(), wanted)) visible.push_back(i);
+  // The name of the field that `key` names or numbers.
+  Text FieldName(const Variant& key) const {
+    const bool by_position = V_VT(key.Get()) == VT_I4;
+    const auto position = static_cast<std::size_t>(by_position ? ToInteger(key) : 0);
+    const Text name = by_position && position < names.size() ? names[position] : ToText(key);
+    for (const Text& known : names) {
+      if (EqualText(known, name)) return known;
     }
-    current = 0;
-  }
-
-  void RequireRow() const {
-    if (!is_open) throw Closed(u"Recordset");
-    if (current >= visible.size()) {
-      throw AdoError(3021, u"Recordset",
-                     u"Either BOF or EOF is True, or the current record has been deleted.");
-    }
-  }
-
-  Value Field(const Text& name) const {
-    const std::size_t column = Column(name);
-    RequireRow();
-    return Decode(all[visible[current]][column]);
+    throw AdoError(3265, u"Fields",
+                   u"Item cannot be found in the collection corresponding to the requested name "
+                   u"or ordinal.");
   }
 };
 
@@ -320,15 +290,12 @@ ComPtr<IDispatch> NewFields(const std::shared_ptr<Rows>& rows) {
     return Variant::OfInteger(static_cast<std::int32_t>(rows->names.size()));
   };
   const Handler item = [rows](const FakeCall& call) {
-    const bool by_position = V_VT(call.arguments.at(0).Get()) == VT_I4;
-    const Text name =
-        by_position ? rows->NameAt(ToInteger(call.arguments[0])) : ToText(call.arguments[0]);
-    rows->Column(name);
+    const Text name = rows->FieldName(call.arguments.at(0));
     return Variant::OfObject(
         FakeObject::Make(
             NoMishaps(),
             {{L"Name", [=](const FakeCall&) { return Variant::OfText(name); }},
-             {L"Value", [=](const FakeCall&) { return ToVariant(rows->Field(name)); }}})
+             {L"Value", [=](const FakeCall&) { return ToVariant(rows->Open().Field(name)); }}})
             .Get());
   };
   return FakeObject::Make(NoMishaps(), {{L"Count", count}, {L"Item", item}});
@@ -348,25 +315,21 @@ ComPtr<IDispatch> NewRecordset() {
         }},
        {L"Filter",
         [rows](const FakeCall& call) {
-          rows->Filter(ToText(call.arguments.at(0)));
+          rows->Open().SetFilter(ToText(call.arguments.at(0)));
           return Variant();
         }},
        {L"RecordCount",
-        [rows](const FakeCall&) {
-          return Variant::OfInteger(static_cast<std::int32_t>(rows->visible.size()));
-        }},
-       {L"EOF",
-        [rows](const FakeCall&) { return ToVariant(rows->current >= rows->visible.size()); }},
+        [rows](const FakeCall&) { return Variant::OfInteger(rows->Open().RecordCount()); }},
+       {L"EOF", [rows](const FakeCall&) { return ToVariant(rows->Open().AtEnd()); }},
        {L"MoveNext",
         [rows](const FakeCall&) {
-          rows->RequireRow();
-          ++rows->current;
+          rows->Open().MoveNext();
           return Variant();
         }},
        {L"Fields", [rows](const FakeCall&) { return Variant::OfObject(NewFields(rows).Get()); }},
        {L"Close", [rows](const FakeCall&) {
-          if (!rows->is_open) throw Closed(u"Recordset");
-          rows->is_open = false;
+          rows->Open();
+          rows->open.reset();
           return Variant();
         }}});
 }
