@@ -89,7 +89,6 @@ enum class FunctionId : std::uint8_t {
   DatePart,
   Year,  // MONTH and DAY
   GetDate,
-  ObjectId,
 };
 
 constexpr bool IsAggregate(FunctionId id) noexcept {

@@ -3,7 +3,6 @@
 
 #include "tsql/binder.h"
 #include "tsql/function_signature.h"
-#include "tsql/parser.h"
 #include "tsql/variables.h"
 
 namespace ledgerwick::tsql {
@@ -294,12 +293,9 @@ Expr* Binder::BindOwnRule(Expr* expr) {
     case FunctionId::QuoteName:
       expr->type = MakeType(TypeKind::NVarChar, kQuotedName);
       return expr;
-    case FunctionId::GetDate:
+    default:  // GETDATE
       expr->type = MakeType(TypeKind::DateTime);
       expr->type.nullable = false;
-      return expr;
-    default:
-      BindObjectId(*expr);
       return expr;
   }
 }
@@ -353,27 +349,6 @@ void Binder::BindDataLength(Expr& expr) {
   unit->kind = ExprKind::Integer;
   unit->integer = IsText(type.kind) ? (IsUnicode(type.kind) ? 2 : 1) : -StoredLength(type);
   expr.args = arena_.Copy(std::vector<Expr*>{expr.args[0], unit});
-  expr.type = MakeType(TypeKind::Int);
-}
-
-// Known when the statement is compiled: the literal names the object.
-void Binder::BindObjectId(Expr& expr) {
-  const Expr& name = *expr.args[0];
-  if (name.kind != ExprKind::String) {
-    throw errors::InvalidArgument(KindText(name.type.kind), 1, expr.text, At(name.offset));
-  }
-  Arena scratch;
-  const Text select = u"SELECT 1 FROM " + Text(name.text);
-  bool exists = false;
-  try {
-    const auto statements = ParseBatch(select, scratch).statements;
-    exists = ObjectExists(statements[0]->query->selects[0]->from->table);
-  } catch (const SqlError&) {
-    exists = false;  // a text that is no name names no object
-  }
-  expr.kind = exists ? ExprKind::Integer : ExprKind::Null;
-  expr.integer = 1;
-  expr.args = {};
   expr.type = MakeType(TypeKind::Int);
 }
 

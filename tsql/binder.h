@@ -127,7 +127,6 @@ class Binder {
   void BindChoice(Expr& expr);
   Expr* BindPower(Expr* expr);
   void BindDataLength(Expr& expr);
-  void BindObjectId(Expr& expr);
 
   Position PositionOf_(std::uint32_t offset) const noexcept;
 

@@ -27,7 +27,7 @@ void Invoke(sqlite3_context* context, int count, sqlite3_value** values) {
     if (sqlite3_value_type(values[i]) == SQLITE_NULL) return;  // the result is NULL already
   }
   try {
-    Call call(context, {values, static_cast<std::size_t>(count)});
+    Call call(context, {values, static_cast<std::size_t>(count)}, *registration.state);
     row.function(call);
   } catch (const SqlError& error) {
     sqlite3_result_error(context, error.message.data(), static_cast<int>(error.message.size()));

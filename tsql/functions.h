@@ -2,6 +2,7 @@
 // connection. The emitter writes calls to them; nothing else knows their names.
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "tsql/errors.h"
@@ -14,10 +15,13 @@ namespace ledgerwick::tsql {
 // and trailing blanks do not count.
 inline constexpr const char* kCollation = "CHINESE_PRC_CI_AS";
 
-// The error that a function raised while a statement ran, for whoever ran the statement: SQLite
-// carries the text alone.
+// What the functions share with whoever runs the statement.
 struct FunctionState {
+  // The error that a function raised while a statement ran: SQLite carries the text alone.
   std::optional<SqlError> error;
+
+  // Whether there is an object of that name ("tempdb..x"); empty until someone knows.
+  std::function<bool(TextView name)> object_exists;
 };
 
 // Registers everything with `db`. `state` outlives `db`. Throws SqlError when SQLite refuses.

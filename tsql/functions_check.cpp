@@ -28,6 +28,14 @@ void ReadVariable(Call& call) {
   sqlite3_result_value(call.context(), variable->get());
 }
 
+// t_object_id(name[, kind]): 1 for the name of an object, else NULL
+void ObjectId(Call& call) {
+  const bool exists = call.state().object_exists &&
+                      call.state().object_exists(TryFromUtf8(call.Utf8(0)).value_or(Text()));
+  if (!exists) return call.ReturnNull();
+  call.Return(std::int64_t{1});
+}
+
 // t_error_512(): a subquery gave more than one row.
 void TooManyRows(Call&) { throw errors::MoreThanOneRow(); }
 
@@ -35,6 +43,7 @@ constexpr FunctionRow kFunctions[] = {
     {"t_nonzero", 1, 1, 1, NonZero},
     {"t_notnull", 3, 3, 0, NotNull},
     {"t_variable", 1, 1, 0, ReadVariable, Purity::kStaysInPlace},
+    {"t_object_id", 1, 2, 1, ObjectId, Purity::kStaysInPlace},
     {"t_error_512", 0, 0, 0, TooManyRows, Purity::kStaysInPlace},
 };
 

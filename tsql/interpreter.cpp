@@ -56,6 +56,23 @@ std::string ColumnDeclaration(std::string_view name, const Type& type) {
   return sql;
 }
 
+Interpreter::Interpreter(Storage& storage, Catalogue& catalogue)
+    : storage_(storage), catalogue_(catalogue) {
+  storage.functions().object_exists = [this](TextView name) { return ObjectExists(name); };
+}
+
+// For OBJECT_ID. A text that is no name names no object.
+bool Interpreter::ObjectExists(TextView name) {
+  Arena scratch;
+  const Text drop = u"DROP TABLE " + Text(name);
+  try {
+    const Batch batch = ParseBatch(drop, scratch);
+    return Binder(drop, scratch, catalogue_).ObjectExists(batch.statements[0]->targets[0]);
+  } catch (const SqlError&) {
+    return false;
+  }
+}
+
 void Interpreter::Run(TextView text, ResultSink& sink) {
   Arena arena;
   sink_ = &sink;

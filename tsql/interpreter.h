@@ -63,7 +63,8 @@ struct Procedure {
 // Executes statements on one storage. Not reentrant.
 class Interpreter {
  public:
-  Interpreter(Storage& storage, Catalogue& catalogue) : storage_(storage), catalogue_(catalogue) {}
+  // Both outlive it, and `storage` runs no statement after it.
+  Interpreter(Storage& storage, Catalogue& catalogue);
 
   // Runs `batch`. An error that a statement alone suffers lets the next one run, as on the server;
   // the batch's first error is thrown in the end, as a SqlError whose position is in the batch, the
@@ -77,6 +78,7 @@ class Interpreter {
   void ExecuteModification(Statement& statement);
   void ExecuteOther(Statement& statement);
   void Locate(SqlError& error, const Statement& statement) const;
+  bool ObjectExists(TextView name);
   bool EndsHere(const SqlError& error) const;
   void Tell(const SqlError& error);
   void Affected(std::int64_t rows);

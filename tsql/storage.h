@@ -32,6 +32,9 @@ class Storage {
   // Runs statements that give no rows. Returns how many rows the last of them changed.
   std::int64_t Execute(const std::string& sql);
 
+  // What the functions of its statements share; the caller may tell it what it knows.
+  FunctionState& functions() noexcept { return functions_; }
+
   // Throws the error of a cancelled batch if it is cancelled.
   void CheckCancelled() const;
 
