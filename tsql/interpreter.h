@@ -86,12 +86,14 @@ class Interpreter {
   std::int64_t Change(const std::string& sql);
   Binder NewBinder() { return Binder(session_.frame->text, *session_.frame->arena, catalogue_); }
 
-  // Queries and changes (interpreter.cpp)
+  // Queries (interpreter.cpp)
   void SelectQuery(Query& query);
   void Plan(Query& query);
   void SelectRows(Query& query);
   void SelectInto(Query& query, Binder& binder);
   void SendRows(sqlite3_stmt* statement, const Query& query);
+
+  // Changes (modify.cpp)
   void Insert(Statement& statement);
   std::string InsertSql(Statement& statement, Binder& binder, const Table& table);
   std::string InsertValues(Statement& statement, Binder& binder, const Table& table,

@@ -26,9 +26,9 @@ struct ParametrisedBatch {
 // The same with the parameters that `parameters` ("@a int, @b varchar(10) OUTPUT") declares.
 ParametrisedBatch ParseBatch(TextView batch, TextView parameters, Arena& arena);
 
-// The grammar, one member for each rule. Rules of statements are in parse_statement.cpp, of
-// variables, control flow and procedures in parse_procedure.cpp, of queries in parse_query.cpp, of
-// expressions in parse_expression.cpp.
+// The grammar, one member for each rule: statements in parse_statement.cpp, the schema's in
+// parse_ddl.cpp, control flow in parse_control.cpp, variables and procedures in
+// parse_procedure.cpp, queries in parse_query.cpp, expressions in parse_expression.cpp.
 class Parser {
  public:
   Parser(TextView batch, Arena& arena);
@@ -62,6 +62,9 @@ class Parser {
 
   // Statements
   Statement* ParseStatement();
+  Statement* StatementRule();
+  Statement* SelectStatement();
+  Statement* Print();
   Statement* NewStatement(StatementKind kind);
   Statement* Block();
   Statement* If();
@@ -70,6 +73,7 @@ class Parser {
   Statement* Delete();
   Statement* Truncate();
   Statement* Create();
+  Statement* Alter();
   Statement* CreateTable();
   Statement* CreateIndex(bool unique);
   Statement* CreateView();
