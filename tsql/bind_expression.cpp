@@ -178,7 +178,7 @@ bool Binder::QualifierMatches(const Source& source, const ObjectName& qualifier)
   if (!EqualText(source.exposed, qualifier.object.text)) return false;
   if (qualifier.schema.text.empty() && qualifier.database.text.empty()) return true;
   if (source.aliased) return false;
-  const auto database = catalogue_.FindDatabase(qualifier.database.text);
+  const auto database = catalogue_.FindDatabase(qualifier.database.text, qualifier.object.text);
   return qualifier.database.text.empty() || (database && *database == source.database);
 }
 

@@ -55,13 +55,13 @@ std::int32_t Source::Find(TextView name) const {
 }
 
 DatabaseId Binder::RequireDatabase(const ObjectName& name) {
-  const auto database = catalogue_.FindDatabase(name.database.text);
+  const auto database = catalogue_.FindDatabase(name.database.text, name.object.text);
   if (!database) throw errors::InvalidObject(FullName(name), At(name.object.offset));
   return *database;
 }
 
 const Table* Binder::FindTable(const ObjectName& name) {
-  const auto database = catalogue_.FindDatabase(name.database.text);
+  const auto database = catalogue_.FindDatabase(name.database.text, name.object.text);
   return database ? catalogue_.Find(*database, name.schema.text, name.object.text) : nullptr;
 }
 
@@ -70,7 +70,7 @@ bool Binder::ObjectExists(const ObjectName& name) {
 }
 
 const ProcedureText* Binder::FindProcedure(const ObjectName& name) {
-  const auto database = catalogue_.FindDatabase(name.database.text);
+  const auto database = catalogue_.FindDatabase(name.database.text, name.object.text);
   if (!database) return nullptr;
   return catalogue_.FindProcedure(*database, name.schema.text, name.object.text);
 }

@@ -49,8 +49,10 @@ std::string ObjectsQuery(DatabaseId database) {
   const std::string schema = SchemaName(database);
   return "SELECT name, 'U' AS kind FROM " + schema +
          ".sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite!_%' ESCAPE '!' AND name "
-         "NOT LIKE 'ledgerwick!_%' ESCAPE '!' UNION ALL SELECT name, kind FROM " +
-         schema + "." + kModulesTable;
+         "NOT LIKE 'ledgerwick!_%' ESCAPE '!'" +
+         (database == DatabaseId::Session
+              ? ""  // which has no modules
+              : " UNION ALL SELECT name, kind FROM " + schema + "." + kModulesTable);
 }
 
 std::unique_ptr<Table> SysObjects(DatabaseId database) {
@@ -111,7 +113,7 @@ std::int64_t Catalogue::SchemaVersion(DatabaseId database) {
 }
 
 void Catalogue::Refresh() {
-  for (const DatabaseId database : {DatabaseId::Main, DatabaseId::Tempdb}) {
+  for (const DatabaseId database : {DatabaseId::Main, DatabaseId::Tempdb, DatabaseId::Session}) {
     Cache& cache = caches_[static_cast<std::size_t>(database)];
     const std::int64_t version = SchemaVersion(database);
     if (cache.version == version) continue;
@@ -120,14 +122,17 @@ void Catalogue::Refresh() {
   }
 }
 
-std::optional<DatabaseId> Catalogue::FindDatabase(TextView name) const {
+std::optional<DatabaseId> Catalogue::FindDatabase(TextView name, TextView object) const {
+  if (object.starts_with(u"##")) return DatabaseId::Tempdb;
+  if (object.starts_with(u'#')) return DatabaseId::Session;
   if (name.empty() || EqualText(name, main_name_)) return DatabaseId::Main;
   if (EqualText(name, u"tempdb")) return DatabaseId::Tempdb;
   return std::nullopt;
 }
 
 void Catalogue::LoadNames(DatabaseId database, Cache& cache) {
-  const SqliteStatement query = Prepare(ObjectsQuery(database) + " WHERE kind <> 'P'");
+  const SqliteStatement query =
+      Prepare("SELECT name FROM (" + ObjectsQuery(database) + ") WHERE kind <> 'P'");
   while (sqlite3_step(query.get()) == SQLITE_ROW) {
     const std::string name(ColumnText(query.get(), 0));
     cache.names.emplace(FoldText(FromUtf8(name)), name);
@@ -156,7 +161,8 @@ const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name
     const auto stored = cache.names.find(key);
     if (stored != cache.names.end()) {
       table = LoadTable(database, stored->second);
-      if (table->columns.empty()) table = LoadView(database, key);
+      if (table->columns.empty() && database != DatabaseId::Session)
+        table = LoadView(database, key);
     }
   }
   if (!table) return nullptr;
@@ -165,6 +171,7 @@ const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name
 
 const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView schema, TextView name) {
   if (!schema.empty() && !EqualText(schema, u"dbo")) return nullptr;
+  if (database == DatabaseId::Session) return nullptr;
   Cache& cache = caches_[static_cast<std::size_t>(database)];
   if (!cache.procedures_loaded) {
     const SqliteStatement query =

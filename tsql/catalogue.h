@@ -14,12 +14,13 @@
 
 namespace ledgerwick::tsql {
 
-// The two databases of a connection.
-enum class DatabaseId : std::uint8_t { Main, Tempdb };
+// The databases of a connection; Session holds its own temporary tables.
+enum class DatabaseId : std::uint8_t { Main, Tempdb, Session };
+inline constexpr std::size_t kDatabases = 3;
 
 // The name under which SQLite has the database attached.
 constexpr const char* SchemaName(DatabaseId id) noexcept {
-  return id == DatabaseId::Main ? "main" : "tempdb";
+  return id == DatabaseId::Main ? "main" : id == DatabaseId::Tempdb ? "tempdb" : "temp";
 }
 
 // The table that keeps the text of views; hidden from queries.
@@ -80,8 +81,10 @@ class Catalogue {
   // Forgets everything: a transaction was rolled back, and the schema's version with it.
   void Forget() { caches_ = {}; }
 
-  // The database that `name` (possibly empty) stands for; nothing for an unknown one.
-  std::optional<DatabaseId> FindDatabase(TextView name) const;
+  // The database in which `object` is to be found when its name is written with `database`
+  // (possibly empty); nothing for an unknown one. A table "#name" is the session's and "##name" in
+  // tempdb, whatever is written.
+  std::optional<DatabaseId> FindDatabase(TextView database, TextView object) const;
 
   // The table or view of that name, or nullptr. `schema` is as written: empty, dbo, sys or
   // INFORMATION_SCHEMA.
@@ -113,8 +116,8 @@ class Catalogue {
 
   sqlite3* db_;
   Text main_name_;
-  std::array<Cache, 2> caches_;
-  std::array<SqliteStatement, 2> version_queries_;
+  std::array<Cache, kDatabases> caches_;
+  std::array<SqliteStatement, kDatabases> version_queries_;
 };
 
 }  // namespace ledgerwick::tsql

@@ -53,8 +53,9 @@ void Interpreter::CreateTable(Statement& statement) {
   if (binder.ObjectExists(name)) {
     throw errors::ObjectExists(name.object.text, binder.At(name.object.offset));
   }
-  std::string sql = std::string("CREATE TABLE ") + SchemaName(database) + "." +
-                    QuoteIdentifier(ToUtf8(name.object.text)) + " (";
+  const std::string table =
+      std::string(SchemaName(database)) + "." + QuoteIdentifier(ToUtf8(name.object.text));
+  std::string sql = "CREATE TABLE " + table + " (";
   TextMap<bool> seen;
   bool has_row_number = false;
   for (const ColumnDefinition& column : statement.definitions) {
@@ -90,6 +91,7 @@ void Interpreter::CreateTable(Statement& statement) {
            KeySql(key.columns, nullptr);
   }
   storage_.Execute(sql + ")");
+  if (database == DatabaseId::Session) session_.frame->temporaries.push_back(table);
 }
 
 void Interpreter::CreateIndex(Statement& statement) {

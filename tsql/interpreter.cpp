@@ -324,8 +324,9 @@ void Interpreter::SendRows(sqlite3_stmt* statement, const Query& query) {
 // the query's columns.
 void Interpreter::SelectInto(Query& query, Binder& binder) {
   const ObjectName& into = query.selects[0]->into;
-  const std::string table = std::string(SchemaName(binder.RequireDatabase(into))) + "." +
-                            QuoteIdentifier(ToUtf8(into.object.text));
+  const DatabaseId database = binder.RequireDatabase(into);
+  const std::string table =
+      std::string(SchemaName(database)) + "." + QuoteIdentifier(ToUtf8(into.object.text));
   std::string create = "CREATE TABLE " + table + " (";
   for (std::size_t i = 0; i < query.types.size(); ++i) {
     if (i > 0) create += ", ";
@@ -337,6 +338,7 @@ void Interpreter::SelectInto(Query& query, Binder& binder) {
   storage_.Execute(create + ")");
   const std::int64_t rows = Change(emitter.Take());
   transaction.Commit();
+  if (database == DatabaseId::Session) session_.frame->temporaries.push_back(table);
   Affected(rows);
 }
 

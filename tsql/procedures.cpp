@@ -107,9 +107,21 @@ std::vector<const Argument*> MatchArguments(std::span<const Parameter> parameter
 
 }  // namespace
 
+// Temporary tables live as long as the call that makes them.
 void Interpreter::Call(Frame& frame, std::span<Statement* const> body) {
   const RunningFrame running(session_, frame);
-  RunAll(body);
+  const auto drop_temporaries = [&] {
+    for (const std::string& table : frame.temporaries) {
+      storage_.Execute("DROP TABLE IF EXISTS " + table);
+    }
+  };
+  try {
+    RunAll(body);
+  } catch (const SqlError&) {
+    drop_temporaries();
+    throw;
+  }
+  drop_temporaries();
 }
 
 // A literal as it is, a variable's value as text.
