@@ -126,6 +126,7 @@ class Interpreter {
   void ExecuteText(Statement& statement);
   void ExecuteProcedure(Statement& statement);
   void ExecuteSql(Statement& statement);
+  void AssignResult(const Statement& statement, std::int64_t result);
   std::string TextOfPart(Expr& part);
   std::shared_ptr<const Procedure> Load(const ProcedureText& procedure);
   std::vector<SqliteValue> ArgumentValues(std::span<const Parameter> parameters,

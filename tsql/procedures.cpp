@@ -161,6 +161,7 @@ void Interpreter::ExecuteProcedure(Statement& statement) {
   }
   if (EqualText(name.object.text, kExecuteSql)) {
     ExecuteSql(statement);
+    AssignResult(statement, 0);
     return;
   }
   const ProcedureText* found = NewBinder().FindProcedure(name);
@@ -173,15 +174,19 @@ void Interpreter::ExecuteProcedure(Statement& statement) {
   const Statement& definition = *procedure->statement;
   CallWithArguments(frame, definition.body, definition.parameters, statement.arguments,
                     procedure->name);
-  if (statement.result != nullptr) {
-    Expr* result = session_.frame->arena->Make<Expr>();
-    result->kind = ExprKind::Integer;
-    result->integer = frame.result;
-    session_.frame->variables[statement.result->slot] = Evaluate(result, statement.result->type);
-  }
+  AssignResult(statement, frame.result);
   if (session_.transactions != transactions) {
     throw errors::TransactionCount(transactions, session_.transactions);
   }
+}
+
+// EXEC @result = …
+void Interpreter::AssignResult(const Statement& statement, std::int64_t result) {
+  if (statement.result == nullptr) return;
+  Expr* value = session_.frame->arena->Make<Expr>();
+  value->kind = ExprKind::Integer;
+  value->integer = result;
+  session_.frame->variables[statement.result->slot] = Evaluate(value, statement.result->type);
 }
 
 // sp_executesql text[, parameters, arguments…]: a dynamic text with parameters.

@@ -25,6 +25,13 @@ bool IsAmong(const std::int32_t (&numbers)[N], std::int32_t number) noexcept {
   return std::find(std::begin(numbers), std::end(numbers), number) != std::end(numbers);
 }
 
+// How far an error goes without XACT_ABORT.
+Reach UsualReach(const SqlError& error) noexcept {
+  if (error.thrown || IsAmong(kOfBatch, error.number)) return Reach::Batch;
+  const bool raised = error.number >= kFirstUserNumber;
+  return raised || IsAmong(kOfStatement, error.number) ? Reach::Statement : Reach::Frame;
+}
+
 void BindText(sqlite3_stmt* statement, int index, const std::string& text) {
   sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
@@ -62,15 +69,13 @@ void Session::BeginBatch() {
 }
 
 Reach Session::ReachOf(const SqlError& error) const noexcept {
-  if (error.thrown || IsAmong(kOfBatch, error.number)) return Reach::Batch;
-  const bool raised = error.number >= kFirstUserNumber;
-  if (!raised && !IsAmong(kOfStatement, error.number)) return Reach::Frame;
-  return xact_abort && !raised ? Reach::Batch : Reach::Statement;
+  const bool raised = error.number >= kFirstUserNumber && !error.thrown;
+  return xact_abort && !raised ? Reach::Batch : UsualReach(error);
 }
 
 bool Session::PassesCatch(const SqlError& error, std::int32_t level) const noexcept {
   if (error.number == kCancelled) return true;
-  return ReachOf(error) == Reach::Frame && error.level == level;
+  return UsualReach(error) == Reach::Frame && error.level == level;
 }
 
 void Session::Bind(sqlite3_stmt* statement) const {
