@@ -223,6 +223,7 @@ enum class StatementKind : std::uint8_t {
   CreateTable,
   CreateIndex,
   CreateView,
+  AlterTable,
   DropTable,
   DropView,
   DropIndex,
@@ -286,7 +287,7 @@ struct Statement {
   std::span<Assignment> assignments;        // Update
   From* from = nullptr;                     // Update, Delete
   Expr* where = nullptr;                    // Update, Delete; the condition of If and While
-  std::span<ColumnDefinition> definitions;  // CreateTable
+  std::span<ColumnDefinition> definitions;  // CreateTable, AlterTable
   std::span<TableKey> keys;                 // CreateTable
   Name index;                               // CreateIndex
   std::span<KeyColumn> key_columns;         // CreateIndex

@@ -94,6 +94,38 @@ void Interpreter::CreateTable(Statement& statement) {
   if (database == DatabaseId::Session) session_.frame->temporaries.push_back(table);
 }
 
+// Rows that are there already have NULL in a new column that may be null, and the default in one
+// that may not.
+void Interpreter::AlterTable(Statement& statement) {
+  Binder binder = NewBinder();
+  const Table& table = binder.RequireTable(statement.target);
+  if (table.kind != TableKind::Table) {
+    throw errors::CannotAlter(table.name, binder.At(statement.target.object.offset));
+  }
+  TextMap<bool> seen;
+  Transaction transaction(storage_);
+  for (const ColumnDefinition& column : statement.definitions) {
+    const bool added_before = !seen.emplace(FoldText(column.name.text), true).second;
+    if (added_before || table.FindColumn(column.name.text) >= 0) {
+      throw errors::DuplicateColumn(column.name.text, table.name, binder.At(column.name.offset));
+    }
+    Type type = column.type;
+    if (IsText(type.kind) && type.length == 0) type.length = 1;
+    const std::string name = ToUtf8(column.name.text);
+    std::string sql = "ALTER TABLE " + table.sql + " ADD COLUMN " + ColumnDeclaration(name, type);
+    if (column.default_value != nullptr) {
+      sql += " DEFAULT (" + EmitToString(*binder.BindValue(column.default_value, type)) + ")";
+    } else if (!type.nullable) {
+      throw errors::NewColumnNotNull(column.name.text, table.name, binder.At(column.name.offset));
+    }
+    storage_.Execute(sql);
+    if (type.nullable && column.default_value != nullptr) {
+      storage_.Execute("UPDATE " + table.sql + " SET " + QuoteIdentifier(name) + " = NULL");
+    }
+  }
+  transaction.Commit();
+}
+
 void Interpreter::CreateIndex(Statement& statement) {
   Binder binder = NewBinder();
   const Table& table = binder.RequireTable(statement.target);

@@ -74,6 +74,8 @@ SqlError ObjectExists(TextView name, Position at);                              
 SqlError IndexExists(TextView index, TextView table, Position at);                   // 1913
 SqlError CannotDrop(TextView what, TextView name, Position at);                      // 3701
 SqlError WrongKindToDrop(TextView what, TextView name, TextView kind, Position at);  // 3705
+SqlError CannotAlter(TextView name, Position at);                                    // 4909
+SqlError NewColumnNotNull(TextView column, TextView table, Position at);             // 4901
 SqlError CannotTruncate(TextView name, Position at);                                 // 4701
 SqlError MultiPartUnbound(TextView name, Position at);                               // 4104
 SqlError PrefixUnmatched(TextView prefix, Position at);                              // 107

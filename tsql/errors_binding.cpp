@@ -119,6 +119,19 @@ SqlError WrongKindToDrop(TextView what, TextView name, TextView kind, Position a
           at};
 }
 
+SqlError CannotAlter(TextView name, Position at) {
+  return {4909, kUser, "Cannot alter " + Q(name) + " because it is not a table.", at};
+}
+
+SqlError NewColumnNotNull(TextView column, TextView table, Position at) {
+  return {4901, kUser,
+          "ALTER TABLE only allows columns to be added that can contain nulls, or have a DEFAULT "
+          "definition specified. Column " +
+              Q(column) + " cannot be added to table " + Q(table) +
+              " because it does not satisfy these conditions.",
+          at};
+}
+
 SqlError CannotTruncate(TextView name, Position at) {
   return {4701, kUser,
           "Cannot find the object \"" + U(name) +

@@ -236,6 +236,9 @@ void Interpreter::ExecuteOther(Statement& statement) {
     case StatementKind::CreateTable:
       CreateTable(statement);
       return;
+    case StatementKind::AlterTable:
+      AlterTable(statement);
+      return;
     case StatementKind::CreateIndex:
       CreateIndex(statement);
       return;

@@ -140,6 +140,7 @@ class Interpreter {
 
   // ddl.cpp
   void CreateTable(Statement& statement);
+  void AlterTable(Statement& statement);
   void CreateIndex(Statement& statement);
   void CreateView(Statement& statement);
   void Drop(const Statement& statement, const ObjectName& name);

@@ -45,10 +45,21 @@ Statement* Parser::Create() {
   return CreateIndex(unique);
 }
 
+// ALTER PROCEDURE, and ALTER TABLE … ADD of columns without keys.
 Statement* Parser::Alter() {
   if (AtProcedure()) return Procedure(StatementKind::AlterProcedure);
-  Advance();
-  Fail();
+  Statement* statement = NewStatement(StatementKind::AlterTable);
+  Expect(Keyword::Alter);
+  Expect(Keyword::Table);
+  statement->target = ObjectNameRule();
+  Expect(Keyword::Add);
+  std::vector<ColumnDefinition> definitions;
+  do {
+    definitions.push_back(Definition());
+    if (definitions.back().primary_key || definitions.back().unique) Fail();
+  } while (Accept(Symbol::Comma));
+  statement->definitions = arena_.Copy(definitions);
+  return statement;
 }
 
 Statement* Parser::CreateIndex(bool unique) {
