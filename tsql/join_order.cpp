@@ -171,14 +171,64 @@ void ReduceOuterJoins(JoinPlan& plan) {
   }
 }
 
+// Each outer join stands right behind the tables that its condition reads: what describes a voucher
+// is then looked up once for the voucher and not for every line of it. The storage keeps outer
+// joins behind everything that is written before them, and orders the inner ones as it likes.
+void PlaceOuterJoins(JoinPlan& plan) {
+  const auto first_left = std::stable_partition(plan.steps.begin(), plan.steps.end(),
+                                                [](const JoinStep& step) { return !step.left; });
+  const bool flat = std::all_of(plan.steps.begin(), first_left,
+                                [](const JoinStep& step) { return IsLeaf(*step.from); });
+  if (!flat) return;
+  std::vector<JoinStep> inner(plan.steps.begin(), first_left);
+  std::vector<JoinStep> left(first_left, plan.steps.end());
+  Sources missing;
+  for (const JoinStep& step : plan.steps) CollectSources(*step.from, missing);
+  const auto place = [&](JoinStep& step) {
+    Sources sources;
+    CollectSources(*step.from, sources);
+    std::erase_if(missing, [&](const Source* source) { return Has(sources, source); });
+    plan.steps.push_back(std::move(step));
+  };
+  const auto is_ready = [&](const JoinStep& step) {
+    Sources others = missing;
+    Sources own;
+    CollectSources(*step.from, own);
+    std::erase_if(others, [&](const Source* source) { return Has(own, source); });
+    return std::none_of(step.on.begin(), step.on.end(),
+                        [&](const Expr* term) { return Reads(*term, others); });
+  };
+  const auto described_by = [&](const JoinStep& table) {
+    return std::count_if(left.begin(), left.end(), [&](const JoinStep& step) {
+      return std::any_of(step.on.begin(), step.on.end(),
+                         [&](const Expr* term) { return Reads(*term, {table.from->source}); });
+    });
+  };
+  std::stable_sort(inner.begin(), inner.end(), [&](const JoinStep& a, const JoinStep& b) {
+    return described_by(a) > described_by(b);
+  });
+  plan.steps.clear();
+  for (JoinStep& table : inner) {
+    place(table);
+    for (auto step = left.begin(); step != left.end();) {
+      if (!is_ready(*step)) {
+        ++step;
+        continue;
+      }
+      place(*step);
+      left.erase(step);
+      step = left.begin();
+    }
+  }
+}
+
 }  // namespace
 
 JoinPlan PlanJoins(const From& from, const Expr* where) {
   JoinPlan plan = Flatten(from);
   SplitAnd(where, plan.conditions);
   ReduceOuterJoins(plan);
-  std::stable_partition(plan.steps.begin(), plan.steps.end(),
-                        [](const JoinStep& step) { return !step.left; });
+  PlaceOuterJoins(plan);
   return plan;
 }
 

@@ -32,7 +32,8 @@ struct JoinPlan {
 
 // The same rows as `from` restricted by `where` (may be nullptr): every RIGHT JOIN turned round,
 // because SQLite scans the left table of one for every row; outer joins that the conditions make
-// inner ones written so; inner joins first. What cannot be flattened stays one nested step.
+// inner ones written so; the others right behind the tables that they read. What cannot be
+// flattened stays one nested step.
 JoinPlan PlanJoins(const From& from, const Expr* where);
 
 }  // namespace ledgerwick::tsql

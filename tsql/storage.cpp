@@ -20,6 +20,13 @@ constexpr int kApplicationId = 0x4C656467;
 constexpr int kInstructionsPerCheck = 20'000;
 constexpr std::size_t kSqliteHeader = 16;
 
+// Nobody asks SQLite how much memory it uses, and counting it takes a lock for every allocation. An
+// application that has SQLite running already keeps its own setting.
+void ConfigureLibrary() {
+  static const int result = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  static_cast<void>(result);
+}
+
 // An open failure: the cause and what helps.
 [[noreturn]] void Refuse(const fs::path& path, const std::string& why) {
   const std::string text = "Cannot open database '" + path.string() + "': " + why;
@@ -104,6 +111,7 @@ void Storage::CheckFiles() const {
 }
 
 void Storage::OpenFiles() {
+  ConfigureLibrary();
   sqlite3* db = nullptr;
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   const int result = sqlite3_open_v2(path_.c_str(), &db, flags, nullptr);
@@ -118,8 +126,9 @@ void Storage::OpenFiles() {
     RegisterFunctions(db, functions_);
     const std::string tempdb = Database::TempdbPath(path_).string();
     Execute("ATTACH " + QuoteLiteral(tempdb) + " AS tempdb");
-    SetUp("main");
-    SetUp("tempdb");
+    SetUp("main", 4096);
+    // Reports' rows are wide and are written and read one after another.
+    SetUp("tempdb", 16384);
     Execute("PRAGMA main.synchronous = NORMAL");
     // What is in tempdb is made afresh by the next run.
     Execute("PRAGMA tempdb.synchronous = OFF");
@@ -132,7 +141,7 @@ void Storage::OpenFiles() {
 }
 
 // Makes a new file a database of ours, and refuses one that is not.
-void Storage::SetUp(const char* schema) {
+void Storage::SetUp(const char* schema, int page_size) {
   const std::string prefix = std::string("PRAGMA ") + schema + ".";
   SqliteStatement id = Prepare(prefix + "application_id");
   const bool ours = Step(id.get()) && sqlite3_column_int(id.get(), 0) == kApplicationId;
@@ -142,6 +151,7 @@ void Storage::SetUp(const char* schema) {
   const bool empty = Step(pages.get()) && sqlite3_column_int(pages.get(), 0) == 0;
   pages.reset();
   if (!empty) Refuse(path_, "the file is an SQLite database, but not one of Ledgerwick's.");
+  Execute(prefix + "page_size = " + std::to_string(page_size));
   // Readers go on while one connection writes.
   Execute(prefix + "journal_mode = WAL");
   Transaction transaction(*this);

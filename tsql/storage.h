@@ -49,7 +49,7 @@ class Storage {
  private:
   void CheckFiles() const;
   void OpenFiles();
-  void SetUp(const char* schema);
+  void SetUp(const char* schema, int page_size);
   static int OnBusy(void* self, int count);
   static int OnProgress(void* self);
 
