@@ -1,0 +1,119 @@
+// What composing alone costs: each inventory report with 20 filters on a database that does
+// nothing.
+//
+//   bench_compose
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "frame/class_table.h"
+#include "frame/error.h"
+#include "frame/report_provider.h"
+#include "host/canned_recordset.h"
+#include "host/filters.h"
+#include "host/reference_host.h"
+#include "host/request.h"
+
+namespace {
+
+using namespace ledgerwick;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kFilters = 20;
+constexpr int kRounds = 2001;
+
+// The receive/issue types that one report asks for.
+std::unique_ptr<Recordset> Types() {
+  std::vector<CannedRow> rows;
+  for (const char16_t* code : {u"11", u"12", u"13", u"14", u"21", u"22", u"23", u"24"}) {
+    rows.push_back({{u"cRdCode", Text(code)},
+                    {u"cRdName", u"类别" + Text(code)},
+                    {u"iRdGrade", std::int64_t{1}},
+                    {u"bRdFlag", std::int64_t{code[0] == u'1'}}});
+  }
+  return std::make_unique<MemoryRecordset>(std::move(rows));
+}
+
+class DeafConnection final : public Connection {
+ public:
+  void Open(const Text&, const Text&, const Text&, std::int32_t) override {}
+  void Execute(const Text& sql, std::int32_t) override { characters += sql.size(); }
+  void Close() override {}
+  std::unique_ptr<Command> NewCommand() override { return nullptr; }
+  std::unique_ptr<Recordset> OpenRecordset(const Text& sql, const RecordsetOptions&) override {
+    characters += sql.size();
+    return Types();
+  }
+
+  std::size_t characters = 0;
+};
+
+class DeafSystem final : public System {
+ public:
+  std::shared_ptr<Connection> NewConnection() override { return connection; }
+  Text ComputerName() override { return u"PC"; }
+  std::size_t AnsiLength(TextView text) override { return ledgerwick::AnsiLength(text); }
+  void MessageBox(const Text&, const Text&, std::int32_t) override {}
+  void Beep() override {}
+
+  std::shared_ptr<DeafConnection> connection = std::make_shared<DeafConnection>();
+};
+
+// The report's own filters over and over, each with a value that its kind takes.
+std::vector<FilterItem> Filters(const ReportInfo& report) {
+  std::vector<FilterItem> items;
+  for (std::size_t i = 0; i < kFilters; ++i) {
+    const FilterInfo& filter = report.filters[i % report.filters.size()];
+    FilterItem item;
+    item.Name = Text(filter.name);
+    item.strcaption = Text(filter.caption);
+    const bool date = filter.kind == FilterKind::DateRange;
+    item.varValue = !filter.values.empty() ? Text(filter.values.front())
+                    : date                 ? Text(u"2002-03-01")
+                                           : Text(u"1");
+    if (IsRange(filter.kind)) item.varValue2 = date ? Text(u"2002-03-31") : Text(u"9");
+    items.push_back(std::move(item));
+  }
+  return items;
+}
+
+void Bench(const ClassInfo& info, const ReportInfo& report) {
+  Request request;
+  request.report = &info;
+  request.filters = Filters(report);
+  request.login = LoginMembers{Value(Text(u"2002-03-31")), Value(Text(u"001"))};
+  std::vector<double> times;
+  std::size_t characters = 0;
+  for (int i = 0; i < kRounds; ++i) {
+    DeafSystem system;
+    const std::unique_ptr<ReportProvider> provider = info.factory(system);
+    Furnish(*provider, request);
+    provider->mconn = system.connection;
+    const auto start = Clock::now();
+    provider->MoveDataDetail();
+    times.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
+    characters = system.connection->characters;
+  }
+  std::nth_element(times.begin(), times.begin() + kRounds / 2, times.end());
+  std::printf("  %-14s %6zu characters %7.1f us\n", ToUtf8(info.name).c_str(), characters,
+              times[kRounds / 2]);
+}
+
+}  // namespace
+
+int main() {
+  std::printf("composing with %zu filters, median of %d\n", kFilters, kRounds);
+  try {
+    for (const ClassInfo& info : Classes()) {
+      const ReportInfo* report = FindReportInfo(info.name);
+      if (info.factory == nullptr || report == nullptr || report->filters.empty()) continue;
+      Bench(info, *report);
+    }
+  } catch (const DatabaseError& error) {
+    std::fprintf(stderr, "bench_compose: %s\n", ToUtf8(error.description).c_str());
+    return 1;
+  }
+  return 0;
+}

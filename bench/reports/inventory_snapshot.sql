@@ -1,0 +1,1 @@
+CREATE TABLE tempdb.by_hand AS SELECT * FROM Inventory;
