@@ -1,5 +1,5 @@
-// What composing alone costs: each inventory report with 20 filters on a database that does
-// nothing.
+// What composing alone costs: each inventory report, and each sales report's hand-off to its
+// procedure, with 20 filters on a database that does nothing.
 //
 //   bench_compose
 #include <algorithm>
@@ -36,12 +36,29 @@ std::unique_ptr<Recordset> Types() {
   return std::make_unique<MemoryRecordset>(std::move(rows));
 }
 
+class DeafCommand final : public Command {
+ public:
+  explicit DeafCommand(std::size_t& characters) : characters_(characters) {}
+  void SetCommandText(const Text& text) override { characters_ += text.size(); }
+  void SetCommandType(std::int32_t) override {}
+  void SetCommandTimeout(std::int32_t) override {}
+  void AppendParameter(const Text&, std::int32_t, std::int32_t, const Text& value) override {
+    characters_ += value.size();
+  }
+  void Execute(std::int32_t) override {}
+
+ private:
+  std::size_t& characters_;
+};
+
 class DeafConnection final : public Connection {
  public:
   void Open(const Text&, const Text&, const Text&, std::int32_t) override {}
   void Execute(const Text& sql, std::int32_t) override { characters += sql.size(); }
   void Close() override {}
-  std::unique_ptr<Command> NewCommand() override { return nullptr; }
+  std::unique_ptr<Command> NewCommand() override {
+    return std::make_unique<DeafCommand>(characters);
+  }
   std::unique_ptr<Recordset> OpenRecordset(const Text& sql, const RecordsetOptions&) override {
     characters += sql.size();
     return Types();
@@ -55,14 +72,18 @@ class DeafSystem final : public System {
   std::shared_ptr<Connection> NewConnection() override { return connection; }
   Text ComputerName() override { return u"PC"; }
   std::size_t AnsiLength(TextView text) override { return ledgerwick::AnsiLength(text); }
-  void MessageBox(const Text&, const Text&, std::int32_t) override {}
+  void MessageBox(const Text& text, const Text&, std::int32_t) override {
+    throw DatabaseError(kErrorNotImplemented, u"bench", u"refused: " + text);
+  }
   void Beep() override {}
 
   std::shared_ptr<DeafConnection> connection = std::make_shared<DeafConnection>();
 };
 
-// The report's own filters over and over, each with a value that its kind takes.
+// The report's own filters over and over, each with a value that its kind takes. Most upper bounds
+// of a sales report are left out, as its condition would be refused for its length.
 std::vector<FilterItem> Filters(const ReportInfo& report) {
+  const bool fits = report.class_name.starts_with(u"cls");
   std::vector<FilterItem> items;
   for (std::size_t i = 0; i < kFilters; ++i) {
     const FilterInfo& filter = report.filters[i % report.filters.size()];
@@ -73,7 +94,8 @@ std::vector<FilterItem> Filters(const ReportInfo& report) {
     item.varValue = !filter.values.empty() ? Text(filter.values.front())
                     : date                 ? Text(u"2002-03-01")
                                            : Text(u"1");
-    if (IsRange(filter.kind)) item.varValue2 = date ? Text(u"2002-03-31") : Text(u"9");
+    if (IsRange(filter.kind) && (fits || (date && i < report.filters.size())))
+      item.varValue2 = date ? Text(u"2002-03-31") : Text(u"9");
     items.push_back(std::move(item));
   }
   return items;
@@ -88,6 +110,7 @@ void Bench(const ClassInfo& info, const ReportInfo& report) {
   std::size_t characters = 0;
   for (int i = 0; i < kRounds; ++i) {
     DeafSystem system;
+    system.connection->characters = 0;
     const std::unique_ptr<ReportProvider> provider = info.factory(system);
     Furnish(*provider, request);
     provider->mconn = system.connection;
@@ -97,7 +120,7 @@ void Bench(const ClassInfo& info, const ReportInfo& report) {
     characters = system.connection->characters;
   }
   std::nth_element(times.begin(), times.begin() + kRounds / 2, times.end());
-  std::printf("  %-14s %6zu characters %7.1f us\n", ToUtf8(info.name).c_str(), characters,
+  std::printf("  %-26s %6zu characters %7.1f us\n", ToUtf8(info.name).c_str(), characters,
               times[kRounds / 2]);
 }
 
@@ -108,7 +131,7 @@ int main() {
   try {
     for (const ClassInfo& info : Classes()) {
       const ReportInfo* report = FindReportInfo(info.name);
-      if (info.factory == nullptr || report == nullptr || report->filters.empty()) continue;
+      if (report->filters.empty() || info.name == u"newClsReportDaoSaleProfit") continue;
       Bench(info, *report);
     }
   } catch (const DatabaseError& error) {
