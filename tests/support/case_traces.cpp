@@ -219,17 +219,24 @@ std::string TraceText(const Trace& trace, const Request& request, Writers& write
 
 }  // namespace
 
-std::string TracesOfCases(const std::string& json, const std::string& file_name) {
+std::vector<std::pair<std::string, Request>> RequestsOfCases(const std::string& json,
+                                                             const std::string& file_name) {
   const Json file = Json::parse(json);
-  std::string text;
-  Writers writers;
+  std::vector<std::pair<std::string, Request>> requests;
   for (const Json& changes : file.at("cases")) {
     const std::string merged = Expanded(Merged(file.at("request"), changes).dump());
-    const Request request = ParseRequest(merged, file_name);
+    requests.emplace_back(changes.at("case").get<std::string>(), ParseRequest(merged, file_name));
+  }
+  return requests;
+}
+
+std::string TracesOfCases(const std::string& json, const std::string& file_name) {
+  std::string text;
+  Writers writers;
+  for (const auto& [name, request] : RequestsOfCases(json, file_name)) {
     const Trace trace = TraceReport(request);
     if (text.empty()) text = "table: " + ToUtf8(std::get<Text>(trace.table_name)) + "\n";
-    text +=
-        "\n== " + changes.at("case").get<std::string>() + "\n" + TraceText(trace, request, writers);
+    text += "\n== " + name + "\n" + TraceText(trace, request, writers);
   }
   return text;
 }
