@@ -48,11 +48,15 @@ std::string Shown(const std::string& column, const Value& value) {
   return column + ": " + Shown(value) + ", ";
 }
 
-// The rows of `ledgerwick run` for the request of that number, counted from 1.
+// What `ledgerwick run` wrote for the request of that number, counted from 1: its rows (json) or
+// what it told the user (log).
+std::string NativeOutput(std::size_t number, const Text& kind) {
+  const Text name = u"/" + Value(std::int64_t(number)).ToText() + u"." + kind;
+  return ReadWhole(ToWide(Environment(L"LEDGERWICK_NATIVE_ROWS") + name));
+}
+
 std::vector<std::string> NativeRows(std::size_t number) {
-  const Text path =
-      Environment(L"LEDGERWICK_NATIVE_ROWS") + u"/" + Value(std::int64_t(number)).ToText();
-  const JsonNode rows = ParseJson(ReadWhole(ToWide(path + u".json")), "the native rows");
+  const JsonNode rows = ParseJson(NativeOutput(number, u"json"), "the native rows");
   std::vector<std::string> shown;
   for (const JsonNode& row : rows.items) {
     std::string& text = shown.emplace_back();
@@ -109,6 +113,10 @@ TEST_SUITE("end to end") {
         CHECK(V_BOOL(done.Get()) == VARIANT_TRUE);
       }
       CheckSameRows(HostRows(table), NativeRows(i + 1));
+      if (!info.Has(Member::strSubTitle)) continue;
+      const std::string sub_title = ToUtf8(ToText(report.Call(L"strSubTitle")));
+      CHECK_FALSE(sub_title.empty());
+      CHECK(NativeOutput(i + 1, u"log").find('\n' + sub_title + '\n') != std::string::npos);
     }
   }
 

@@ -43,7 +43,7 @@ class FakeWorld::Factory final : public IClassFactory {
 FakeWorld::FakeWorld(const Request& request, Ado ado) : request_(request), ado_(ado) {
   for (const FilterItem& item : request.filters.value_or(std::vector<FilterItem>())) {
     filters.push_back({item.Name, ToVariant(item.varValue), ToVariant(item.varValue2),
-                       ReferenceFilter(item).strSqlString()});
+                       ReferenceFilter(item).strSqlString(), 0, item.strcaption});
   }
   if (ado == Ado::OfThePlatform) return;
   Replace(L"ADODB.Connection", [this] { return NewConnection(); });
@@ -148,7 +148,7 @@ ComPtr<IDispatch> FakeWorld::NewFilter(std::size_t index) {
   const auto filter = [this, index]() -> FakeFilter& { return filters.at(index); };
   return FakeObject::Make(
       script, {{L"Name", [=](const FakeCall&) { return Variant::OfText(filter().name); }},
-               {L"strcaption", [=](const FakeCall&) { return Variant::OfText(filter().name); }},
+               {L"strcaption", [=](const FakeCall&) { return Variant::OfText(filter().caption); }},
                {L"varValue",
                 [=, this](const FakeCall& call) {
                   if (call.writes) last_value = filter().value = call.arguments.at(0);

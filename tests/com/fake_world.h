@@ -18,6 +18,7 @@ struct FakeFilter {
   Variant value2;
   Text sql;
   int group = 0;
+  Text caption;
 };
 
 // What a command's CreateParameter was given.

@@ -95,7 +95,7 @@ TEST_SUITE("values") {
     for (const Variant& value : values) {
       CAPTURE(V_VT(value.Get()));
       FakeWorld world;
-      world.filters = {{u"def_queryType", value, {}, u"", 0}};
+      world.filters = {{u"def_queryType", value, {}, u"", 0, {}}};
       const ComPtr<IDispatch> report = world.NewReport(*FindClass(u"clsRepAQKCYJ"));
       CHECK(Invoke(report.Get(), L"MoveDataDetail", DISPATCH_METHOD).code == S_OK);
       CHECK(V_VT(world.last_value.Get()) == V_VT(value.Get()));
