@@ -12,7 +12,7 @@
 #include "com/variant_value.h"
 #include "component.h"
 #include "fake_world.h"
-#include "import_hook.h"
+#include "notices.h"
 #include "requests.h"
 
 namespace ledgerwick::com::testing {

@@ -3,9 +3,8 @@
 
 #include "com/windows_system.h"
 #include "component.h"
-#include "dialogs.h"
 #include "fake_world.h"
-#include "import_hook.h"
+#include "notices.h"
 
 namespace ledgerwick::com::testing {
 namespace {
@@ -31,29 +30,25 @@ TEST_SUITE("system") {
     CHECK(WindowsSystem().ComputerName() == FromWide(name));
   }
 
-  TEST_CASE("a message has its text, the information icon, one button and no owner") {
-    const DialogWatch watch;
+  TEST_CASE("messages and beeps are the platform's, without an owner window") {
+    const NoticeWatch watch(GetModuleHandleW(nullptr));
     const struct {
       TextView title;
       TextView wanted;
     } cases[] = {{u"提示", u"提示"}, {u"", u"test_com"}};  // the host is this program
     for (const auto& c : cases) {
-      CAPTURE(ToUtf8(c.title));
       WindowsSystem().MessageBox(u"查询条件超过上限\r\n第二行", Text(c.title), kInformation);
-      CHECK(watch.shown().title == c.wanted);
-      CHECK(watch.shown().text == u"查询条件超过上限\r\n第二行");
-      CHECK(watch.shown().has_icon);
-      CHECK_FALSE(watch.shown().has_owner);
-      CHECK(watch.shown().buttons == 1);
+      const Notice& box = watch.notices().back();
+      CHECK_FALSE(box.beeps);
+      CHECK(ToUtf8(box.title) == ToUtf8(c.wanted));
+      CHECK(ToUtf8(box.text) == "查询条件超过上限\r\n第二行");
+      CHECK(box.type == (MB_ICONINFORMATION | MB_OK));
+      CHECK(box.owner == nullptr);
     }
-  }
-
-  TEST_CASE("a beep is the platform's simple one") {
-    const NoticeWatch watch(GetModuleHandleW(nullptr));
     WindowsSystem().Beep();
-    REQUIRE(watch.notices().size() == 1);
-    CHECK(watch.notices()[0].beeps);
-    CHECK(watch.notices()[0].type == MB_OK);
+    REQUIRE(watch.notices().size() == 3);
+    CHECK(watch.notices().back().beeps);
+    CHECK(watch.notices().back().type == MB_OK);
   }
 
   TEST_CASE("a report that cannot go on says so, with a beep only for a condition too long") {

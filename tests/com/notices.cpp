@@ -1,4 +1,4 @@
-#include "import_hook.h"
+#include "notices.h"
 
 #include <cstring>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-// Calls that a module makes of another, caught at the module's import table.
+// Message boxes and beeps, caught at the import table of the module that makes them.
 #pragma once
 
 #include <vector>
