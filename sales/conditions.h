@@ -1,6 +1,7 @@
 // How the sales reports turn filter items into the conditions that their procedures receive.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 
@@ -20,6 +21,9 @@ inline constexpr NullTest kNullTest = {u",'')<> '' ", u",'')= '' "};
 inline constexpr NullTest kNullTestDoubled = {u",'''')<> '''' ", u",'''')= '''' "};
 // The same as the reports with start and end dates space it.
 inline constexpr NullTest kNullTestSpaced = {u",'') <>'' ", u",'') = '' "};
+// From this length in characters of the host's whole condition, reports that know the doubled
+// wording use it.
+inline constexpr std::size_t kFirstDoubled = 201;
 
 // The two values of a filter that asks whether somebody has signed a document.
 struct Choice {

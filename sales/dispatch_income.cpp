@@ -30,9 +30,6 @@ constexpr TextView kAnd = u" And ";
 constexpr PhraseStart kDispatchWords = {u"发货日期从：", u"发货日期到："};
 constexpr PhraseStart kInvoiceWords = {u"   开票日期从：", u"   开票日期到："};
 
-// From this length in characters, the conditions are worded again with doubled quotes.
-constexpr std::size_t kFirstDoubled = 201;
-
 // How the report words the items that it rewrites.
 struct Wording {
   NullTest test;

@@ -19,9 +19,6 @@ constexpr SalesReport kReport = {
     .place = u"\r\n错误位于模块：newclsReportDaoSaleIncome.MoveSaleDetail()",
 };
 
-// From this length in characters, the conditions are worded again with doubled quotes.
-constexpr std::size_t kFirstDoubled = 201;
-
 // Words the conditions on checker and service, which are known by their captions; the host has
 // worded the others.
 void RewriteItems(ReportFilterSet& set, const NullTest& test) {

@@ -4,8 +4,8 @@
 #include "frame/error.h"
 #include "frame/report_provider.h"
 #include "host/trace.h"
-#include "tests/support/case_traces.h"
 #include "tests/golden.h"
+#include "tests/support/case_traces.h"
 
 namespace ledgerwick {
 namespace {
