@@ -126,6 +126,7 @@ struct Expr {
   Source* source = nullptr;    // of a Column
   std::int32_t column = 0;     // in the source
   bool has_aggregate = false;  // an aggregate of the enclosing select stands inside
+  bool unindexed = false;      // the planner's: rows are not to be found by an index on this column
 };
 
 struct SelectItem {
@@ -174,6 +175,9 @@ struct Select {
   std::uint32_t offset = 0;
 
   bool grouped = false;  // the binder's: GROUP BY, HAVING or an aggregate
+  // The planner's, of a derived table: its columns are keys and then sums and counts, and it is
+  // grouped by hashing.
+  bool hashed = false;
 };
 
 // One or more selects joined by UNION.

@@ -131,9 +131,34 @@ void Emitter::EmitJoinTree(const From& from) {
   Raw(")");
 }
 
+// The groups of `select` as a table of the storage's: keys, then totals.
+void Emitter::EmitHashedGroups(const Select& select) {
+  std::string values;
+  for (const SelectItem& item : select.items.subspan(select.group_by.size())) {
+    values += item.expr->function == FunctionId::Count ? 'n' : 's';
+  }
+  Raw("t_groups((SELECT t_group('").Raw(std::to_string(select.group_by.size())).Raw(values);
+  Raw("'");
+  for (std::size_t i = 0; i < select.items.size(); ++i) {
+    const Expr& item = *select.items[i].expr;
+    const Expr& value = i < select.group_by.size() ? item : *item.args[0];
+    Raw(", ");
+    if (value.kind == ExprKind::Star) {
+      Raw("1");
+    } else {
+      EmitExpr(value);
+    }
+  }
+  Raw(")");
+  EmitFromWhere(select.from, select.where);
+  Raw("))");
+}
+
 void Emitter::EmitLeaf(const From& from) {
   const Source& source = *from.source;
-  if (source.query != nullptr) {
+  if (source.query != nullptr && source.query->selects[0]->hashed) {
+    EmitHashedGroups(*source.query->selects[0]);
+  } else if (source.query != nullptr) {
     Raw("(");
     EmitQuery(*source.query, true);
     Raw(")");

@@ -160,6 +160,7 @@ void Emitter::EmitString(TextView text) {
 }
 
 void Emitter::EmitColumn(const Expr& expr) {
+  if (expr.unindexed) Raw("+");
   Raw("s").Raw(std::to_string(expr.source->id)).Raw(".");
   if (expr.source->query != nullptr) {
     Raw("c").Raw(std::to_string(expr.column + 1));

@@ -31,6 +31,7 @@ class Emitter {
   void EmitSelect(const Select& select, bool named, bool compound);
   void EmitItem(const Select& select, const SelectItem& item, bool compound);
   void EmitOrderBy(const Query& query);
+  void EmitHashedGroups(const Select& select);
   void EmitLeaf(const From& from);
   void EmitJoinTree(const From& from);
 

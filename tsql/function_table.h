@@ -75,4 +75,8 @@ std::span<const FunctionRow> DateFunctions();
 std::span<const FunctionRow> NumberFunctions();
 std::span<const FunctionRow> TextFunctions();
 
+// Registers the aggregate t_group and the table t_groups. Returns SQLite's result. `state` outlives
+// `db`.
+int RegisterGrouping(sqlite3* db, FunctionState& state);
+
 }  // namespace ledgerwick::tsql

@@ -95,6 +95,7 @@ void RegisterFunctions(sqlite3* db, FunctionState& state) {
                            NumberFunctions(), TextFunctions()}) {
     for (const FunctionRow& row : table) Register(db, row, state);
   }
+  Check(db, RegisterGrouping(db, state));
 }
 
 }  // namespace ledgerwick::tsql

@@ -1,6 +1,8 @@
 #include "tsql/pre_aggregate.h"
 
 #include <algorithm>
+#include <iterator>
+#include <numeric>
 
 #include "tsql/pre_aggregation.h"
 #include "tsql/total_expression.h"
@@ -13,6 +15,19 @@ constexpr std::int64_t kMuchSmaller = 8;
 
 bool IsColumnOf(const Expr& expr, const Sources& sources) noexcept {
   return expr.kind == ExprKind::Column && Has(sources, expr.source);
+}
+
+bool DropsRows(const Expr* condition) noexcept {
+  return condition->kind != ExprKind::Compare || condition->compare != Comparison::NotEqual;
+}
+
+// A text is asked for few rows; a flag is for many, and then reading all rows in turn is quicker
+// than finding each by an index.
+bool PicksFew(const Expr* condition) noexcept {
+  return DropsRows(condition) &&
+         std::any_of(condition->args.begin(), condition->args.end(), [](const Expr* arg) {
+           return IsText(arg->type.kind) || (IsPredicate(arg->kind) && PicksFew(arg));
+         });
 }
 
 std::int64_t RowsOf(const Source& source, Catalogue& catalogue);
@@ -92,42 +107,46 @@ void PreAggregation::WeighKey(const Expr& condition) {
 void PreAggregation::FilterByLookup(const JoinStep& step) {
   if (step.left || step.from->kind != FromKind::Table || !Has(lookup_, step.from->source)) return;
   const Source* source = step.from->source;
+  Sources others = detail_;
+  std::copy_if(lookup_.begin(), lookup_.end(), std::back_inserter(others),
+               [&](const Source* lookup) { return lookup != source; });
   std::vector<const Expr*> filters;
-  bool selective = false;
-  for (const Expr* condition : plan_.conditions) {
-    Sources others = lookup_;
-    others.erase(std::find(others.begin(), others.end(), source));
-    others.insert(others.end(), detail_.begin(), detail_.end());
-    if (!Reads(*condition, {source}) || Reads(*condition, others) || !CannotFail(*condition)) {
-      continue;
-    }
-    filters.push_back(condition);
-    selective = selective || condition->kind != ExprKind::Compare ||
-                condition->compare != Comparison::NotEqual;
-  }
-  if (!selective) return;
+  std::copy_if(plan_.conditions.begin(), plan_.conditions.end(), std::back_inserter(filters),
+               [&](const Expr* condition) {
+                 return Reads(*condition, {source}) && !Reads(*condition, others) &&
+                        CannotFail(*condition);
+               });
+  if (std::none_of(filters.begin(), filters.end(), DropsRows)) return;
   for (const Expr* condition : plan_.conditions) {
     if (condition->kind != ExprKind::Compare || condition->compare != Comparison::Equal) continue;
     for (const std::size_t side : {0U, 1U}) {
-      Expr* key = condition->args[side];
+      const Expr& key = *condition->args[side];
       Expr* partner = condition->args[1 - side];
-      if (!IsColumnOf(*key, detail_) || !IsColumnOf(*partner, {source})) continue;
-      SelectItem item;
-      item.expr = partner;
-      auto* select = context_.arena.Make<Select>();
-      select->items = context_.arena.Copy(std::vector<SelectItem>{item});
-      select->from = const_cast<From*>(step.from);
-      select->where = Conjunction(filters);
-      auto* query = context_.arena.Make<Query>();
-      query->selects = context_.arena.Copy(std::vector<Select*>{select});
-      Expr* filter = context_.arena.Make<Expr>();
-      filter->kind = ExprKind::InQuery;
-      filter->args = context_.arena.Copy(std::vector<Expr*>{key});
-      filter->query = query;
-      inner_conditions_.push_back(filter);
+      if (!IsColumnOf(key, detail_) || !IsColumnOf(*partner, {source})) continue;
+      inner_conditions_.push_back(KeyIsAmong(key, *partner, step, filters));
       return;
     }
   }
+}
+
+// key IN (SELECT partner FROM the step's table WHERE filters)
+const Expr* PreAggregation::KeyIsAmong(const Expr& key, Expr& partner, const JoinStep& step,
+                                       const std::vector<const Expr*>& filters) {
+  SelectItem item;
+  item.expr = &partner;
+  auto* select = context_.arena.Make<Select>();
+  select->items = context_.arena.Copy(std::vector<SelectItem>{item});
+  select->from = const_cast<From*>(step.from);
+  select->where = Conjunction(filters);
+  auto* query = context_.arena.Make<Query>();
+  query->selects = context_.arena.Copy(std::vector<Select*>{select});
+  Expr* column = context_.arena.Make<Expr>(key);
+  column->unindexed = std::none_of(filters.begin(), filters.end(), PicksFew);
+  Expr* filter = context_.arena.Make<Expr>();
+  filter->kind = ExprKind::InQuery;
+  filter->args = context_.arena.Copy(std::vector<Expr*>{column});
+  filter->query = query;
+  return filter;
 }
 
 void PreAggregation::SplitConditions() {
@@ -214,23 +233,47 @@ From* PreAggregation::Join(From* left, const JoinStep& step, const std::vector<c
   return join;
 }
 
+// The keys stand before the totals, those first that lead to large tables.
+void PreAggregation::OrderColumns() {
+  std::vector<std::size_t> order(columns_.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    const Column& left = columns_[a];
+    const Column& right = columns_[b];
+    return left.is_key != right.is_key ? left.is_key : left.weight > right.weight;
+  });
+  std::vector<Column> columns;
+  std::vector<Expr*> inner_columns;
+  for (const std::size_t i : order) {
+    inner_columns_[i]->column = static_cast<std::int32_t>(columns.size());
+    columns.push_back(columns_[i]);
+    inner_columns.push_back(inner_columns_[i]);
+  }
+  columns_ = std::move(columns);
+  inner_columns_ = std::move(inner_columns);
+}
+
 Query* PreAggregation::MakeInnerQuery() {
+  // What the storage's own function takes.
+  constexpr std::size_t kMostHashed = 99;
+  OrderColumns();
   auto* inner = context_.arena.Make<Select>();
   inner->grouped = true;
+  inner->hashed = columns_.size() <= kMostHashed;
   std::vector<SelectItem> items;
-  std::vector<Column> keys;
-  std::vector<Type> types;
-  for (const Column& column : columns_) {
-    SelectItem item;
-    item.expr = const_cast<Expr*>(column.expr);
-    items.push_back(item);
-    types.push_back(inner_columns_[items.size() - 1]->type);
-    if (column.is_key) keys.push_back(column);
-  }
-  std::stable_sort(keys.begin(), keys.end(),
-                   [](const Column& a, const Column& b) { return a.weight > b.weight; });
   std::vector<Expr*> group_by;
-  for (const Column& key : keys) group_by.push_back(const_cast<Expr*>(key.expr));
+  std::vector<Type> types;
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    SelectItem item;
+    item.expr = const_cast<Expr*>(columns_[i].expr);
+    items.push_back(item);
+    types.push_back(inner_columns_[i]->type);
+    if (columns_[i].is_key) {
+      group_by.push_back(item.expr);
+    } else if (item.expr->function != FunctionId::Sum && item.expr->function != FunctionId::Count) {
+      inner->hashed = false;
+    }
+  }
   inner->items = context_.arena.Copy(items);
   inner->group_by = context_.arena.Copy(group_by);
   inner->where = Conjunction(inner_conditions_);

@@ -64,9 +64,12 @@ class PreAggregation {
 
   void SplitConditions();
   void FilterByLookup(const JoinStep& step);
+  const Expr* KeyIsAmong(const Expr& key, Expr& partner, const JoinStep& step,
+                         const std::vector<const Expr*>& filters);
   void WeighKey(const Expr& condition);
   From* Join(From* left, const JoinStep& step, const std::vector<const Expr*>& on);
   Expr* Conjunction(const std::vector<const Expr*>& terms);
+  void OrderColumns();
   Query* MakeInnerQuery();
 
   Select& select_;
