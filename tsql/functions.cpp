@@ -74,6 +74,13 @@ void DisableBloomFilters(sqlite3* db) {
 }  // namespace
 
 std::string_view Call::Utf8(std::size_t i) const {
+  if (IsText(i)) {
+    // As a blob it need not be zero-terminated, for which SQLite would copy most columns.
+    const auto* bytes = static_cast<const char*>(sqlite3_value_blob(arguments_[i]));
+    const auto size = static_cast<std::size_t>(sqlite3_value_bytes(arguments_[i]));
+    if (bytes == nullptr && size > 0) throw std::bad_alloc();
+    return {bytes == nullptr ? "" : bytes, size};
+  }
   const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(arguments_[i]));
   if (text == nullptr) throw std::bad_alloc();
   return {text, static_cast<std::size_t>(sqlite3_value_bytes(arguments_[i]))};

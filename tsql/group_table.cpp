@@ -12,8 +12,7 @@ namespace {
 // How a key is written down: a tag, and behind it 8 bytes of a number or a text's length and bytes.
 enum Tag : char { kNull = 'n', kWhole = 'i', kReal = 'r', kText = 't' };
 
-// About what an entry of an index takes beside its text.
-constexpr std::size_t kPerEntry = 64;
+constexpr std::size_t kFirstSlots = 1024;  // a power of 2, as all their numbers are
 
 template <typename T>
 void AppendBytes(std::string& out, const T& value) {
@@ -114,7 +113,11 @@ void Total::Add(const Total& other) noexcept {
 }
 
 GroupTable::GroupTable(std::size_t keys, std::size_t totals, std::size_t most_bytes)
-    : key_count_(keys), total_count_(totals), most_bytes_(most_bytes), current_keys_(keys) {}
+    : key_count_(keys),
+      total_count_(totals),
+      most_bytes_(most_bytes),
+      slots_(kFirstSlots),
+      current_keys_(keys) {}
 
 void GroupTable::Add(std::span<const StoredValue> row) {
   spelled_.clear();
@@ -123,38 +126,77 @@ void GroupTable::Add(std::span<const StoredValue> row) {
   for (std::size_t i = 0; i < total_count_; ++i) {
     totals_[group * total_count_ + i].Add(row[key_count_ + i]);
   }
-  if (bytes_ > most_bytes_) Spill();
+  if (UsedBytes() > most_bytes_) Spill();
+}
+
+GroupTable::Place GroupTable::Keep(std::string_view bytes) {
+  bytes_.append(bytes);
+  return {bytes_.size() - bytes.size(), bytes.size()};
+}
+
+GroupTable::Slot& GroupTable::Find(std::string_view key, std::size_t hash) noexcept {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t i = hash & mask;
+  while (slots_[i].group != kNone && !(slots_[i].hash == hash && At(slots_[i].key) == key)) {
+    i = (i + 1) & mask;
+  }
+  return slots_[i];
+}
+
+void GroupTable::Enter(Slot& slot, Place key, std::size_t hash, std::size_t group) {
+  slot = {hash, key, group};
+  if (++used_slots_ * 2 <= slots_.size()) return;
+  std::vector<Slot> old(slots_.size() * 2);
+  old.swap(slots_);
+  const std::size_t mask = slots_.size() - 1;
+  for (const Slot& moved : old) {
+    if (moved.group == kNone) continue;
+    std::size_t i = moved.hash & mask;
+    while (slots_[i].group != kNone) i = (i + 1) & mask;
+    slots_[i] = moved;
+  }
+}
+
+std::size_t GroupTable::UsedBytes() const noexcept {
+  return bytes_.size() + used_slots_ * 2 * sizeof(Slot) + groups_.size() * 2 * sizeof(Place) +
+         totals_.size() * sizeof(Total);
 }
 
 // The spelling is looked up as it is; only a new one is folded.
 std::size_t GroupTable::GroupOf(std::string_view spelled) {
-  const auto known = by_spelling_.find(spelled);
-  if (known != by_spelling_.end()) return known->second;
+  const std::size_t hash = std::hash<std::string_view>()(spelled);
+  const std::size_t known = Find(spelled, hash).group;
+  if (known != kNone) return known;
   folded_.clear();
   for (std::string_view rest = spelled; !rest.empty();) AppendFolded(folded_, TakeKey(rest));
   const std::size_t group = FoldedGroup(folded_, spelled);
-  by_spelling_.emplace(spelled, group);
-  bytes_ += spelled.size() + kPerEntry;
+  Slot& slot = Find(spelled, hash);
+  if (slot.group == kNone) {
+    const bool first = At(groups_[group]) == spelled;
+    Enter(slot, first ? groups_[group] : Keep(spelled), hash, group);
+  }
   return group;
 }
 
 std::size_t GroupTable::FoldedGroup(std::string_view folded, std::string_view spelled) {
-  const auto known = by_value_.find(folded);
-  if (known != by_value_.end()) return known->second;
+  const std::size_t hash = std::hash<std::string_view>()(folded);
+  Slot& slot = Find(folded, hash);
+  if (slot.group != kNone) return slot.group;
   const std::size_t group = groups_.size();
-  by_value_.emplace(folded, group);
-  groups_.emplace_back(spelled);
+  groups_.push_back(Keep(spelled));
+  folded_groups_.push_back(folded == spelled ? groups_.back() : Keep(folded));
   totals_.resize(totals_.size() + total_count_);
-  bytes_ += folded.size() + spelled.size() + 2 * kPerEntry + total_count_ * sizeof(Total);
+  Enter(slot, folded_groups_.back(), hash, group);
   return group;
 }
 
 void GroupTable::Clear() {
-  by_spelling_.clear();
-  by_value_.clear();
+  bytes_.clear();
+  slots_.assign(kFirstSlots, {});
+  used_slots_ = 0;
   groups_.clear();
+  folded_groups_.clear();
   totals_.clear();
-  bytes_ = 0;
 }
 
 void GroupTable::Spill() {
@@ -162,9 +204,10 @@ void GroupTable::Spill() {
     parts_.emplace_back(std::tmpfile(), &std::fclose);
     if (!parts_.back()) FailFile();
   }
-  for (const auto& [folded, group] : by_value_) {
-    std::FILE* part = parts_[Hash()(folded) % kParts].get();
-    const std::string& spelled = groups_[group];
+  for (std::size_t group = 0; group < groups_.size(); ++group) {
+    const std::string_view folded = At(folded_groups_[group]);
+    const std::string_view spelled = At(groups_[group]);
+    std::FILE* part = parts_[std::hash<std::string_view>()(folded) % kParts].get();
     const std::array<std::size_t, 2> sizes = {folded.size(), spelled.size()};
     Write(part, sizes.data(), sizeof sizes);
     Write(part, folded.data(), folded.size());
@@ -211,7 +254,7 @@ void GroupTable::ShowCurrent() {
     current_ = 0;
   }
   if (AtEnd()) return;
-  std::string_view rest = groups_[current_];
+  std::string_view rest = At(groups_[current_]);
   for (StoredValue& key : current_keys_) key = TakeKey(rest);
 }
 

@@ -9,7 +9,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <variant>
 #include <vector>
 
@@ -57,17 +56,29 @@ class GroupTable {
   static constexpr std::size_t kMostBytes = std::size_t{64} << 20;
   static constexpr std::size_t kParts = 16;
 
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const noexcept {
-      return std::hash<std::string_view>()(text);
-    }
+  // Keys in one block of memory. An open-addressing index leads from them to their groups.
+  struct Place {
+    std::size_t offset = 0;
+    std::size_t size = 0;
   };
-  using Index = std::unordered_map<std::string, std::size_t, Hash, std::equal_to<>>;
+  struct Slot {
+    std::size_t hash = 0;
+    Place key;
+    std::size_t group = kNone;
+  };
+  static constexpr std::size_t kNone = SIZE_MAX;
   using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
   std::size_t GroupOf(std::string_view spelled);
   std::size_t FoldedGroup(std::string_view folded, std::string_view spelled);
+  std::string_view At(Place place) const noexcept {
+    return std::string_view(bytes_).substr(place.offset, place.size);
+  }
+  Place Keep(std::string_view bytes);
+  // The slot that holds `key`, or the empty one where it belongs.
+  Slot& Find(std::string_view key, std::size_t hash) noexcept;
+  void Enter(Slot& slot, Place key, std::size_t hash, std::size_t group);
+  std::size_t UsedBytes() const noexcept;
   void Spill();
   void LoadPart(std::FILE* part);
   void Clear();
@@ -76,10 +87,13 @@ class GroupTable {
   std::size_t key_count_;
   std::size_t total_count_;
   std::size_t most_bytes_;
-  std::size_t bytes_ = 0;
-  Index by_spelling_;                // every spelling of the keys that came up
-  Index by_value_;                   // folded
-  std::vector<std::string> groups_;  // the keys of each group as its first row spells them
+  std::string bytes_;
+  // Every spelling of the keys that came up, and every folded one. The two do not get into each
+  // other's way: a spelling that is a folded one belongs to the same group.
+  std::vector<Slot> slots_;
+  std::size_t used_slots_ = 0;
+  std::vector<Place> groups_;  // the keys of each group as its first row spells them
+  std::vector<Place> folded_groups_;
   std::vector<Total> totals_;
   std::string spelled_;  // the current row's keys
   std::string folded_;
