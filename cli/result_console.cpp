@@ -27,8 +27,12 @@ void ResultConsole::Columns(std::span<const ResultColumn> columns) {
   writer_.Columns(columns);
 }
 
-void ResultConsole::Row(std::span<const Value> values) {
+bool ResultConsole::WantsRow() {
   InterruptGuard::Check();
+  return rows_ < limit_;
+}
+
+void ResultConsole::Row(std::span<const Value> values) {
   if (rows_++ < limit_) writer_.Row(values);
 }
 

@@ -22,6 +22,7 @@ class ResultConsole final : public ResultSink {
                 StatementSource source = {});
 
   void Columns(std::span<const ResultColumn> columns) override;
+  bool WantsRow() override;
   void Row(std::span<const Value> values) override;
   void EndRows(std::int64_t count) override;
   void RowsAffected(std::int64_t count) override;

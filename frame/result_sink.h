@@ -32,6 +32,11 @@ class ResultSink {
   // null.
   virtual void Row(std::span<const Value> values) = 0;
 
+  // False when the rows that follow need only be counted. A connection may then pass Row over, and
+  // asks again for the next one.
+  virtual bool WantsRow() { return true; }
+
+  // `count` rows were there, the ones that nobody wanted included.
   virtual void EndRows(std::int64_t count) = 0;
 
   // A statement without a result set changed that many rows.

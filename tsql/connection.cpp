@@ -27,6 +27,7 @@ DatabaseError Closed() {
 class NullSink final : public ResultSink {
  public:
   void Columns(std::span<const ResultColumn>) override {}
+  bool WantsRow() override { return false; }
   void Row(std::span<const Value>) override {}
   void EndRows(std::int64_t) override {}
   void RowsAffected(std::int64_t) override {}

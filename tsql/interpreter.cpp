@@ -308,12 +308,12 @@ void Interpreter::SendRows(sqlite3_stmt* statement, const Query& query) {
   bool more = storage_.Step(statement);
   sink_->Columns(columns);
   try {
-    for (; more; more = storage_.Step(statement)) {
+    for (; more; more = storage_.Step(statement), ++count) {
+      if (!sink_->WantsRow()) continue;
       for (std::size_t i = 0; i < columns.size(); ++i) {
         values[i] = ReadValue(statement, static_cast<int>(i), columns[i].kind);
       }
       sink_->Row(values);
-      ++count;
     }
   } catch (const SqlError&) {
     sink_->EndRows(count);  // the rows before the failure have been given
