@@ -10,6 +10,9 @@
 namespace ledgerwick::tsql {
 namespace {
 
+// Fewer rows are grouped at once, however it is done.
+constexpr std::int64_t kWorthwhile = 1000;
+
 // A table that is so many times smaller than the largest describes it.
 constexpr std::int64_t kMuchSmaller = 8;
 
@@ -62,6 +65,7 @@ bool PreAggregation::ChooseDetail() {
   for (const Source* source : lookup_) {
     largest_ = std::max(largest_, RowsOf(*source, context_.catalogue));
   }
+  if (context_.planning != Planning::Eager && largest_ < kWorthwhile) return false;
   for (const JoinStep& step : plan_.steps) {
     if (step.left || step.from->source == nullptr) continue;
     const std::int64_t rows = RowsOf(*step.from->source, context_.catalogue);

@@ -23,7 +23,7 @@ class PreAggregation {
     inner_.query = &inner_query_;
   }
 
-  // The tables that hold the detail; false when there are none to tell apart.
+  // The tables that hold the detail; false when there are none to tell apart, or too little of it.
   bool ChooseDetail();
 
   // Works everything out. False when it cannot be done; then WidenDetail says whether another

@@ -122,7 +122,7 @@ bool Same(const Outcome& a, const Outcome& b) {
 // A sample company with the oddities that a ledger collects.
 void CreateOddSample(const fs::path& database, std::uint64_t seed) {
   SampleOptions options;
-  options.voucher_lines = 800;
+  options.voucher_lines = 1200;
   options.seed = seed;
   options.force = true;
   CreateSample(database, options);
