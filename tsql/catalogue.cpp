@@ -202,6 +202,41 @@ std::int64_t Catalogue::RowEstimate(const Table& table) {
   return estimate->second;
 }
 
+bool Catalogue::IsKey(const Table& table, std::int32_t column) {
+  return IndexesOf(table).keys[static_cast<std::size_t>(column)] != 0;
+}
+
+bool Catalogue::IsIndexed(const Table& table, std::int32_t column) {
+  return IndexesOf(table).leading[static_cast<std::size_t>(column)] != 0;
+}
+
+const Catalogue::Indexes& Catalogue::IndexesOf(const Table& table) {
+  Cache& cache = caches_[static_cast<std::size_t>(table.database)];
+  const auto [found, added] = cache.indexes.try_emplace(&table);
+  Indexes& indexes = found->second;
+  if (!added) return indexes;
+  indexes.keys.resize(table.columns.size());
+  indexes.leading.resize(table.columns.size());
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    indexes.keys[i] = indexes.leading[i] = table.columns[i].is_row_number ? 1 : 0;
+  }
+  if (table.kind != TableKind::Table) return indexes;
+  const SqliteStatement query = Prepare(
+      "SELECT (SELECT cid FROM pragma_index_info(l.name, ?2) WHERE seqno = 0),"
+      " l.\"unique\" AND (SELECT COUNT(*) FROM pragma_index_info(l.name, ?2)) = 1"
+      " FROM pragma_index_list(?1, ?2) AS l WHERE NOT l.partial");
+  const std::string name = ToUtf8(table.name);
+  sqlite3_bind_text(query.get(), 1, name.data(), static_cast<int>(name.size()), SQLITE_STATIC);
+  sqlite3_bind_text(query.get(), 2, SchemaName(table.database), -1, SQLITE_STATIC);
+  while (sqlite3_step(query.get()) == SQLITE_ROW) {
+    const auto column = static_cast<std::size_t>(sqlite3_column_int(query.get(), 0));
+    if (column >= table.columns.size()) continue;
+    indexes.leading[column] = 1;
+    if (sqlite3_column_int(query.get(), 1) != 0) indexes.keys[column] = 1;
+  }
+  return indexes;
+}
+
 std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::string& name) {
   auto table = std::make_unique<Table>();
   table->database = database;

@@ -97,7 +97,19 @@ class Catalogue {
   // which the storage knows without counting.
   std::int64_t RowEstimate(const Table& table);
 
+  // True when no two rows of `table` have the same value in `column`, and an index finds them.
+  bool IsKey(const Table& table, std::int32_t column);
+
+  // True when an index finds the rows with a value of `column`.
+  bool IsIndexed(const Table& table, std::int32_t column);
+
  private:
+  // By the columns of a table.
+  struct Indexes {
+    std::vector<char> keys;
+    std::vector<char> leading;
+  };
+
   struct Cache {
     std::int64_t version = -1;
     bool names_loaded = false;
@@ -106,12 +118,14 @@ class Catalogue {
     bool procedures_loaded = false;
     TextMap<ProcedureText> procedures;  // keyed by the folded name
     std::unordered_map<const Table*, std::int64_t> row_estimates;
+    std::unordered_map<const Table*, Indexes> indexes;
   };
 
   std::int64_t SchemaVersion(DatabaseId database);
   void LoadNames(DatabaseId database, Cache& cache);
   std::unique_ptr<Table> LoadTable(DatabaseId database, const std::string& name);
   std::unique_ptr<Table> LoadView(DatabaseId database, TextView folded);
+  const Indexes& IndexesOf(const Table& table);
   SqliteStatement Prepare(const std::string& sql);
 
   sqlite3* db_;

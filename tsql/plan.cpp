@@ -1,5 +1,6 @@
 #include "tsql/plan.h"
 
+#include "tsql/lookup_keys.h"
 #include "tsql/pre_aggregate.h"
 
 namespace ledgerwick::tsql {
@@ -25,6 +26,7 @@ void PlanNested(Query& query, PlanContext& context) {
 
 void PlanQuery(Query& query, Arena& arena, Catalogue& catalogue, Planning planning) {
   if (planning == Planning::Plain) return;
+  PreferKeys(query, catalogue);
   PlanContext context{arena, catalogue, planning, query.next_source};
   PlanNested(query, context);
   query.next_source = context.next_source;
