@@ -2,12 +2,11 @@
 // procedure, with 20 filters on a database that does nothing.
 //
 //   bench_compose
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <vector>
 
+#include "bench/stopwatch.h"
 #include "frame/class_table.h"
 #include "frame/error.h"
 #include "frame/report_provider.h"
@@ -19,7 +18,6 @@
 namespace {
 
 using namespace ledgerwick;
-using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kFilters = 20;
 constexpr int kRounds = 2001;
@@ -114,14 +112,11 @@ void Bench(const ClassInfo& info, const ReportInfo& report) {
     const std::unique_ptr<ReportProvider> provider = info.factory(system);
     Furnish(*provider, request);
     provider->mconn = system.connection;
-    const auto start = Clock::now();
-    provider->MoveDataDetail();
-    times.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
+    times.push_back(Seconds([&] { provider->MoveDataDetail(); }));
     characters = system.connection->characters;
   }
-  std::nth_element(times.begin(), times.begin() + kRounds / 2, times.end());
   std::printf("  %-26s %6zu characters %7.1f us\n", ToUtf8(info.name).c_str(), characters,
-              times[kRounds / 2]);
+              Median(times) * 1e6);
 }
 
 }  // namespace

@@ -2,14 +2,12 @@
 // directly, on one file in one run: the whole of two sales reports' procedures, and the call alone.
 //
 //   bench_procedures [VOUCHER_LINES]     (20,000 unless told)
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "bench/stopwatch.h"
 #include "frame/error.h"
 #include "sample/sample.h"
 #include "tsql/connection.h"
@@ -17,7 +15,6 @@
 namespace {
 
 using namespace ledgerwick;
-using Clock = std::chrono::steady_clock;
 namespace fs = std::filesystem;
 
 constexpr int kRounds = 31;
@@ -75,17 +72,6 @@ std::vector<Pair> Pairs() {
   };
 }
 
-double Microseconds(const std::function<void()>& work) {
-  const auto start = Clock::now();
-  work();
-  return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
-}
-
-double Median(std::vector<double> values) {
-  std::ranges::nth_element(values, values.begin() + std::ssize(values) / 2);
-  return values[values.size() / 2];
-}
-
 void Call(Connection& connection, const Pair& pair) {
   const auto command = connection.NewCommand();
   for (const Parameter& parameter : pair.parameters) {
@@ -114,13 +100,13 @@ void Bench(Connection& connection, const Pair& pair) {
   Text rows_called;
   Text rows_direct;
   for (int i = 0; i < kRounds; ++i) {
-    called.push_back(Microseconds([&] { Call(connection, pair); }));
+    called.push_back(Seconds([&] { Call(connection, pair); }));
     rows_called = CountRows(connection);
-    direct.push_back(Microseconds([&] { connection.Execute(pair.direct, kOptionUnspecified); }));
+    direct.push_back(Seconds([&] { connection.Execute(pair.direct, kOptionUnspecified); }));
     rows_direct = CountRows(connection);
   }
   std::printf("  %-26s %6s rows  called %10.1f us  direct %10.1f us  ratio %.2f%s\n", pair.name,
-              ToUtf8(rows_called).c_str(), Median(called), Median(direct),
+              ToUtf8(rows_called).c_str(), Median(called) * 1e6, Median(direct) * 1e6,
               Median(called) / Median(direct),
               rows_called == rows_direct ? "" : "  DIFFERENT ROWS");
 }

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/stopwatch.h"
 #include "frame/error.h"
 #include "frame/report_provider.h"
 #include "hand_written_files.h"
@@ -100,13 +101,6 @@ class QuietSystem final : public System {
   void MessageBox(const Text&, const Text&, std::int32_t) override {}
   void Beep() override {}
 };
-
-template <typename Work>
-double Seconds(Work&& work) {
-  const auto start = Clock::now();
-  work();
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 void RunReport(const Case& report, const fs::path& database) {
   Request request = ParseRequest(report.request, report.name);

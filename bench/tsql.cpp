@@ -3,7 +3,6 @@
 //
 //   bench_tsql [VOUCHER_LINES]     (200,000 unless told)
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -11,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/stopwatch.h"
 #include "frame/class_table.h"
 #include "frame/error.h"
 #include "host/recorder.h"
@@ -22,19 +22,6 @@
 namespace {
 
 using namespace ledgerwick;
-using Clock = std::chrono::steady_clock;
-
-double Seconds(const std::function<void()>& work) {
-  const auto start = Clock::now();
-  work();
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-double Median(std::vector<double> values) {
-  std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2),
-                   values.end());
-  return values[values.size() / 2];
-}
 
 // Every statement of every report that can run, in the form that it has without filters.
 std::vector<std::pair<std::string, Text>> ReportStatements() {
