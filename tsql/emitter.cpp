@@ -3,27 +3,9 @@
 #include <algorithm>
 
 #include "tsql/functions.h"
-#include "tsql/total_expression.h"
 
 namespace ledgerwick::tsql {
 namespace {
-
-std::string_view OperatorOf(ExprKind kind) noexcept {
-  switch (kind) {
-    case ExprKind::Add:
-      return " + ";
-    case ExprKind::Subtract:
-      return " - ";
-    case ExprKind::Multiply:
-      return " * ";
-    case ExprKind::Modulo:
-      return " % ";
-    case ExprKind::BitAnd:
-      return " & ";
-    default:
-      return " | ";
-  }
-}
 
 std::string_view OperatorOf(Comparison comparison) noexcept {
   switch (comparison) {
@@ -272,105 +254,6 @@ void Emitter::EmitScalar(const Expr& expr) {
     Raw("SELECT CASE WHEN count(*) > 1 THEN t_error_512() ELSE max(c1) END FROM (SELECT c1 FROM (");
     EmitQuery(query, true);
     Raw(") LIMIT 2)");
-  }
-  Raw(")");
-}
-
-void Emitter::EmitArithmetic(const Expr& expr) {
-  if (expr.kind == ExprKind::Negate || expr.kind == ExprKind::BitNot) {
-    Raw(expr.kind == ExprKind::Negate ? "(- " : "(~ ");
-    EmitExpr(*expr.args[0]);
-    Raw(")");
-    return;
-  }
-  const TypeKind kind = expr.type.kind;
-  if (IsText(kind)) {
-    Raw("(");
-    EmitExpr(*expr.args[0]);
-    Raw(" || ");
-    EmitExpr(*expr.args[1]);
-    Raw(")");
-    return;
-  }
-  // Results are kept in the range and the scale of their type.
-  const bool checked = IsInteger(kind) && expr.kind <= ExprKind::Multiply;
-  if (checked) Raw("t_to_int(");
-  if (kind == TypeKind::Decimal) Raw("t_to_dec(");
-  if (kind == TypeKind::Money) Raw("t_to_money(");
-  if (expr.kind == ExprKind::Divide || expr.kind == ExprKind::Modulo) {
-    EmitDivision(expr);
-  } else if (expr.kind == ExprKind::BitXor) {
-    // SQLite has no exclusive or: the bits of either less the bits of both.
-    for (const std::string_view bits : {"((", " - ("}) {
-      Raw(bits);
-      EmitExpr(*expr.args[0]);
-      Raw(bits == "((" ? " | " : " & ");
-      EmitExpr(*expr.args[1]);
-      Raw(")");
-    }
-    Raw(")");
-  } else {
-    Raw("(");
-    EmitExpr(*expr.args[0]);
-    Raw(OperatorOf(expr.kind));
-    EmitExpr(*expr.args[1]);
-    Raw(")");
-  }
-  if (checked) Raw(", '").Raw(KindName(kind)).Raw("')");
-  if (kind == TypeKind::Decimal) {
-    Raw(", ").Raw(std::to_string(expr.type.precision));
-    Raw(", ").Raw(std::to_string(expr.type.scale)).Raw(")");
-  }
-  if (kind == TypeKind::Money) Raw(")");
-}
-
-// SQLite's division by zero is NULL; the server's is an error of whichever row reaches it.
-void Emitter::EmitDivision(const Expr& expr) {
-  const Expr& dividend = *expr.args[0];
-  const Expr& divisor = *expr.args[1];
-  const bool real = !IsInteger(expr.type.kind);
-  const auto emit_real = [&](const Expr& operand) {
-    const bool cast = real && !IsFloat(operand.type.kind);
-    if (cast) Raw("CAST(");
-    EmitExpr(operand);
-    if (cast) Raw(" AS REAL)");
-  };
-  const auto emit_divisor = [&] {
-    if (IsNonZeroLiteral(divisor)) {
-      emit_real(divisor);
-    } else if (divisor.kind == ExprKind::Column) {
-      Raw("CASE ");
-      EmitExpr(divisor);
-      Raw(" WHEN 0 THEN t_div0() ELSE ");
-      EmitExpr(divisor);
-      Raw(" END");
-    } else {
-      Raw("t_nonzero(");
-      EmitExpr(divisor);
-      Raw(")");
-    }
-  };
-  if (expr.kind == ExprKind::Divide && IsExactFraction(expr.type.kind)) {
-    Raw("t_div(");
-    emit_real(dividend);
-    Raw(", ");
-    emit_divisor();
-    Raw(", ").Raw(std::to_string(expr.type.scale)).Raw(")");
-    return;
-  }
-  Raw("(");
-  emit_real(dividend);
-  if (expr.kind == ExprKind::Modulo && real) {
-    // What is left after taking the divisor away as often as it goes.
-    Raw(" - t_round(");
-    emit_real(dividend);
-    Raw(" / ");
-    emit_divisor();
-    Raw(", 0, 1) * ");
-    EmitExpr(divisor);
-  } else {
-    Raw(expr.kind == ExprKind::Modulo ? " % " : " / ");
-    emit_divisor();
   }
   Raw(")");
 }
