@@ -4,6 +4,8 @@
 -- behind a WHERE over SaleInvoiceView or SaleNoteView, joined with Inventory, and makes the table
 -- anew in tempdb. Conditions are trusted as they are: whoever may call a procedure may run any
 -- SELECT with the login's rights. Plain values (dates, a warehouse, an account) are quoted here.
+--
+-- Conditions arrive as long varchar, which a server does not turn into nvarchar by itself.
 
 -- The condition that was too long for an argument and waits in the parameter table.
 CREATE PROCEDURE newReport_ParameterFromTempTable
@@ -45,12 +47,12 @@ GO
 -- Sales summary: what was invoiced, by department, customer and item.
 CREATE PROCEDURE Sa_MoveSaleDetail
   @chrtable nvarchar(128),
-  @chrWhere1 nvarchar(4000),
-  @chrsaledate nvarchar(4000),
-  @chrkeepdate nvarchar(4000),
-  @chrdep nvarchar(4000),
-  @chrchecker nvarchar(4000),
-  @chrwarehouse nvarchar(4000)
+  @chrWhere1 varchar(8000),
+  @chrsaledate varchar(8000),
+  @chrkeepdate varchar(8000),
+  @chrdep varchar(8000),
+  @chrchecker varchar(8000),
+  @chrwarehouse varchar(8000)
 AS
   DECLARE @where nvarchar(4000)
   SET @where = N'1 = 1'
@@ -76,12 +78,12 @@ GO
 -- Sales detail: the lines of the invoices with their cost.
 CREATE PROCEDURE Sa_MoveSaleDetailCost
   @chrtable nvarchar(128),
-  @chrWhere1 nvarchar(4000),
-  @chrsaledate nvarchar(4000),
-  @chrkeepdate nvarchar(4000),
-  @chrdep nvarchar(4000),
-  @chrchecker nvarchar(4000),
-  @chrwarehouse nvarchar(4000)
+  @chrWhere1 varchar(8000),
+  @chrsaledate varchar(8000),
+  @chrkeepdate varchar(8000),
+  @chrdep varchar(8000),
+  @chrchecker varchar(8000),
+  @chrwarehouse varchar(8000)
 AS
   DECLARE @where nvarchar(4000)
   SET @where = N'1 = 1'
@@ -105,7 +107,7 @@ GO
 -- Sales income: what was invoiced and what has been paid for it, by customer and item.
 CREATE PROCEDURE Sa_MoveSaleInCome
   @chrtable nvarchar(128),
-  @chrWhere1 nvarchar(4000),
+  @chrWhere1 varchar(8000),
   @chrZtCode nvarchar(20)
 AS
   DECLARE @where nvarchar(4000)
@@ -128,7 +130,7 @@ GO
 -- Sales cost: income against cost, by item.
 CREATE PROCEDURE Sa_MoveSaleCostDetail
   @chrtable nvarchar(128),
-  @chrWhere1 nvarchar(4000)
+  @chrWhere1 varchar(8000)
 AS
   DECLARE @where nvarchar(4000)
   SET @where = N'1 = 1'
@@ -149,11 +151,11 @@ GO
 -- dispatch date chooses the lines; the dates of invoices and payments choose what counts.
 CREATE PROCEDURE Sa_MoveConsignment
   @chrtable nvarchar(128),
-  @chrWhere1 nvarchar(4000),
-  @chrWhere2 nvarchar(4000),
-  @chrConDate nvarchar(4000),
-  @chrSaleDate nvarchar(4000),
-  @chrPayDate nvarchar(4000)
+  @chrWhere1 varchar(8000),
+  @chrWhere2 varchar(8000),
+  @chrConDate varchar(8000),
+  @chrSaleDate varchar(8000),
+  @chrPayDate varchar(8000)
 AS
   DECLARE @where nvarchar(4000), @invoices nvarchar(4000), @payments nvarchar(4000)
   SET @where = N'cVouchType = ''06'''
@@ -190,8 +192,8 @@ GO
 -- Dispatch: goods sold by delivery notes and by settlements of consignments.
 CREATE PROCEDURE Sa_MoveSaleOut
   @chrtable nvarchar(128),
-  @chrWhere1 nvarchar(4000),
-  @chrChecked nvarchar(4000),
+  @chrWhere1 varchar(8000),
+  @chrChecked varchar(8000),
   @chrStartDate nvarchar(40),
   @chrenddate nvarchar(40)
 AS
@@ -214,10 +216,10 @@ GO
 -- what counts as invoiced.
 CREATE PROCEDURE Sa_MoveOutIncome
   @chrtable nvarchar(128),
-  @chrWhere1 nvarchar(4000),
-  @chrOutDate nvarchar(4000),
-  @chrSaleDate nvarchar(4000),
-  @chrVouchType nvarchar(4000)
+  @chrWhere1 varchar(8000),
+  @chrOutDate varchar(8000),
+  @chrSaleDate varchar(8000),
+  @chrVouchType varchar(8000)
 AS
   DECLARE @where nvarchar(4000), @invoices nvarchar(4000)
   SET @where = N'cVouchType IN (''05'', ''07'')'
@@ -248,11 +250,11 @@ GO
 -- side by side.
 CREATE PROCEDURE Sa_MoveSRMDetail
   @chrtablename nvarchar(128),
-  @chrWhere nvarchar(4000),
+  @chrWhere varchar(8000),
   @chrStartDate nvarchar(40),
   @chrenddate nvarchar(40),
-  @chrchecker nvarchar(4000),
-  @chrdep nvarchar(4000),
+  @chrchecker varchar(8000),
+  @chrdep varchar(8000),
   @chrWareHouse nvarchar(400)
 AS
   DECLARE @where nvarchar(4000)
@@ -278,7 +280,7 @@ GO
 -- Entrusted sales: what consignees have sold and settled.
 CREATE PROCEDURE Sa_MoveTrustDetail
   @chrtable nvarchar(128),
-  @chrWhere nvarchar(4000),
+  @chrWhere varchar(8000),
   @chrStartDate nvarchar(40),
   @chrEndDate nvarchar(40)
 AS
