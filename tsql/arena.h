@@ -47,7 +47,7 @@ class Arena {
   }
 
  private:
-  std::pmr::monotonic_buffer_resource memory_{64 * 1024};
+  std::pmr::monotonic_buffer_resource memory_{std::size_t{64} * 1024};
 };
 
 }  // namespace ledgerwick::tsql
