@@ -16,6 +16,7 @@ using WideChars = std::bitset<0x10000>;
 // Which UTF-16 units take two bytes in code page 936.
 std::unique_ptr<const WideChars> LoadWideChars() {
   const iconv_t converter = iconv_open("GBK", "UTF-16LE");
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): how iconv says no
   if (converter == reinterpret_cast<iconv_t>(-1)) {
     throw std::runtime_error("the C library has no GBK converter (code page 936)");
   }

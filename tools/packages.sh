@@ -27,6 +27,8 @@ ensure_packages() {
 BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libcli11-dev nlohmann-json3-dev libutf8proc-dev)
 # What its tests need beyond that.
 TEST_PACKAGES=(doctest-dev clang-format git)
+# What finds faults without running anything.
+TIDY_PACKAGES=(clang-tidy)
 # What the COM server is cross-built and tested with.
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64 g++-mingw-w64-i686 mingw-w64-tools wine wine64 locales)
 

@@ -78,6 +78,7 @@ std::size_t Clamp(std::int64_t count) {
 // page lacks it.
 std::uint8_t FirstAnsiByte(std::string_view character) {
   const iconv_t converter = iconv_open("GBK", "UTF-8");
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): how iconv says no
   if (converter == reinterpret_cast<iconv_t>(-1)) return '?';
   std::string in(character);
   std::array<char, 8> out{'?'};

@@ -10,7 +10,10 @@ namespace ledgerwick::tsql {
 namespace {
 
 // How a key is written down: a tag, and behind it 8 bytes of a number or a text's length and bytes.
-enum Tag : char { kNull = 'n', kWhole = 'i', kReal = 'r', kText = 't' };
+constexpr char kNull = 'n';
+constexpr char kWhole = 'i';
+constexpr char kReal = 'r';
+constexpr char kText = 't';
 
 constexpr std::size_t kFirstSlots = 1024;  // a power of 2, as all their numbers are
 

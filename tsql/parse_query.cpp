@@ -8,7 +8,7 @@ Query* Parser::ParseQuery() {
   std::vector<Select*> selects{SelectOrParenthesised()};
   std::vector<char> keeps_duplicates;
   while (Accept(Keyword::Union)) {
-    keeps_duplicates.push_back(Accept(Keyword::All));
+    keeps_duplicates.push_back(Accept(Keyword::All) ? 1 : 0);
     selects.push_back(SelectOrParenthesised());
   }
   query->selects = arena_.Copy(selects);

@@ -218,6 +218,7 @@ bool PreAggregation::Attempt() {
 Expr* PreAggregation::Conjunction(const std::vector<const Expr*>& terms) {
   if (terms.empty()) return nullptr;
   std::vector<Expr*> args;
+  args.reserve(terms.size());
   for (const Expr* term : terms) args.push_back(const_cast<Expr*>(term));
   if (args.size() == 1) return args.front();
   Expr* all = context_.arena.Make<Expr>();
