@@ -178,13 +178,19 @@ std::string GroupsOf(const Trace& trace) {
   return any ? "groups:" + groups + "\n" : "";
 }
 
-// The conditions that the report has written into items.
+// What the report has written into items and left there.
 std::string RewrittenItems(const Trace& trace, const Request& request) {
   std::string text;
   for (std::size_t i = 0; i < trace.filters_after.size(); ++i) {
-    const Text& sql = trace.filters_after[i].strSqlString;
-    if (ReferenceFilter(request.filters->at(i)).strSqlString() == sql) continue;
-    text += ToUtf8(trace.filters_after[i].Name) + " := |" + Brief(sql) + "|\n";
+    const FilterAfter& after = trace.filters_after[i];
+    const std::string name = ToUtf8(after.Name);
+    ReferenceFilter before(request.filters->at(i));
+    if (before.strSqlString() != after.strSqlString) {
+      text += name + " := |" + Brief(after.strSqlString) + "|\n";
+    }
+    if (!(before.varValue() == after.varValue)) {
+      text += name + " has the value |" + Brief(after.varValue.ToText()) + "|\n";
+    }
   }
   return text;
 }
