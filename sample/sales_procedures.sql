@@ -44,6 +44,27 @@ AS
     EXEC (N'DROP TABLE tempdb..' + @table)
 GO
 
+-- What the sales summary and the sales detail are handed, as one WHERE. The department's comparison
+-- comes without its column.
+CREATE PROCEDURE Sa_InvoiceConditions
+  @where nvarchar(4000) OUTPUT,
+  @condition varchar(8000),
+  @saledate varchar(8000),
+  @keepdate varchar(8000),
+  @department varchar(8000),
+  @checker varchar(8000),
+  @warehouse varchar(8000)
+AS
+  SET @where = N'1 = 1'
+  EXEC Sa_AddCondition @where OUTPUT, @condition
+  EXEC Sa_AddCondition @where OUTPUT, @saledate
+  EXEC Sa_AddCondition @where OUTPUT, @keepdate
+  IF @department <> ''
+    SET @where = @where + N' AND (cDepCode' + @department + N')'
+  EXEC Sa_AddCondition @where OUTPUT, @checker
+  EXEC Sa_AddComparison @where OUTPUT, N'cWhCode =', @warehouse
+GO
+
 -- Sales summary: what was invoiced, by department, customer and item.
 CREATE PROCEDURE Sa_MoveSaleDetail
   @chrtable nvarchar(128),
@@ -55,15 +76,8 @@ CREATE PROCEDURE Sa_MoveSaleDetail
   @chrwarehouse varchar(8000)
 AS
   DECLARE @where nvarchar(4000)
-  SET @where = N'1 = 1'
-  EXEC Sa_AddCondition @where OUTPUT, @chrWhere1
-  EXEC Sa_AddCondition @where OUTPUT, @chrsaledate
-  EXEC Sa_AddCondition @where OUTPUT, @chrkeepdate
-  -- The department's comparison comes without its column.
-  IF @chrdep <> ''
-    SET @where = @where + N' AND (cDepCode' + @chrdep + N')'
-  EXEC Sa_AddCondition @where OUTPUT, @chrchecker
-  EXEC Sa_AddComparison @where OUTPUT, N'cWhCode =', @chrwarehouse
+  EXEC Sa_InvoiceConditions @where OUTPUT, @chrWhere1, @chrsaledate, @chrkeepdate, @chrdep, @chrchecker,
+    @chrwarehouse
   EXEC Sa_DropResult @chrtable
   EXEC (N'SELECT cDepCode AS 部门编码, cDepName AS 部门名称, cCusCode AS 客户编码, cCusAbbName AS 客户名称,
     Inventory.cInvCode AS 存货编码, cInvName AS 存货名称, cInvStd AS 规格型号,
@@ -86,14 +100,8 @@ CREATE PROCEDURE Sa_MoveSaleDetailCost
   @chrwarehouse varchar(8000)
 AS
   DECLARE @where nvarchar(4000)
-  SET @where = N'1 = 1'
-  EXEC Sa_AddCondition @where OUTPUT, @chrWhere1
-  EXEC Sa_AddCondition @where OUTPUT, @chrsaledate
-  EXEC Sa_AddCondition @where OUTPUT, @chrkeepdate
-  IF @chrdep <> ''
-    SET @where = @where + N' AND (cDepCode' + @chrdep + N')'
-  EXEC Sa_AddCondition @where OUTPUT, @chrchecker
-  EXEC Sa_AddComparison @where OUTPUT, N'cWhCode =', @chrwarehouse
+  EXEC Sa_InvoiceConditions @where OUTPUT, @chrWhere1, @chrsaledate, @chrkeepdate, @chrdep, @chrchecker,
+    @chrwarehouse
   EXEC Sa_DropResult @chrtable
   EXEC (N'SELECT dDate AS 开票日期, cInvoiceCode AS 发票号, cDepName AS 部门名称, cCusAbbName AS 客户名称,
     cWhCode AS 仓库编码, Inventory.cInvCode AS 存货编码, cInvName AS 存货名称, cInvStd AS 规格型号,

@@ -47,6 +47,8 @@ bool ComparisonOf(Symbol symbol, Comparison& comparison) noexcept {
   }
 }
 
+}  // namespace
+
 ExprKind AdditiveOf(Symbol symbol) noexcept {
   switch (symbol) {
     case Symbol::Plus:
@@ -76,8 +78,6 @@ ExprKind MultiplicativeOf(Symbol symbol) noexcept {
       return ExprKind::Null;
   }
 }
-
-}  // namespace
 
 Expr* Parser::NewExpr(ExprKind kind, std::uint32_t offset) {
   Expr* expr = arena_.Make<Expr>();

@@ -13,27 +13,10 @@ Type WithLength(Type type) {
   return type;
 }
 
+// The operator of `symbol`, of either precedence; Null where it is none.
 ExprKind OperatorOf(Symbol symbol) noexcept {
-  switch (symbol) {
-    case Symbol::Plus:
-      return ExprKind::Add;
-    case Symbol::Minus:
-      return ExprKind::Subtract;
-    case Symbol::Star:
-      return ExprKind::Multiply;
-    case Symbol::Slash:
-      return ExprKind::Divide;
-    case Symbol::Percent:
-      return ExprKind::Modulo;
-    case Symbol::Ampersand:
-      return ExprKind::BitAnd;
-    case Symbol::Bar:
-      return ExprKind::BitOr;
-    case Symbol::Caret:
-      return ExprKind::BitXor;
-    default:
-      return ExprKind::Null;
-  }
+  const ExprKind additive = AdditiveOf(symbol);
+  return additive != ExprKind::Null ? additive : MultiplicativeOf(symbol);
 }
 
 }  // namespace

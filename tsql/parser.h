@@ -26,6 +26,10 @@ struct ParametrisedBatch {
 // The same with the parameters that `parameters` ("@a int, @b varchar(10) OUTPUT") declares.
 ParametrisedBatch ParseBatch(TextView batch, TextView parameters, Arena& arena);
 
+// The binary operators of either precedence that symbols stand for; Null for other symbols.
+ExprKind AdditiveOf(Symbol symbol) noexcept;
+ExprKind MultiplicativeOf(Symbol symbol) noexcept;
+
 // The grammar, one member for each rule: statements in parse_statement.cpp, the schema's in
 // parse_ddl.cpp, control flow in parse_control.cpp, variables and procedures in
 // parse_procedure.cpp, queries in parse_query.cpp, expressions in parse_expression.cpp.
