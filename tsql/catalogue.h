@@ -23,7 +23,7 @@ constexpr const char* SchemaName(DatabaseId id) noexcept {
   return id == DatabaseId::Main ? "main" : id == DatabaseId::Tempdb ? "tempdb" : "temp";
 }
 
-// The table that keeps the text of views; hidden from queries.
+// The table that keeps the texts of views and procedures; hidden from queries.
 inline constexpr const char* kModulesTable = "ledgerwick_modules";
 
 // Lets a map keyed by Text be searched with a view.

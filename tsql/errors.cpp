@@ -2,15 +2,12 @@
 
 #include <utility>
 
+#include "tsql/error_text.h"
+
 namespace ledgerwick::tsql {
 namespace {
 
-// Severities: mistakes in the text are 15, all others that a user can mend 16.
-constexpr std::int32_t kSyntax = 15;
-constexpr std::int32_t kUser = 16;
 constexpr std::int32_t kLeastResourceSeverity = 17;
-
-std::string Quoted(TextView text) { return "'" + ToUtf8(text) + "'"; }
 
 // The result code that ADO gives for the server's error.
 std::int32_t ResultCode(const SqlError& error) {
@@ -61,12 +58,11 @@ DatabaseError ToDatabaseError(const SqlError& error) {
 namespace errors {
 
 SqlError IncorrectSyntax(TextView near, Position at) {
-  return {102, kSyntax, "Incorrect syntax near " + Quoted(near) + ".", at};
+  return {102, kSyntax, "Incorrect syntax near " + Q(near) + ".", at};
 }
 
 SqlError UnclosedQuote(TextView text, Position at) {
-  return {105, kSyntax, "Unclosed quotation mark after the character string " + Quoted(text) + ".",
-          at};
+  return {105, kSyntax, "Unclosed quotation mark after the character string " + Q(text) + ".", at};
 }
 
 SqlError MissingEndComment(Position at) {
@@ -74,19 +70,19 @@ SqlError MissingEndComment(Position at) {
 }
 
 SqlError IncorrectSyntaxKeyword(TextView keyword, Position at) {
-  return {156, kSyntax, "Incorrect syntax near the keyword " + Quoted(keyword) + ".", at};
+  return {156, kSyntax, "Incorrect syntax near the keyword " + Q(keyword) + ".", at};
 }
 
 SqlError InvalidColumn(TextView name, Position at) {
-  return {207, kUser, "Invalid column name " + Quoted(name) + ".", at};
+  return {207, kUser, "Invalid column name " + Q(name) + ".", at};
 }
 
 SqlError InvalidObject(TextView name, Position at) {
-  return {208, kUser, "Invalid object name " + Quoted(name) + ".", at};
+  return {208, kUser, "Invalid object name " + Q(name) + ".", at};
 }
 
 SqlError AmbiguousColumn(TextView name, Position at) {
-  return {209, kUser, "Ambiguous column name " + Quoted(name) + ".", at};
+  return {209, kUser, "Ambiguous column name " + Q(name) + ".", at};
 }
 
 SqlError DateConversion() {

@@ -1,17 +1,8 @@
 // The errors of variables, control flow, procedures and transactions.
+#include "tsql/error_text.h"
 #include "tsql/errors.h"
 
 namespace ledgerwick::tsql::errors {
-namespace {
-
-constexpr std::int32_t kSyntax = 15;
-constexpr std::int32_t kUser = 16;
-
-std::string U(TextView text) { return ToUtf8(text); }
-std::string Q(TextView text) { return "'" + ToUtf8(text) + "'"; }
-std::string N(std::int64_t number) { return std::to_string(number); }
-
-}  // namespace
 
 SqlError TextVariable(Position at) {
   return {2739, kUser,
