@@ -1,7 +1,7 @@
 # Sourced by ./demo and ./check: makes sure that Debian packages are there.
 
 # ensure_packages PACKAGE...: installs those that are missing, as root or with sudo; otherwise prints
-# the one line to type and fails.
+# the one line to type and fails. The line begins with two blanks: tools/bare looks for it.
 ensure_packages() {
   local missing=() package
   for package in "$@"; do
@@ -11,8 +11,11 @@ ensure_packages() {
   local sudo=
   if [ "$(id -u)" -ne 0 ]; then
     if ! sudo -n true 2>/dev/null; then
-      echo "These packages are missing. Please type:" >&2
-      echo "  sudo apt-get install -y ${missing[*]}" >&2
+      local line="apt-get update && apt-get install -y --no-install-recommends ${missing[*]}"
+      if command -v sudo >/dev/null; then line="sudo ${line/&& /&& sudo }"; else line="su -c '$line'"; fi
+      echo "Packages are missing, and installing them takes root's rights. Please type" >&2
+      echo "  $line" >&2
+      echo "and then again what you typed just now." >&2
       return 1
     fi
     sudo=sudo
@@ -27,6 +30,8 @@ ensure_packages() {
 BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libcli11-dev nlohmann-json3-dev libutf8proc-dev)
 # What its tests need beyond that.
 TEST_PACKAGES=(doctest-dev clang-format git)
+# What makes a bare machine to try the first commands on (tools/bare).
+BARE_PACKAGES=(debootstrap git)
 # What finds faults without running anything.
 TIDY_PACKAGES=(clang-tidy)
 # What the COM server is cross-built and tested with.
