@@ -1,7 +1,7 @@
 #include "cli/sql_script.h"
 
 #include "host/json_document.h"
-#include "sample/script.h"
+#include "tsql/script.h"
 
 namespace ledgerwick {
 namespace {
@@ -16,7 +16,7 @@ std::vector<ScriptBatch> SplitScript(std::string_view utf8, const std::string& n
     throw FileError(name, PositionAt(utf8, bad), "invalid UTF-8 at byte " + std::to_string(bad));
   }
   std::vector<ScriptBatch> batches;
-  for (const std::string_view sql : sample::SplitBatches(utf8)) {
+  for (const std::string_view sql : tsql::SplitBatches(utf8)) {
     const auto offset = static_cast<std::size_t>(sql.data() - utf8.data());
     batches.push_back({FromUtf8(sql), PositionAt(utf8, offset).line});
   }

@@ -6,12 +6,12 @@
 #include "frame/result_sink.h"
 #include "frame/text.h"
 #include "sample/file_swap.h"
-#include "sample/script.h"
 #include "sample/tables.h"
 #include "sample/voucher_generator.h"
 #include "sample/voucher_rows.h"
 #include "sample_files.h"
 #include "tsql/database.h"
+#include "tsql/script.h"
 
 namespace ledgerwick {
 namespace {
@@ -79,7 +79,7 @@ class SampleWriter {
  private:
   void RunScript(std::string_view name) {
     NoResults sink;
-    for (std::string_view batch : sample::SplitBatches(sample_files::Find(name))) {
+    for (std::string_view batch : tsql::SplitBatches(sample_files::Find(name))) {
       database_.Run(FromUtf8(batch), sink);
     }
   }

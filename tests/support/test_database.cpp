@@ -7,10 +7,10 @@
 #include "frame/report_provider.h"
 #include "host/reference_host.h"
 #include "sample/sample.h"
-#include "sample/script.h"
 #include "tests/golden.h"
 #include "tsql/connection.h"
 #include "tsql/database.h"
+#include "tsql/script.h"
 
 namespace ledgerwick::testing {
 namespace {
@@ -119,7 +119,7 @@ std::vector<ResultRow> TestDatabase::Rows(const std::string& sql) {
 
 void TestDatabase::RunScript(const std::string& name) {
   const std::string script = ReadFile(std::filesystem::path(LEDGERWICK_SOURCE) / "sample" / name);
-  for (const std::string_view batch : sample::SplitBatches(script)) Run(std::string(batch));
+  for (const std::string_view batch : tsql::SplitBatches(script)) Run(std::string(batch));
 }
 
 }  // namespace ledgerwick::testing

@@ -1,8 +1,8 @@
-#include "sample/script.h"
+#include "tsql/script.h"
 
 #include <doctest/doctest.h>
 
-namespace ledgerwick::sample {
+namespace ledgerwick::tsql {
 namespace {
 
 TEST_CASE("a line of GO parts batches, and nothing else does") {
@@ -25,4 +25,4 @@ TEST_CASE("a line of GO parts batches, and nothing else does") {
 }
 
 }  // namespace
-}  // namespace ledgerwick::sample
+}  // namespace ledgerwick::tsql

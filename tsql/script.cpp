@@ -1,9 +1,9 @@
-#include "sample/script.h"
+#include "tsql/script.h"
 
 #include <algorithm>
 #include <cstddef>
 
-namespace ledgerwick::sample {
+namespace ledgerwick::tsql {
 namespace {
 
 constexpr std::string_view kWhiteSpace = " \t\r\n";
@@ -40,4 +40,4 @@ std::vector<std::string_view> SplitBatches(std::string_view script) {
   return batches;
 }
 
-}  // namespace ledgerwick::sample
+}  // namespace ledgerwick::tsql
