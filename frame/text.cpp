@@ -1,9 +1,9 @@
 #include "frame/text.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
 #include <stdexcept>
+
+#include "frame/letter_case.h"
 
 namespace ledgerwick {
 namespace {
@@ -15,21 +15,6 @@ constexpr std::u16string_view kHalfwidthKatakana =
 
 constexpr bool In(char16_t c, char16_t first, char16_t last) noexcept {
   return c >= first && c <= last;
-}
-
-constexpr char16_t FoldCase(char16_t c) noexcept {
-  if (In(c, 0xC0, 0xDE) && c != 0xD7) return c + 32;
-  if (In(c, 0x100, 0x137) || In(c, 0x14A, 0x177)) return c | 1;
-  if (In(c, 0x139, 0x148) || In(c, 0x179, 0x17E)) return c + (c & 1);
-  if (c == 0x178) return 0xFF;
-  if (In(c, 0x1CD, 0x1DC)) return c + (c & 1);
-  if (In(c, 0x1DE, 0x1EF) || In(c, 0x1F8, 0x21F)) return c | 1;
-  if (In(c, 0x391, 0x3AB) && c != 0x3A2) return c + 32;
-  if (In(c, 0x400, 0x40F)) return c + 80;
-  if (In(c, 0x410, 0x42F)) return c + 32;
-  if (In(c, 0x2160, 0x216F)) return c + 16;
-  if (In(c, 0x24B6, 0x24CF)) return c + 26;
-  return c;
 }
 
 // Decodes the code point at `i` and moves `i` behind it; nothing when the bytes are not valid.
@@ -90,7 +75,7 @@ char16_t FoldBeyondAscii(char16_t c) noexcept {
   if (In(c, 0xFF66, 0xFF9D)) return kHalfwidthKatakana[c - 0xFF66];
   if (In(c, 0x30A1, 0x30F6)) return static_cast<char16_t>(c - 0x60);
   if (c == 0x3000) return u' ';
-  return FoldCase(c);
+  return static_cast<char16_t>(ToLower(c));
 }
 
 }  // namespace detail

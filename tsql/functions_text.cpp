@@ -8,11 +8,11 @@
 #include <optional>
 #include <string>
 
+#include "frame/letter_case.h"
 #include "tsql/characters.h"
 #include "tsql/collation.h"
 #include "tsql/errors.h"
 #include "tsql/function_table.h"
-#include "tsql/letter_case.h"
 #include "tsql/like.h"
 
 namespace ledgerwick::tsql {

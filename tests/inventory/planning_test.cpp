@@ -9,13 +9,13 @@
 #include <vector>
 
 #include "frame/error.h"
+#include "frame/letter_case.h"
 #include "frame/report_provider.h"
 #include "host/reference_host.h"
 #include "sample/sample.h"
 #include "tests/golden.h"
 #include "tests/support/case_traces.h"
 #include "tsql/connection.h"
-#include "tsql/letter_case.h"
 
 namespace ledgerwick::testing {
 namespace {
@@ -33,7 +33,7 @@ struct Outcome {
 Text AnySpelling(const Value& value) {
   Text text = value.ToText();
   text.erase(text.find_last_not_of(u' ') + 1);
-  for (char16_t& c : text) c = static_cast<char16_t>(tsql::ToLower(c));
+  for (char16_t& c : text) c = static_cast<char16_t>(ToLower(c));
   return text;
 }
 

@@ -1,9 +1,9 @@
-#include "tsql/letter_case.h"
+#include "frame/letter_case.h"
 
 #include <algorithm>
 #include <array>
 
-namespace ledgerwick::tsql {
+namespace ledgerwick {
 namespace {
 
 // Capital letters `first` to `last`, every `step`-th character, and how far behind them the small
@@ -67,4 +67,4 @@ char32_t ToLower(char32_t c) noexcept {
   return range == kRanges.end() ? c : c + range->distance;
 }
 
-}  // namespace ledgerwick::tsql
+}  // namespace ledgerwick
