@@ -19,6 +19,10 @@ DatabaseError ObjectNotSet() {
   return {91, kSource, u"Object variable or With block variable not set"};
 }
 
+DatabaseError InvalidCall() { return {5, kSource, u"Invalid procedure call or argument"}; }
+
+DatabaseError OutOfMemory() { return {7, kSource, u"Out of memory"}; }
+
 DatabaseError TypeMismatch() { return {13, kSource, u"Type mismatch"}; }
 
 DatabaseError MemberNotFound() {

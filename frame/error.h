@@ -45,6 +45,12 @@ inline constexpr std::int32_t kErrorNotImplemented = static_cast<std::int32_t>(0
 // Error 91: a member was called on an object that is not there (no report manager, no filter set).
 DatabaseError ObjectNotSet();
 
+// Error 5: a value that the platform's own functions refuse (a date outside its calendar).
+DatabaseError InvalidCall();
+
+// Error 7: memory ran out.
+DatabaseError OutOfMemory();
+
 // Error 13: a text that should be a date or a number and is not.
 DatabaseError TypeMismatch();
 

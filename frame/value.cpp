@@ -25,6 +25,10 @@ constexpr std::int64_t DaysFromCivil(std::int64_t year, int month, int day) noex
 
 constexpr std::int64_t kZeroDay = DaysFromCivil(1899, 12, 30);
 
+// The serial numbers of the platform's first and last day.
+constexpr std::int64_t kFirstDay = DaysFromCivil(100, 1, 1) - kZeroDay;
+constexpr std::int64_t kLastDay = DaysFromCivil(9999, 12, 31) - kZeroDay;
+
 Text FormatDay(const CalendarTime& t) {
   std::array<char, 32> buffer;
   const int n =
@@ -79,7 +83,9 @@ class NumberReader {
 
 }  // namespace
 
-CalendarTime ToCalendar(Date date) noexcept {
+CalendarTime ToCalendar(Date date) {
+  // So written that what is no number is refused as well.
+  if (!(date.serial > kFirstDay - 1 && date.serial < kLastDay + 1)) throw InvalidCall();
   const double day = std::floor(date.serial);
   // Before the zero day the platform counts the time of day forwards from the day's start all the
   // same: -1.25 is 06:00 on the day before.
@@ -94,6 +100,7 @@ CalendarTime ToCalendar(Date date) noexcept {
     of_day = 0;
     ++days;
   }
+  if (days > kLastDay) throw InvalidCall();
   const std::int64_t z = days + kZeroDay + 719468;
   const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
   const std::int64_t of_era = z - era * 146097;
@@ -149,6 +156,8 @@ std::optional<Date> ParseDate(TextView text) {
   return FromCalendar(t);
 }
 
+Text OpaqueValue::ToText() const { throw TypeMismatch(); }
+
 Text Value::ToText() const {
   struct Visitor {
     Text operator()(std::monostate) const { return {}; }
@@ -158,8 +167,16 @@ Text Value::ToText() const {
     Text operator()(double d) const { return FormatFloat(d); }
     Text operator()(Date d) const { return FormatDate(d); }
     Text operator()(const Text& text) const { return text; }
+    Text operator()(const std::shared_ptr<const OpaqueValue>& opaque) const {
+      return opaque->ToText();
+    }
   };
   return std::visit(Visitor{}, data_);
+}
+
+std::shared_ptr<const OpaqueValue> Value::Opaque() const noexcept {
+  const auto* opaque = If<std::shared_ptr<const OpaqueValue>>();
+  return opaque ? *opaque : nullptr;
 }
 
 double ToNumber(const Value& value) {
