@@ -83,10 +83,14 @@ class HostFilterSet final : public ReportFilterSet {
 
 }  // namespace
 
-std::shared_ptr<ReportFilterSet> HostReportManager::ReportFilterByName(const Text& title) {
-  BString name(title);
-  ComPtr<IDispatch> set =
-      ToObject(object_.Call(L"ReportFilterByName", {Variant::ByReference(name.Address())}));
+std::shared_ptr<ReportFilterSet> HostReportManager::ReportFilterByName(Text& title) {
+  const Text passed = title;
+  BString name(passed);
+  const Variant answer =
+      object_.Call(L"ReportFilterByName", {Variant::ByReference(name.Address())});
+  // Only what the host has written here: it may have set the title itself meanwhile.
+  if (Text written = ToText(name.Get()); written != passed) title = std::move(written);
+  ComPtr<IDispatch> set = ToObject(answer);
   if (!set) return nullptr;
   return std::make_shared<HostFilterSet>(std::move(set));
 }

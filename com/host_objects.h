@@ -13,7 +13,7 @@ class HostReportManager final : public ReportManager {
  public:
   explicit HostReportManager(ComPtr<IDispatch> object) : object_(std::move(object)) {}
 
-  std::shared_ptr<ReportFilterSet> ReportFilterByName(const Text& title) override;
+  std::shared_ptr<ReportFilterSet> ReportFilterByName(Text& title) override;
 
   // The host's own object.
   const ComPtr<IDispatch>& Object() const noexcept { return object_.Shared(); }

@@ -5,12 +5,9 @@
 namespace ledgerwick {
 
 void Connection::ExecuteIgnoringErrors(const Text& sql, std::int32_t options) {
-  try {
-    Execute(sql, options);
-  } catch (const DatabaseError&) {
-    // The contract: a result table that is not there, or cannot be dropped, is no failure here. The
-    // statement that creates it afterwards tells.
-  }
+  // The contract: a result table that is not there, or cannot be dropped, is no failure here. The
+  // statement that creates it afterwards tells.
+  Trapped([&] { Execute(sql, options); }, [] {});
 }
 
 }  // namespace ledgerwick

@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <exception>
+#include <new>
 #include <string>
+#include <type_traits>
 
 #include "frame/text.h"
 
@@ -56,5 +58,20 @@ DatabaseError TypeMismatch();
 
 // Error 438: the object lacks the member.
 DatabaseError MemberNotFound();
+
+// What `body` returns. An error in it, memory that ran out included, ends in `trap`, which takes
+// the error, or nothing where it does not care, and returns in its place.
+template <typename Body, typename Trap>
+auto Trapped(Body body, Trap trap) -> decltype(body()) {
+  constexpr bool wants_error = std::is_invocable_v<Trap, const DatabaseError&>;
+  try {
+    return body();
+  } catch (const DatabaseError& error) {
+    if constexpr (wants_error) return trap(error);
+  } catch (const std::bad_alloc&) {
+    if constexpr (wants_error) return trap(OutOfMemory());
+  }
+  if constexpr (!wants_error) return trap();
+}
 
 }  // namespace ledgerwick

@@ -66,8 +66,9 @@ class ReportManager {
  public:
   virtual ~ReportManager() = default;
 
-  // The filters of the report with that title, or nullptr.
-  virtual std::shared_ptr<ReportFilterSet> ReportFilterByName(const Text& title) = 0;
+  // The filters of the report with that title, or nullptr. What the host writes into `title` stays
+  // there.
+  virtual std::shared_ptr<ReportFilterSet> ReportFilterByName(Text& title) = 0;
 };
 
 // The user's login. A member that the host's object lacks is error 438.

@@ -8,20 +8,28 @@ Text ReportProvider::strSubTitle() { throw MemberNotFound(); }
 
 Value ReportProvider::Call(Member, std::span<const Argument>) { throw MemberNotFound(); }
 
+void Open(const std::shared_ptr<Connection>& connection, const ReportProvider& report) {
+  const Text connection_string = report.mConnectionString;  // which the host may change meanwhile
+  Held(connection)->Open(connection_string, u"", u"", kOptionUnspecified);
+}
+
 void OpenNew(ReportProvider& report, System& system) {
   report.mconn = system.NewConnection();
-  report.mconn->Open(report.mConnectionString, u"", u"", kOptionUnspecified);
+  Open(report.mconn, report);
 }
 
-std::shared_ptr<ReportFilterSet> FindFilterSet(const ReportProvider& report) {
-  if (!report.ObjReportManager) throw ObjectNotSet();
-  return report.ObjReportManager->ReportFilterByName(report.ReportTitle);
+void DropIgnoringErrors(const std::shared_ptr<Connection>& connection, const Text& sql) {
+  const std::shared_ptr<Connection> held = connection;
+  // A missing connection fails the statement that follows.
+  if (held) held->ExecuteIgnoringErrors(sql, kOptionUnspecified);
 }
 
-std::shared_ptr<ReportFilterSet> RequireFilterSet(const ReportProvider& report) {
-  std::shared_ptr<ReportFilterSet> set = FindFilterSet(report);
-  if (!set) throw ObjectNotSet();
-  return set;
+std::shared_ptr<ReportFilterSet> FindFilterSet(ReportProvider& report) {
+  return Held(report.ObjReportManager)->ReportFilterByName(report.ReportTitle);
+}
+
+std::shared_ptr<ReportFilterSet> RequireFilterSet(ReportProvider& report) {
+  return Held(FindFilterSet(report));
 }
 
 Text AndCondition(TextView condition) {

@@ -7,6 +7,7 @@
 
 #include "frame/class_table.h"
 #include "frame/database.h"
+#include "frame/error.h"
 #include "frame/host.h"
 #include "frame/system.h"
 #include "frame/text.h"
@@ -54,15 +55,33 @@ class ReportProvider {
   System& system_;
 };
 
-// Replaces `report.mconn` by a new connection and opens it with the report's connection string, no
-// user name, no password and unspecified options.
+// What `member` holds. A call of it may end in the host, which may put something else into the
+// member or nothing at all; the caller's share keeps the object until the call is over. So a report
+// asks anew for each step and keeps nothing for the next. Throws error 91 when there is no object.
+template <typename Object>
+std::shared_ptr<Object> Held(const std::shared_ptr<Object>& member) {
+  std::shared_ptr<Object> held = member;
+  if (!held) throw ObjectNotSet();
+  return held;
+}
+
+// Opens `connection` with the report's connection string, no user name, no password and unspecified
+// options. Throws error 91 when there is no connection.
+void Open(const std::shared_ptr<Connection>& connection, const ReportProvider& report);
+
+// Replaces `report.mconn` by a new connection and opens it so.
 void OpenNew(ReportProvider& report, System& system);
 
-// The report's filter set. Throws error 91 when there is no report manager or it has no such set.
-std::shared_ptr<ReportFilterSet> RequireFilterSet(const ReportProvider& report);
+// Has `connection` run `sql`, which drops a table that need not exist, with every error passed
+// over, a missing connection's and exhausted memory's too.
+void DropIgnoringErrors(const std::shared_ptr<Connection>& connection, const Text& sql);
 
-// The report's filter set or nullptr. Throws error 91 when there is no report manager.
-std::shared_ptr<ReportFilterSet> FindFilterSet(const ReportProvider& report);
+// The report's filter set. Throws error 91 when there is no report manager or it has no such set.
+std::shared_ptr<ReportFilterSet> RequireFilterSet(ReportProvider& report);
+
+// The report's filter set or nullptr. The host may write into the report's title. Throws error 91
+// when there is no report manager.
+std::shared_ptr<ReportFilterSet> FindFilterSet(ReportProvider& report);
 
 // " AND " and `condition` when the condition holds more than blanks, else nothing.
 Text AndCondition(TextView condition);

@@ -25,13 +25,13 @@ Bounds SplitBounds(TextView value) {
 }
 
 // A range that is open above: the shared wording would take its one value for the value meant.
-Text WordLowerBound(TextView name, const Text& from) { return Text(name) + u" >= '" + from + u"'"; }
+Text WordLowerBound(TextView name, const Text& from) { return Text(name) + u" >= " + Quoted(from); }
 
 Text WordList(TextView name, TextView values) {
   Text condition;
   for (const Text& value : Split(values, u',')) {
     condition += condition.empty() ? Text(name) + u" In (" : Text(u", ");
-    condition += u"'" + Text(Trim(value)) + u"'";
+    condition += Quoted(Trim(value));
   }
   return condition.empty() ? condition : condition + u")";
 }

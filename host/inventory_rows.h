@@ -146,7 +146,8 @@ inline constexpr auto kLocationFilters =
                                       {u"I.cInvCCode", u"存货大类", Range, Host},
                                       {u"I.cInvStd", u"规格型号", PlainText, Host},
                                       {u"InvPosition.cBatch", u"批号", Range, Host},
-                                      {u"JCQuantity", u"结存数量", NumberRange, Report}}),
+                                      {u"JCQuantity", u"结存数量", NumberRange, Report},
+                                      {u"iAssUnitGrade", u"辅计量单位级次", PlainText, Host}}),
            kFreeFilters);
 inline constexpr auto kLocationColumns = Joined(
     std::to_array<ResultColumnInfo>({{u"仓库编码", u"warehouse code"},
@@ -373,6 +374,7 @@ inline constexpr auto kShelfLifeFilters =
     std::to_array<FilterInfo>({{u"InvType", u"存货状态", Option, Report, kShelfLifeStates},
                                {u"PassDays", u"过期天数", NumberRange, Report},
                                {u"CloserDays", u"距失效天数", NumberRange, Report},
+                               {u"iAssUnitGrade", u"辅计量单位级次", PlainText, Report},
                                {u"Warehouse.cWhCode", u"仓库编码", Range, Host},
                                {u"CurrentStock.cInvCode", u"存货编码", Range, Host},
                                {u"Inventory.cInvCCode", u"存货大类", Range, Host},

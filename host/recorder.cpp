@@ -20,10 +20,11 @@ class RecordedCommand final : public Command {
                        const Text& value) override {
     operation_.parameters.push_back({name, type, size, value});
   }
-  void Execute(std::int32_t) override {
+  void Execute(std::int32_t options) override {
     if (operation_.type == kCommandText && operation_.parameters.empty()) {
-      recording_->AddFailable(ExecuteOperation{operation_.procedure, false});
+      recording_->AddFailable(ExecuteOperation{operation_.procedure, false, options});
     } else {
+      operation_.options = options;
       recording_->AddFailable(operation_);
     }
   }
@@ -39,25 +40,25 @@ class RecordedConnection final : public Connection {
   explicit RecordedConnection(std::shared_ptr<Recording> recording)
       : recording_(std::move(recording)) {}
 
-  void Open(const Text& connection_string, const Text&, const Text&, std::int32_t) override {
-    recording_->AddFailable(OpenOperation{ConnectionOrigin::Own, connection_string, this});
+  void Open(const Text& connection_string, const Text& user, const Text& password,
+            std::int32_t options) override {
+    recording_->AddFailable(
+        OpenOperation{ConnectionOrigin::Own, connection_string, this, user, password, options});
   }
-  void Execute(const Text& sql, std::int32_t) override {
-    recording_->AddFailable(ExecuteOperation{sql, false});
+  void Execute(const Text& sql, std::int32_t options) override {
+    recording_->AddFailable(ExecuteOperation{sql, false, options});
   }
-  void ExecuteIgnoringErrors(const Text& sql, std::int32_t) override {
-    try {
-      recording_->AddFailable(ExecuteOperation{sql, true});
-    } catch (const DatabaseError&) {
-      // As with a real connection, a failure is passed over here.
-    }
+  void ExecuteIgnoringErrors(const Text& sql, std::int32_t options) override {
+    // As with a real connection, a failure is passed over here.
+    Trapped([&] { recording_->AddFailable(ExecuteOperation{sql, true, options}); }, [] {});
   }
   void Close() override { recording_->AddFailable(CloseOperation{}); }
   std::unique_ptr<Command> NewCommand() override {
     return std::make_unique<RecordedCommand>(recording_, shared_from_this());
   }
-  std::unique_ptr<Recordset> OpenRecordset(const Text& sql, const RecordsetOptions&) override {
-    recording_->AddFailable(RecordsetOperation{sql});
+  std::unique_ptr<Recordset> OpenRecordset(const Text& sql,
+                                           const RecordsetOptions& options) override {
+    recording_->AddFailable(RecordsetOperation{sql, options});
     for (const CannedRecordset& canned : recording_->recordsets) {
       if (FindText(sql, canned.match) == TextView::npos) continue;
       return std::make_unique<MemoryRecordset>(canned.rows);

@@ -26,13 +26,18 @@ struct OpenOperation {
   ConnectionOrigin origin = ConnectionOrigin::New;
   Text connection_string;
   const Connection* connection = nullptr;  // to tell connections apart, not to be used
+  Text user;
+  Text password;
+  std::int32_t options = kOptionUnspecified;
 };
 struct ExecuteOperation {
   Text sql;
   bool ignore_errors = false;
+  std::int32_t options = kOptionUnspecified;
 };
 struct RecordsetOperation {
   Text sql;
+  RecordsetOptions options;
 };
 struct CommandParameter {
   Text name;
@@ -46,6 +51,7 @@ struct CommandOperation {
   std::int32_t type = kCommandText;
   std::int32_t timeout = 30;  // ADO's own, until the report sets one
   std::vector<CommandParameter> parameters;
+  std::int32_t options = kOptionUnspecified;
 };
 struct BeepOperation {};
 struct MessageOperation {

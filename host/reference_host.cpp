@@ -8,11 +8,12 @@ namespace {
 
 constexpr TextView kAnd = u" And ";
 
-bool HoldsAnything(const Value& value) { return !value.ToText().empty(); }
+bool HoldsAnything(const Value& value) { return value.Opaque() || !value.ToText().empty(); }
+
+bool CanBeWorded(const Value& value) { return !value.Opaque() && HoldsAnything(value); }
 
 Text Comparison(TextView name, TextView op, const Value& value) {
-  Text condition(name);
-  return condition.append(op).append(u"'").append(value.ToText()).append(u"'");
+  return Text(name).append(op) + Quoted(value.ToText());
 }
 
 // The conditions of the filters that `takes` lets through, as they stand, joined.
@@ -31,12 +32,18 @@ Text JoinConditions(const std::vector<std::shared_ptr<ReferenceFilter>>& filters
 }  // namespace
 
 Text WordCondition(TextView name, const Value& value, const Value& upper) {
-  if (HoldsAnything(value) && HoldsAnything(upper)) {
+  if (CanBeWorded(value) && CanBeWorded(upper)) {
     return Comparison(name, u" >= ", value).append(kAnd) + Comparison(name, u" <= ", upper);
   }
-  if (HoldsAnything(value)) return Comparison(name, u" = ", value);
-  if (HoldsAnything(upper)) return Comparison(name, u" <= ", upper);
+  if (CanBeWorded(value)) return Comparison(name, u" = ", value);
+  if (CanBeWorded(upper)) return Comparison(name, u" <= ", upper);
   return {};
+}
+
+Text Quoted(TextView value) {
+  Text quoted = u"'";
+  for (const char16_t c : value) quoted.append(c == u'\'' ? 2 : 1, c);
+  return quoted + u'\'';
 }
 
 ReferenceFilter::ReferenceFilter(const FilterItem& item)
@@ -74,7 +81,7 @@ Value ReferenceFilterSet::ValueByName(const Text& name, std::int32_t which) {
   return {};
 }
 
-std::shared_ptr<ReportFilterSet> ReferenceManager::ReportFilterByName(const Text& title) {
+std::shared_ptr<ReportFilterSet> ReferenceManager::ReportFilterByName(Text& title) {
   return EqualText(title, title_) ? set_ : nullptr;
 }
 

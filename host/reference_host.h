@@ -10,9 +10,12 @@
 namespace ledgerwick {
 
 // The condition for a filter of that name: "Name = 'v'", "Name >= 'a' And Name <= 'b'", or
-// "Name <= 'b'" with an upper bound alone; empty when neither value holds anything. The values go
-// in as they stand.
+// "Name <= 'b'" with an upper bound alone; empty when neither value holds anything. Quotes in the
+// values are doubled; a value that cannot be read as text is left out.
 Text WordCondition(TextView name, const Value& value, const Value& upper);
+
+// `value` between quotes, with its own doubled.
+Text Quoted(TextView value);
 
 // A filter item that remembers what a report writes into it.
 class ReferenceFilter final : public ReportFilter {
@@ -68,7 +71,7 @@ class ReferenceManager final : public ReportManager {
       : title_(std::move(title)), set_(std::move(set)) {}
 
   // The set for the title that the manager was made for, nothing for any other.
-  std::shared_ptr<ReportFilterSet> ReportFilterByName(const Text& title) override;
+  std::shared_ptr<ReportFilterSet> ReportFilterByName(Text& title) override;
 
  private:
   Text title_;

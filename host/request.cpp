@@ -83,6 +83,10 @@ class RequestReader {
     if (member.node.kind == JsonNode::Kind::Scalar) return member.node.value;
     WrongType(member, "a string, a number, true, false or null");
   }
+  static Value ReadValue(const JsonMember& member) {
+    if (member.node.kind == JsonNode::Kind::Scalar) return member.node.value;
+    return Value(std::make_shared<JsonValue>(member.node));
+  }
   std::int64_t ReadInteger(const JsonMember& member, std::int64_t least, std::int64_t most,
                            std::string_view wanted) const {
     const auto* i = member.node.value.If<std::int64_t>();
@@ -108,8 +112,8 @@ class RequestReader {
     FilterItem item;
     item.Name = ReadText(Require(node, "Name"));
     Optional(node, "strcaption", [&](auto& m) { item.strcaption = ReadText(m); });
-    Optional(node, "varValue", [&](auto& m) { item.varValue = ReadScalar(m); });
-    Optional(node, "varValue2", [&](auto& m) { item.varValue2 = ReadScalar(m); });
+    Optional(node, "varValue", [&](auto& m) { item.varValue = ReadValue(m); });
+    Optional(node, "varValue2", [&](auto& m) { item.varValue2 = ReadValue(m); });
     Optional(node, "strSqlString", [&](auto& m) { item.strSqlString = ReadText(m); });
     return item;
   }

@@ -10,6 +10,7 @@
 #include "frame/class_table.h"
 #include "frame/text.h"
 #include "frame/value.h"
+#include "host/json_document.h"
 
 namespace ledgerwick {
 
@@ -20,6 +21,13 @@ struct FilterItem {
   Value varValue;
   Value varValue2;
   std::optional<Text> strSqlString;  // absent: the host words it from Name and the values
+};
+
+// A list or an object that stands in a request as a filter's value: no report can read it.
+struct JsonValue final : OpaqueValue {
+  explicit JsonValue(JsonNode value) : node(std::move(value)) {}
+
+  JsonNode node;
 };
 
 // What the host's login object has; an absent member is error 438 for whoever asks.

@@ -36,7 +36,20 @@ Json OutcomeJson(const Outcome<bool>& outcome) {
   return ErrorJson(std::get<DatabaseError>(outcome));
 }
 
+Json ValueJson(const Value& value);
+
+Json NodeJson(const JsonNode& node) {
+  if (node.kind == JsonNode::Kind::Scalar) return ValueJson(node.value);
+  Json json = node.kind == JsonNode::Kind::List ? Json::array() : Json::object();
+  for (const JsonNode& item : node.items) json.push_back(NodeJson(item));
+  for (const JsonMember& member : node.members) json[member.key] = NodeJson(member.node);
+  return json;
+}
+
 Json ValueJson(const Value& value) {
+  if (const auto opaque = std::dynamic_pointer_cast<const JsonValue>(value.Opaque())) {
+    return NodeJson(opaque->node);
+  }
   if (value.IsEmpty() || value.IsNull()) return nullptr;
   if (const auto* b = value.If<bool>()) return *b;
   if (const auto* i = value.If<std::int64_t>()) return *i;
@@ -57,14 +70,25 @@ const char* OriginName(ConnectionOrigin origin) {
   return "own";
 }
 
+// Told only where they depart from what every report gives.
+void AddOptions(Json& json, std::int32_t options) {
+  if (options != kOptionUnspecified) json["options"] = options;
+}
+
 struct OperationJson {
   Json operator()(const OpenOperation& o) const {
-    return {{"op", "open"},
-            {"connection", OriginName(o.origin)},
-            {"connectionString", ToUtf8(o.connection_string)}};
+    Json json = {{"op", "open"},
+                 {"connection", OriginName(o.origin)},
+                 {"connectionString", ToUtf8(o.connection_string)}};
+    if (!o.user.empty()) json["user"] = ToUtf8(o.user);
+    if (!o.password.empty()) json["password"] = ToUtf8(o.password);
+    AddOptions(json, o.options);
+    return json;
   }
   Json operator()(const ExecuteOperation& o) const {
-    return {{"op", "execute"}, {"sql", ToUtf8(o.sql)}, {"ignoreErrors", o.ignore_errors}};
+    Json json = {{"op", "execute"}, {"sql", ToUtf8(o.sql)}, {"ignoreErrors", o.ignore_errors}};
+    AddOptions(json, o.options);
+    return json;
   }
   Json operator()(const RecordsetOperation& o) const {
     return {{"op", "recordset"}, {"sql", ToUtf8(o.sql)}};
@@ -82,6 +106,7 @@ struct OperationJson {
     if (o.type != kCommandStoredProcedure) json["type"] = o.type;
     if (o.timeout != 0) json["timeout"] = o.timeout;
     json["parameters"] = std::move(parameters);
+    AddOptions(json, o.options);
     return json;
   }
   Json operator()(const BeepOperation&) const { return {{"op", "beep"}}; }

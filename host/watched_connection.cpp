@@ -1,5 +1,7 @@
 #include "host/watched_connection.h"
 
+#include "host/reference_host.h"
+
 namespace ledgerwick {
 namespace {
 
@@ -12,16 +14,6 @@ auto Tell(const ConnectionWatch& watch, Call call) {
     watch.failure(error);
     throw;
   }
-}
-
-// `text` between single quotes, with its own doubled.
-Text QuotedLiteral(TextView text) {
-  Text quoted = u"'";
-  for (const char16_t c : text) {
-    if (c == u'\'') quoted += u'\'';
-    quoted += c;
-  }
-  return quoted + u'\'';
 }
 
 class WatchedCommand final : public Command {
@@ -41,7 +33,7 @@ class WatchedCommand final : public Command {
   void AppendParameter(const Text& name, std::int32_t type, std::int32_t size,
                        const Text& value) override {
     if (!arguments_.empty()) arguments_ += u',';
-    arguments_ += (name.starts_with(u'@') ? u" " : u" @") + name + u" = " + QuotedLiteral(value);
+    arguments_ += (name.starts_with(u'@') ? u" " : u" @") + name + u" = " + Quoted(value);
     Tell(watch_, [&] { inner_->AppendParameter(name, type, size, value); });
   }
   void Execute(std::int32_t options) override {

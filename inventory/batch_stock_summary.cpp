@@ -160,10 +160,11 @@ class clsRepPcch final : public ReportProvider {
   bool MoveDataDetail() override {
     const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
     OpenNew(*this, system());
-    mconn->ExecuteIgnoringErrors(kDrop, kOptionUnspecified);
+    DropIgnoringErrors(mconn, kDrop);
     if (!set) throw ObjectNotSet();
-    mconn->Execute(Statement(BuildPeriod(*set)), kOptionUnspecified);
-    mconn->Close();
+    const Period period = BuildPeriod(*set);
+    Held(mconn)->Execute(Statement(period), kOptionUnspecified);
+    Held(mconn)->Close();
     return true;
   }
 };

@@ -95,15 +95,14 @@ constexpr RecordsetOptions kReadOnlyRows{kUseServer, kOpenStatic, kLockReadOnly,
 // The value of the one parameter that `sql` finds, its default where it has none; empty when there
 // is no such parameter, more than one, or an error, which stays here.
 Text ParameterValue(const std::shared_ptr<Connection>& connection, const Text& sql) {
-  try {
-    if (!connection) throw ObjectNotSet();
-    const std::unique_ptr<Recordset> rows = connection->OpenRecordset(sql, kReadOnlyRows);
+  const auto read = [&]() -> Text {
+    const std::shared_ptr<Connection> held = Held(connection);
+    const std::unique_ptr<Recordset> rows = held->OpenRecordset(sql, kReadOnlyRows);
     if (rows->RecordCount() != 1) return {};
     const Value value = rows->Field(u"cValue");
     return value.IsNull() ? rows->Field(u"cDefault").ToText() : value.ToText();
-  } catch (const DatabaseError&) {
-    return {};
-  }
+  };
+  return Trapped(read, [] { return Text(); });
 }
 
 // The parameter that holds the item classes' code lengths, one digit for each level.
@@ -191,9 +190,9 @@ class clsRepXCL final : public ReportProvider {
 
   bool MoveDataDetail() override {
     OpenNew(*this, system());
-    mconn->ExecuteIgnoringErrors(u"drop table " + TempTablename(), kOptionUnspecified);
+    DropIgnoringErrors(mconn, u"drop table " + TempTablename());
     const Text condition = BuildCondition(*RequireFilterSet(*this));
-    mconn->Execute(
+    Held(mconn)->Execute(
         kSelect + Text(kQuantities) + kInto + TempTablename() + kFrom + kWhere + condition,
         kOptionUnspecified);
     return true;  // the connection stays open, for the host to close
@@ -241,15 +240,17 @@ class clsRepXCL final : public ReportProvider {
       return LengthCondition(kLocationLength, item,
                              [&] { return GetInformation(u"AA", u"cPosLevel", mconn); });
     }
-    const Text value = item.varValue().ToText();
-    if (EqualText(name, u"def_bStop")) return StopCondition(Text(Trim(value)));
+    if (EqualText(name, u"def_bStop")) return StopCondition(TrimmedText(item.varValue()));
     if (EqualText(name, u"I.cBarCode")) {
+      const Text value = item.varValue().ToText();
       return ExistsFuzzyChar(value) ? LikeCondition(kBarCodeLike, value) : HostCondition(item);
     }
     // Always a pattern, so that a batch without wildcards matches itself alone.
-    if (EqualText(name, u"CS.cBatch")) return LikeCondition(kBatchLike, value);
+    if (EqualText(name, u"CS.cBatch")) return LikeCondition(kBatchLike, item.varValue().ToText());
     if (EqualText(name, u"iNum")) {
-      return AndCondition(GetDigConditionString(kPieces, value, item.varValue2().ToText()));
+      const Text first = item.varValue().ToText();
+      const Text second = item.varValue2().ToText();
+      return AndCondition(GetDigConditionString(kPieces, first, second));
     }
     return {};
   }

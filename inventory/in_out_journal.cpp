@@ -99,16 +99,16 @@ bool TakeFilter(TextView name, ReportFilter& item, Conditions& conditions) {
     if (handler) conditions.handler = *handler;
     return handler.has_value();
   }
-  if (!HasFragment(item)) return false;
-  if (EqualText(name, u"R.cWhCode")) {
+  const bool is_warehouse = EqualText(name, u"R.cWhCode");
+  const bool is_type = EqualText(name, u"R.cRdCode");
+  const bool is_dropped = EqualText(name, u"iAssUnitGrade");  // no condition takes its place
+  if (!(is_warehouse || is_type || is_dropped) || !HasFragment(item)) return false;
+  if (is_warehouse) {
     conditions.warehouse = EveryCode(item.varValue(), kWarehouse, kWarehouseEnd);
-    return true;
-  }
-  if (EqualText(name, u"R.cRdCode")) {
+  } else if (is_type) {
     conditions.type = kRdCode + item.varValue().ToText() + u"%'";
-    return true;
   }
-  return EqualText(name, u"iAssUnitGrade");  // dropped: no condition takes its place
+  return true;
 }
 
 // The WHERE text; empty when there is no filter set.
@@ -139,20 +139,18 @@ class clsRepLsz final : public ReportProvider {
 
   bool MoveDataDetail() override {
     OpenIgnoringErrors();
-    mconn->ExecuteIgnoringErrors(kDrop, kOptionUnspecified);
+    DropIgnoringErrors(mconn, kDrop);
     const Text condition = BuildCondition(FindFilterSet(*this).get());
-    mconn->Execute(Statement(condition), kOptionUnspecified);
+    Held(mconn)->Execute(Statement(condition), kOptionUnspecified);
     return true;  // the connection stays open, for the host to close
   }
 
  private:
-  // A failing open is passed over together with the drop; the statement then fails in its turn.
+  // Whatever fails on the way to an open connection is passed over, step by step, as the drop is:
+  // what is wrong shows when the statement runs. Where none can be made, the host's is opened.
   void OpenIgnoringErrors() {
-    try {
-      OpenNew(*this, system());
-    } catch (const DatabaseError&) {
-      // What is wrong with the connection shows when the statement runs.
-    }
+    Trapped([&] { mconn = system().NewConnection(); }, [] {});
+    Trapped([&] { Open(mconn, *this); }, [] {});
   }
 };
 

@@ -20,9 +20,9 @@ class clsInventroy final : public ReportProvider {
   // No filter is read: the report manager and the title are accepted and unused.
   bool MoveDataDetail() override {
     OpenNew(*this, system());
-    mconn->ExecuteIgnoringErrors(kDrop, kOptionUnspecified);
-    mconn->Execute(kCopy, kOptionUnspecified);
-    mconn->Close();
+    DropIgnoringErrors(mconn, kDrop);
+    Held(mconn)->Execute(kCopy, kOptionUnspecified);
+    Held(mconn)->Close();
     return true;
   }
 

@@ -164,20 +164,25 @@ Text* FindTerm(Terms& terms, TextView name) {
 
 void ReadFilter(ReportFilter& item, const Sums& sums, Terms& terms, Text& balance) {
   item.set_LngGrouptoken(kLeftToHost);
-  if (!HasFragment(item)) return;
   const Text whole_name = item.Name();
   const TextView name = Trim(whole_name);
-  if (EqualText(name, u"dDate")) {
+  const bool is_date = EqualText(name, u"dDate");
+  const bool is_warehouse = EqualText(name, u"Warehouse.cWhCode");
+  const bool is_free = IsNumbered(name, u"cFree", 10) || EqualText(name, u"iAssUnitGrade");
+  const bool is_balance = EqualText(name, u"JCQuantity");
+  Text* const term = FindTerm(terms, name);
+  if (!(is_date || is_warehouse || is_free || is_balance || term) || !HasFragment(item)) return;
+  if (is_date) {
     item.set_LngGrouptoken(kTakenByReport);
-  } else if (EqualText(name, u"Warehouse.cWhCode")) {
+  } else if (is_warehouse) {
     terms.warehouse = EveryCode(item.varValue(), kWarehouse, kWarehouseEnd);
     item.set_LngGrouptoken(kVisited);
-  } else if (Text* term = FindTerm(terms, name)) {
+  } else if (term) {
     *term = item.strSqlString();
     item.set_LngGrouptoken(kVisited);
-  } else if (IsNumbered(name, u"cFree", 10) || EqualText(name, u"iAssUnitGrade")) {
+  } else if (is_free) {
     item.set_LngGrouptoken(kFreeItems);
-  } else if (EqualText(name, u"JCQuantity")) {
+  } else {
     const Text condition =
         BalanceCondition(sums, TrimmedText(item.varValue()), TrimmedText(item.varValue2()));
     if (!condition.empty()) balance = condition;
@@ -219,10 +224,10 @@ class clsRepHwhz final : public ReportProvider {
     // Asked for before anything is opened: without a report manager nothing happens.
     FindFilterSet(*this);
     OpenNew(*this, system());
-    mconn->ExecuteIgnoringErrors(kDrop, kOptionUnspecified);
+    DropIgnoringErrors(mconn, kDrop);
     const Sums sums = BuildSums(kBefore, kAfter);
     const Conditions conditions = CollectConditions(FindFilterSet(*this).get(), sums);
-    mconn->Execute(Statement(sums, conditions), kOptionUnspecified);
+    Held(mconn)->Execute(Statement(sums, conditions), kOptionUnspecified);
     return true;  // the connection stays open, for the host to close
   }
 };

@@ -307,7 +307,7 @@ class clsRepSFC final : public ReportProvider {
 
   bool MoveDataDetail() override {
     connection_ = system().NewConnection();
-    connection_->Open(mConnectionString, u"", u"", kOptionUnspecified);
+    Open(connection_, *this);
     DropTables();
     const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
     const SummaryFilters filters = ReadSummaryFilters(set.get());
@@ -329,16 +329,16 @@ class clsRepSFC final : public ReportProvider {
 
  private:
   void DropTables() {
-    connection_->ExecuteIgnoringErrors(kDrop, kOptionUnspecified);
+    DropIgnoringErrors(connection_, kDrop);
     for (const TextView table : {kMovements, kSums}) {
-      connection_->ExecuteIgnoringErrors(DropIfThere(table), kOptionUnspecified);
+      DropIgnoringErrors(connection_, DropIfThere(table));
     }
   }
 
   // The length of the codes of the types of that level: empty where no level is asked for, nothing
   // where no type has it.
   std::optional<Text> CodeLength(const Text& level) {
-    const std::unique_ptr<Recordset> types = connection_->OpenRecordset(kTypes, kClientRows);
+    const std::unique_ptr<Recordset> types = Held(connection_)->OpenRecordset(kTypes, kClientRows);
     if (level.empty()) return Text();
     types->SetFilter(kLevel + level);
     if (types->AtEnd()) return std::nullopt;
@@ -350,13 +350,13 @@ class clsRepSFC final : public ReportProvider {
     const Text length_clause = length.empty() ? Text() : kCodeLength + length;
     Run(MovementStatement(filters, period, length_clause));
     Run(OpeningStatement(filters, period));
-    const TypeColumns types =
-        BuildTypeColumns(*connection_->OpenRecordset(TypesInUseStatement(length), kClientRows));
+    const TypeColumns types = BuildTypeColumns(
+        *Held(connection_)->OpenRecordset(TypesInUseStatement(length), kClientRows));
     Run(SumsStatement(filters, types));
     Run(ResultStatement(filters, types));
   }
 
-  void Run(const Text& statement) { connection_->Execute(statement, kOptionUnspecified); }
+  void Run(const Text& statement) { Held(connection_)->Execute(statement, kOptionUnspecified); }
 
   // Apart from mconn, which this report leaves to the host; it stays open.
   std::shared_ptr<Connection> connection_;

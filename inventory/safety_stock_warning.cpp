@@ -82,10 +82,10 @@ class clsRepAQKCYJ final : public ReportProvider {
 
   bool MoveDataDetail() override {
     OpenNew(*this, system());
-    mconn->ExecuteIgnoringErrors(u"drop table " + TempTablename(), kOptionUnspecified);
+    DropIgnoringErrors(mconn, u"drop table " + TempTablename());
     const Conditions conditions = ReadFilters(*RequireFilterSet(*this));
-    mconn->Execute(Statement(conditions), kOptionUnspecified);
-    mconn->Close();
+    Held(mconn)->Execute(Statement(conditions), kOptionUnspecified);
+    Held(mconn)->Close();
     return true;
   }
 

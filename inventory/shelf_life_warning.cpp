@@ -100,12 +100,12 @@ class clsRepBzqyj final : public ReportProvider {
 
   bool MoveDataDetail() override {
     OpenNew(*this, system());
-    mconn->ExecuteIgnoringErrors(u"drop table " + TempTablename(), kOptionUnspecified);
+    DropIgnoringErrors(mconn, u"drop table " + TempTablename());
     const Text condition = BuildCondition();
-    mconn->Execute(
+    Held(mconn)->Execute(
         kSelect + Text(kInto) + TempTablename() + kFrom + kWhere + AndCondition(condition),
         kOptionUnspecified);
-    mconn->Close();
+    Held(mconn)->Close();
     return true;
   }
 
@@ -113,8 +113,7 @@ class clsRepBzqyj final : public ReportProvider {
   // Without a condition of the host's the text begins with " AND ", which the statement then has
   // twice and the server rejects: that is meant.
   Text BuildCondition() {
-    if (!objLogin) throw ObjectNotSet();
-    const Text date = u"'" + FormatIsoDate(objLogin->CurDate()) + u"'";
+    const Text date = u"'" + FormatIsoDate(Held(objLogin)->CurDate()) + u"'";
     const std::shared_ptr<ReportFilterSet> set = RequireFilterSet(*this);
     Conditions conditions;
     ForEachItem(*set, [&](ReportFilter& item) {

@@ -63,33 +63,57 @@ Text ClosingQuantity(const Text& first, const Text& second) {
   return at_most + first + u" AND" + at_least + second;
 }
 
-// The filters that count only when the host has worded a condition for them.
-void ReadWordedFilter(TextView name, ReportFilter& item, SummaryFilters& filters) {
-  const Value value = item.varValue();
-  const Text text = value.ToText();
-  if (EqualText(name, u"dVeriDate")) {
-    item.set_LngGrouptoken(kAudited);
-  } else if (EqualText(name, u"RdRecord.cWhCode")) {
-    filters.warehouse = EveryCode(value, kWarehouse, kWarehouseEnd);
-  } else if (EqualText(name, u"RdRecords.cInvCode")) {
-    filters.item = item.strSqlString();
-  } else if (EqualText(name, u"Inventory.cInvCCode")) {
-    filters.item_class = item.strSqlString();
-  } else if (EqualText(name, u"Inventory.cInvStd")) {
-    filters.specification = item.strSqlString();
-  } else if (EqualText(name, u"BusCond")) {
-    Choose(kBusinessStates, text, filters.business_state);
-  } else if (EqualText(name, u"DispZeroInv")) {
-    filters.zero_stock = EqualText(text, kYes) ? Text() : Text(kClosing) + u"<> 0 ";
-  } else if (EqualText(name, u"ExtAcc")) {
-    filters.expand_kits = EqualText(text, kYes);
-  } else if (EqualText(name, u"VeriType")) {
-    filters.voucher_state = EqualText(text, kYes) ? Text(kVoucherAudited) : Text();
-  } else if (EqualText(name, u"cInvType")) {
-    Choose(kItemTypes, Trim(text), filters.item_type);
-  } else if (IsNumbered(name, u"cFree", 10)) {
-    item.set_LngGrouptoken(kFreeItems);
+bool SaysYes(ReportFilter& item) { return EqualText(item.varValue().ToText(), kYes); }
+
+// A filter that counts only when the host has worded a condition for it.
+struct WordedFilter {
+  TextView name;
+  void (*read)(ReportFilter& item, SummaryFilters& filters);
+};
+
+constexpr WordedFilter kWordedFilters[] = {
+    {u"dVeriDate", [](ReportFilter& item, SummaryFilters&) { item.set_LngGrouptoken(kAudited); }},
+    {u"RdRecord.cWhCode",
+     [](ReportFilter& item, SummaryFilters& filters) {
+       filters.warehouse = EveryCode(item.varValue(), kWarehouse, kWarehouseEnd);
+     }},
+    {u"RdRecords.cInvCode",
+     [](ReportFilter& item, SummaryFilters& filters) { filters.item = item.strSqlString(); }},
+    {u"Inventory.cInvCCode",
+     [](ReportFilter& item, SummaryFilters& filters) { filters.item_class = item.strSqlString(); }},
+    {u"Inventory.cInvStd",
+     [](ReportFilter& item, SummaryFilters& filters) {
+       filters.specification = item.strSqlString();
+     }},
+    {u"BusCond",
+     [](ReportFilter& item, SummaryFilters& filters) {
+       Choose(kBusinessStates, item.varValue().ToText(), filters.business_state);
+     }},
+    {u"DispZeroInv",
+     [](ReportFilter& item, SummaryFilters& filters) {
+       filters.zero_stock = SaysYes(item) ? Text() : Text(kClosing) + u"<> 0 ";
+     }},
+    {u"ExtAcc",
+     [](ReportFilter& item, SummaryFilters& filters) { filters.expand_kits = SaysYes(item); }},
+    {u"VeriType",
+     [](ReportFilter& item, SummaryFilters& filters) {
+       filters.voucher_state = SaysYes(item) ? Text(kVoucherAudited) : Text();
+     }},
+    {u"cInvType",
+     [](ReportFilter& item, SummaryFilters& filters) {
+       Choose(kItemTypes, TrimmedText(item.varValue()), filters.item_type);
+     }},
+};
+constexpr WordedFilter kFreeItem = {
+    u"cFree", [](ReportFilter& item, SummaryFilters&) { item.set_LngGrouptoken(kFreeItems); }};
+
+// The filter of that name, or nullptr for one that the report does not know.
+const WordedFilter* FindWordedFilter(TextView name) {
+  if (IsNumbered(name, kFreeItem.name, 10)) return &kFreeItem;
+  for (const WordedFilter& filter : kWordedFilters) {
+    if (EqualText(filter.name, name)) return &filter;
   }
+  return nullptr;
 }
 
 void ReadFilter(ReportFilter& item, SummaryFilters& filters) {
@@ -106,8 +130,8 @@ void ReadFilter(ReportFilter& item, SummaryFilters& filters) {
     const Text second = TrimmedText(item.varValue2());
     if (!first.empty() || !second.empty())
       filters.closing_quantity = ClosingQuantity(first, second);
-  } else if (HasFragment(item)) {
-    ReadWordedFilter(name, item, filters);
+  } else if (const WordedFilter* worded = FindWordedFilter(name); worded && HasFragment(item)) {
+    worded->read(item, filters);
   }
 }
 

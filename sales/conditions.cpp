@@ -83,9 +83,9 @@ void TakeDates(DateRange& dates, ReportFilter& item) {
   if (!end.empty()) dates.end = end;
 }
 
-SalesConditions BuildSalesConditions(ReportFilterSet& set) {
+SalesConditions BuildSalesConditions(ReportProvider& report) {
   SalesConditions conditions;
-  ForEachItem(set, [&](ReportFilter& item) { SortItem(item, conditions); });
+  ForEachItemOf(report, [&](ReportFilter& item) { SortItem(item, conditions); });
   CutLastJoiner(conditions.general);
   return conditions;
 }

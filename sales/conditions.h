@@ -7,6 +7,7 @@
 
 #include "frame/filter_items.h"
 #include "frame/host.h"
+#include "frame/report_provider.h"
 #include "frame/text.h"
 
 namespace ledgerwick {
@@ -62,6 +63,14 @@ std::shared_ptr<ReportFilter> FirstItem(ReportFilterSet& set, Matches matches) {
   return nullptr;
 }
 
+// Calls `visit` with each item of the report's filter set, which is asked for anew; with none where
+// there is no set. Throws error 91 without a report manager.
+template <typename Visit>
+void ForEachItemOf(ReportProvider& report, Visit visit) {
+  const std::shared_ptr<ReportFilterSet> set = FindFilterSet(report);
+  if (set) ForEachItem(*set, visit);
+}
+
 // The ends of the date range as the user typed them.
 struct DateRange {
   Text start;
@@ -81,8 +90,8 @@ struct SalesConditions {
   Text warehouse;  // the value, not a condition
 };
 
-// Sorts the items of `set`. Those of the checker and of the service get the condition that they
-// come to.
-SalesConditions BuildSalesConditions(ReportFilterSet& set);
+// Sorts the items of the report's filter set, which is asked for anew. Those of the checker and of
+// the service get the condition that they come to.
+SalesConditions BuildSalesConditions(ReportProvider& report);
 
 }  // namespace ledgerwick

@@ -78,9 +78,9 @@ void SortItem(ReportFilter& item, Conditions& conditions) {
   }
 }
 
-Conditions SortItems(ReportFilterSet& set) {
+Conditions SortItems(ReportProvider& report) {
   Conditions conditions;
-  ForEachItem(set, [&](ReportFilter& item) { SortItem(item, conditions); });
+  ForEachItemOf(report, [&](ReportFilter& item) { SortItem(item, conditions); });
   CutLastJoiner(conditions.general);
   return conditions;
 }
@@ -112,11 +112,10 @@ class newClsReportDaoConsignment final : public ReportProvider {
   }
 
   bool MoveDataDetail() override {
-    const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
-    if (!set) return false;
+    if (!FindFilterSet(*this)) return false;
     OpenNew(*this, system());
-    const std::unique_ptr<Command> command = mconn->NewCommand();
-    Conditions conditions = SortItems(*set);
+    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
+    Conditions conditions = SortItems(*this);
     if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
     strSubTitle();  // an item that cannot be read ends the run here
     CallProcedure(*command, kReport.procedure,
@@ -127,7 +126,7 @@ class newClsReportDaoConsignment final : public ReportProvider {
                    {u"chrSaleDate", kLongVarChar, conditions.invoice_date},
                    {u"chrPayDate", kLongVarChar, conditions.payment_date}},
                   system());
-    mconn->Close();
+    Held(mconn)->Close();
     return true;
   }
 };

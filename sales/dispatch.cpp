@@ -51,9 +51,9 @@ void SortItem(ReportFilter& item, Conditions& conditions) {
   }
 }
 
-Conditions SortItems(ReportFilterSet& set) {
+Conditions SortItems(ReportProvider& report) {
   Conditions conditions;
-  ForEachItem(set, [&](ReportFilter& item) { SortItem(item, conditions); });
+  ForEachItemOf(report, [&](ReportFilter& item) { SortItem(item, conditions); });
   CutLastJoiner(conditions.general);
   return conditions;
 }
@@ -68,11 +68,10 @@ class newclsReportDaoOut final : public ReportProvider {
   Text strSubTitle() override { return StartEndSubTitle(*this); }
 
   bool MoveDataDetail() override {
-    const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
-    if (!set) return false;
+    if (!FindFilterSet(*this)) return false;
     OpenNew(*this, system());
-    const std::unique_ptr<Command> command = mconn->NewCommand();
-    Conditions conditions = SortItems(*set);
+    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
+    Conditions conditions = SortItems(*this);
     if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
     CallProcedure(*command, kReport.procedure,
                   {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
@@ -81,7 +80,7 @@ class newclsReportDaoOut final : public ReportProvider {
                    {u"chrStartDate", kVarChar, conditions.dates.start},
                    {u"chrenddate", kVarChar, conditions.dates.end}},
                   system());
-    mconn->Close();
+    Held(mconn)->Close();
     return true;
   }
 };

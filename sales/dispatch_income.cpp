@@ -86,10 +86,12 @@ void SortItem(ReportFilter& item, Conditions& conditions) {
   }
 }
 
-Conditions SortItems(ReportFilterSet& set) {
-  RewriteItems(set);
+Conditions SortItems(ReportProvider& report) {
   Conditions conditions;
-  ForEachItem(set, [&](ReportFilter& item) { SortItem(item, conditions); });
+  const std::shared_ptr<ReportFilterSet> set = FindFilterSet(report);
+  if (!set) return conditions;
+  RewriteItems(*set);
+  ForEachItem(*set, [&](ReportFilter& item) { SortItem(item, conditions); });
   CutLastJoiner(conditions.general);
   return conditions;
 }
@@ -120,21 +122,19 @@ class newClsReportDaoOutIncome final : public ReportProvider {
   }
 
   bool MoveDataDetail() override {
-    try {
-      return HandOff();
-    } catch (const DatabaseError& error) {
-      ShowNumberedConflict(error, system());
-      return false;
-    }
+    return Trapped([&] { return HandOff(); },
+                   [&](const DatabaseError& error) {
+                     ShowNumberedConflict(error, system());
+                     return false;
+                   });
   }
 
  private:
   bool HandOff() {
-    const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
-    if (!set) return false;
+    if (!FindFilterSet(*this)) return false;
     OpenNew(*this, system());
-    const std::unique_ptr<Command> command = mconn->NewCommand();
-    Conditions conditions = SortItems(*set);
+    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
+    Conditions conditions = SortItems(*this);
     if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
     CallProcedure(*command, kReport.procedure,
                   {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
@@ -143,7 +143,7 @@ class newClsReportDaoOutIncome final : public ReportProvider {
                    {u"chrSaleDate", kVarChar, conditions.invoice_date},
                    {u"chrVouchType", kVarChar, conditions.voucher_type}},
                   system());
-    mconn->Close();
+    Held(mconn)->Close();
     return true;
   }
 };

@@ -25,9 +25,9 @@ struct Conditions {
   DateRange dates;  // values, not conditions
 };
 
-Conditions SortItems(ReportFilterSet& set) {
+Conditions SortItems(ReportProvider& report) {
   Conditions conditions;
-  ForEachItem(set, [&](ReportFilter& item) {
+  ForEachItemOf(report, [&](ReportFilter& item) {
     if (EqualText(Trim(item.Name()), u"ddate")) {
       TakeDates(conditions.dates, item);
     } else {
@@ -48,21 +48,19 @@ class newclsReportDaotrust final : public ReportProvider {
   Text strSubTitle() override { return StartEndSubTitle(*this); }
 
   bool MoveDataDetail() override {
-    try {
-      return HandOff();
-    } catch (const DatabaseError& error) {
-      ShowNumberedConflict(error, system());
-      return false;
-    }
+    return Trapped([&] { return HandOff(); },
+                   [&](const DatabaseError& error) {
+                     ShowNumberedConflict(error, system());
+                     return false;
+                   });
   }
 
  private:
   bool HandOff() {
-    const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
-    if (!set) return false;
+    if (!FindFilterSet(*this)) return false;
     OpenNew(*this, system());
-    const std::unique_ptr<Command> command = mconn->NewCommand();
-    Conditions conditions = SortItems(*set);
+    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
+    Conditions conditions = SortItems(*this);
     if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
     CallProcedure(*command, kReport.procedure,
                   {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
@@ -70,7 +68,7 @@ class newclsReportDaotrust final : public ReportProvider {
                    {u"chrStartDate", kVarChar, conditions.dates.start},
                    {u"chrEndDate", kVarChar, conditions.dates.end}},
                   system());
-    mconn->Close();
+    Held(mconn)->Close();
     return true;
   }
 };

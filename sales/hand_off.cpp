@@ -42,11 +42,6 @@ Text TableOnThisMachine(const SalesReport& report, System& system) {
   return Text(report.table) + modReportPublic::MachineTableSuffix(system);
 }
 
-void OpenHostConnection(ReportProvider& report) {
-  if (!report.mconn) throw ObjectNotSet();
-  report.mconn->Open(report.mConnectionString, u"", u"", kOptionUnspecified);
-}
-
 bool HandOverCondition(Text& condition, Command& command, const SalesReport& report,
                        System& system) {
   const std::size_t size = SizeOf(condition, report.measure, system);

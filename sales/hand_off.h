@@ -30,10 +30,6 @@ Text InTempdb(TextView table);
 // is told.
 Text TableOnThisMachine(const SalesReport& report, System& system);
 
-// Opens the connection that the host has put into mconn, with the report's connection string, no
-// user name, no password and unspecified options. Throws error 91 when there is none.
-void OpenHostConnection(ReportProvider& report);
-
 // Makes `condition` what the procedure receives: itself and a blank while it is short; from a size
 // of 200, a marker, and the condition goes by `command` into the parameter table. Beyond 600 it
 // tells the user that the condition is too long, leaves the database alone and returns false.

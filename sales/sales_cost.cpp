@@ -28,28 +28,27 @@ class newClsReportDaoSaleCost final : public ReportProvider {
   Text strSubTitle() override { return BuildDateSubTitle(*this); }
 
   bool MoveDataDetail() override {
-    try {
-      return HandOff();
-    } catch (const DatabaseError&) {
-      system().Beep();
-      system().MessageBox(Text(kNetworkConflict), u"", kInformation);
-      return false;
-    }
+    return Trapped([&] { return HandOff(); },
+                   [&] {
+                     system().Beep();
+                     system().MessageBox(Text(kNetworkConflict), u"", kInformation);
+                     return false;
+                   });
   }
 
  private:
   bool HandOff() {
-    OpenHostConnection(*this);
+    Open(mconn, *this);  // the host's
     const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
     if (!set) return false;
-    const std::unique_ptr<Command> command = mconn->NewCommand();
+    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
     Text condition = set->ConditionText();
     if (!HandOverCondition(condition, *command, kReport, system())) return false;
     CallProcedure(*command, kReport.procedure,
                   {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
                    {u"chrWhere1", kLongVarChar, condition}},
                   system());
-    mconn->Close();
+    Held(mconn)->Close();
     return true;
   }
 };

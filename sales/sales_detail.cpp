@@ -40,20 +40,16 @@ class newclsReportDataSaleDetail final : public ReportProvider {
   Text strSubTitle() override { return BuildDateSubTitle(*this); }
 
   bool MoveDataDetail() override {
-    try {
-      return HandOff();
-    } catch (const DatabaseError& error) {
-      throw Raised(error);
-    }
+    return Trapped([&] { return HandOff(); },
+                   [](const DatabaseError& error) -> bool { throw Raised(error); });
   }
 
  private:
   bool HandOff() {
-    const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
-    if (!set) return false;
+    if (!FindFilterSet(*this)) return false;
     OpenNew(*this, system());
-    const std::unique_ptr<Command> command = mconn->NewCommand();
-    SalesConditions conditions = BuildSalesConditions(*set);
+    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
+    SalesConditions conditions = BuildSalesConditions(*this);
     if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
     BuildDateSubTitle(*this);  // an item that cannot be read ends the run here
     CallProcedure(*command, kReport.procedure,
@@ -65,7 +61,7 @@ class newclsReportDataSaleDetail final : public ReportProvider {
                    {u"chrchecker", kLongVarChar, conditions.checker},
                    {u"chrwarehouse", kLongVarChar, conditions.warehouse}},
                   system());
-    mconn->Close();
+    Held(mconn)->Close();
     return true;
   }
 };

@@ -36,7 +36,7 @@ void RewriteItems(ReportFilterSet& set, const NullTest& test) {
 
 // The host's condition of all items. The quotes of a long one are doubled once more on its way into
 // the parameter table: that is meant.
-Text BuildCondition(const ReportProvider& report) {
+Text BuildCondition(ReportProvider& report) {
   const std::shared_ptr<ReportFilterSet> set = FindFilterSet(report);
   if (!set) return {};
   RewriteItems(*set, kNullTest);
@@ -57,26 +57,22 @@ class newClsReportDaoSaleInCome final : public ReportProvider {
   Text strSubTitle() override { return BuildDateSubTitle(*this); }
 
   bool MoveDataDetail() override {
-    try {
-      return HandOff();
-    } catch (const DatabaseError&) {
-      return false;  // the contract: the host learns no more than that
-    }
+    // The contract: the host learns no more than that.
+    return Trapped([&] { return HandOff(); }, [] { return false; });
   }
 
  private:
   bool HandOff() {
-    OpenHostConnection(*this);
-    const std::unique_ptr<Command> command = mconn->NewCommand();
+    Open(mconn, *this);  // the host's
+    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
     Text condition = BuildCondition(*this);
     if (!HandOverCondition(condition, *command, kReport, system())) return false;
-    if (!objLogin) throw ObjectNotSet();
     CallProcedure(*command, kReport.procedure,
                   {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
                    {u"chrWhere1", kLongVarChar, condition},
-                   {u"chrZtCode", kVarChar, objLogin->cAcc_Id().ToText()}},
+                   {u"chrZtCode", kVarChar, Held(objLogin)->cAcc_Id().ToText()}},
                   system());
-    mconn->Close();
+    Held(mconn)->Close();
     return true;
   }
 };

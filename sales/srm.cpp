@@ -55,9 +55,9 @@ void SortItem(ReportFilter& item, Conditions& conditions) {
   }
 }
 
-Conditions SortItems(ReportFilterSet& set) {
+Conditions SortItems(ReportProvider& report) {
   Conditions conditions;
-  ForEachItem(set, [&](ReportFilter& item) { SortItem(item, conditions); });
+  ForEachItemOf(report, [&](ReportFilter& item) { SortItem(item, conditions); });
   CutLastJoiner(conditions.general);
   return conditions;
 }
@@ -72,11 +72,10 @@ class newclsReportDAOSRM final : public ReportProvider {
   Text strSubTitle() override { return StartEndSubTitle(*this); }
 
   bool MoveDataDetail() override {
-    const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
-    if (!set) return false;
+    if (!FindFilterSet(*this)) return false;
     OpenNew(*this, system());
-    const std::unique_ptr<Command> command = mconn->NewCommand();
-    Conditions conditions = SortItems(*set);
+    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
+    Conditions conditions = SortItems(*this);
     if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
     CallProcedure(*command, kReport.procedure,
                   {{u"chrtablename", kVarChar, TableOnThisMachine(kReport, system())},
@@ -87,7 +86,7 @@ class newclsReportDAOSRM final : public ReportProvider {
                    {u"chrdep", kVarChar, conditions.department},
                    {u"chrWareHouse", kVarChar, conditions.warehouse}},
                   system());
-    mconn->Close();
+    Held(mconn)->Close();
     return true;
   }
 };

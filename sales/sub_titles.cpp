@@ -28,7 +28,7 @@ Text DatePhrase(const PhraseStart& words, const Value& start, const Value& end) 
   return Text(words.until) + to + Text(kEnding);
 }
 
-Text BuildDateSubTitle(const ReportProvider& report) {
+Text BuildDateSubTitle(ReportProvider& report) {
   const std::shared_ptr<ReportFilterSet> set = FindFilterSet(report);
   if (!set) return {};
   const auto item =
@@ -37,7 +37,7 @@ Text BuildDateSubTitle(const ReportProvider& report) {
   return DatePhrase(kDateWords, item->varValue(), item->varValue2());
 }
 
-Text StartEndSubTitle(const ReportProvider& report) {
+Text StartEndSubTitle(ReportProvider& report) {
   const std::shared_ptr<ReportFilterSet> set = FindFilterSet(report);
   if (!set) return {};
   const Text start = set->ValueByName(Text(kDate), 1).ToText();

@@ -19,10 +19,10 @@ Text DatePhrase(const PhraseStart& words, const Value& start, const Value& end);
 
 // The phrase on the item ddate; empty while the host has worded no condition for it, and without a
 // filter set. Throws error 91 without a report manager.
-Text BuildDateSubTitle(const ReportProvider& report);
+Text BuildDateSubTitle(ReportProvider& report);
 
 // Start and end of the item ddate as the user typed them, each where it is given; empty without a
 // filter set. Throws error 91 without a report manager.
-Text StartEndSubTitle(const ReportProvider& report);
+Text StartEndSubTitle(ReportProvider& report);
 
 }  // namespace ledgerwick

@@ -45,8 +45,8 @@ TEST_CASE("a bad request is refused with line and column") {
        "1:24: \"class\" stands twice in this object"},
       {R"({"class": "clsRepXCL", "filters": [{}]})", "1:36: \"Name\" is missing"},
       {R"({"class": "clsRepXCL", "filters": ["a"]})", "1:36: a filter must be an object"},
-      {R"({"class": "clsRepXCL", "filters": [{"Name": "a", "varValue": [1]}]})",
-       "1:62: \"varValue\" must be a string, a number, true, false or null"},
+      {R"({"class": "clsRepXCL", "login": {"CurDate": [1]}})",
+       "1:45: \"CurDate\" must be a string, a number, true, false or null"},
       {R"({"class": "clsRepXCL", "filters": [{"Name": "a", "strSqlString": null}]})",
        "1:66: \"strSqlString\" must be a string"},
       {R"({"class": "clsRepXCL", "filters": [-1.5e3, 2]})", "1:36: a filter must be an object"},
@@ -110,7 +110,12 @@ TEST_CASE("the host words conditions from names and values") {
       {R"([{"Name": "a", "varValue": "f", "varValue2": "t"}])", u"a >= 'f' And a <= 't'",
        u"a >= 'f' And a <= 't'"},
       {R"([{"Name": "a", "varValue2": "t"}])", u"a <= 't'", u"a <= 't'"},
-      {R"([{"Name": "a", "varValue": "O'Neil "}])", u"a = 'O'Neil '", u"a = 'O'Neil '"},
+      {R"([{"Name": "a", "varValue": "O'Neil "}])", u"a = 'O''Neil '", u"a = 'O''Neil '"},
+      {R"([{"Name": "a", "varValue": "''", "varValue2": "'"}])", u"a >= '''''' And a <= ''''",
+       u"a >= '''''' And a <= ''''"},
+      {R"([{"Name": "a", "varValue": [1, {"b": null}]}, {"Name": "b", "varValue": "v"}])",
+       u"b = 'v'", u"b = 'v'"},
+      {R"([{"Name": "a", "varValue": {}, "strSqlString": "x"}])", u"x", u"x"},
       {R"([{"Name": "a", "varValue": 1.5}, {"Name": "b", "varValue": 7}])",
        u"a = '1.5' And b = '7'", u"a = '1.5' And b = '7'"},
       {R"([{"Name": "a", "varValue": ""}, {"Name": "b", "varValue": null}])", u"", u""},
@@ -144,8 +149,10 @@ TEST_CASE("the host's objects answer like the host's") {
   CHECK_THROWS_AS(set.Item(3), DatabaseError);
 
   ReferenceManager manager(u"标题", std::make_shared<ReferenceFilterSet>(set));
-  CHECK(manager.ReportFilterByName(u"标题") != nullptr);
-  CHECK(manager.ReportFilterByName(u"别的") == nullptr);
+  Text title = u"标题";
+  CHECK(manager.ReportFilterByName(title) != nullptr);
+  Text other = u"别的";
+  CHECK(manager.ReportFilterByName(other) == nullptr);
 
   ReferenceLogin login({Value(u"2002-03-31"), std::nullopt});
   CHECK(login.CurDate() == Value(u"2002-03-31"));
