@@ -34,6 +34,7 @@ TEST_CASE("a filter argument becomes an item that the host words") {
        u"def_queryType = '高于安全库存量存货'", false},
       {u"def_queryType=什么", u"def_queryType", u"什么", u"", u"def_queryType = '什么'", true},
       {u"nosuch=1..2", u"nosuch", u"1", u"2", u"nosuch >= '1' And nosuch <= '2'", true},
+      {u"nosuch=O'N..", u"nosuch", u"O'N", u"", u"nosuch >= 'O''N'", true},
   };
   for (const Case& c : cases) {
     CAPTURE(ToUtf8(c.argument));

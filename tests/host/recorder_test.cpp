@@ -135,6 +135,24 @@ TEST_CASE("the trace shows every operation in its fixed form") {
 )");
 }
 
+TEST_CASE("the trace tells what departs from the arguments that every report gives") {
+  ScriptedReport::script = [](ScriptedReport& report) {
+    report.mconn->Open(u"cs", u"sa", u"secret", 16);
+    report.mconn->Execute(u"s1", 17);
+    report.mconn->ExecuteIgnoringErrors(u"s2", 18);
+    const auto command = report.mconn->NewCommand();
+    command->SetCommandText(u"p");
+    command->SetCommandType(kCommandStoredProcedure);
+    command->Execute(19);
+    return true;
+  };
+  const std::string json = ToJson(TraceReport(ScriptedRequest()));
+  for (const char* told : {R"("user": "sa")", R"("password": "secret")", R"("options": 16)",
+                           R"("options": 17)", R"("options": 18)", R"("options": 19)"}) {
+    CHECK_MESSAGE(json.find(told) != std::string::npos, told);
+  }
+}
+
 TEST_CASE("the planned failure counts open, execute, recordset, command and close") {
   ScriptedReport::script = [](ScriptedReport& report) {
     OpenNew(report, report.system());

@@ -6,6 +6,7 @@
 #include "frame/error.h"
 #include "host/json_document.h"
 #include "host/reference_host.h"
+#include "host/trace.h"
 
 namespace ledgerwick {
 namespace {
@@ -92,6 +93,17 @@ TEST_CASE("values keep their kinds") {
   CHECK(items[2].varValue.IsNull());
   CHECK(items[2].varValue2.IsEmpty());
   CHECK(items[3].varValue == Value(9223372036854775808.0));
+}
+
+TEST_CASE("lists and objects are values that go through a report as they are") {
+  Request request = WithFilters(R"([{"Name": "dDate", "varValue": [1, "二", {"b": null}]},
+                                    {"Name": "x", "varValue": {"a": true}}])");
+  request.report = FindClass(u"clsRepAQKCYJ");
+  const std::string json = ToJson(TraceReport(request));
+  CHECK(json.find(R"("result": true)") != std::string::npos);
+  for (const char* kept : {"\"varValue\": [\n        1,\n        \"二\",", "\"a\": true"}) {
+    CHECK_MESSAGE(json.find(kept) != std::string::npos, json);
+  }
 }
 
 TEST_CASE("a request without filters has an empty set, with null it has none") {

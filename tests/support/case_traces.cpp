@@ -141,19 +141,28 @@ const char* NameOf(ConnectionOrigin origin) {
   return origin == ConnectionOrigin::Own ? "own " : "host's ";
 }
 
+// Told only where they depart from what every report gives.
+std::string Departing(std::int32_t options) {
+  return options == kOptionUnspecified ? "" : " OPTIONS " + std::to_string(options);
+}
+
 struct LineOf {
   Writers& writers;
 
   std::string operator()(const OpenOperation& o) const {
-    return std::string("open ") + NameOf(o.origin) + ToUtf8(o.connection_string);
+    return std::string("open ") + NameOf(o.origin) + ToUtf8(o.connection_string) + ToUtf8(o.user) +
+           ToUtf8(o.password) + Departing(o.options);
   }
   std::string operator()(const ExecuteOperation& o) const {
-    return (o.ignore_errors ? "try " : "execute ") + writers.statements.Write(o.sql);
+    return (o.ignore_errors ? "try " : "execute ") + writers.statements.Write(o.sql) +
+           Departing(o.options);
   }
   std::string operator()(const RecordsetOperation& o) const {
     return "rows of " + writers.statements.Write(o.sql);
   }
-  std::string operator()(const CommandOperation& o) const { return writers.calls.Write(o); }
+  std::string operator()(const CommandOperation& o) const {
+    return writers.calls.Write(o) + Departing(o.options);
+  }
   std::string operator()(const BeepOperation&) const { return "beep"; }
   std::string operator()(const MessageOperation& o) const {
     return "message: " + Brief(o.text) + " | " + ToUtf8(o.title) + " | " + std::to_string(o.style);
