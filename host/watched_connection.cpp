@@ -13,6 +13,9 @@ auto Tell(const ConnectionWatch& watch, Call call) {
   } catch (const DatabaseError& error) {
     watch.failure(error);
     throw;
+  } catch (const std::bad_alloc&) {
+    watch.failure(OutOfMemory());
+    throw;
   }
 }
 

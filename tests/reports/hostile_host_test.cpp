@@ -41,6 +41,13 @@ static_assert(std::size(kWays) == 17);  // all but the sales profit
 
 bool IsClass(const Ways& ways, TextView name) { return ways.name == name; }
 
+constexpr TextView kPlace = u"\r\n错误位于模块：newclsReportDataSaleDetail.MoveSaleDetail()";
+
+std::string Raised(const DatabaseError& error, TextView source, TextView help_file) {
+  return "error " + std::to_string(error.number) + ' ' + ToUtf8(error.description) + " of " +
+         ToUtf8(source) + ", help " + ToUtf8(help_file);
+}
+
 // How MoveDataDetail ends, with what it shows the user.
 std::string EndOf(DoubleWorld& world, ReportProvider& report) {
   const std::string shown_before = world.shown;
@@ -49,7 +56,7 @@ std::string EndOf(DoubleWorld& world, ReportProvider& report) {
   try {
     end = report.MoveDataDetail() ? "True" : "False";
   } catch (const DatabaseError& error) {
-    end = "error " + std::to_string(error.number) + " " + ToUtf8(error.description);
+    end = Raised(error, error.source, error.help_file);
   } catch (const std::bad_alloc&) {
     end = "no memory";
   }
@@ -61,7 +68,6 @@ std::string EndOf(DoubleWorld& world, ReportProvider& report) {
 // How it ends when `error` comes up in a step.
 std::string EndWith(const Ways& ways, const DatabaseError& error) {
   const std::string number = std::to_string(error.number);
-  const std::string description = ToUtf8(error.description);
   switch (ways.reaction) {
     case Ways::Silent:
       return "False";
@@ -70,12 +76,11 @@ std::string EndWith(const Ways& ways, const DatabaseError& error) {
     case Ways::NumberedConflict:
       return "False box " + number + "网络冲突，稍侯请重新刷新...";
     case Ways::RaisedAgain:
-      return "error 1000 " + description + "\r\n错误位于模块：" + ToUtf8(ways.name) +
-             ".MoveSaleDetail()";
+      return Raised({1000, {}, error.description + Text(kPlace)}, u"", u"64");
     case Ways::Raised:
       break;
   }
-  return "error " + number + " " + description;
+  return Raised(error, error.source, u"");
 }
 
 // True for the calls whose failure the class passes over.
@@ -172,8 +177,8 @@ TEST_CASE("the steps after an exchange of the connection use the new one") {
 }
 
 TEST_CASE("a run within a run leaves its connection to the outer one") {
-  const DatabaseError closed(3704, {}, u"closed");
-  const DatabaseError open(3705, {}, u"open already");
+  const DatabaseError closed(3704, u"ADODB.Connection", u"closed");
+  const DatabaseError open(3705, u"ADODB.Connection", u"open already");
   for (const Ways& ways : kWays) {
     const std::vector<DoubleCall> calls = UndisturbedCalls(ways);
     for (std::size_t k = 0; k < calls.size(); ++k) {
@@ -217,12 +222,14 @@ TEST_CASE("an error in any call ends as the class has it, and so does memory tha
         std::string end = EndWith(ways, memory ? DatabaseError(7, {}, u"Out of memory") : error);
         // Where nothing is trapped, the component's border tells the host.
         if (memory && ways.reaction == Ways::Raised) end = "no memory";
-        if (IsPassedOver(ways, calls[k])) end = "True";
+        const bool goes_on = IsPassedOver(ways, calls[k]);
+        if (goes_on) end = "True";
         // The journal then finds its connection closed.
         if (IsClass(ways, u"clsRepLsz") && calls[k].text.starts_with("Open")) {
-          end = EndWith(ways, DatabaseError(3704, {}, u"closed"));
+          end = EndWith(ways, DatabaseError(3704, u"ADODB.Connection", u"closed"));
         }
         CHECK(EndOf(world, *report) == end);
+        if (!goes_on) CHECK(world.calls.size() == k + 1);
         report.reset();
         CHECK(world.alive == 0);
       }

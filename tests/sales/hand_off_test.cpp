@@ -199,26 +199,6 @@ void CheckReaction(const Contract& c, const Trace& trace, std::vector<Text> want
   CHECK_MESSAGE(got == wanted, Shown(got));
 }
 
-}  // namespace
-
-TEST_CASE("each class has its own way with an error, whichever operation fails") {
-  const Text condition(200, u'a');
-  const DatabaseError error(kErrorSyntaxOrAccess, u"Database", u"服务器拒绝");
-  for (const Contract& c : kContracts) {
-    for (std::int64_t step = 0; step < 5; ++step) {
-      CAPTURE(ToUtf8(c.name));
-      CAPTURE(step);
-      Request request = RequestFor(c, condition);
-      request.fail_at = PlannedFailure{step, error.number, error.description};
-      std::vector<Text> wanted = LongCourse(c, condition);
-      wanted.resize(static_cast<std::size_t>(step) + 1);
-      CheckReaction(c, TraceReport(request), wanted, error);
-    }
-  }
-}
-
-namespace {
-
 // Performs the report of `request` on an object that `prepare` has changed.
 Trace TraceOfChanged(const Request& request, const std::function<void(ReportProvider&)>& prepare) {
   Recorder recorder(request);
