@@ -144,7 +144,7 @@ int main(int argc, char** argv) {
     options.force = true;
     CreateSample(folder / "bench.db", options);
     tsql::Storage storage(folder / "bench.db", {});
-    tsql::Catalogue catalogue(storage.db(), u"bench");
+    tsql::Catalogue catalogue(storage, u"bench");
     std::printf("sample of %lld voucher lines\n", static_cast<long long>(options.voucher_lines));
     BenchFrontEnd(catalogue);
     const bool agree = BenchPairs(storage, catalogue);

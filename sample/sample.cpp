@@ -130,10 +130,11 @@ void CheckOptions(const SampleOptions& options) {
 
 void CreateSample(const std::filesystem::path& path, const SampleOptions& options) {
   CheckOptions(options);
-  sample::FileSwap files(path, options.force);
+  sample::FileSwap files(path, options.force, options.cancel);
   {
     tsql::DatabaseOptions database_options;
     database_options.create = true;
+    database_options.rights_of = files.target();
     database_options.cancel = options.cancel;
     const auto database = tsql::Database::Open(files.working_path(), database_options);
     SampleWriter(*database, options).Write();

@@ -16,7 +16,7 @@ struct SampleOptions {
   // Equal seeds and line counts make equal files.
   std::uint64_t seed = 1;
 
-  // Replaces an existing file.
+  // Replaces an existing database of Ledgerwick's that nobody uses; nothing else is replaced.
   bool force = false;
 
   // Told every so often how many of the steps are done; may be empty.

@@ -60,6 +60,16 @@ const Table* Binder::FindTable(const ObjectName& name) {
   return database ? catalogue_.Find(*database, name.schema.text, name.object.text) : nullptr;
 }
 
+DatabaseId Binder::RequireNewName(const ObjectName& name) {
+  const TextView object = name.object.text;
+  if (ObjectExists(name)) throw errors::ObjectExists(object, At(name.object.offset));
+  for (const TextView own : {TextView(u"ledgerwick_"), TextView(u"sqlite_")}) {
+    if (!EqualText(object.substr(0, own.size()), own)) continue;
+    throw errors::ReservedName(object, At(name.object.offset));
+  }
+  return RequireDatabase(name);
+}
+
 bool Binder::ObjectExists(const ObjectName& name) {
   return FindTable(name) != nullptr || FindProcedure(name) != nullptr;
 }

@@ -252,10 +252,7 @@ void Binder::CheckInto(const Query& query) {
       throw errors::DuplicateColumn(item.name, table, At(item.expr->offset));
     }
   }
-  if (ObjectExists(select.into)) {
-    throw errors::ObjectExists(table, At(select.into.object.offset));
-  }
-  static_cast<void>(RequireDatabase(select.into));
+  static_cast<void>(RequireNewName(select.into));
 }
 
 std::vector<std::int32_t> Binder::BindInsertColumns(const Table& table,

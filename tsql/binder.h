@@ -73,6 +73,10 @@ class Binder {
   const ProcedureText* FindProcedure(const ObjectName& name);
   bool ObjectExists(const ObjectName& name);  // of whatever kind
   DatabaseId RequireDatabase(const ObjectName& name);
+
+  // The database that an object of this name can be made in. Throws 2714 where there is one, 262
+  // for the database's own names, and what RequireDatabase throws.
+  DatabaseId RequireNewName(const ObjectName& name);
   Position At(std::uint32_t offset) const noexcept { return PositionOf_(offset); }
 
   // `expr` as `target`: itself, a literal of that type, or a conversion around it.

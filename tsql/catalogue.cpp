@@ -91,24 +91,18 @@ std::int32_t Table::FindColumn(TextView column) const {
   return find({folded.data(), column.size()});
 }
 
-Catalogue::Catalogue(sqlite3* db, Text main_name) : db_(db), main_name_(std::move(main_name)) {}
-
-SqliteStatement Catalogue::Prepare(const std::string& sql) {
-  sqlite3_stmt* statement = nullptr;
-  const int size = static_cast<int>(sql.size());
-  if (sqlite3_prepare_v2(db_, sql.c_str(), size, &statement, nullptr) != SQLITE_OK) {
-    throw errors::Storage(sqlite3_errmsg(db_));
-  }
-  return SqliteStatement(statement);
-}
+Catalogue::Catalogue(Storage& storage, Text main_name)
+    : storage_(storage), main_name_(std::move(main_name)) {}
 
 std::int64_t Catalogue::SchemaVersion(DatabaseId database) {
   SqliteStatement& query = version_queries_[static_cast<std::size_t>(database)];
-  if (!query) query = Prepare(std::string("PRAGMA ") + SchemaName(database) + ".schema_version");
-  const bool found = sqlite3_step(query.get()) == SQLITE_ROW;
-  const std::int64_t version = found ? sqlite3_column_int64(query.get(), 0) : -1;
+  if (!query) {
+    query = storage_.Prepare(std::string("PRAGMA ") + SchemaName(database) + ".schema_version");
+  }
+  const int result = sqlite3_step(query.get());
+  const std::int64_t version = sqlite3_column_int64(query.get(), 0);
   sqlite3_reset(query.get());
-  if (!found) throw errors::Storage(sqlite3_errmsg(db_));
+  if (result != SQLITE_ROW) storage_.Fail(result);
   return version;
 }
 
@@ -132,8 +126,8 @@ std::optional<DatabaseId> Catalogue::FindDatabase(TextView name, TextView object
 
 void Catalogue::LoadNames(DatabaseId database, Cache& cache) {
   const SqliteStatement query =
-      Prepare("SELECT name FROM (" + ObjectsQuery(database) + ") WHERE kind <> 'P'");
-  while (sqlite3_step(query.get()) == SQLITE_ROW) {
+      storage_.Prepare("SELECT name FROM (" + ObjectsQuery(database) + ") WHERE kind <> 'P'");
+  while (storage_.Step(query.get())) {
     const std::string name(ColumnText(query.get(), 0));
     cache.names.emplace(FoldText(FromUtf8(name)), name);
   }
@@ -175,9 +169,9 @@ const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView sche
   Cache& cache = caches_[static_cast<std::size_t>(database)];
   if (!cache.procedures_loaded) {
     const SqliteStatement query =
-        Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
-                kModulesTable + " WHERE kind = 'P'");
-    while (sqlite3_step(query.get()) == SQLITE_ROW) {
+        storage_.Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
+                         kModulesTable + " WHERE kind = 'P'");
+    while (storage_.Step(query.get())) {
       Text stored = FromUtf8(ColumnText(query.get(), 0));
       Text folded = FoldText(stored);
       cache.procedures.emplace(
@@ -195,8 +189,8 @@ std::int64_t Catalogue::RowEstimate(const Table& table) {
   Cache& cache = caches_[static_cast<std::size_t>(table.database)];
   const auto [estimate, added] = cache.row_estimates.try_emplace(&table, 0);
   if (!added) return estimate->second;
-  const SqliteStatement query = Prepare("SELECT max(_rowid_) FROM " + table.sql);
-  if (sqlite3_step(query.get()) == SQLITE_ROW) {
+  const SqliteStatement query = storage_.Prepare("SELECT max(_rowid_) FROM " + table.sql);
+  if (storage_.Step(query.get())) {
     estimate->second = sqlite3_column_int64(query.get(), 0);
   }
   return estimate->second;
@@ -221,14 +215,14 @@ const Catalogue::Indexes& Catalogue::IndexesOf(const Table& table) {
     indexes.keys[i] = indexes.leading[i] = table.columns[i].is_row_number ? 1 : 0;
   }
   if (table.kind != TableKind::Table) return indexes;
-  const SqliteStatement query = Prepare(
+  const SqliteStatement query = storage_.Prepare(
       "SELECT (SELECT cid FROM pragma_index_info(l.name, ?2) WHERE seqno = 0),"
       " l.\"unique\" AND (SELECT COUNT(*) FROM pragma_index_info(l.name, ?2)) = 1"
       " FROM pragma_index_list(?1, ?2) AS l WHERE NOT l.partial");
   const std::string name = ToUtf8(table.name);
   sqlite3_bind_text(query.get(), 1, name.data(), static_cast<int>(name.size()), SQLITE_STATIC);
   sqlite3_bind_text(query.get(), 2, SchemaName(table.database), -1, SQLITE_STATIC);
-  while (sqlite3_step(query.get()) == SQLITE_ROW) {
+  while (storage_.Step(query.get())) {
     const auto column = static_cast<std::size_t>(sqlite3_column_int(query.get(), 0));
     if (column >= table.columns.size()) continue;
     indexes.leading[column] = 1;
@@ -242,9 +236,9 @@ std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::stri
   table->database = database;
   table->name = FromUtf8(name);
   table->sql = std::string(SchemaName(database)) + "." + QuoteIdentifier(name);
-  const SqliteStatement query = Prepare(std::string("PRAGMA ") + SchemaName(database) +
-                                        ".table_info(" + QuoteIdentifier(name) + ")");
-  while (sqlite3_step(query.get()) == SQLITE_ROW) {
+  const SqliteStatement query = storage_.Prepare(std::string("PRAGMA ") + SchemaName(database) +
+                                                 ".table_info(" + QuoteIdentifier(name) + ")");
+  while (storage_.Step(query.get())) {
     const std::string column(ColumnText(query.get(), 1));
     const std::string declaration(ColumnText(query.get(), 2));
     TableColumn added{FromUtf8(column), QuoteIdentifier(column), DeclaredType(declaration),
@@ -261,9 +255,9 @@ std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::stri
 
 std::unique_ptr<Table> Catalogue::LoadView(DatabaseId database, TextView folded) {
   const SqliteStatement query =
-      Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
-              kModulesTable + " WHERE kind = 'V'");
-  while (sqlite3_step(query.get()) == SQLITE_ROW) {
+      storage_.Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
+                       kModulesTable + " WHERE kind = 'V'");
+  while (storage_.Step(query.get())) {
     const Text name = FromUtf8(ColumnText(query.get(), 0));
     if (FoldText(name) != folded) continue;
     auto view = std::make_unique<Table>();

@@ -10,6 +10,7 @@
 
 #include "frame/text.h"
 #include "tsql/sqlite.h"
+#include "tsql/storage.h"
 #include "tsql/types.h"
 
 namespace ledgerwick::tsql {
@@ -71,8 +72,8 @@ struct ProcedureText {
 // a statement of this one changes the schema.
 class Catalogue {
  public:
-  // `main_name` is the name by which statements may call the main database.
-  Catalogue(sqlite3* db, Text main_name);
+  // `main_name` is the name by which statements may call the main database. `storage` outlives it.
+  Catalogue(Storage& storage, Text main_name);
 
   // Forgets what has become stale. Tables that were found before stay valid until then. Throws
   // SqlError when the storage cannot be read.
@@ -126,9 +127,8 @@ class Catalogue {
   std::unique_ptr<Table> LoadTable(DatabaseId database, const std::string& name);
   std::unique_ptr<Table> LoadView(DatabaseId database, TextView folded);
   const Indexes& IndexesOf(const Table& table);
-  SqliteStatement Prepare(const std::string& sql);
 
-  sqlite3* db_;
+  Storage& storage_;
   Text main_name_;
   std::array<Cache, kDatabases> caches_;
   std::array<SqliteStatement, kDatabases> version_queries_;

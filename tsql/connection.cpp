@@ -191,7 +191,13 @@ class Embedded final : public EmbeddedConnection {
                           u"The connection string must read \"embedded:PATH\" for an embedded "
                           u"database.");
     }
-    database_ = Database::Open(ToUtf8(text.substr(kEmbeddedPrefix.size())), options_);
+    try {
+      database_ = Database::Open(ToUtf8(text.substr(kEmbeddedPrefix.size())), options_);
+      open_failure_.reset();
+    } catch (const DatabaseError& error) {
+      open_failure_ = error;
+      throw;
+    }
   }
 
   void Execute(const Text& sql, std::int32_t) override {
@@ -216,6 +222,9 @@ class Embedded final : public EmbeddedConnection {
   }
 
   Database& database() override {
+    // Whoever passed over the failure of Open is told it again: it says more than that nothing is
+    // open.
+    if (!database_ && open_failure_) throw DatabaseError(*open_failure_);
     if (!database_) throw Closed();
     return *database_;
   }
@@ -223,6 +232,7 @@ class Embedded final : public EmbeddedConnection {
  private:
   DatabaseOptions options_;
   std::unique_ptr<Database> database_;
+  std::optional<DatabaseError> open_failure_;  // of the last Open
 };
 
 }  // namespace

@@ -24,7 +24,7 @@ class EmbeddedDatabase final : public Database {
  public:
   EmbeddedDatabase(const std::filesystem::path& path, const DatabaseOptions& options)
       : storage_(path, options),
-        catalogue_(storage_.db(), TryFromUtf8(path.stem().string()).value_or(Text())),
+        catalogue_(storage_, TryFromUtf8(path.stem().string()).value_or(Text())),
         interpreter_(storage_, catalogue_) {}
 
   void Run(TextView batch, ResultSink& sink) override {

@@ -20,7 +20,12 @@ struct DatabaseOptions {
   // Makes a new, empty database; the file must not exist. Otherwise the file must exist.
   bool create = false;
 
-  // How long a statement waits for another process that writes, before it fails.
+  // Of a new database: the file whose mode and owner its files get, where there is one; empty for
+  // those that the process gives.
+  std::filesystem::path rights_of;
+
+  // How long a statement waits for another that writes, before it fails: since it began to wait or
+  // the writer last changed.
   std::chrono::milliseconds lock_wait = std::chrono::seconds(60);
 
   // When it turns true, the running statement stops, leaves nothing half done and fails. May be
@@ -29,6 +34,9 @@ struct DatabaseOptions {
 
   // Called every so often while a statement runs; may be empty.
   std::function<void()> progress;
+
+  // Told in a sentence what opening the database has mended; may be empty.
+  std::function<void(const Text& text)> note;
 
   // How freely queries are rewritten.
   Planning planning = Planning::Usual;

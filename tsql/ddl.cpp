@@ -49,10 +49,7 @@ std::string IndexName(const Table& table, TextView index) {
 void Interpreter::CreateTable(Statement& statement) {
   Binder binder = NewBinder();
   const ObjectName& name = statement.target;
-  const DatabaseId database = binder.RequireDatabase(name);
-  if (binder.ObjectExists(name)) {
-    throw errors::ObjectExists(name.object.text, binder.At(name.object.offset));
-  }
+  const DatabaseId database = binder.RequireNewName(name);
   const std::string table =
       std::string(SchemaName(database)) + "." + QuoteIdentifier(ToUtf8(name.object.text));
   std::string sql = "CREATE TABLE " + table + " (";
@@ -158,9 +155,7 @@ void Interpreter::CreateIndex(Statement& statement) {
 void Interpreter::CreateView(Statement& statement) {
   Binder binder = NewBinder();
   const ObjectName& name = statement.target;
-  if (binder.ObjectExists(name)) {
-    throw errors::ObjectExists(name.object.text, binder.At(name.object.offset));
-  }
+  const DatabaseId database = binder.RequireNewName(name);
   Query& query = *statement.query;
   binder.BindQuery(query);
   std::vector<TextView> names(query.names.begin(), query.names.end());
@@ -181,7 +176,7 @@ void Interpreter::CreateView(Statement& statement) {
     }
   }
   const std::string text = ToUtf8(statement.text);
-  SaveModule(binder.RequireDatabase(name), ToUtf8(name.object.text), 'V', &text);
+  SaveModule(database, ToUtf8(name.object.text), 'V', &text);
 }
 
 // Adds or replaces the view ('V') or procedure ('P'), or removes it without a definition.
@@ -194,8 +189,12 @@ void Interpreter::SaveModule(DatabaseId database, const std::string& name, char 
   storage_.Execute("DELETE FROM " + modules + " WHERE kind = " + kind_literal +
                    " AND name = " + QuoteLiteral(name));
   if (definition != nullptr) {
-    storage_.Execute("INSERT INTO " + modules + " VALUES (" + QuoteLiteral(name) + ", " +
-                     kind_literal + ", " + QuoteLiteral(*definition) + ")");
+    const SqliteStatement insert = storage_.Prepare(
+        "INSERT INTO " + modules + " VALUES (" + QuoteLiteral(name) + ", " + kind_literal + ", ?)");
+    // As a value: it may contain a NUL, which ends the storage's own texts.
+    sqlite3_bind_text64(insert.get(), 1, definition->data(), definition->size(), SQLITE_STATIC,
+                        SQLITE_UTF8);
+    storage_.Step(insert.get());
   }
   // Tells every connection that its catalogue is stale.
   storage_.Execute("CREATE TABLE " + schema + ".ledgerwick_change (x)");
@@ -229,7 +228,21 @@ void Interpreter::Drop(const Statement& statement, const ObjectName& name) {
   } else if (table->kind == TableKind::View) {
     SaveModule(table->database, ToUtf8(table->name), 'V', nullptr);
   } else {
-    storage_.Execute("DROP TABLE " + table->sql);
+    DropTable(*table);
+  }
+}
+
+// A report passes over the error of a drop and then makes the table anew. Where the storage kept it
+// from being dropped, that error is the reason to be told, not that the table exists.
+void Interpreter::DropTable(const Table& table) {
+  failed_drop_.reset();
+  try {
+    storage_.Execute("DROP TABLE " + table.sql);
+  } catch (const SqlError& error) {
+    constexpr std::int32_t kCancelled = 0;
+    if (error.number == kCancelled) throw;
+    failed_drop_ = FailedDrop{errors::ObjectExists(table.name, {}).message, error};
+    throw;
   }
 }
 

@@ -1,6 +1,7 @@
 // The server's errors: one named factory for each, with the server's number, severity and text.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -133,9 +134,18 @@ SqlError NotUpdatable(TextView view, Position at);                              
 SqlError CaseOfNulls(Position at);                                                       // 8133
 SqlError ImplicitConversion(TextView source, TextView target, Position at);              // 257
 SqlError ExplicitConversion(TextView source, TextView target, Position at);              // 529
-SqlError LockTimeout(const std::string& file, std::int64_t seconds);                     // 1222
-SqlError DiskFull(const std::string& file);                                              // 1105
-SqlError Cancelled();                                                                    // 0
+// `who` has had `what`, a file or a table in quotes, for all of `wait`.
+SqlError LockTimeout(const std::string& who, const std::string& what,
+                     std::chrono::milliseconds wait);                         // 1222
+SqlError HeldAlone(const std::string& file, std::chrono::milliseconds wait);  // 1222
+SqlError NoSpace(const std::string& file, const std::string& why);            // 1105
+SqlError DiskFull(const std::string& file);                                   // 1105
+SqlError ReadOnly(const std::string& file);                                   // 3906
+SqlError Damaged(const std::string& file);                                    // 824
+SqlError TempdbDamaged(const std::string& file);                              // 824
+SqlError ReservedName(TextView name, Position at);                            // 262
+SqlError NameWithNul(TextView name, Position at);                             // 1055
+SqlError Cancelled();                                                         // 0
 SqlError Storage(const std::string& message);  // 823, anything that SQLite alone knows
 SqlError TooComplex(const std::string& message, Position at);  // 8631
 

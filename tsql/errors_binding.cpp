@@ -371,24 +371,7 @@ SqlError ExplicitConversion(TextView source, TextView target, Position at) {
       at};
 }
 
-SqlError LockTimeout(const std::string& file, std::int64_t seconds) {
-  return {1222, kUser,
-          "Lock request time out period exceeded. Another process has been writing to '" + file +
-              "' for more than " + N(seconds) + " seconds; try again when it has finished."};
-}
-
-SqlError DiskFull(const std::string& file) {
-  return {1105, 17,
-          "Could not allocate space in '" + file +
-              "' because its disk is full. The statement has had no effect; free some space and "
-              "try again."};
-}
-
 SqlError Cancelled() { return {0, 11, "Operation cancelled by user."}; }
-
-SqlError Storage(const std::string& message) {
-  return {823, 24, "The storage failed: " + message + "."};
-}
 
 SqlError TooComplex(const std::string& message, Position at) {
   return {8631, 17, "The statement is too complex for the embedded database: " + message + ".", at};

@@ -135,6 +135,9 @@ Flow Interpreter::Execute(const Statement& statement) {
     if (depth_ > kDeepest) throw errors::NestedTooDeeply({});
     return ExecuteAt(statement);
   } catch (SqlError& error) {
+    if (failed_drop_ && EqualText(FromUtf8(error.message), FromUtf8(failed_drop_->message))) {
+      error = failed_drop_->reason;
+    }
     Locate(error, statement);
     FollowTransaction();
     if (session_.tries > 0 || !EndsHere(error)) throw;

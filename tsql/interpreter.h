@@ -144,14 +144,22 @@ class Interpreter {
   void CreateIndex(Statement& statement);
   void CreateView(Statement& statement);
   void Drop(const Statement& statement, const ObjectName& name);
+  void DropTable(const Table& table);
   void DropIndex(const ObjectName& name);
   void SaveModule(DatabaseId database, const std::string& name, char kind,
                   const std::string* definition);
+
+  // The last table that the storage could not drop: what making it anew fails with, and why.
+  struct FailedDrop {
+    std::string message;
+    SqlError reason;
+  };
 
   Storage& storage_;
   Catalogue& catalogue_;
   Session session_;
   ResultSink* sink_ = nullptr;
+  std::optional<FailedDrop> failed_drop_;
   std::int32_t depth_ = 0;                                // of statements within statements
   TextMap<std::shared_ptr<const Procedure>> procedures_;  // keyed by the text
 };

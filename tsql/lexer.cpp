@@ -160,11 +160,9 @@ class Lexer {
       token.text = Quoted(u'\'');
       token.kind = TokenKind::String;
     } else if (c == u'[') {
-      token.text = Quoted(u']');
-      token.kind = TokenKind::QuotedIdentifier;
+      ReadQuotedName(token, u']');
     } else if (c == u'"') {
-      token.text = Quoted(u'"');
-      token.kind = TokenKind::QuotedIdentifier;
+      ReadQuotedName(token, u'"');
     } else if (IsDigit(c) || (c == u'.' && IsDigit(Peek(1)))) {
       ReadNumber(token);
     } else if (IsNameStart(c) || c == u'@') {
@@ -173,6 +171,15 @@ class Lexer {
       ReadSymbol(token);
     }
     return token;
+  }
+
+  // The storage's texts end at a NUL: the name would be another's.
+  void ReadQuotedName(Token& token, char16_t close) {
+    token.text = Quoted(close);
+    token.kind = TokenKind::QuotedIdentifier;
+    if (token.text.find(u'\0') != TextView::npos) {
+      throw errors::NameWithNul(token.text, Here(token.offset));
+    }
   }
 
   // The text behind a mark up to `close`, where a doubled `close` stands for one.

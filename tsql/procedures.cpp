@@ -292,10 +292,10 @@ void Interpreter::CreateProcedure(Statement& statement) {
   const bool alters = statement.kind == StatementKind::AlterProcedure;
   const ProcedureText* existing = binder.FindProcedure(name);
   if (alters && existing == nullptr) throw errors::InvalidObject(FullName(name), at);
-  if (!alters && binder.ObjectExists(name)) throw errors::ObjectExists(name.object.text, at);
+  const DatabaseId database = alters ? existing->database : binder.RequireNewName(name);
   const std::string text = ToUtf8(statement.text);
   const std::string stored = ToUtf8(alters ? TextView(existing->name) : name.object.text);
-  SaveModule(binder.RequireDatabase(name), stored, 'P', &text);
+  SaveModule(database, stored, 'P', &text);
 }
 
 }  // namespace ledgerwick::tsql

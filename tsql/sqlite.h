@@ -18,6 +18,15 @@ struct SqliteCloser {
 using SqliteHandle = std::unique_ptr<sqlite3, SqliteCloser>;
 using SqliteStatement = std::unique_ptr<sqlite3_stmt, SqliteCloser>;
 
+// Sets SQLite up for this process; whoever opens a database calls it first. Calls after the first
+// do nothing.
+inline void ConfigureSqlite() noexcept {
+  // Nobody asks SQLite how much memory it uses, and counting it takes a lock for every allocation.
+  // An application that has SQLite running already keeps its own setting.
+  static const int result = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  static_cast<void>(result);
+}
+
 // `name` as an SQLite identifier in double quotes.
 inline std::string QuoteIdentifier(std::string_view name) {
   std::string quoted = "\"";

@@ -3,24 +3,37 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "tsql/database.h"
+#include "tsql/database_lock.h"
+#include "tsql/fair_lock.h"
 #include "tsql/functions.h"
 #include "tsql/sqlite.h"
+#include "tsql/tempdb.h"
 
 namespace ledgerwick::tsql {
 
 // An open database with its tempdb attached. Every failure is a SqlError with the server's number.
+//
+// Whoever writes has a turn first: one for the books, one for tempdb, each in the order in which
+// writers came. A statement outside BEGIN TRAN writes to one file; BEGIN TRAN takes the turn for
+// the books and then the one for tempdb, and nobody who has the latter asks for the former: they
+// cannot wait for each other in a circle. A turn ends with its transaction.
 class Storage {
  public:
   // Throws DatabaseError that says which file could not be opened, why, and what helps.
   Storage(const std::filesystem::path& path, const DatabaseOptions& options);
+
+  // Gives tempdb's free space back where there is much of it and nobody is writing.
   ~Storage();
   Storage(const Storage&) = delete;
   Storage& operator=(const Storage&) = delete;
 
   sqlite3* db() const noexcept { return db_.get(); }
+
+  // The main file, without links.
   const std::filesystem::path& path() const noexcept { return path_; }
   const DatabaseOptions& options() const noexcept { return options_; }
 
@@ -46,10 +59,23 @@ class Storage {
   // Throws the error of the operation that failed last.
   [[noreturn]] void Fail(int result);
 
+  // Ends the turns whose transactions have ended, for who ends one without Step.
+  void EndTurns() noexcept;
+
  private:
+  // storage_open.cpp
   void CheckFiles() const;
-  void OpenFiles();
+  void CheckContent() const;
+  bool OpenFiles();  // this and OpenTempdb: false when others keep tempdb from being made anew
+  void OpenMain();
+  bool OpenTempdb();
+  void SetUpMain();
   void SetUp(const char* schema, int page_size);
+  void MakeTempdb();
+  void CloseFiles() noexcept;
+  void Note(const std::string& text) const;
+
+  void TakeTurns(sqlite3_stmt* statement);
   static int OnBusy(void* self, int count);
   static int OnProgress(void* self);
 
@@ -57,6 +83,9 @@ class Storage {
   DatabaseOptions options_;
   FunctionState functions_;
   std::chrono::steady_clock::time_point wait_start_;
+  std::optional<DatabaseLock> lock_;
+  std::optional<FairLock> main_turn_;
+  std::optional<FairLock> tempdb_turn_;
   SqliteHandle db_;
 };
 

@@ -246,30 +246,81 @@ TEST_CASE("equal seeds make equal files, other seeds others") {
   CHECK((Bytes(scratch / "a.db") != Bytes(scratch / "c.db")));
 }
 
-TEST_CASE("a file that exists is replaced by force alone, and its temporary results go with it") {
+// The results that a report has left in the tempdb of `path`.
+void FillTempdb(const fs::path& path) {
+  Query(*tsql::Database::Open(path), u"SELECT 1 AS a INTO tempdb..old_results");
+}
+
+TEST_CASE(
+    "a database is replaced by force alone, when nobody uses it, and its results go with it") {
   const Scratch scratch;
   const fs::path path = scratch / "sample.db";
-  std::ofstream(path) << "precious";
-  CHECK(Contains(ErrorOf(path, Small()), "--force"));
-  CHECK(Bytes(path) == "precious");
+  SampleOptions options = Small(600, 1);
+  CreateSample(path, options);
+  fs::permissions(path, fs::perms(0600));
+  FillTempdb(path);
+  const std::string old = Bytes(path);
+  options.seed = 2;
+  CHECK(Contains(ErrorOf(path, options), "--force"));
+  options.force = true;
+  {
+    const auto user = tsql::Database::Open(path);
+    CHECK(Contains(ErrorOf(path, options), "in use"));
+  }
+  CHECK((Bytes(path) == old));
 
-  const fs::path tempdb = tsql::Database::TempdbPath(path);
-  std::ofstream(tempdb) << "old results";
+  // A process that was killed has left its log, and another the half of a sample.
+  const fs::path log = scratch / "sample.db-wal";
+  {
+    const auto killed = tsql::Database::Open(path);
+    Query(*killed, u"UPDATE Inventory SET cInvName = 'in the log'");
+    fs::copy_file(log, scratch / "kept");
+  }
+  std::ofstream(path, std::ios::binary) << old;
+  fs::rename(scratch / "kept", log);
+  for (const char* end : {"", "-wal", ".tempdb", ".tempdb.lock"}) {
+    std::ofstream(scratch / ("sample.db.partial-99999999" + std::string(end)).c_str());
+  }
+  CHECK(ErrorOf(path, options) == "");
+  CHECK(scratch.Names() == std::set<std::string>{"sample.db", "sample.db.tempdb.lock"});
+  CHECK(fs::status(path).permissions() == fs::perms(0600));
+  const auto database = tsql::Database::Open(path);
+  CHECK(Query(*database, u"SELECT * FROM Inventory WHERE cInvName = 'in the log'").empty());
+  CHECK(
+      Query(*database, u"SELECT name FROM tempdb..sysobjects WHERE name = 'old_results'").empty());
+  CreateSample(scratch / "fresh.db", Small(600, 2));
+  CHECK((Bytes(path) == Bytes(scratch / "fresh.db")));
+}
+
+TEST_CASE("nothing but a database of ours is replaced, nor one of its files") {
+  const Scratch scratch;
+  CreateSample(scratch / "sample.db", Small());
+  FillTempdb(scratch / "sample.db");
+  std::ofstream(scratch / "text") << "precious";
   SampleOptions options = Small();
   options.force = true;
-  CHECK(ErrorOf(path, options).empty());
-  CHECK((Bytes(path) != "precious"));
-  CHECK((!fs::exists(tempdb) || Bytes(tempdb) != "old results"));
+  const auto user = tsql::Database::Open(scratch / "sample.db");
+  const std::set<std::string> before = scratch.Names();
+  for (const char* name : {"text", "sample.db-wal", "sample.db-shm", "sample.db.tempdb",
+                           "sample.db.tempdb-wal", "sample.db.tempdb.lock"}) {
+    CAPTURE(std::string(name));
+    CHECK(!ErrorOf(scratch / name, options).empty());
+  }
+  CHECK(Bytes(scratch / "text") == "precious");
+  CHECK(scratch.Names() == before);
+  CHECK(Query(*user, u"SELECT a FROM tempdb..old_results")[0] == "1");
 }
 
 TEST_CASE("cancelled, it leaves everything as it was") {
   const Scratch scratch;
   const fs::path path = scratch / "sample.db";
-  std::ofstream(path) << "precious";
+  CreateSample(path, Small());
+  const std::string old = Bytes(path);
   std::atomic<bool> cancel = false;
   SampleOptions options = Small(3000);
   options.force = true;
   options.cancel = &cancel;
+  const std::set<std::string> before = scratch.Names();
   for (const std::int64_t at : {1, 4000, 8000}) {
     CAPTURE(at);
     cancel = false;
@@ -277,9 +328,9 @@ TEST_CASE("cancelled, it leaves everything as it was") {
       CHECK(done <= total);
       if (done >= at) cancel = true;
     };
-    CHECK(!ErrorOf(path, options).empty());
-    CHECK(Bytes(path) == "precious");
-    CHECK(scratch.Names() == std::set<std::string>{"sample.db"});
+    CHECK(Contains(ErrorOf(path, options), "ancelled"));
+    CHECK((Bytes(path) == old));
+    CHECK(scratch.Names() == before);
   }
 }
 

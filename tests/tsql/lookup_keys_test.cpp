@@ -24,7 +24,7 @@ class Ignore final : public ResultSink {
 
 // How the storage goes about `sql`.
 std::string PlanOf(Storage& storage, TextView sql) {
-  Catalogue catalogue(storage.db(), u"keys");
+  Catalogue catalogue(storage, u"keys");
   std::string plan;
   const auto query =
       storage.Prepare("EXPLAIN QUERY PLAN " + CompileQueries(sql, catalogue).front());
@@ -92,7 +92,8 @@ TEST_CASE("lookups go by keys, the lines' own indexes stay in use") {
       CHECK(plan.find(c.wanted) != std::string::npos);
     }
   }
-  for (const char* end : {"", ".tempdb"}) std::filesystem::remove(path.string() + end);
+  for (const char* end : {"", ".tempdb", ".tempdb.lock"})
+    std::filesystem::remove(path.string() + end);
 }
 
 }  // namespace

@@ -1,0 +1,86 @@
+// A new database in a folder of its own, both gone with the object.
+#pragma once
+
+#include <doctest/doctest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "frame/error.h"
+#include "tsql/connection.h"
+
+namespace ledgerwick::tsql::testing {
+
+class ScratchDatabase {
+ public:
+  ScratchDatabase() {
+    std::random_device random;
+    folder_ =
+        std::filesystem::temp_directory_path() / ("ledgerwick-tsql-" + std::to_string(random()));
+    std::filesystem::create_directory(folder_);
+    DatabaseOptions create;
+    create.create = true;
+    Database::Open(path(), create);
+  }
+  ~ScratchDatabase() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+  }
+  ScratchDatabase(const ScratchDatabase&) = delete;
+  ScratchDatabase& operator=(const ScratchDatabase&) = delete;
+
+  const std::filesystem::path& folder() const { return folder_; }
+  std::filesystem::path path(const std::string& suffix = {}) const {
+    return folder_ / ("x.db" + suffix);
+  }
+
+  std::shared_ptr<EmbeddedConnection> Connect(const DatabaseOptions& options = {}) const {
+    auto connection = EmbeddedConnection::New(options);
+    connection->Open(u"embedded:" + FromUtf8(path().string()), {}, {}, -1);
+    return connection;
+  }
+
+  // On a connection of its own.
+  void Run(const Text& sql) const { Connect()->Execute(sql, -1); }
+  std::string Scalar(const Text& sql) const { return ScalarOn(*Connect(), sql); }
+
+  // The value of the column x.
+  static std::string ScalarOn(Connection& connection, const Text& sql) {
+    return ToUtf8(connection.OpenRecordset(sql, {})->Field(u"x").ToText());
+  }
+
+ private:
+  std::filesystem::path folder_;
+};
+
+// "number: text" of the error that `work` ends with; empty without one.
+template <typename Work>
+std::string ErrorOf(Work work) {
+  try {
+    work();
+    return {};
+  } catch (const DatabaseError& error) {
+    return std::to_string(error.native) + ": " + ToUtf8(error.description);
+  }
+}
+
+inline mode_t ModeOf(const std::filesystem::path& path) {
+  struct stat status {};
+  REQUIRE(lstat(path.c_str(), &status) == 0);
+  return status.st_mode & 07777;
+}
+
+// Overwrites `text.size()` bytes from `offset` on.
+inline void Overwrite(const std::filesystem::path& path, std::streamoff offset,
+                      const std::string& text) {
+  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+  file.seekp(offset);
+  file << text;
+}
+
+}  // namespace ledgerwick::tsql::testing
