@@ -23,6 +23,7 @@ class EmbeddedReportDatabase final : public ReportDatabase {
       : on_wait_(settings.on_wait) {
     options_.cancel = settings.cancel;
     options_.progress = settings.progress;
+    options_.note = settings.note;
     database_ = tsql::Database::Open(path, options_);
   }
 

@@ -14,6 +14,7 @@ struct ConnectionSettings {
   const std::atomic<bool>* cancel = nullptr;  // stops the running statement; outlives the database
   std::function<void()> progress;             // called while a statement runs
   std::function<void()> on_wait;              // called when another process holds the table
+  std::function<void(const Text&)> note;      // told what opening the database has mended
 };
 
 // The database that `connection_string` names: "embedded:PATH". Throws UsageError for a text that

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "host/result_writer.h"
+#include "tsql/database_lock.h"
 
 namespace ledgerwick {
 namespace {
@@ -28,6 +29,11 @@ OutputTarget::OutputTarget(std::ostream& standard, const std::string& path)
   if (fs::is_symlink(path_, ignored)) {
     const fs::path target = fs::weakly_canonical(path_, ignored);
     if (!ignored) path_ = target;
+  }
+  const fs::path database = tsql::DatabaseWithFile(path_);
+  if (!database.empty()) {
+    throw OutputError("cannot write " + path_.string() + ": it is a file of the database " +
+                      database.string() + ", which no result replaces");
   }
   errno = 0;
   const fs::file_status status = fs::status(path_, ignored);

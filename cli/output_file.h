@@ -10,7 +10,8 @@ namespace ledgerwick {
 
 // The destination of a result. With a path, the text goes to a new file beside it, which takes its
 // place in Commit and goes away without one. A path that names no regular file (a device, a pipe)
-// is written straight. Throws OutputError.
+// is written straight. A database, ours or another of SQLite's, is never replaced, nor a file that
+// belongs to one. Throws OutputError.
 class OutputTarget {
  public:
   // `path` is empty for `standard`, which outlives the target.

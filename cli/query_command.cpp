@@ -40,8 +40,14 @@ int QueryCommand(Console& console, const QueryOptions& options) {
   StatementSource source;
   source.file_name = script.file_name;
   try {
-    const auto database = OpenReportDatabase(
-        connection, {&InterruptGuard::Flag(), [&] { progress.Show("running"); }, {}});
+    const auto database =
+        OpenReportDatabase(connection, {&InterruptGuard::Flag(),
+                                        [&] { progress.Show("running"); },
+                                        {},
+                                        [&](const Text& text) {
+                                          progress.Clear();
+                                          PrintNote(console, SafeLines(ToUtf8(text)));
+                                        }});
     for (const ScriptBatch& batch : script.batches) {
       source.sql = batch.sql;
       source.first_line = batch.first_line;

@@ -84,6 +84,10 @@ bool RunInto(Console& console, Request& request, const RunOptions& options,
     progress.Clear();
     PrintNote(console, "waiting for another process that uses tempdb.." + table);
   };
+  settings.note = [&](const Text& text) {
+    progress.Clear();
+    PrintNote(console, SafeLines(ToUtf8(text)));
+  };
   ConsoleListener listener(console, progress, request, options.show_sql);
   try {
     const auto database = OpenReportDatabase(request.connectionString, settings);

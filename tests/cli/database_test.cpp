@@ -171,12 +171,27 @@ TEST_CASE("an output file appears whole or not at all") {
   }
 }
 
+TEST_CASE("no result replaces a file of a database, its own or another") {
+  const Sample sample;
+  testing::CopySample(sample.folder / "other.db");
+  REQUIRE(sample.Call({"run", "clsInventroy"}).code == kDone);
+  const std::string before = testing::Read(sample.folder / "sample.db");
+  for (const char* name : {"sample.db", "sample.db-wal", "sample.db-shm", "sample.db.tempdb",
+                           "sample.db.tempdb-wal", "sample.db.tempdb.lock", "other.db"}) {
+    CAPTURE(std::string(name));
+    const Ended ended = sample.Call({"run", "clsInventroy", "--output", sample.folder / name});
+    CHECK(ended.code == kRefused);
+    CHECK_MESSAGE(ended.err.find("a file of the database") != std::string::npos, ended.err);
+  }
+  CHECK((testing::Read(sample.folder / "sample.db") == before));
+  CHECK(sample.Call({"run", "clsInventroy"}).code == kDone);
+}
+
 TEST_CASE("sample create keeps an existing file unless it is told to replace it") {
   const testing::TemporaryFolder folder;
   const std::string path = folder / "s.db";
-  testing::Write(path, "mine");
+  CHECK(CallMain({"sample", "create", path, "--lines", "10"}).code == kDone);
   CHECK(CallMain({"sample", "create", path, "--lines", "10"}).code == kRefused);
-  CHECK(testing::Read(path) == "mine");
   const Ended forced = CallMain({"sample", "create", path, "--lines", "10", "--force"});
   CHECK_MESSAGE(forced.code == kDone, forced.err);
   const Ended count = CallMain({"query", "--connection", "embedded:" + path, "--format", "csv",
