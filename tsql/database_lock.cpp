@@ -17,8 +17,7 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr off_t kInUse = off_t{1} << 40;  // the byte that every user of the database has locked
-constexpr auto kPause = std::chrono::milliseconds(2);
-constexpr off_t kState = 0;  // the entry about tempdb
+constexpr off_t kState = 0;               // the entry about tempdb
 constexpr std::string_view kHead = "ledgerwick lock\ntempdb ";
 constexpr std::string_view kDamaged = "damaged";
 
@@ -42,19 +41,25 @@ std::string StartIn(const std::string& state) {
 
 }  // namespace
 
-DatabaseLock::DatabaseLock(const fs::path& database, const DatabaseOptions& options) {
+DatabaseLock::DatabaseLock(const fs::path& database, const DatabaseOptions& options)
+    : database_(database) {
+  if (!Wait(options, true)) throw errors::HeldAlone(database.string(), options.lock_wait);
+}
+
+// Waits for the lock, for that of a user where `share` allows it. Returns false when the time is
+// over.
+bool DatabaseLock::Wait(const DatabaseOptions& options, bool share) {
+  constexpr auto kPause = std::chrono::milliseconds(2);
   for (const auto start = Clock::now();;) {
-    if (!file_) file_ = std::make_unique<LockFile>(database);
+    if (!file_) file_ = std::make_unique<LockFile>(database_);
     alone_ = file_->TryLock(kInUse, true);
-    if (alone_ || file_->TryLock(kInUse, false)) {
-      if (file_->IsCurrent()) return;
+    if (alone_ || (share && file_->TryLock(kInUse, false))) {
+      if (file_->IsCurrent()) return true;
       file_.reset();  // it was removed before it was locked: the new one counts
       continue;
     }
     if (options.cancel != nullptr && options.cancel->load()) throw errors::Cancelled();
-    if (Clock::now() - start >= options.lock_wait) {
-      throw errors::HeldAlone(database.string(), options.lock_wait);
-    }
+    if (Clock::now() - start >= options.lock_wait) return false;
     std::this_thread::sleep_for(kPause);
   }
 }
@@ -65,18 +70,11 @@ std::optional<DatabaseLock> DatabaseLock::OfExisting(const fs::path& database,
   return DatabaseLock(database, options);
 }
 
-bool DatabaseLock::TryAlone() {
-  alone_ = alone_ || file_->TryLock(kInUse, true);
-  return alone_;
-}
-
 bool DatabaseLock::WaitAlone(const DatabaseOptions& options) {
-  for (const auto start = Clock::now(); !TryAlone();) {
-    if (options.cancel != nullptr && options.cancel->load()) throw errors::Cancelled();
-    if (Clock::now() - start >= options.lock_wait) return false;
-    std::this_thread::sleep_for(kPause);
-  }
-  return true;
+  if (alone_) return true;
+  // Two who wait so must not be in each other's way.
+  file_->Unlock(kInUse);
+  return Wait(options, false);
 }
 
 void DatabaseLock::Share() {

@@ -28,11 +28,9 @@ class DatabaseLock {
 
   bool alone() const noexcept { return alone_; }
 
-  // Has the database alone from now on, if nobody else uses it at this moment.
-  bool TryAlone();
-
-  // Waits for that, at most options.lock_wait. Returns false when others still use it then. Throws
-  // SqlError 823, or that the wait was cancelled.
+  // Gives up the use and waits, at most options.lock_wait, until nobody uses the database; has it
+  // alone then. Returns false when others still use it: the lock is nobody's then. Throws SqlError
+  // 823, or that the wait was cancelled.
   bool WaitAlone(const DatabaseOptions& options);
 
   // Lets others use the database beside this one.
@@ -58,6 +56,9 @@ class DatabaseLock {
   void MarkTempdbMade();
 
  private:
+  bool Wait(const DatabaseOptions& options, bool share);
+
+  std::filesystem::path database_;
   std::unique_ptr<LockFile> file_;
   bool alone_ = false;
 };

@@ -109,9 +109,10 @@ void Storage::Fail(int result) {
     default:
       break;
   }
-  const SqlError error = StorageError(db(), result, path_);
-  const bool damage = (result & 0xFF) == SQLITE_CORRUPT || (result & 0xFF) == SQLITE_NOTADB;
-  if (damage && IsDamaged(db(), "tempdb")) lock_->MarkTempdbDamaged();
+  bool tempdb_damaged = false;
+  const SqlError error = StorageError(db(), result, path_, tempdb_damaged);
+  CheckCancelled();  // a look for damage that was cancelled has found nothing out
+  if (tempdb_damaged) lock_->MarkTempdbDamaged();
   throw SqlError(error);
 }
 

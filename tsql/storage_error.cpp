@@ -107,19 +107,19 @@ SqlError FileError(sqlite3* db, int result, const std::string& message, const fs
   }
 }
 
-}  // namespace
-
-bool IsDamaged(sqlite3* db, const char* schema) {
+// Reads all of tempdb.
+bool IsTempdbDamaged(sqlite3* db) {
   sqlite3_stmt* prepared = nullptr;
-  const std::string sql = std::string("PRAGMA ") + schema + ".quick_check(1)";
-  int result = sqlite3_prepare_v2(db, sql.c_str(), -1, &prepared, nullptr);
+  int result = sqlite3_prepare_v2(db, "PRAGMA tempdb.quick_check(1)", -1, &prepared, nullptr);
   const SqliteStatement statement(prepared);
   if (result == SQLITE_OK) result = sqlite3_step(prepared);
   if (result == SQLITE_ROW) return ColumnText(prepared, 0) != "ok";
   return (result & 0xFF) == SQLITE_CORRUPT || (result & 0xFF) == SQLITE_NOTADB;
 }
 
-SqlError StorageError(sqlite3* db, int result, const fs::path& database) {
+}  // namespace
+
+SqlError StorageError(sqlite3* db, int result, const fs::path& database, bool& tempdb_damaged) {
   const std::string message = sqlite3_errmsg(db);
   switch (result) {
     case SQLITE_CONSTRAINT_NOTNULL: {
@@ -148,8 +148,9 @@ SqlError StorageError(sqlite3* db, int result, const fs::path& database) {
     }
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
-      if (IsDamaged(db, "tempdb")) return errors::TempdbDamaged(TempdbPath(database).string());
-      return errors::Damaged(database.string());
+      tempdb_damaged = IsTempdbDamaged(db);
+      return tempdb_damaged ? errors::TempdbDamaged(TempdbPath(database).string())
+                            : errors::Damaged(database.string());
     case SQLITE_ERROR:
       if (message == "integer overflow") return errors::Overflow(u"int");
       return errors::TooComplex(message, {});

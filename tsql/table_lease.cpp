@@ -18,7 +18,9 @@ class FairLease final : public TableLease {
   }
 
   void Wait(const DatabaseOptions& options, const std::function<void()>& on_wait) {
-    lock_.Acquire(options, on_wait);
+    DatabaseOptions quiet = options;
+    quiet.progress = nullptr;  // who waits for a table does not show that it works on it
+    lock_.Acquire(quiet, on_wait);
   }
 
  private:
