@@ -163,7 +163,7 @@ class CommandLine {
         ->capture_default_str();
     create.add_option("--seed", sample_.seed, "The same seed gives the same data")
         ->capture_default_str();
-    create.add_flag("--force", sample_.force, "Replace an existing file");
+    create.add_flag("--force", sample_.force, "Replace an existing database that nobody uses");
     create.callback([this] {
       command_ = [this](Console& console) { return SampleCreateCommand(console, sample_); };
     });

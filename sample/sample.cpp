@@ -11,6 +11,7 @@
 #include "sample/voucher_rows.h"
 #include "sample_files.h"
 #include "tsql/database.h"
+#include "tsql/errors.h"
 #include "tsql/script.h"
 
 namespace ledgerwick {
@@ -126,10 +127,7 @@ void CheckOptions(const SampleOptions& options) {
   }
 }
 
-}  // namespace
-
-void CreateSample(const std::filesystem::path& path, const SampleOptions& options) {
-  CheckOptions(options);
+void Create(const std::filesystem::path& path, const SampleOptions& options) {
   sample::FileSwap files(path, options.force, options.cancel);
   {
     tsql::DatabaseOptions database_options;
@@ -141,6 +139,17 @@ void CreateSample(const std::filesystem::path& path, const SampleOptions& option
   }
   CheckCancelled(options);  // the last moment at which nothing has happened yet
   files.Commit();
+}
+
+}  // namespace
+
+void CreateSample(const std::filesystem::path& path, const SampleOptions& options) {
+  CheckOptions(options);
+  try {
+    Create(path, options);
+  } catch (const tsql::SqlError& error) {
+    throw tsql::ToDatabaseError(error);
+  }
 }
 
 }  // namespace ledgerwick

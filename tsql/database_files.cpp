@@ -95,13 +95,13 @@ int CreateLike(const fs::path& path, const fs::path& model) noexcept {
   return reason;
 }
 
-void WithholdLike(const fs::path& path, const fs::path& model) noexcept {
+void KeepModeOf(const fs::path& path, const fs::path& model) noexcept {
   struct stat rights {};
   struct stat given {};
   if (stat(model.c_str(), &rights) != 0 || lstat(path.c_str(), &given) != 0) return;
-  const mode_t kept = given.st_mode & rights.st_mode & kModeBits;
-  if (!S_ISREG(given.st_mode) || kept == (given.st_mode & kModeBits)) return;
-  fchmodat(AT_FDCWD, path.c_str(), kept, AT_SYMLINK_NOFOLLOW);  // which only its owner may
+  const mode_t mode = rights.st_mode & kModeBits;
+  if (!S_ISREG(given.st_mode) || mode == (given.st_mode & kModeBits)) return;
+  fchmodat(AT_FDCWD, path.c_str(), mode, AT_SYMLINK_NOFOLLOW);  // which only its owner may
 }
 
 std::string ObstacleAt(const fs::path& path, bool follow) {

@@ -38,8 +38,8 @@ int RemoveFile(const std::filesystem::path& file) noexcept;
 // already.
 int CreateLike(const std::filesystem::path& path, const std::filesystem::path& model) noexcept;
 
-// Takes away from `path` the rights that `model` does not give, where the process may.
-void WithholdLike(const std::filesystem::path& path, const std::filesystem::path& model) noexcept;
+// Gives `path`, if it is a file, the mode of `model`, where the process may.
+void KeepModeOf(const std::filesystem::path& path, const std::filesystem::path& model) noexcept;
 
 // What stands in the way of `path` as a file of a database ("a directory", "a named pipe"); empty
 // for a regular file and for none. `follow` tells whether a link counts as what it names.

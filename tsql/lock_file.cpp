@@ -35,7 +35,7 @@ LockFile::LockFile(const std::filesystem::path& database) : path_(LockPath(datab
     const int reason = errno == ENOENT ? CreateLike(path_, database) : errno;
     if (reason != 0 && reason != EEXIST) Fail(std::strerror(reason));
   }
-  WithholdLike(path_, database);
+  KeepModeOf(path_, database);
   const std::string head = Read(0);
   if (!head.empty() && !head.starts_with(kHead)) {
     close(file_);

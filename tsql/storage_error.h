@@ -8,10 +8,10 @@
 
 namespace ledgerwick::tsql {
 
-// The error for the result code of the operation on `db` that failed last. `database` is the path of
-// the attached database's main file. Damage is told of tempdb or of the books, after reading tempdb
-// as a whole; `tempdb_damaged` becomes true when it is tempdb's. Waits that were too long and
-// cancellations are the caller's.
+// The error for the result code of the operation on `db` that failed last. `database` is the path
+// of the attached database's main file. Damage is told of tempdb or of the books, after reading
+// tempdb as a whole; `tempdb_damaged` becomes true when it is tempdb's. Waits that were too long
+// and cancellations are the caller's.
 SqlError StorageError(sqlite3* db, int result, const std::filesystem::path& database,
                       bool& tempdb_damaged);
 

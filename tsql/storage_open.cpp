@@ -226,7 +226,7 @@ bool Storage::OpenTempdb() {
   } else if (lock_->tempdb_damaged()) {
     state = TempdbState::Damaged;
   } else if (!lock_->alone() || lock_->tempdb_of_this_start()) {
-    WithholdLike(tempdb, path_);
+    KeepModeOf(tempdb, path_);
     int result = sqlite3_exec(db(), AttachTempdb(path_).c_str(), nullptr, nullptr, nullptr);
     state = InspectTempdb(db(), result, result);
     if (result != SQLITE_OK) Fail(result);

@@ -130,6 +130,15 @@ TEST_CASE("a full disk is an error that leaves the database as it was") {
   }
   CHECK(Count(database, "tempdb..half").find("Msg 208") != std::string::npos);
   CHECK(Count(database, "Inventory") == items);
+  // Nor does a table that could not be dropped count as somebody's table.
+  CHECK(
+      Run(On(database, {"query", "SELECT a.cInvCode INTO tempdb..w FROM Inventory a, Inventory b"}))
+          .code == kDone);
+  const Ended again = Run(On(database, {"query",
+                                        "BEGIN TRY DROP TABLE tempdb..w END TRY BEGIN CATCH END "
+                                        "CATCH SELECT 1 AS a INTO tempdb..w"}),
+                          DiskOf(40'000));
+  CHECK_MESSAGE(again.err.find("Msg 1105") != std::string::npos, again.err);
 
   const std::string sample = folder / "full.db";
   const Ended creating = Run({"sample", "create", sample, "--lines", "20000"}, DiskOf(100'000));

@@ -10,6 +10,8 @@
 
 #include "tests/tsql/scratch_database.h"
 #include "tsql/database_lock.h"
+#include "tsql/errors.h"
+#include "tsql/fair_lock.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -146,6 +148,30 @@ TEST_CASE("writers have their turns in the order in which they came, and are tol
   const std::string held =
       ErrorOf([&] { Database::Open(database.path(), hasty)->Lease(u"W", {}); });
   CHECK_MESSAGE(held.find("Process ") != std::string::npos, held);
+}
+
+TEST_CASE("a wait lasts as long as writers change") {
+  const ScratchDatabase database;
+  LockFile file(database.path());
+  FairLock held(file, LockSubject::Main(), {});
+  REQUIRE(held.TryAcquire());
+  constexpr int kWriters = 20;
+  int looks = 0;
+  DatabaseOptions options;
+  options.lock_wait = std::chrono::milliseconds(25);
+  options.progress = [&] {
+    if (++looks <= kWriters)
+      file.Write(LockSubject::Main().entry(), "pid 7 (seven) since " + std::to_string(looks));
+  };
+  LockFile others(database.path());
+  FairLock waiting(others, LockSubject::Main(), "'x.db'");
+  try {
+    waiting.Acquire(options);
+    FAIL("no error");
+  } catch (const SqlError& error) {
+    CHECK(looks > kWriters);
+    CHECK(error.message.find("Process 7 (seven) has been writing to 'x.db'") != std::string::npos);
+  }
 }
 
 }  // namespace
