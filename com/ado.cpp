@@ -11,8 +11,8 @@ constexpr std::int32_t kImproperlyDefined = 3708;
 
 class AdoCommand final : public Command {
  public:
-  explicit AdoCommand(IDispatch* connection) : object_(CreateByProgId(L"ADODB.Command")) {
-    object_.PutReference(L"ActiveConnection", connection);
+  explicit AdoCommand(ComPtr<IDispatch> connection) : object_(CreateByProgId(L"ADODB.Command")) {
+    object_.PutReference(L"ActiveConnection", connection.Get());
   }
 
   void SetCommandText(const Text& text) override {
@@ -54,11 +54,11 @@ class AdoCommand final : public Command {
 
 class AdoRecordset final : public Recordset {
  public:
-  AdoRecordset(IDispatch* connection, const Text& sql, const RecordsetOptions& options)
+  AdoRecordset(ComPtr<IDispatch> connection, const Text& sql, const RecordsetOptions& options)
       : object_(CreateByProgId(L"ADODB.Recordset")) {
     object_.Put(L"CursorLocation", Variant::OfInteger(options.cursor_location));
     object_.Call(L"Open",
-                 {Variant::OfText(sql), Variant::OfObject(connection),
+                 {Variant::OfText(sql), Variant::OfObject(connection.Get()),
                   Variant::OfInteger(options.cursor_type), Variant::OfInteger(options.lock_type),
                   Variant::OfInteger(options.command_type)});
   }
@@ -101,12 +101,12 @@ void AdoConnection::Execute(const Text& sql, std::int32_t options) {
 void AdoConnection::Close() { object_.Call(L"Close"); }
 
 std::unique_ptr<Command> AdoConnection::NewCommand() {
-  return std::make_unique<AdoCommand>(object_.Get());
+  return std::make_unique<AdoCommand>(object_.Shared());
 }
 
 std::unique_ptr<Recordset> AdoConnection::OpenRecordset(const Text& sql,
                                                         const RecordsetOptions& options) {
-  return std::make_unique<AdoRecordset>(object_.Get(), sql, options);
+  return std::make_unique<AdoRecordset>(object_.Shared(), sql, options);
 }
 
 }  // namespace ledgerwick::com

@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "com/errors.h"
+
 namespace ledgerwick::com {
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t));
@@ -15,7 +17,7 @@ BString::BString(TextView text)
 Variant::Variant(const Variant& other) {
   VariantInit(&variant_);
   VARIANT source = other.variant_;  // the platform's function takes no const source
-  if (FAILED(VariantCopy(&variant_, &source))) throw std::bad_alloc();
+  ThrowIfFailed(VariantCopy(&variant_, &source));
 }
 
 Variant Variant::OfInteger(std::int32_t value) noexcept {

@@ -22,6 +22,9 @@ std::vector<VARIANT> Reversed(std::vector<Variant>& arguments) {
 
 }  // namespace
 
+DispatchObject::DispatchObject(ComPtr<IDispatch> object)
+    : bound_(std::make_shared<Bound>(Bound{std::move(object), {}})) {}
+
 Variant DispatchObject::Call(const wchar_t* name, std::vector<Variant> arguments) {
   std::vector<VARIANT> raw = Reversed(arguments);
   DISPPARAMS parameters = {raw.data(), nullptr, static_cast<UINT>(raw.size()), 0};
@@ -29,41 +32,45 @@ Variant DispatchObject::Call(const wchar_t* name, std::vector<Variant> arguments
   return Invoke(name, DISPATCH_METHOD | DISPATCH_PROPERTYGET, parameters);
 }
 
-void DispatchObject::Put(const wchar_t* name, Variant value) {
-  PutWith(name, DISPATCH_PROPERTYPUT, std::move(value));
+void DispatchObject::Put(const wchar_t* name, const Variant& value) {
+  PutWith(name, DISPATCH_PROPERTYPUT, value);
 }
 
 void DispatchObject::PutReference(const wchar_t* name, IDispatch* value) {
   PutWith(name, DISPATCH_PROPERTYPUTREF, Variant::OfObject(value));
 }
 
-void DispatchObject::PutWith(const wchar_t* name, WORD flags, Variant value) {
+void DispatchObject::PutWith(const wchar_t* name, WORD flags, const Variant& value) {
   DISPID named = DISPID_PROPERTYPUT;
-  DISPPARAMS parameters = {value.Get(), &named, 1, 1};
+  VARIANT raw = *value.Get();
+  DISPPARAMS parameters = {&raw, &named, 1, 1};
   Invoke(name, flags, parameters);
 }
 
-DISPID DispatchObject::Find(const wchar_t* name) {
-  if (const auto known = numbers_.find(name); known != numbers_.end()) return known->second;
-  if (!object_) throw ObjectNotSet();
+DISPID DispatchObject::Find(Bound& bound, const wchar_t* name) {
+  if (const auto known = bound.numbers.find(name); known != bound.numbers.end()) {
+    return known->second;
+  }
+  if (!bound.object) throw ObjectNotSet();
   DISPID number = DISPID_UNKNOWN;
   std::wstring copy = name;
   wchar_t* names[] = {copy.data()};
-  ThrowIfFailed(object_->GetIDsOfNames(IID_NULL, names, 1, kLocale, &number));
-  numbers_.emplace(name, number);
+  ThrowIfFailed(bound.object->GetIDsOfNames(IID_NULL, names, 1, kLocale, &number));
+  bound.numbers.emplace(name, number);
   return number;
 }
 
 Variant DispatchObject::Invoke(const wchar_t* name, WORD flags, DISPPARAMS& parameters) {
-  const DISPID number = Find(name);
-  const ComPtr<IDispatch> kept = object_;  // the call may lead to this object's replacement
+  const std::shared_ptr<Bound> bound = bound_;  // the host may end this object from inside the call
+  const DISPID number = Find(*bound, name);
   Variant result;
   EXCEPINFO info = {};
   UINT wrong_argument = 0;
   // A property that is written gives no result.
   const bool gives = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) == 0;
-  const HRESULT code = kept->Invoke(number, IID_NULL, kLocale, flags, &parameters,
-                                    gives ? result.Get() : nullptr, &info, &wrong_argument);
+  const HRESULT code =
+      bound->object->Invoke(number, IID_NULL, kLocale, flags, &parameters,
+                            gives ? result.Get() : nullptr, &info, &wrong_argument);
   if (code == DISP_E_EXCEPTION) throw FromException(info);
   ThrowIfFailed(code);
   return result;

@@ -25,23 +25,36 @@ Text SystemText(HRESULT result) {
   return {buffer, buffer + length};
 }
 
-HRESULT Report(const DatabaseError& error, REFIID iid) noexcept {
-  const HRESULT result = ToResult(error.number);
+// What Report leaves for a failure; the texts are null where there are none.
+struct Description {
+  const wchar_t* source;
+  const wchar_t* text;
+  const wchar_t* help_file;
+  DWORD help_context;
+};
+
+HRESULT Report(HRESULT result, const Description& description, REFIID iid) noexcept {
+  SetErrorInfo(0, nullptr);  // an older description is not this failure's
   ComPtr<ICreateErrorInfo> info;
   ComPtr<IErrorInfo> finished;
   if (FAILED(CreateErrorInfo(info.Receive()))) return result;
-  // The setters copy; a description that does not fit into memory is left out.
-  const auto text = [](const Text& t) { return const_cast<wchar_t*>(ToWide(t)); };
+  // The setters copy; a text that does not fit into memory is left out.
+  const auto writable = [](const wchar_t* text) { return const_cast<wchar_t*>(text); };
   info->SetGUID(iid);
-  info->SetSource(text(error.source));
-  info->SetDescription(text(error.description));
-  if (!error.help_file.empty()) info->SetHelpFile(text(error.help_file));
-  info->SetHelpContext(error.help_context);
+  info->SetSource(writable(description.source));
+  info->SetDescription(writable(description.text));
+  if (description.help_file != nullptr) info->SetHelpFile(writable(description.help_file));
+  info->SetHelpContext(description.help_context);
   if (SUCCEEDED(
           info->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(finished.Receive())))) {
     SetErrorInfo(0, finished.Get());
   }
   return result;
+}
+
+// Needs no memory of its own.
+HRESULT Report(HRESULT result, const wchar_t* text, REFIID iid) noexcept {
+  return Report(result, {L"Ledgerwick", text, nullptr, 0}, iid);
 }
 
 }  // namespace
@@ -67,6 +80,7 @@ DatabaseError FromResult(HRESULT result) {
     case DISP_E_MEMBERNOTFOUND:
       return MemberNotFound();
     case DISP_E_TYPEMISMATCH:
+    case DISP_E_BADVARTYPE:
       return TypeMismatch();
     case DISP_E_OVERFLOW:
       return OverflowError();
@@ -102,14 +116,14 @@ HRESULT ReportException(REFIID iid) noexcept {
   try {
     throw;
   } catch (const DatabaseError& error) {
-    return Report(error, iid);
+    const wchar_t* const help = error.help_file.empty() ? nullptr : ToWide(error.help_file);
+    return Report(ToResult(error.number),
+                  {ToWide(error.source), ToWide(error.description), help, error.help_context}, iid);
   } catch (const std::bad_alloc&) {
-    SetErrorInfo(0, nullptr);
-    return E_OUTOFMEMORY;
+    return Report(E_OUTOFMEMORY, L"Out of memory", iid);
   } catch (...) {
     // Nothing may leave the component as an exception: the caller may be written in any language.
-    SetErrorInfo(0, nullptr);
-    return E_UNEXPECTED;
+    return Report(E_UNEXPECTED, L"Unexpected failure", iid);
   }
 }
 

@@ -22,15 +22,19 @@ class HostFilter final : public ReportFilter {
   Text strcaption() override { return ToText(object_.Call(L"strcaption")); }
 
   Value varValue() override {
-    read_ = object_.Call(L"varValue");
-    read_value_ = ToValue(*read_);
+    read_ = std::make_shared<const HostVariant>(object_.Call(L"varValue"));
+    read_value_ = ToValue(read_);
     return read_value_;
   }
 
-  // A value that is put back goes as the host gave it: a currency stays a currency.
+  // A value that is put back goes as the host gave it: a byte stays a byte.
   void set_varValue(const Value& value) override {
-    const bool unchanged = read_ && value == read_value_;
-    object_.Put(L"varValue", unchanged ? *read_ : ToVariant(value));
+    const std::shared_ptr<const HostVariant> given = read_;
+    if (given && value == read_value_) {
+      object_.Put(L"varValue", given->Held());
+    } else {
+      object_.Put(L"varValue", ToVariant(value));
+    }
   }
 
   Value varValue2() override { return ToValue(object_.Call(L"varValue2")); }
@@ -45,7 +49,7 @@ class HostFilter final : public ReportFilter {
 
  private:
   DispatchObject object_;
-  std::optional<Variant> read_;
+  std::shared_ptr<const HostVariant> read_;
   Value read_value_;
 };
 

@@ -33,8 +33,8 @@ void Give(const Value& value, LONG* result) { *result = ToInteger(ToVariant(valu
 template <Text ReportProvider::*Property>
 struct TextProperty {
   static HRESULT STDMETHODCALLTYPE Get(Face* face, BSTR* value) {
-    if (value == nullptr) return E_POINTER;
     return Guarded(face, [&](ReportObject& object) {
+      if (value == nullptr) return E_POINTER;
       Give(object.provider().*Property, value);
       return S_OK;
     });
@@ -52,9 +52,9 @@ struct TextProperty {
 template <auto Property, typename Adapter>
 struct ObjectProperty {
   static HRESULT STDMETHODCALLTYPE Get(Face* face, IDispatch** value) {
-    if (value == nullptr) return E_POINTER;
-    *value = nullptr;
     return Guarded(face, [&](ReportObject& object) {
+      if (value == nullptr) return E_POINTER;
+      *value = nullptr;
       // Only this file and WindowsSystem fill the property, both with an Adapter.
       const auto* held = static_cast<Adapter*>((object.provider().*Property).get());
       if (held != nullptr) *value = ComPtr<IDispatch>(held->Object()).Detach();
@@ -94,9 +94,9 @@ Value Perform(Member member, ReportProvider& provider, std::span<const Argument>
 template <Member Which, typename Result, typename... Arguments>
 struct Method {
   static HRESULT STDMETHODCALLTYPE Call(Face* face, Arguments*... arguments, Result* result) {
-    if (result == nullptr || (false || ... || (arguments == nullptr))) return E_POINTER;
-    *result = Result{};
     return Guarded(face, [&](ReportObject& object) {
+      if (result == nullptr || (false || ... || (arguments == nullptr))) return E_POINTER;
+      *result = Result{};
       const std::array<Argument, sizeof...(Arguments)> converted = {ToArgument(arguments)...};
       Give(Perform(Which, object.provider(), converted), result);
       return S_OK;

@@ -40,7 +40,9 @@ HRESULT STDMETHODCALLTYPE FaceGetIDsOfNames(Face* face, REFIID iid, LPOLESTR* na
 
 // `argument`, or the variant that it refers to: scripts pass their variables so.
 VARIANT& Resolve(VARIANT& argument) {
-  return V_VT(&argument) == (VT_VARIANT | VT_BYREF) ? *V_VARIANTREF(&argument) : argument;
+  const bool refers =
+      V_VT(&argument) == (VT_VARIANT | VT_BYREF) && V_VARIANTREF(&argument) != nullptr;
+  return refers ? *V_VARIANTREF(&argument) : argument;
 }
 
 // The arguments of a call as the type library's dispatch is to have them. Methods take texts and
@@ -144,7 +146,11 @@ ULONG ReportObject::AddRef() noexcept {
 
 ULONG ReportObject::Release() noexcept {
   const LONG left = InterlockedDecrement(&references_);
-  if (left == 0) std::unique_ptr<ReportObject>(this).reset();
+  if (left == 0) {
+    // What it lets go of may lead the host here once more: that must not end it a second time.
+    references_ = 1;
+    std::unique_ptr<ReportObject>(this).reset();
+  }
   return static_cast<ULONG>(left);
 }
 

@@ -66,17 +66,23 @@ class ReportObject final : public Face {
 
 // Runs `body(object)`, which may throw, for a member called through `face`: the one place where
 // exceptions become result codes. The object outlives the call whatever the host does meanwhile.
+// The thread's error description afterwards is this call's, or none.
 template <typename Body>
 HRESULT Guarded(Face* face, Body body) noexcept {
   ReportObject& object = ReportObject::Of(face);
   object.AddRef();
+  SetErrorInfo(0, nullptr);
   HRESULT result = S_OK;
   try {
     result = body(object);
   } catch (...) {
     result = ReportException(object.interface_id());
   }
+  // The last reference leads to the host's objects, which may leave errors of their own.
+  ComPtr<IErrorInfo> description;
+  if (FAILED(result)) GetErrorInfo(0, description.Receive());
   object.Release();
+  SetErrorInfo(0, description.Get());
   return result;
 }
 

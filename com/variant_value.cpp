@@ -1,7 +1,6 @@
 #include "com/variant_value.h"
 
 #include <limits>
-#include <new>
 
 #include "com/errors.h"
 #include "frame/error.h"
@@ -15,20 +14,24 @@ constexpr USHORT kFlags = VARIANT_ALPHABOOL;
 
 // `variant` without any reference.
 Variant Resolve(const Variant& variant) {
-  Variant source(variant);
+  VARIANT source = *variant.Get();  // the platform's function takes no const source
+  if ((V_VT(&source) & VT_BYREF) != 0 && V_BYREF(&source) == nullptr) throw TypeMismatch();
   Variant resolved;
-  ThrowIfFailed(VariantCopyInd(resolved.Get(), source.Get()));
+  const HRESULT code = VariantCopyInd(resolved.Get(), &source);
+  // Said of references to what the platform does not know.
+  if (code == E_INVALIDARG) throw TypeMismatch();
+  ThrowIfFailed(code);
   return resolved;
 }
 
 Variant Change(const Variant& variant, VARTYPE type) {
-  Variant source(variant);
+  VARIANT source = *variant.Get();
   Variant changed;
-  ThrowIfFailed(VariantChangeTypeEx(changed.Get(), source.Get(), kLocale, kFlags, type));
+  ThrowIfFailed(VariantChangeTypeEx(changed.Get(), &source, kLocale, kFlags, type));
   return changed;
 }
 
-Value FromText(const Variant& variant) { return ToText(V_BSTR(Change(variant, VT_BSTR).Get())); }
+bool IsReference(const Variant& variant) noexcept { return (V_VT(variant.Get()) & VT_BYREF) != 0; }
 
 // A single has seven digits: as a double, 0.1 would read 0.100000001490116.
 Value FromSingle(const Variant& variant) {
@@ -45,8 +48,13 @@ Variant ChangeToNumber(const Variant& variant, VARTYPE type) {
 
 }  // namespace
 
-Value ToValue(const Variant& variant) {
-  const Variant v = Resolve(variant);
+Text HostVariant::ToText() const {
+  if (IsReference(variant_)) return com::ToText(Resolve(variant_));
+  return com::ToText(V_BSTR(Change(variant_, VT_BSTR).Get()));
+}
+
+Value ToValue(std::shared_ptr<const HostVariant> variant) {
+  const Variant& v = variant->Held();
   switch (V_VT(v.Get())) {
     case VT_EMPTY:
       return {};
@@ -73,11 +81,17 @@ Value ToValue(const Variant& variant) {
     case VT_BSTR:
       return ToText(V_BSTR(v.Get()));
     default:
-      return FromText(v);
+      return std::shared_ptr<const OpaqueValue>(std::move(variant));
   }
 }
 
+Value ToValue(Variant variant) {
+  return ToValue(std::make_shared<const HostVariant>(std::move(variant)));
+}
+
 Variant ToVariant(const Value& value) {
+  // Only ToValue makes opaque values here.
+  if (const auto opaque = value.Opaque()) return static_cast<const HostVariant&>(*opaque).Held();
   Variant v;
   VARIANT& raw = *v.Get();
   if (value.IsNull()) {
@@ -103,7 +117,7 @@ Variant ToVariant(const Value& value) {
   return v;
 }
 
-Text ToText(const Variant& variant) { return ToValue(variant).ToText(); }
+Text ToText(Variant variant) { return ToValue(std::move(variant)).ToText(); }
 
 std::int32_t ToInteger(const Variant& variant) {
   return V_I4(ChangeToNumber(variant, VT_I4).Get());

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "com/module.h"
+#include "frame/error.h"
 
 namespace ledgerwick::com::testing {
 
@@ -51,17 +52,26 @@ bool UseManifest(const wchar_t* path) {
   ACTCTXW description = {};
   description.cbSize = sizeof description;
   description.lpSource = path;
+  if (std::wstring_view(path).ends_with(L".dll")) {
+    description.dwFlags = ACTCTX_FLAG_RESOURCE_NAME_VALID;
+    description.lpResourceName = MAKEINTRESOURCEW(1);
+  }
   const HANDLE context = CreateActCtxW(&description);
   ULONG_PTR cookie = 0;
   return context != INVALID_HANDLE_VALUE && ActivateActCtx(context, &cookie);
 }
 
 bool MayUnload() {
-  const HMODULE module = GetModuleHandleW(L"Ledgerwick.dll");
-  using Question = HRESULT(STDAPICALLTYPE*)();
-  const auto ask = reinterpret_cast<Question>(
-      reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
-  return ask() == S_OK;
+  return Exported<>(GetModuleHandleW(L"Ledgerwick.dll"), "DllCanUnloadNow")() == S_OK;
+}
+
+std::int32_t NumberOfError(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const DatabaseError& error) {
+    return error.number;
+  }
+  return 0;
 }
 
 DISPID NumberOf(IDispatch* object, const std::wstring& name) {

@@ -1,6 +1,7 @@
 // The component as a host reaches it.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "com/com_types.h"
@@ -28,11 +29,22 @@ std::wstring ProgIdOf(const ClassInfo& info);
 // A new object of the class, created by its ProgID, or the code of the failure.
 HRESULT Create(const ClassInfo& info, ComPtr<IDispatch>& object);
 
-// Binds the classes that the manifest names, from now on; false when it cannot be used.
+// Binds the classes that a manifest names, from now on: the file at `path`, or what a module there
+// holds as its resource 1. False when it cannot be used.
 bool UseManifest(const wchar_t* path);
+
+// The function of that name that `module` exports.
+template <typename... Arguments>
+auto Exported(HMODULE module, const char* name) {
+  using Function = HRESULT(STDAPICALLTYPE*)(Arguments...);
+  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
 
 // True when the loaded module agrees to be unloaded.
 bool MayUnload();
+
+// The number of the DatabaseError that `action` throws, 0 for none.
+std::int32_t NumberOfError(const std::function<void()>& action);
 
 // Calls a member by its number or name and gives the call's code.
 struct Outcome {

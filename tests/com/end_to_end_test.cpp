@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <functional>
 
+#include "ado_contract.h"
 #include "com/ado.h"
 #include "com/errors.h"
 #include "com/variant_value.h"
@@ -23,15 +24,6 @@ Text Environment(const wchar_t* name) {
 
 // "Port=N;Database=PATH"
 Text ConnectionString() { return Environment(L"LEDGERWICK_ADO_CONNECTION"); }
-
-std::int32_t NumberOfError(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const DatabaseError& error) {
-    return error.number;
-  }
-  return 0;
-}
 
 // A cell as both sides' rows are compared: numbers by their value, dates as the command writes
 // them.
@@ -67,11 +59,15 @@ std::vector<std::string> NativeRows(std::size_t number) {
 
 // The rows of `table` as a host reads them: every field of every row.
 std::vector<std::string> HostRows(const Text& table) {
-  DispatchObject connection = CreateByProgId(L"ADODB.Connection");
-  connection.Call(L"Open", {Variant::OfText(ConnectionString())});
+  const auto connection = AdoConnection::New();
+  connection->Open(ConnectionString(), u"", u"", kOptionUnspecified);
   DispatchObject rows = CreateByProgId(L"ADODB.Recordset");
-  rows.Call(L"Open",
-            {Variant::OfText(u"SELECT * FROM " + table), Variant::OfObject(connection.Get())});
+  rows.Put(L"CursorLocation", Variant::OfInteger(kAnyRows.cursor_location));
+  rows.Call(
+      L"Open",
+      {Variant::OfText(u"SELECT * FROM " + table), Variant::OfObject(connection->Object().Get()),
+       Variant::OfInteger(kAnyRows.cursor_type), Variant::OfInteger(kAnyRows.lock_type),
+       Variant::OfInteger(kAnyRows.command_type)});
   DispatchObject fields(ToObject(rows.Call(L"Fields")));
   std::vector<std::string> shown;
   for (; !ToBoolean(rows.Call(L"EOF")); rows.Call(L"MoveNext")) {
@@ -83,7 +79,7 @@ std::vector<std::string> HostRows(const Text& table) {
     }
   }
   rows.Call(L"Close");
-  connection.Call(L"Close");
+  connection->Close();
   return shown;
 }
 
@@ -134,7 +130,7 @@ TEST_SUITE("end to end") {
       CHECK(error.description == u"Invalid object name 'nosuch'.");
       CHECK(error.source == u"Microsoft OLE DB Provider for SQL Server");
     }
-    const std::unique_ptr<Recordset> rows = connection->OpenRecordset(u"select 1 as a", {});
+    const std::unique_ptr<Recordset> rows = connection->OpenRecordset(u"select 1 as a", kAnyRows);
     CHECK(NumberOfError([&] { rows->Field(u"nothing"); }) == 3265);
     rows->MoveNext();
     CHECK(NumberOfError([&] { rows->MoveNext(); }) == 3021);
@@ -162,9 +158,10 @@ TEST_SUITE("end to end") {
     DispatchObject command = CreateByProgId(L"ADODB.Command");
     DispatchObject parameters(ToObject(command.Call(L"Parameters")));
     for (const std::int32_t type : {kVarChar, kLongVarChar}) {
-      const Variant parameter = command.Call(
-          L"CreateParameter", {Variant::OfText(u"a"), Variant::OfInteger(type),
-                               Variant::OfInteger(kParameterInput), Variant::OfInteger(0)});
+      const Variant parameter =
+          command.Call(L"CreateParameter", {Variant::OfText(u"a"), Variant::OfInteger(type),
+                                            Variant::OfInteger(kParameterInput),
+                                            Variant::OfInteger(0), Variant::OfText(u"")});
       CHECK(NumberOfError([&] { parameters.Call(L"Append", {parameter}); }) == 3708);
     }
   }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "com/errors.h"
+#include "com/variant_value.h"
 
 namespace ledgerwick::com::testing {
 namespace {
@@ -30,15 +31,7 @@ HRESULT Raise(const Script& script, EXCEPINFO* info) {
 }
 
 // A null, or an array, which has no text and is no object.
-Variant Wrong(Mishap mishap) {
-  Variant v;
-  V_VT(v.Get()) = VT_NULL;
-  if (mishap == Mishap::WrongType) {
-    V_VT(v.Get()) = VT_ARRAY | VT_I4;
-    V_ARRAY(v.Get()) = SafeArrayCreateVector(VT_I4, 0, 1);
-  }
-  return v;
-}
+Variant Wrong(Mishap mishap) { return mishap == Mishap::WrongType ? AnArray() : ToVariant(Null{}); }
 
 // How the log notes a call: whether it writes, the member, and a first argument that is a text.
 std::wstring Describe(const std::wstring& name, const FakeCall& call) {
@@ -53,13 +46,30 @@ FakeCall ReadCall(WORD flags, const DISPPARAMS& parameters) {
   call.writes = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
   for (UINT i = parameters.cArgs; i-- > 0;) {
     Variant argument;
-    VariantCopyInd(argument.Get(), &parameters.rgvarg[i]);
+    // What is written is kept as it came; of arguments, what they refer to counts.
+    if (call.writes) {
+      VariantCopy(argument.Get(), &parameters.rgvarg[i]);
+    } else {
+      VariantCopyInd(argument.Get(), &parameters.rgvarg[i]);
+    }
     call.arguments.push_back(argument);
   }
   return call;
 }
 
 }  // namespace
+
+Variant AnArray() {
+  Variant v;
+  V_VT(v.Get()) = VT_ARRAY | VT_I4;
+  V_ARRAY(v.Get()) = SafeArrayCreateVector(VT_I4, 0, 1);
+  return v;
+}
+
+void Script::Step() {
+  const int step = steps++;
+  if (const auto run = at_step) run(step);
+}
 
 ComPtr<IDispatch> FakeObject::Make(Script& script, std::map<std::wstring, Handler> members) {
   auto object = std::make_unique<FakeObject>(script);
@@ -89,6 +99,7 @@ HRESULT FakeObject::GetTypeInfoCount(UINT* count) {
 }
 
 HRESULT FakeObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
+  script_.Step();
   const auto found = std::find_if(members_.begin(), members_.end(), [&](const auto& member) {
     return lstrcmpiW(member.first.c_str(), names[0]) == 0;
   });
@@ -99,8 +110,12 @@ HRESULT FakeObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DIS
 
 HRESULT FakeObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
                            VARIANT* result, EXCEPINFO* info, UINT*) {
+  // The default property has no name, so it stands first.
+  if (id == DISPID_VALUE && !members_.empty() && members_.front().first.empty()) id = 1;
+  if (id == DISPID_VALUE) return DISP_E_MEMBERNOTFOUND;
   const auto& [name, handler] = members_[static_cast<std::size_t>(id - 1)];
   const FakeCall call = ReadCall(flags, *parameters);
+  script_.Step();
   script_.log.push_back(Describe(name, call));
   const bool goes_wrong = script_.calls++ == script_.mishap_at;
   if (goes_wrong && script_.mishap == Mishap::Error) return Raise(script_, info);

@@ -10,6 +10,9 @@
 
 namespace ledgerwick::com::testing {
 
+// An array, which has no text and is no object.
+Variant AnArray();
+
 // One call of a scripted object's member.
 struct FakeCall {
   std::vector<Variant> arguments;  // in their order, without references
@@ -37,6 +40,12 @@ struct Script {
   HRESULT raised = kRaised;
   WORD raised_code = 0;           // instead of `raised`, where not 0
   std::vector<std::wstring> log;  // the calls: "Name", "Put varValue 1", "Execute drop …"
+
+  // Looking a member up and calling it are a step each. `at_step` runs at the beginning of each and
+  // gets its number, counted from 0; it may do whatever a host does.
+  int steps = 0;
+  std::function<void(int)> at_step;
+  void Step();
 };
 
 // An object with dispatch interface alone. Counts how many of its kind live.

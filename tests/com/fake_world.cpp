@@ -3,6 +3,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include "ado_contract.h"
 #include "com/ado.h"
 #include "com/variant_value.h"
 #include "component.h"
@@ -168,18 +169,25 @@ ComPtr<IDispatch> FakeWorld::NewFilter(std::size_t index) {
 
 ComPtr<IDispatch> FakeWorld::NewConnection() {
   const Handler nothing = [](const FakeCall&) { return Variant(); };
-  return FakeObject::Make(
-      script, {{L"Open", nothing}, {L"Close", nothing}, {L"Execute", [this](const FakeCall& call) {
-                                                           statements.push_back(
-                                                               ToText(call.arguments.at(0)));
-                                                           return Variant();
-                                                         }}});
+  return FakeObject::Make(script, {{L"Open",
+                                    [](const FakeCall& call) {
+                                      CheckOpen(call);
+                                      return Variant();
+                                    }},
+                                   {L"Close", nothing},
+                                   {L"Execute", [this](const FakeCall& call) {
+                                      CheckExecute(call);
+                                      statements.push_back(ToText(call.arguments.at(0)));
+                                      return Variant();
+                                    }}});
 }
 
 ComPtr<IDispatch> FakeWorld::NewRecordset() {
   const Handler nothing = [](const FakeCall&) { return Variant(); };
   const auto rows = std::make_shared<MemoryRecordset>(std::vector<CannedRow>());
-  const Handler open = [this, rows](const FakeCall& call) {
+  const auto location = std::make_shared<Variant>();
+  const Handler open = [this, rows, location](const FakeCall& call) {
+    CheckRecordset(*location, call);
     for (const CannedRecordset& canned : request_.recordsets) {
       if (ToText(call.arguments.at(0)).find(canned.match) == Text::npos) continue;
       *rows = MemoryRecordset(canned.rows);
@@ -193,7 +201,11 @@ ComPtr<IDispatch> FakeWorld::NewRecordset() {
     return Variant::OfObject(FakeObject::Make(script, {{L"Value", read}}).Get());
   };
   return FakeObject::Make(
-      script, {{L"CursorLocation", nothing},
+      script, {{L"CursorLocation",
+                [location](const FakeCall& call) {
+                  *location = call.arguments.at(0);
+                  return Variant();
+                }},
                {L"Open", open},
                {L"Filter",
                 [rows](const FakeCall& call) {
@@ -214,6 +226,7 @@ ComPtr<IDispatch> FakeWorld::NewRecordset() {
 }
 
 ComPtr<IDispatch> FakeWorld::NewParameter(const FakeCall& call) {
+  CheckParameter(call);
   const auto self = std::make_shared<IDispatch*>();
   const Handler size = [this, self](const FakeCall& c) {
     if (c.writes) created_[*self].size = ToInteger(c.arguments.at(0));
@@ -244,7 +257,11 @@ ComPtr<IDispatch> FakeWorld::NewCommand() {
        {L"CommandText", nothing},
        {L"CommandType", nothing},
        {L"CommandTimeout", nothing},
-       {L"Execute", nothing},
+       {L"Execute",
+        [](const FakeCall& call) {
+          CheckExecute(call);
+          return Variant();
+        }},
        {L"CreateParameter",
         [this](const FakeCall& call) { return Variant::OfObject(NewParameter(call).Get()); }},
        {L"Parameters", [this, append](const FakeCall&) {

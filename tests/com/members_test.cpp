@@ -124,8 +124,16 @@ TEST_SUITE("members") {
     LONG result = 0;
     CHECK(sum(object.Get(), text.Address(), &result) == S_OK);
     CHECK(result == 6);
-    CHECK(sum(object.Get(), nullptr, &result) == E_POINTER);
-    CHECK(sum(object.Get(), text.Address(), nullptr) == E_POINTER);
+    for (const bool no_result : {false, true}) {
+      ComPtr<ICreateErrorInfo> older;
+      REQUIRE(CreateErrorInfo(older.Receive()) == S_OK);
+      ComPtr<IErrorInfo> stale;
+      older->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(stale.Receive()));
+      SetErrorInfo(0, stale.Get());
+      CHECK(sum(object.Get(), no_result ? text.Address() : nullptr,
+                no_result ? nullptr : &result) == E_POINTER);
+      CHECK(GetErrorInfo(0, stale.Receive()) == S_FALSE);  // the older one is not this call's
+    }
   }
 }
 

@@ -55,6 +55,30 @@ void CheckObjectProperty(IDispatch* object, const std::wstring& name, std::size_
   CHECK(script.calls == 0);  // the host's object is kept, not called
 }
 
+// What another apartment is handed, and what it got.
+struct Neighbour {
+  IStream* stream = nullptr;
+  IID iid = {};
+  HRESULT code = E_FAIL;
+  Text table;
+};
+
+DWORD WINAPI CallFromElsewhere(void* neighbour) {
+  auto& [stream, iid, code, table] = *static_cast<Neighbour*>(neighbour);
+  CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  ComPtr<IDispatch> proxy;
+  code = CoGetInterfaceAndReleaseStream(stream, iid, reinterpret_cast<void**>(proxy.Receive()));
+  if (SUCCEEDED(code)) {
+    BString name;
+    // TempTablename stands behind 7 entries of IDispatch and 8 of four properties.
+    code = EntryOf<ReadText>(proxy.Get(), 15)(proxy.Get(), name.Address());
+    table = ToText(name.Get());
+  }
+  proxy.Reset();
+  CoUninitialize();
+  return 0;
+}
+
 // A look at every property of a fresh object, through every door.
 void CheckProperties(IDispatch* object, const ClassInfo& info) {
   std::size_t entry = 7;
@@ -151,9 +175,8 @@ TEST_SUITE("objects") {
     const ClassInfo& info = *FindClass(u"clsRepAQKCYJ");
     ComPtr<IDispatch> loads_module;
     REQUIRE(Create(info, loads_module) == S_OK);
-    using Get = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
-    const auto get = reinterpret_cast<Get>(reinterpret_cast<void*>(
-        GetProcAddress(GetModuleHandleW(L"Ledgerwick.dll"), "DllGetClassObject")));
+    const auto get = Exported<REFCLSID, REFIID, void**>(GetModuleHandleW(L"Ledgerwick.dll"),
+                                                        "DllGetClassObject");
     const Identifiers ids = IdentifiersOf(info);
     const struct {
       GUID class_id;
@@ -177,9 +200,6 @@ TEST_SUITE("objects") {
     ComPtr<IDispatch> object;
     REQUIRE(Create(*FindClass(u"clsRepAQKCYJ"), object) == S_OK);
     const Variant text = Variant::OfText(u"x");
-    Variant array;
-    V_VT(array.Get()) = VT_ARRAY | VT_I4;
-    V_ARRAY(array.Get()) = SafeArrayCreateVector(VT_I4, 0, 1);
     const struct {
       const wchar_t* member;
       WORD flags;
@@ -190,7 +210,7 @@ TEST_SUITE("objects") {
         {L"temptablename", kMethod | kGet, {}, S_OK},
         {L"TempTablename", kMethod, {text}, DISP_E_BADPARAMCOUNT},
         {L"TempTablename", kPut, {text}, DISP_E_MEMBERNOTFOUND},
-        {L"ReportTitle", kPut, {array}, DISP_E_TYPEMISMATCH},
+        {L"ReportTitle", kPut, {AnArray()}, DISP_E_TYPEMISMATCH},
         {L"ReportTitle", kPutReference, {text}, DISP_E_MEMBERNOTFOUND},
         {L"ReportTitle", kPut, {Variant::OfInteger(5)}, S_OK},
         {L"mconn", kPutReference, {text}, DISP_E_TYPEMISMATCH},
@@ -224,6 +244,23 @@ TEST_SUITE("objects") {
       CHECK(name.substr(0, fixed.size()) == fixed);
       CHECK((name.size() > fixed.size()) == info.has_machine_suffix);
     }
+  }
+
+  TEST_CASE("another apartment calls the own interface through a proxy") {
+    const ClassInfo& info = *FindClass(u"clsRepAQKCYJ");
+    ComPtr<IDispatch> object;
+    REQUIRE(Create(info, object) == S_OK);
+    Neighbour neighbour;
+    neighbour.iid = IdentifiersOf(info).interface_id;
+    REQUIRE(CoMarshalInterThreadInterfaceInStream(neighbour.iid, object.Get(), &neighbour.stream) ==
+            S_OK);
+    HANDLE thread = CreateThread(nullptr, 0, &CallFromElsewhere, &neighbour, 0, nullptr);
+    // The calls arrive as messages of this thread.
+    DWORD index = 0;
+    CoWaitForMultipleHandles(0, INFINITE, 1, &thread, &index);
+    CloseHandle(thread);
+    CHECK(neighbour.code == S_OK);
+    CHECK(neighbour.table == u"tempdb..tempAqkcyj");
   }
 
   TEST_CASE("a snapshot has an empty subtitle") {

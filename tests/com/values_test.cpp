@@ -4,10 +4,10 @@
 #include <functional>
 #include <vector>
 
+#include "com/host_objects.h"
 #include "com/variant_value.h"
 #include "component.h"
 #include "fake_world.h"
-#include "frame/error.h"
 
 namespace ledgerwick::com::testing {
 namespace {
@@ -19,23 +19,14 @@ Variant Make(VARTYPE type, const std::function<void(VARIANT&)>& fill) {
   return v;
 }
 
-Variant Currency(const wchar_t* text) {
+Variant Converted(const wchar_t* text, VARTYPE type) {
   Variant v = Variant::OfText(FromWide(text));
-  VariantChangeTypeEx(v.Get(), v.Get(), 0x409, 0, VT_CY);
-  return v;
-}
-
-Variant Decimal(const wchar_t* text) {
-  Variant v = Variant::OfText(FromWide(text));
-  VariantChangeTypeEx(v.Get(), v.Get(), 0x409, 0, VT_DECIMAL);
+  REQUIRE(VariantChangeTypeEx(v.Get(), v.Get(), 0x409, 0, type) == S_OK);
   return v;
 }
 
 TEST_SUITE("values") {
   TEST_CASE("a variant becomes the value that the platform converts it to") {
-    Variant inner = Variant::OfText(u"里");
-    BString string(u"引用");
-    double number = 2.5;
     const struct {
       Variant variant;
       Value value;
@@ -47,23 +38,54 @@ TEST_SUITE("values") {
         {Make(VT_I2, [](VARIANT& v) { V_I2(&v) = -3; }), std::int64_t{-3}},
         {Variant::OfInteger(-70000), std::int64_t{-70000}},
         {Make(VT_I8, [](VARIANT& v) { V_I8(&v) = 1LL << 40; }), std::int64_t{1} << 40},
-        {Make(VT_UI8, [](VARIANT& v) { V_UI8(&v) = ~0ULL; }), u"18446744073709551615"},
         {Make(VT_R4, [](VARIANT& v) { V_R4(&v) = 0.1F; }), 0.1},
         {Make(VT_R8, [](VARIANT& v) { V_R8(&v) = 1e20; }), 1e20},
         {Make(VT_DATE, [](VARIANT& v) { V_DATE(&v) = 37346; }), Date{37346}},
-        {Currency(L"922337203685477.5807"), u"922337203685477.5807"},
-        {Decimal(L"12.50"), u"12.5"},
         {Variant::OfText(u"文 本 "), u"文 本 "},
         {Make(VT_BSTR, [](VARIANT& v) { V_BSTR(&v) = nullptr; }), u""},
-        {Variant::ByReference(inner.Get()), u"里"},
-        {Variant::ByReference(string.Address()), u"引用"},
-        {Make(VT_R8 | VT_BYREF, [&](VARIANT& v) { V_R8REF(&v) = &number; }), 2.5},
     };
     for (const auto& c : cases) {
       CAPTURE(V_VT(c.variant.Get()));
       CHECK((ToValue(c.variant) == c.value));
     }
-    CHECK_THROWS_AS(ToValue(Variant::Missing()), DatabaseError);
+  }
+
+  TEST_CASE("what has a kind of its own, or refers to something, is read by who wants its text") {
+    Variant inner = Variant::OfText(u"里");
+    BString string(u"引用");
+    double number = 2.5;
+    double day = 37346;
+    Script script;
+    const Handler default_value = [](const FakeCall&) { return Variant::OfText(u"缺省"); };
+    // A default property is the member of number 0.
+    const ComPtr<IDispatch> object = FakeObject::Make(script, {{L"", default_value}});
+    constexpr VARTYPE kUnknown = 77;
+    struct {
+      Variant variant;
+      TextView text;  // empty where there is none
+    } cases[] = {
+        {Make(VT_UI8, [](VARIANT& v) { V_UI8(&v) = ~0ULL; }), u"18446744073709551615"},
+        {Converted(L"12345.6789", VT_CY), u"12345.6789"},
+        {Converted(L"12.50", VT_DECIMAL), u"12.5"},
+        {Variant::ByReference(inner.Get()), u"里"},
+        {Variant::ByReference(string.Address()), u"引用"},
+        {Make(VT_R8 | VT_BYREF, [&](VARIANT& v) { V_R8REF(&v) = &number; }), u"2.5"},
+        {Make(VT_DATE | VT_BYREF, [&](VARIANT& v) { V_DATEREF(&v) = &day; }), u"2002-03-31"},
+        {Variant::OfObject(object.Get()), u"缺省"},
+        {Variant::Missing(), u""},
+        {AnArray(), u""},
+        {Make(VT_BSTR | VT_BYREF, [](VARIANT& v) { V_BSTRREF(&v) = nullptr; }), u""},
+        {Make(kUnknown, [](VARIANT&) {}), u""},
+        {Make(kUnknown | VT_BYREF, [&](VARIANT& v) { V_R8REF(&v) = &number; }), u""},
+    };
+    for (auto& c : cases) {
+      CAPTURE(&c - cases);
+      const auto held = std::make_shared<const HostVariant>(std::move(c.variant));
+      const Value value = ToValue(held);
+      REQUIRE(value.Opaque() == held);
+      CHECK(NumberOfError([&] { CHECK(ToUtf8(value.ToText()) == ToUtf8(c.text)); }) ==
+            (c.text.empty() ? 13 : 0));
+    }
   }
 
   TEST_CASE("numbers and truth values are refused by the language's numbers") {
@@ -72,21 +94,18 @@ TEST_SUITE("values") {
     const struct {
       Variant variant;
       std::int32_t error;
-    } cases[] = {{null, 94}, {Variant::OfText(u"x"), 13}, {large, 6}};
-    for (const auto& c : cases) {
-      try {
-        ToInteger(c.variant);
-        FAIL("no error");
-      } catch (const DatabaseError& error) {
-        CHECK(error.number == c.error);
-      }
-    }
+    } cases[] = {{null, 94}, {Variant::OfText(u"x"), 13}, {AnArray(), 13}, {large, 6}};
+    for (const auto& c : cases) CHECK(NumberOfError([&] { ToInteger(c.variant); }) == c.error);
     CHECK(ToInteger(Variant::OfText(u" 12 ")) == 12);
     CHECK(ToBoolean(Variant::OfText(u"True")));
   }
 
   TEST_CASE("a value that a report takes away and puts back keeps its type") {
-    const Variant values[] = {Currency(L"12.5"),
+    Variant inner = Variant::OfText(u"里");
+    const Variant values[] = {AnArray(),
+                              Variant::ByReference(inner.Get()),
+                              Make(VT_DATE, [](VARIANT& v) { V_DATE(&v) = 1e9; }),
+                              Converted(L"12.5", VT_CY),
                               Make(VT_UI1, [](VARIANT& v) { V_UI1(&v) = 7; }),
                               Make(VT_NULL, [](VARIANT&) {}),
                               Variant(),
@@ -95,10 +114,15 @@ TEST_SUITE("values") {
     for (const Variant& value : values) {
       CAPTURE(V_VT(value.Get()));
       FakeWorld world;
-      world.filters = {{u"def_queryType", value, {}, u"", 0, {}}};
-      const ComPtr<IDispatch> report = world.NewReport(*FindClass(u"clsRepAQKCYJ"));
-      CHECK(Invoke(report.Get(), L"MoveDataDetail", DISPATCH_METHOD).code == S_OK);
+      world.filters = {{u"cWhCode", value, {}, u"", 0, {}}};
+      HostReportManager manager(world.NewManager());
+      const auto filter = manager.ReportFilterByName(u"")->Item(1);
+      const Value kept = filter->varValue();
+      filter->set_varValue(u"");
+      filter->set_varValue(kept);
       CHECK(V_VT(world.last_value.Get()) == V_VT(value.Get()));
+      const bool refers = (V_VT(value.Get()) & VT_BYREF) != 0;
+      CHECK((!refers || V_BYREF(world.last_value.Get()) == V_BYREF(value.Get())));
     }
   }
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include "../ado_contract.h"
 #include "../fake_object.h"
 #include "com/dispatch_object.h"
 #include "com/variant_value.h"
@@ -115,11 +116,13 @@ ComPtr<IDispatch> NewConnection() {
   return FakeObject::Make(NoMishaps(),
                           {{L"Open",
                             [link](const FakeCall& call) {
+                              CheckOpen(call);
                               link->Open(Utf8(call, 0));
                               return Variant();
                             }},
                            {L"Execute",
                             [link](const FakeCall& call) {
+                              CheckExecute(call);
                               link->Ask('X', Utf8(call, 0));
                               return Variant();
                             }},
@@ -151,14 +154,12 @@ struct Parameter {
 };
 
 ComPtr<IDispatch> NewParameter(const FakeCall& call) {
+  CheckParameter(call);
   Parameter parameter;
-  const auto argument = [&](std::size_t i) {
-    return i < call.arguments.size() ? call.arguments[i] : Variant();
-  };
-  *parameter.name = argument(0);
-  *parameter.type = argument(1);
-  *parameter.size = argument(3);
-  *parameter.value = argument(4);
+  *parameter.name = call.arguments[0];
+  *parameter.type = call.arguments[1];
+  *parameter.size = call.arguments[3];
+  *parameter.value = call.arguments[4];
   return FakeObject::Make(NoMishaps(), {{L"Name", Property(parameter.name)},
                                         {L"Type", Property(parameter.type)},
                                         {L"Size", Property(parameter.size)},
@@ -209,12 +210,14 @@ ComPtr<IDispatch> NewCommand() {
                                                              }}})
                                  .Get());
   };
-  const Handler execute = [state](const FakeCall&) {
+  const Handler execute = [state](const FakeCall& call) {
+    CheckExecute(call);
     DispatchObject connection(ToObject(*state->connection));
     if (connection.Get() == nullptr) {
       throw AdoError(3709, u"Command", u"The connection cannot be used to perform this operation.");
     }
-    return connection.Call(L"Execute", {Variant::OfText(state->Batch())});
+    return connection.Call(L"Execute", {Variant::OfText(state->Batch()), Variant::Missing(),
+                                        Variant::OfInteger(kOptionUnspecified)});
   };
   return FakeObject::Make(
       NoMishaps(),
@@ -308,7 +311,8 @@ ComPtr<IDispatch> NewRecordset() {
       NoMishaps(),
       {{L"CursorLocation", Property(location)},
        {L"Open",
-        [rows](const FakeCall& call) {
+        [rows, location](const FakeCall& call) {
+          CheckRecordset(*location, call);
           DispatchObject connection(ToObject(call.arguments.at(1)));
           rows->Read(ToUtf8(ToText(connection.Call(L"RowsOf", {call.arguments.at(0)}))));
           return Variant();
