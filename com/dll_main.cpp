@@ -4,16 +4,23 @@
 #include "com/module.h"
 #include "com/registration.h"
 
+namespace __gnu_cxx {
+void __freeres() noexcept;  // in the compiler's library, which no header declares
+}
+
 namespace ledgerwick::com {
 namespace {
 
 HRESULT Perform(void (*action)(Scope), Scope scope) noexcept {
+  HRESULT result = S_OK;
   try {
     action(scope);
-    return S_OK;
   } catch (...) {
-    return ReportException(IID_IUnknown);
+    result = ReportException(IID_IUnknown);
   }
+  // Who registers frees the module without asking it.
+  ReleaseIfUnused();
+  return result;
 }
 
 }  // namespace
@@ -23,8 +30,10 @@ using ledgerwick::com::Scope;
 
 extern "C" {
 
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void*) {
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* process_ends) {
   if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(module);
+  // The pool from which exceptions are thrown when memory has run out.
+  if (reason == DLL_PROCESS_DETACH && process_ends == nullptr) __gnu_cxx::__freeres();
   return TRUE;
 }
 

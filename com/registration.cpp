@@ -1,10 +1,12 @@
 #include "com/registration.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "com/errors.h"
 #include "com/module.h"
+#include "frame/class_table.h"
 
 namespace ledgerwick::com {
 namespace {
@@ -28,8 +30,7 @@ struct Entries {
   std::vector<Entry> values;
   std::vector<std::wstring> own_keys;     // this word size's alone
   std::vector<std::wstring> shared_keys;  // both word sizes'
-  std::wstring library_version;           // the key above the platforms' type libraries
-  std::wstring library;
+  std::wstring other_platform;            // is there while the other word size is registered
 };
 
 std::wstring ToString(REFGUID id) {
@@ -40,10 +41,11 @@ std::wstring ToString(REFGUID id) {
 
 std::wstring Wide(const Text& text) { return {text.begin(), text.end()}; }
 
-std::wstring HelpOf(ITypeInfo& type) {
-  BString help;
-  ThrowIfFailed(type.GetDocumentation(MEMBERID_NIL, nullptr, help.Address(), nullptr, nullptr));
-  return Wide(ToText(help.Get()));
+// What a class is called. Not the type library's help text, which this machine's code page decides.
+std::wstring TitleOf(const Text& class_name) {
+  const ClassInfo* const info = FindClass(class_name);
+  const bool has_help = info != nullptr && !info->help.empty();
+  return has_help ? Wide(Text(info->help)) : kProgIdStart + Wide(class_name);
 }
 
 struct LibraryIdentity {
@@ -70,14 +72,14 @@ LibraryIdentity ReadIdentity(ITypeLib& library) {
   return identity;
 }
 
-void AddClass(const ClassTypes& types, const std::wstring& help, const LibraryIdentity& library,
-              const std::wstring& path, Entries& entries) {
+void AddClass(const ClassTypes& types, const LibraryIdentity& library, const std::wstring& path,
+              Entries& entries) {
   const std::wstring name = Wide(types.name);
   const std::wstring prog_id = kProgIdStart + name;
   const std::wstring class_id = ToString(types.class_id);
   const std::wstring class_key = L"CLSID\\" + class_id;
   const std::wstring interface_key = L"Interface\\" + ToString(types.interface_id);
-  const std::wstring& title = help.empty() ? prog_id : help;
+  const std::wstring title = TitleOf(types.name);
   entries.values.insert(entries.values.end(),
                         {{class_key, L"", title},
                          {class_key + L"\\InprocServer32", L"", path},
@@ -97,15 +99,20 @@ void AddClass(const ClassTypes& types, const std::wstring& help, const LibraryId
 }
 
 void AddLibrary(const LibraryIdentity& identity, const std::wstring& path, Entries& entries) {
-  entries.library = L"TypeLib\\" + identity.id;
-  entries.library_version = entries.library + L"\\" + identity.version;
-  const std::wstring locale = entries.library_version + L"\\" + identity.locale;
-  entries.values.insert(entries.values.end(), {{entries.library_version, L"", identity.help},
-                                               {locale + L"\\" + kPlatform, L"", path},
-                                               {entries.library_version + L"\\FLAGS", L"", L"0"},
-                                               {entries.library_version + L"\\HELPDIR", L"",
-                                                path.substr(0, path.find_last_of(L'\\'))}});
-  entries.own_keys.push_back(locale + L"\\" + kPlatform);
+  const std::wstring version = L"TypeLib\\" + identity.id + L"\\" + identity.version;
+  entries.values.insert(entries.values.end(),
+                        {{version, L"", identity.help},
+                         {version + L"\\FLAGS", L"", L"0"},
+                         {version + L"\\HELPDIR", L"", path.substr(0, path.find_last_of(L'\\'))}});
+  // The marshaler of the interfaces looks the library up without a locale.
+  for (const std::wstring& locale : {identity.locale, std::wstring(L"0")}) {
+    const std::wstring platform = version + L"\\" + locale + L"\\" + kPlatform;
+    entries.values.push_back({platform, L"", path});
+    entries.own_keys.push_back(platform);
+  }
+  entries.other_platform = version + L"\\" + identity.locale + L"\\" + kOtherPlatform;
+  // Another version of the library may stand beside this one.
+  entries.shared_keys.push_back(version);
 }
 
 Entries MakeEntries() {
@@ -119,7 +126,7 @@ Entries MakeEntries() {
     if (kind != TKIND_COCLASS) continue;
     ComPtr<ITypeInfo> coclass;
     ThrowIfFailed(library->GetTypeInfo(i, coclass.Receive()));
-    AddClass(ReadClass(*coclass.Get()), HelpOf(*coclass.Get()), identity, path, entries);
+    AddClass(ReadClass(*coclass.Get()), identity, path, entries);
   }
   AddLibrary(identity, path, entries);
   return entries;
@@ -147,53 +154,118 @@ HKEY Root(Scope scope) noexcept {
 
 void Check(LSTATUS status) { ThrowIfFailed(HRESULT_FROM_WIN32(static_cast<DWORD>(status))); }
 
-void Write(Scope scope, const Entry& entry) {
-  Key key;
-  Check(RegCreateKeyExW(Root(scope), (kClassesRoot + entry.key).c_str(), 0, nullptr, 0, KEY_WRITE,
-                        nullptr, key.Receive(), nullptr));
-  const auto bytes = static_cast<DWORD>((entry.value.size() + 1) * sizeof(wchar_t));
-  Check(RegSetValueExW(key.Get(), entry.name.empty() ? nullptr : entry.name.c_str(), 0, REG_SZ,
-                       reinterpret_cast<const BYTE*>(entry.value.c_str()), bytes));
+// The full path of a key under the classes' root.
+std::wstring PathOf(const std::wstring& key) { return kClassesRoot + key; }
+
+LSTATUS Open(Scope scope, const std::wstring& path, REGSAM access, Key& opened) noexcept {
+  return RegOpenKeyExW(Root(scope), path.c_str(), 0, access, opened.Receive());
+}
+
+// Deletes the key at `path` and those above it, up to the first that holds anything. Needs no
+// memory.
+void RemoveEmpty(Scope scope, std::wstring& path) noexcept {
+  for (; path.size() > std::wstring_view(kClassesRoot).size(); path.resize(path.rfind(L'\\'))) {
+    Key opened;
+    DWORD keys = 0;
+    DWORD values = 0;
+    if (Open(scope, path, KEY_READ, opened) != ERROR_SUCCESS ||
+        RegQueryInfoKeyW(opened.Get(), nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values,
+                         nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS ||
+        keys + values > 0 || RegDeleteKeyW(Root(scope), path.c_str()) != ERROR_SUCCESS) {
+      return;
+    }
+  }
 }
 
 void Remove(Scope scope, const std::wstring& key) {
-  const LSTATUS status = RegDeleteTreeW(Root(scope), (kClassesRoot + key).c_str());
+  std::wstring path = PathOf(key);
+  const LSTATUS status = RegDeleteTreeW(Root(scope), path.c_str());
   if (status != ERROR_FILE_NOT_FOUND && status != ERROR_PATH_NOT_FOUND) Check(status);
+  path.resize(path.rfind(L'\\'));
+  RemoveEmpty(scope, path);
 }
 
-bool Exists(Scope scope, const std::wstring& key) {
-  Key opened;
-  return RegOpenKeyExW(Root(scope), (kClassesRoot + key).c_str(), 0, KEY_READ, opened.Receive()) ==
-         ERROR_SUCCESS;
-}
+// Writes entries, and takes them back unless it is told to keep them.
+class Writer {
+ public:
+  explicit Writer(Scope scope) : scope_(scope) {}
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+  ~Writer() {
+    for (auto old = replaced_.rbegin(); old != replaced_.rend(); ++old) Restore(*old);
+  }
 
-// True when the key is there and has no key below it.
-bool IsChildless(Scope scope, const std::wstring& key) {
-  Key opened;
-  DWORD children = 0;
-  return RegOpenKeyExW(Root(scope), (kClassesRoot + key).c_str(), 0, KEY_READ, opened.Receive()) ==
-             ERROR_SUCCESS &&
-         RegQueryInfoKeyW(opened.Get(), nullptr, nullptr, nullptr, &children, nullptr, nullptr,
-                          nullptr, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS &&
-         children == 0;
-}
+  void Write(const Entry& entry) {
+    Old& old = replaced_.emplace_back(Read(entry));
+    Key key;
+    Check(RegCreateKeyExW(Root(scope_), old.path.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr,
+                          key.Receive(), nullptr));
+    const auto bytes = static_cast<DWORD>((entry.value.size() + 1) * sizeof(wchar_t));
+    Check(RegSetValueExW(key.Get(), old.Name(), 0, REG_SZ,
+                         reinterpret_cast<const BYTE*>(entry.value.c_str()), bytes));
+  }
+
+  void Keep() noexcept { replaced_.clear(); }
+
+ private:
+  // A value as it was before.
+  struct Old {
+    std::wstring path;
+    std::wstring name;
+    DWORD type = REG_NONE;
+    std::optional<std::vector<BYTE>> bytes;  // none where there was no value
+
+    const wchar_t* Name() const noexcept { return name.empty() ? nullptr : name.c_str(); }
+  };
+
+  Old Read(const Entry& entry) const {
+    Old old{PathOf(entry.key), entry.name, REG_NONE, std::nullopt};
+    Key key;
+    DWORD size = 0;
+    if (Open(scope_, old.path, KEY_READ, key) != ERROR_SUCCESS ||
+        RegQueryValueExW(key.Get(), old.Name(), nullptr, nullptr, nullptr, &size) !=
+            ERROR_SUCCESS) {
+      return old;
+    }
+    old.bytes.emplace(size);
+    Check(RegQueryValueExW(key.Get(), old.Name(), nullptr, &old.type, old.bytes->data(), &size));
+    return old;
+  }
+
+  // What cannot be restored stays: the failure that led here is the one to tell. Needs no memory,
+  // which may be what failed.
+  void Restore(Old& old) const noexcept {
+    Key key;
+    if (Open(scope_, old.path, KEY_READ | KEY_WRITE, key) != ERROR_SUCCESS) return;
+    if (old.bytes) {
+      RegSetValueExW(key.Get(), old.Name(), 0, old.type, old.bytes->data(),
+                     static_cast<DWORD>(old.bytes->size()));
+    } else {
+      RegDeleteValueW(key.Get(), old.Name());
+      RemoveEmpty(scope_, old.path);
+    }
+  }
+
+  const Scope scope_;
+  std::vector<Old> replaced_;
+};
 
 }  // namespace
 
 void Register(Scope scope) {
-  for (const Entry& entry : MakeEntries().values) Write(scope, entry);
+  const Entries entries = MakeEntries();
+  Writer writer(scope);
+  for (const Entry& entry : entries.values) writer.Write(entry);
+  writer.Keep();
 }
 
 void Unregister(Scope scope) {
   const Entries entries = MakeEntries();
   for (const std::wstring& key : entries.own_keys) Remove(scope, key);
-  const std::wstring locale =
-      entries.own_keys.back().substr(0, entries.own_keys.back().rfind(L'\\'));
-  if (Exists(scope, locale + L"\\" + kOtherPlatform)) return;
+  Key opened;
+  const std::wstring other = PathOf(entries.other_platform);
+  if (Open(scope, other, KEY_READ, opened) == ERROR_SUCCESS) return;
   for (const std::wstring& key : entries.shared_keys) Remove(scope, key);
-  Remove(scope, entries.library_version);
-  // Another version of the library may stand beside this one.
-  if (IsChildless(scope, entries.library)) Remove(scope, entries.library);
 }
 
 }  // namespace ledgerwick::com

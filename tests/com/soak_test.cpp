@@ -1,9 +1,10 @@
-// Memory stays flat over many objects and many runs.
+// Memory stays flat over many objects, many runs and many loads of the module.
 #include <doctest/doctest.h>
 #include <windows.h>
 // psapi.h needs windows.h before it.
 #include <psapi.h>
 
+#include "com/errors.h"
 #include "component.h"
 #include "fake_world.h"
 #include "requests.h"
@@ -61,6 +62,37 @@ TEST_SUITE("soak") {
     const std::size_t before = MemoryInUse();
     CHECK(run(kRuns) == kRuns);
     CHECK(MemoryInUse() < before + kSlack);
+  }
+
+  TEST_CASE("loading, using and unloading the module leaves no memory behind") {
+    // A copy, which nobody else keeps loaded.
+    const std::wstring copy = ProgramFolder() + L"Ledgerwick.copy.dll";
+    REQUIRE(CopyFileW((ProgramFolder() + L"Ledgerwick.dll").c_str(), copy.c_str(), FALSE));
+    const ClassInfo& info = *FindClass(u"clsRepAQKCYJ");
+    const FakeWorld has_ado;
+    const CLSID id = IdentifiersOf(info).class_id;
+    const auto use = [&](int times) {
+      for (int i = 0; i < times; ++i) {
+        const HMODULE module = LoadLibraryW(copy.c_str());
+        ComPtr<IClassFactory> factory;
+        ComPtr<IDispatch> report;
+        REQUIRE(Exported<REFCLSID, REFIID, void**>(module, "DllGetClassObject")(
+                    id, IID_IClassFactory, reinterpret_cast<void**>(factory.Receive())) == S_OK);
+        factory->CreateInstance(nullptr, IID_IDispatch, reinterpret_cast<void**>(report.Receive()));
+        Outcome outcome = Invoke(report.Get(), L"MoveDataDetail", DISPATCH_METHOD);
+        CHECK(FromException(outcome.exception).number == 91);
+        report.Reset();
+        factory.Reset();
+        CHECK(Exported<>(module, "DllCanUnloadNow")() == S_OK);
+        CHECK(FreeLibrary(module));
+        CHECK(GetModuleHandleW(copy.c_str()) == nullptr);
+      }
+    };
+    use(20);
+    const std::size_t before = MemoryInUse();
+    use(200);
+    CHECK(MemoryInUse() < before + 200 * 1024);  // a kilobyte each time
+    DeleteFileW(copy.c_str());
   }
 }
 

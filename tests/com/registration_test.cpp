@@ -1,0 +1,102 @@
+// Registering for the current user, where writing may fail at any entry.
+#include <doctest/doctest.h>
+
+#include <memory>
+#include <set>
+
+#include "component.h"
+#include "notices.h"
+
+namespace ledgerwick::com::testing {
+namespace {
+
+constexpr const wchar_t* kClasses = L"Software\\Classes";
+using Snapshot = std::set<std::wstring>;
+
+// Every key below `key` and its values.
+void Note(HKEY key, const std::wstring& path, Snapshot& snapshot) {
+  snapshot.insert(path);
+  wchar_t name[512];
+  BYTE bytes[4096];
+  for (DWORD i = 0, size = 512, length = 4096;
+       RegEnumValueW(key, i, name, &size, nullptr, nullptr, bytes, &length) == ERROR_SUCCESS;
+       ++i, size = 512, length = 4096) {
+    snapshot.insert(path + L" " + name + L"=" +
+                    std::wstring(reinterpret_cast<wchar_t*>(bytes), length / sizeof(wchar_t)));
+  }
+  for (DWORD i = 0, size = 512;
+       RegEnumKeyExW(key, i, name, &size, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+       ++i, size = 512) {
+    HKEY child = nullptr;
+    if (RegOpenKeyExW(key, name, 0, KEY_READ, &child) != ERROR_SUCCESS) continue;
+    Note(child, path + L"\\" + name, snapshot);
+    RegCloseKey(child);
+  }
+}
+
+Snapshot UsersClasses() {
+  Snapshot snapshot;
+  HKEY key = nullptr;
+  if (RegOpenKeyExW(HKEY_CURRENT_USER, kClasses, 0, KEY_READ, &key) != ERROR_SUCCESS) return {};
+  Note(key, L"", snapshot);
+  RegCloseKey(key);
+  return snapshot;
+}
+
+int writes_left = 0;
+
+LSTATUS WINAPI WriteSome(HKEY key, const wchar_t* name, DWORD reserved, DWORD type,
+                         const BYTE* bytes, DWORD size) {
+  if (writes_left-- == 0) return ERROR_ACCESS_DENIED;
+  return RegSetValueExW(key, name, reserved, type, bytes, size);
+}
+
+LSTATUS WINAPI CreateSome(HKEY key, const wchar_t* path, DWORD reserved, wchar_t* kind,
+                          DWORD options, REGSAM access, SECURITY_ATTRIBUTES* security, HKEY* result,
+                          DWORD* disposition) {
+  if (writes_left-- == 0) return ERROR_ACCESS_DENIED;
+  return RegCreateKeyExW(key, path, reserved, kind, options, access, security, result, disposition);
+}
+
+TEST_SUITE("registration") {
+  TEST_CASE("what fails is taken back, and what goes leaves nothing behind") {
+    const std::unique_ptr<std::remove_pointer_t<HMODULE>, decltype(&FreeLibrary)> loaded(
+        LoadLibraryW(L"Ledgerwick.dll"), &FreeLibrary);
+    const HMODULE module = loaded.get();
+    const auto install = Exported<BOOL, const wchar_t*>(module, "DllInstall");
+    const Snapshot bare = UsersClasses();
+    writes_left = -1;  // none fails
+    const ImportHook write(module, "RegSetValueExW", reinterpret_cast<void*>(&WriteSome));
+    const ImportHook create(module, "RegCreateKeyExW", reinterpret_cast<void*>(&CreateSome));
+    REQUIRE(install(TRUE, L"user") == S_OK);
+    const int writes = -1 - writes_left;
+    const Snapshot registered = UsersClasses();
+    CHECK(registered.size() > bare.size() + 18U);
+    REQUIRE(install(FALSE, L"user") == S_OK);
+    CHECK((UsersClasses() == bare));
+
+    // Where nothing is registered, and where the component is, from another folder.
+    const std::wstring own_class = std::wstring(kClasses) + L"\\Ledgerwick.clsRepAQKCYJ\\Clsid";
+    for (const bool there_before : {false, true}) {
+      CAPTURE(there_before);
+      writes_left = -1;
+      if (there_before) {
+        REQUIRE(install(TRUE, L"user") == S_OK);
+        RegSetKeyValueW(HKEY_CURRENT_USER, own_class.c_str(), nullptr, REG_EXPAND_SZ, L"%x%", 8);
+      }
+      const Snapshot before = UsersClasses();
+      for (int fails = 0; fails < writes; fails = fails * 2 + 1) {
+        CAPTURE(fails);
+        writes_left = fails;
+        CHECK(install(TRUE, L"user") == E_ACCESSDENIED);
+        CHECK((UsersClasses() == before));
+      }
+      writes_left = -1;
+      CHECK(install(FALSE, L"user") == S_OK);
+      CHECK((UsersClasses() == bare));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace ledgerwick::com::testing
