@@ -1,5 +1,5 @@
 // Writes the type library's source, or the manifest for use without registration, from the class
-// table. Runs on the machine that builds.
+// table; takes the time of the build out of the type library. Runs on the machine that builds.
 #include <algorithm>
 #include <fstream>
 #include <iostream>
@@ -98,11 +98,34 @@ void WriteManifest(std::ostream& out, const std::string& architecture) {
   out << "</assembly>\n";
 }
 
+// Replaces the time at which widl made the library, as a text and as a number behind it: the same
+// sources give the same library.
+void RemoveTime(const std::string& path) {
+  constexpr std::string_view kMaker = "Created by WIDL";
+  constexpr std::string_view kSomeTime = "Thu Jan  1 00:00:00 1970";
+  constexpr std::string_view kNumber("\x13\0", 2);  // a VT_UI4 follows
+  std::ifstream in(path, std::ios::binary);
+  std::string library((std::istreambuf_iterator<char>(in)), {});
+  const std::size_t maker = library.find(kMaker);
+  const std::size_t end = library.find('\n', maker);
+  const std::size_t number = library.find(kNumber, end);
+  if (maker == std::string::npos || end - maker < kSomeTime.size() || number > end + 4) {
+    throw std::runtime_error(path + " does not say when it was made");
+  }
+  library.replace(end - kSomeTime.size(), kSomeTime.size(), kSomeTime);
+  library.replace(number + kNumber.size(), 4, 4, '\0');
+  std::ofstream(path, std::ios::binary) << library << std::flush;
+}
+
 int Run(int argc, char** argv) {
   const std::string what = argc > 1 ? argv[1] : "";
-  if (argc != 3 || (what != "idl" && what != "amd64" && what != "x86")) {
-    std::cerr << "usage: make_idl idl|amd64|x86 OUTPUT\n";
+  if (argc != 3 || (what != "idl" && what != "amd64" && what != "x86" && what != "undated")) {
+    std::cerr << "usage: make_idl idl|amd64|x86 OUTPUT | undated LIBRARY\n";
     return 2;
+  }
+  if (what == "undated") {
+    RemoveTime(argv[2]);
+    return 0;
   }
   std::ofstream out(argv[2], std::ios::binary);
   what == "idl" ? WriteIdl(out) : WriteManifest(out, what);
