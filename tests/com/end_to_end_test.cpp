@@ -165,17 +165,6 @@ TEST_SUITE("end to end") {
       CHECK(NumberOfError([&] { parameters.Call(L"Append", {parameter}); }) == 3708);
     }
   }
-
-  TEST_CASE("a database that cannot be reached is the caller's error") {
-    FakeWorld world(RequestFor(*FindClass(u"clsInventroy")), FakeWorld::Ado::OfThePlatform);
-    const ComPtr<IDispatch> report =
-        world.NewReport(*FindClass(u"clsInventroy"), u"Port=1;Database=none");
-    const Outcome outcome = Invoke(report.Get(), L"MoveDataDetail", DISPATCH_METHOD);
-    REQUIRE(outcome.code == DISP_E_EXCEPTION);
-    CHECK(outcome.exception.scode == E_FAIL);
-    CHECK(ToText(outcome.exception.bstrDescription) ==
-          u"SQL Server does not exist or access denied.");
-  }
 }
 
 }  // namespace

@@ -54,6 +54,9 @@ FakeCall ReadCall(WORD flags, const DISPPARAMS& parameters) {
     }
     call.arguments.push_back(argument);
   }
+  const VARIANT* const first =
+      parameters.cArgs == 0 ? nullptr : &parameters.rgvarg[parameters.cArgs - 1];
+  if (first != nullptr && V_VT(first) == (VT_BSTR | VT_BYREF)) call.title = V_BSTRREF(first);
   return call;
 }
 

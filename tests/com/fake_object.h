@@ -17,6 +17,7 @@ Variant AnArray();
 struct FakeCall {
   std::vector<Variant> arguments;  // in their order, without references
   bool writes = false;
+  BSTR* title = nullptr;  // the first argument, where it is a text by reference
 };
 
 // Does a call's work. A DatabaseError that it throws is raised to the caller.

@@ -246,6 +246,18 @@ TEST_SUITE("objects") {
     }
   }
 
+  TEST_CASE("a snapshot has an empty subtitle") {
+    ComPtr<IDispatch> object;
+    REQUIRE(Create(*FindClass(u"clsInventroy"), object) == S_OK);
+    const Outcome outcome = Invoke(object.Get(), L"GetSubTitle", kMethod);
+    CHECK(outcome.code == S_OK);
+    CHECK(V_VT(outcome.result.Get()) == VT_BSTR);
+    CHECK(ToText(outcome.result).empty());
+  }
+}
+
+// The proxies of interfaces are looked up in the registry.
+TEST_SUITE("apartments") {
   TEST_CASE("another apartment calls the own interface through a proxy") {
     const ClassInfo& info = *FindClass(u"clsRepAQKCYJ");
     ComPtr<IDispatch> object;
@@ -261,15 +273,6 @@ TEST_SUITE("objects") {
     CloseHandle(thread);
     CHECK(neighbour.code == S_OK);
     CHECK(neighbour.table == u"tempdb..tempAqkcyj");
-  }
-
-  TEST_CASE("a snapshot has an empty subtitle") {
-    ComPtr<IDispatch> object;
-    REQUIRE(Create(*FindClass(u"clsInventroy"), object) == S_OK);
-    const Outcome outcome = Invoke(object.Get(), L"GetSubTitle", kMethod);
-    CHECK(outcome.code == S_OK);
-    CHECK(V_VT(outcome.result.Get()) == VT_BSTR);
-    CHECK(ToText(outcome.result).empty());
   }
 }
 

@@ -83,8 +83,9 @@ TEST_SUITE("values") {
       const auto held = std::make_shared<const HostVariant>(std::move(c.variant));
       const Value value = ToValue(held);
       REQUIRE(value.Opaque() == held);
-      CHECK(NumberOfError([&] { CHECK(ToUtf8(value.ToText()) == ToUtf8(c.text)); }) ==
-            (c.text.empty() ? 13 : 0));
+      Text text;
+      CHECK(NumberOfError([&] { text = value.ToText(); }) == (c.text.empty() ? 13 : 0));
+      CHECK(ToUtf8(text) == ToUtf8(c.text));
     }
   }
 
@@ -98,6 +99,18 @@ TEST_SUITE("values") {
     for (const auto& c : cases) CHECK(NumberOfError([&] { ToInteger(c.variant); }) == c.error);
     CHECK(ToInteger(Variant::OfText(u" 12 ")) == 12);
     CHECK(ToBoolean(Variant::OfText(u"True")));
+  }
+
+  TEST_CASE("the title travels by reference: what the host writes there stays") {
+    Script script;
+    const Handler renames = [](const FakeCall& call) {
+      SysReAllocString(call.title, L"新");
+      return Variant::OfObject(nullptr);
+    };
+    HostReportManager manager(FakeObject::Make(script, {{L"ReportFilterByName", renames}}));
+    Text title = u"旧名";
+    CHECK_FALSE(manager.ReportFilterByName(title));
+    CHECK(title == u"新");
   }
 
   TEST_CASE("a value that a report takes away and puts back keeps its type") {
@@ -116,7 +129,8 @@ TEST_SUITE("values") {
       FakeWorld world;
       world.filters = {{u"cWhCode", value, {}, u"", 0, {}}};
       HostReportManager manager(world.NewManager());
-      const auto filter = manager.ReportFilterByName(u"")->Item(1);
+      Text title;
+      const auto filter = manager.ReportFilterByName(title)->Item(1);
       const Value kept = filter->varValue();
       filter->set_varValue(u"");
       filter->set_varValue(kept);
