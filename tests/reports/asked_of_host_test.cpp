@@ -27,7 +27,7 @@ struct Asked {
   std::vector<TextView> read_both;  // those whose varValue2 is read as well
 };
 
-const std::vector<Asked>& Classes17() {
+const std::vector<Asked>& EveryClass() {
   static const std::vector<Asked> classes = {
       {u"newclsReportDataSaleTotal",
        3,
@@ -76,7 +76,7 @@ bool Holds(const std::vector<TextView>& names, const FilterItem& item) {
 }  // namespace
 
 TEST_CASE("the filter set is asked for as often as the steps say, by the title itself") {
-  for (const Asked& asked : Classes17()) {
+  for (const Asked& asked : EveryClass()) {
     CAPTURE(ToUtf8(asked.name));
     DoubleWorld world(*FindClass(asked.name));
     world.title_suffix = u"x";
@@ -95,7 +95,7 @@ TEST_CASE("the filter set is asked for as often as the steps say, by the title i
 
 TEST_CASE(
     "connections, statements and recordsets are opened and run with the arguments laid down") {
-  for (const Asked& asked : Classes17()) {
+  for (const Asked& asked : EveryClass()) {
     DoubleWorld world(*FindClass(asked.name));
     CHECK(EndOf(*world.NewReport()) == 0);
     int opened = 0;
@@ -123,7 +123,7 @@ TEST_CASE(
 
 TEST_CASE("a value that cannot be read hurts where a step reads it, and comes back as it was") {
   const Value array(std::make_shared<OpaqueValue>());
-  for (const Asked& asked : Classes17()) {
+  for (const Asked& asked : EveryClass()) {
     const std::size_t count = DoubleWorld(*FindClass(asked.name)).items.size();
     std::size_t read = 0;
     for (std::size_t i = 0; i < count; ++i) {
