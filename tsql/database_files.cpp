@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -17,7 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::array<const char*, 3> kEngineSuffixes = {"-wal", "-shm", "-journal"};
 constexpr mode_t kModeBits = 07777;
 constexpr mode_t kUsualMode = 0666;  // less what the umask takes away
 
@@ -68,9 +66,7 @@ fs::path TempdbPath(const fs::path& database) { return WithSuffix(database, ".te
 fs::path LockPath(const fs::path& database) { return WithSuffix(database, ".tempdb.lock"); }
 
 std::vector<fs::path> EngineCompanions(const fs::path& file) {
-  std::vector<fs::path> paths;
-  for (const char* suffix : kEngineSuffixes) paths.push_back(WithSuffix(file, suffix));
-  return paths;
+  return {WithSuffix(file, "-wal"), WithSuffix(file, "-shm"), WithSuffix(file, "-journal")};
 }
 
 int RemoveFile(const fs::path& file) noexcept {
