@@ -10,10 +10,12 @@
 #include <vector>
 
 #include "frame/text.h"
+#include "tsql/allowance.h"
 
 namespace ledgerwick::tsql {
 
-// Owns what it makes until it dies; what it makes needs no destructor.
+// Owns what it makes until it dies; what it makes needs no destructor. Its memory is charged to the
+// batch that runs: each member throws SqlError 701 beyond its allowance.
 class Arena {
  public:
   // A T made from `arguments`, valid as long as the arena.
@@ -47,7 +49,7 @@ class Arena {
   }
 
  private:
-  std::pmr::monotonic_buffer_resource memory_{std::size_t{64} * 1024};
+  std::pmr::monotonic_buffer_resource memory_{std::size_t{64} * 1024, ChargedMemory()};
 };
 
 }  // namespace ledgerwick::tsql

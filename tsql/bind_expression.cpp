@@ -81,6 +81,7 @@ Expr* Binder::BindValue(Expr* value, Type target, Conversion conversion) {
 }
 
 void Binder::BindPredicate(Expr& expr, Scope& scope) {
+  const Nesting nesting;
   switch (expr.kind) {
     case ExprKind::And:
     case ExprKind::Or:
@@ -147,6 +148,7 @@ void Binder::BindInQuery(Expr& expr, Scope& scope) {
 }
 
 Expr* Binder::Bind(Expr* expr, Scope& scope) {
+  const Nesting nesting;
   switch (expr->kind) {
     case ExprKind::Null:
       return expr;

@@ -92,6 +92,7 @@ const Table& Binder::RequireTable(const ObjectName& name) {
 }
 
 void Binder::BindFrom(From& from, Scope& scope) {
+  const Nesting nesting;
   if (from.kind == FromKind::Table) return BindTableSource(from, scope);
   if (from.kind == FromKind::Derived) return BindDerived(from, scope);
   const std::size_t first = scope.sources.size();
@@ -143,6 +144,10 @@ void Binder::BindView(const Table& view, Source& source) {
   const bool was_in_view = in_view_;
   in_view_ = true;
   const std::span<Statement*> statements = ParseBatch(view.definition, arena_).statements;
+  // A foreign hand may have written anything there.
+  if (statements.empty() || statements[0]->kind != StatementKind::CreateView) {
+    throw errors::InvalidObject(view.name, {});
+  }
   Query* query = statements[0]->query;
   BindQueryIn(*query, nullptr, true);
   std::vector<TextView> names(query->names.begin(), query->names.end());

@@ -19,6 +19,7 @@ void Binder::BindQuery(Query& query) {
 }
 
 void Binder::BindQueryIn(Query& query, Scope* parent, bool nested) {
+  const Nesting nesting;
   std::vector<Expr*> outer;
   for (std::size_t i = 0; i < query.selects.size(); ++i) {
     Select& select = *query.selects[i];
@@ -116,6 +117,7 @@ void Binder::BindSelect(Select& select, Scope& scope) {
 
 void Binder::CheckGrouping(const Select& select, const Expr& expr, const Scope& scope, bool having,
                            bool order) {
+  const Nesting nesting;
   const auto is_key = [&](const Expr& e) {
     return std::any_of(select.group_by.begin(), select.group_by.end(),
                        [&](const Expr* key) { return SameExpr(*key, e); });

@@ -9,6 +9,7 @@
 #include "tsql/catalogue.h"
 #include "tsql/errors.h"
 #include "tsql/function_signature.h"
+#include "tsql/nesting.h"
 
 namespace ledgerwick::tsql {
 
@@ -159,6 +160,6 @@ Type LiteralType(const Expr& literal);
 // The name in UTF-16, for messages.
 Text KindText(TypeKind kind);
 // True when both bound expressions compute the same thing.
-bool SameExpr(const Expr& a, const Expr& b) noexcept;
+bool SameExpr(const Expr& a, const Expr& b);
 
 }  // namespace ledgerwick::tsql

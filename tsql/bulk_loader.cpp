@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "tsql/border.h"
 #include "tsql/convert.h"
 #include "tsql/datetime.h"
 #include "tsql/errors.h"
@@ -18,24 +19,20 @@ class Loader final : public BulkLoader {
         statement_(storage.Prepare(sql)) {}
 
   void Row(std::span<const Value> values) override {
-    try {
+    AtBorder([&] {
       for (std::size_t i = 0; i < columns_.size(); ++i) {
         Bind(static_cast<int>(i + 1), values[i], *columns_[i]);
       }
       storage_.Step(statement_.get());
-    } catch (const SqlError& error) {
-      throw ToDatabaseError(error);
-    }
+    });
     sqlite3_reset(statement_.get());
   }
 
   void Finish() override {
-    try {
+    AtBorder([&] {
       statement_.reset();
       transaction_.Commit();
-    } catch (const SqlError& error) {
-      throw ToDatabaseError(error);
-    }
+    });
   }
 
  private:
@@ -67,8 +64,8 @@ class Loader final : public BulkLoader {
       text.append(static_cast<std::size_t>(length) - size, u' ');
     }
     const std::string utf8 = ToUtf8(text);
-    sqlite3_bind_text64(statement_.get(), index, utf8.data(), utf8.size(), SQLITE_TRANSIENT,
-                        SQLITE_UTF8);
+    CheckBound(sqlite3_bind_text64(statement_.get(), index, utf8.data(), utf8.size(),
+                                   SQLITE_TRANSIENT, SQLITE_UTF8));
   }
 
   static std::int64_t Integer(const Value& value, TypeKind kind) {

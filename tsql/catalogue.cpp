@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tsql/characters.h"
 #include "tsql/errors.h"
 
 namespace ledgerwick::tsql {
@@ -33,12 +34,11 @@ std::unique_ptr<Table> SystemTable(DatabaseId database, const char* name, const 
   auto table = std::make_unique<Table>();
   table->kind = TableKind::System;
   table->database = database;
-  table->name = FromUtf8(name);
+  table->name = ToText(name);
   table->sql = "(" + query + ")";
   for (const SystemColumn& column : columns) {
     const auto index = static_cast<std::int32_t>(table->columns.size());
-    table->columns.push_back(
-        {FromUtf8(column.name), QuoteIdentifier(column.name), column.type, {}});
+    table->columns.push_back({ToText(column.name), QuoteIdentifier(column.name), column.type, {}});
     table->column_by_name.emplace(FoldText(table->columns.back().name), index);
   }
   return table;
@@ -129,7 +129,7 @@ void Catalogue::LoadNames(DatabaseId database, Cache& cache) {
       storage_.Prepare("SELECT name FROM (" + ObjectsQuery(database) + ") WHERE kind <> 'P'");
   while (storage_.Step(query.get())) {
     const std::string name(ColumnText(query.get(), 0));
-    cache.names.emplace(FoldText(FromUtf8(name)), name);
+    cache.names.emplace(FoldText(ToText(name)), name);
   }
   cache.names_loaded = true;
 }
@@ -172,11 +172,11 @@ const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView sche
         storage_.Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
                          kModulesTable + " WHERE kind = 'P'");
     while (storage_.Step(query.get())) {
-      Text stored = FromUtf8(ColumnText(query.get(), 0));
+      Text stored = ToText(ColumnText(query.get(), 0));
       Text folded = FoldText(stored);
       cache.procedures.emplace(
           std::move(folded),
-          ProcedureText{database, std::move(stored), FromUtf8(ColumnText(query.get(), 1))});
+          ProcedureText{database, std::move(stored), ToText(ColumnText(query.get(), 1))});
     }
     cache.procedures_loaded = true;
   }
@@ -187,13 +187,13 @@ const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView sche
 std::int64_t Catalogue::RowEstimate(const Table& table) {
   if (table.kind != TableKind::Table) return 0;
   Cache& cache = caches_[static_cast<std::size_t>(table.database)];
-  const auto [estimate, added] = cache.row_estimates.try_emplace(&table, 0);
-  if (!added) return estimate->second;
-  const SqliteStatement query = storage_.Prepare("SELECT max(_rowid_) FROM " + table.sql);
-  if (storage_.Step(query.get())) {
-    estimate->second = sqlite3_column_int64(query.get(), 0);
+  if (const auto known = cache.row_estimates.find(&table); known != cache.row_estimates.end()) {
+    return known->second;
   }
-  return estimate->second;
+  const SqliteStatement query = storage_.Prepare("SELECT max(_rowid_) FROM " + table.sql);
+  const std::int64_t estimate =
+      storage_.Step(query.get()) ? sqlite3_column_int64(query.get(), 0) : 0;
+  return cache.row_estimates.emplace(&table, estimate).first->second;
 }
 
 bool Catalogue::IsKey(const Table& table, std::int32_t column) {
@@ -206,15 +206,19 @@ bool Catalogue::IsIndexed(const Table& table, std::int32_t column) {
 
 const Catalogue::Indexes& Catalogue::IndexesOf(const Table& table) {
   Cache& cache = caches_[static_cast<std::size_t>(table.database)];
-  const auto [found, added] = cache.indexes.try_emplace(&table);
-  Indexes& indexes = found->second;
-  if (!added) return indexes;
+  if (const auto known = cache.indexes.find(&table); known != cache.indexes.end()) {
+    return known->second;
+  }
+  Indexes indexes;
+  const auto keep = [&]() -> const Indexes& {
+    return cache.indexes.emplace(&table, std::move(indexes)).first->second;
+  };
   indexes.keys.resize(table.columns.size());
   indexes.leading.resize(table.columns.size());
   for (std::size_t i = 0; i < table.columns.size(); ++i) {
     indexes.keys[i] = indexes.leading[i] = table.columns[i].is_row_number ? 1 : 0;
   }
-  if (table.kind != TableKind::Table) return indexes;
+  if (table.kind != TableKind::Table) return keep();
   const SqliteStatement query = storage_.Prepare(
       "SELECT (SELECT cid FROM pragma_index_info(l.name, ?2) WHERE seqno = 0),"
       " l.\"unique\" AND (SELECT COUNT(*) FROM pragma_index_info(l.name, ?2)) = 1"
@@ -228,20 +232,20 @@ const Catalogue::Indexes& Catalogue::IndexesOf(const Table& table) {
     indexes.leading[column] = 1;
     if (sqlite3_column_int(query.get(), 1) != 0) indexes.keys[column] = 1;
   }
-  return indexes;
+  return keep();
 }
 
 std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::string& name) {
   auto table = std::make_unique<Table>();
   table->database = database;
-  table->name = FromUtf8(name);
+  table->name = ToText(name);
   table->sql = std::string(SchemaName(database)) + "." + QuoteIdentifier(name);
   const SqliteStatement query = storage_.Prepare(std::string("PRAGMA ") + SchemaName(database) +
                                                  ".table_info(" + QuoteIdentifier(name) + ")");
   while (storage_.Step(query.get())) {
     const std::string column(ColumnText(query.get(), 1));
     const std::string declaration(ColumnText(query.get(), 2));
-    TableColumn added{FromUtf8(column), QuoteIdentifier(column), DeclaredType(declaration),
+    TableColumn added{ToText(column), QuoteIdentifier(column), DeclaredType(declaration),
                       std::string(ColumnText(query.get(), 4))};
     added.is_row_number = declaration == kRowNumberType;
     if (added.is_row_number) added.type.kind = TypeKind::Int;
@@ -258,13 +262,13 @@ std::unique_ptr<Table> Catalogue::LoadView(DatabaseId database, TextView folded)
       storage_.Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
                        kModulesTable + " WHERE kind = 'V'");
   while (storage_.Step(query.get())) {
-    const Text name = FromUtf8(ColumnText(query.get(), 0));
+    const Text name = ToText(ColumnText(query.get(), 0));
     if (FoldText(name) != folded) continue;
     auto view = std::make_unique<Table>();
     view->kind = TableKind::View;
     view->database = database;
     view->name = name;
-    view->definition = FromUtf8(ColumnText(query.get(), 1));
+    view->definition = ToText(ColumnText(query.get(), 1));
     return view;
   }
   return nullptr;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -65,6 +66,28 @@ inline void AppendChar(std::string& out, char32_t c) {
     byte(0x80 | ((c >> 6) & 0x3F));
   }
   byte(0x80 | (c & 0x3F));
+}
+
+// UTF-16 of what the storage holds. Whoever wrote the file may have written anything: what is not
+// UTF-8 becomes U+FFFD.
+inline Text ToText(std::string_view utf8) {
+  if (std::optional<Text> text = TryFromUtf8(utf8)) return *std::move(text);
+  Text text;
+  const char* at = utf8.data();
+  for (const char* const end = at + utf8.size(); at != end;) {
+    const char32_t c = NextChar(at, end);
+    // NextChar passes surrogates and what lies beyond Unicode on; they are no characters.
+    const bool surrogate = c >= 0xD800 && c < 0xE000;
+    if (surrogate || c > 0x10FFFF) {
+      text += u'\uFFFD';
+    } else if (c < 0x10000) {
+      text += static_cast<char16_t>(c);
+    } else {
+      text += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
+      text += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
+    }
+  }
+  return text;
 }
 
 }  // namespace ledgerwick::tsql

@@ -1,5 +1,7 @@
 #include "tsql/clone.h"
 
+#include "tsql/nesting.h"
+
 namespace ledgerwick::tsql {
 namespace {
 
@@ -9,6 +11,7 @@ class Cloner {
 
   Expr* Copy(const Expr* expr) {
     if (expr == nullptr) return nullptr;
+    const Nesting nesting;
     Expr* copy = arena_.Make<Expr>(*expr);
     copy->args = Copies(expr->args);
     copy->query = Copy(expr->query);
@@ -17,6 +20,7 @@ class Cloner {
 
   Query* Copy(const Query* query) {
     if (query == nullptr) return nullptr;
+    const Nesting nesting;
     Query* copy = arena_.Make<Query>(*query);
     copy->selects = Copies(query->selects);
     copy->order_by = arena_.Copy(std::span<const OrderItem>(query->order_by));
@@ -37,6 +41,7 @@ class Cloner {
 
   From* Copy(const From* from) {
     if (from == nullptr) return nullptr;
+    const Nesting nesting;
     From* copy = arena_.Make<From>(*from);
     copy->query = Copy(from->query);
     copy->left = Copy(from->left);

@@ -1,5 +1,7 @@
 #include "tsql/database.h"
 
+#include "tsql/allowance.h"
+#include "tsql/border.h"
 #include "tsql/bulk_loader.h"
 #include "tsql/catalogue.h"
 #include "tsql/errors.h"
@@ -10,15 +12,36 @@
 namespace ledgerwick::tsql {
 namespace {
 
-// Calls `work` and turns the server's error into the component's.
-template <typename Work>
-auto Translate(Work&& work) {
-  try {
-    return work();
-  } catch (const SqlError& error) {
-    throw ToDatabaseError(error);
+// Hands everything on to the caller's sink, whose exceptions are its own.
+class CallersSink final : public ResultSink {
+ public:
+  explicit CallersSink(ResultSink& sink) : sink_(sink) {}
+
+  void Columns(std::span<const ResultColumn> columns) override {
+    CallBack([&] { sink_.Columns(columns); });
   }
-}
+  void Row(std::span<const Value> values) override {
+    CallBack([&] { sink_.Row(values); });
+  }
+  bool WantsRow() override {
+    return CallBack([&] { return sink_.WantsRow(); });
+  }
+  void EndRows(std::int64_t count) override {
+    CallBack([&] { sink_.EndRows(count); });
+  }
+  void RowsAffected(std::int64_t count) override {
+    CallBack([&] { sink_.RowsAffected(count); });
+  }
+  void Message(const Text& text) override {
+    CallBack([&] { sink_.Message(text); });
+  }
+  void Error(const DatabaseError& error) override {
+    CallBack([&] { sink_.Error(error); });
+  }
+
+ private:
+  ResultSink& sink_;
+};
 
 class EmbeddedDatabase final : public Database {
  public:
@@ -28,20 +51,27 @@ class EmbeddedDatabase final : public Database {
         interpreter_(storage_, catalogue_) {}
 
   void Run(TextView batch, ResultSink& sink) override {
-    Translate([&] { interpreter_.Run(batch, sink); });
+    AtBorder([&] {
+      const Allowance allowance = NewAllowance();
+      CallersSink callers(sink);
+      interpreter_.Run(batch, callers);
+    });
   }
 
   std::unique_ptr<BulkLoader> Load(TextView table, std::span<const Text> columns) override {
-    return Translate([&] { return NewBulkLoader(storage_, catalogue_, table, columns); });
+    return AtBorder([&] { return NewBulkLoader(storage_, catalogue_, table, columns); });
   }
 
   std::unique_ptr<TableLease> Lease(TextView table, const std::function<void()>& on_wait) override {
-    return Translate(
-        [&] { return TakeLease(storage_.path(), table, storage_.options(), on_wait); });
+    return AtBorder([&] {
+      return TakeLease(storage_.path(), table, storage_.options(), [&] {
+        if (on_wait) CallBack(on_wait);
+      });
+    });
   }
 
   void Compact() override {
-    Translate([&] {
+    AtBorder([&] {
       storage_.Execute("PRAGMA main.wal_checkpoint(TRUNCATE)");
       storage_.Execute("ANALYZE main");
       storage_.Execute("PRAGMA main.wal_checkpoint(TRUNCATE)");
@@ -49,6 +79,10 @@ class EmbeddedDatabase final : public Database {
   }
 
  private:
+  Allowance NewAllowance() const noexcept {
+    return Allowance(storage_.options().cancel, storage_.options().memory_limit);
+  }
+
   Storage storage_;
   Catalogue catalogue_;
   Interpreter interpreter_;
@@ -58,7 +92,9 @@ class EmbeddedDatabase final : public Database {
 
 std::unique_ptr<Database> Database::Open(const std::filesystem::path& path,
                                          const DatabaseOptions& options) {
-  return Translate([&] { return std::make_unique<EmbeddedDatabase>(path, options); });
+  return AtBorder([&]() -> std::unique_ptr<Database> {
+    return std::make_unique<EmbeddedDatabase>(path, options);
+  });
 }
 
 }  // namespace ledgerwick::tsql

@@ -38,6 +38,10 @@ struct DatabaseOptions {
   // Told in a sentence what opening the database has mended; may be empty.
   std::function<void(const Text& text)> note;
 
+  // The bytes that a batch may use while it is prepared and run, SQLite's share and the pages that
+  // it reads included; 0 for no limit. Beyond it the statement fails with 701 and the batch ends.
+  std::int64_t memory_limit = std::int64_t{1} << 30;
+
   // How freely queries are rewritten.
   Planning planning = Planning::Usual;
 };
@@ -61,7 +65,8 @@ class TableLease {
 };
 
 // One connection to an embedded database. Serves one thread at a time. Every member throws
-// DatabaseError with SQL Server's number and text in `native` and `description`.
+// DatabaseError with SQL Server's number and text in `native` and `description`, and nothing else
+// but what a sink or a callback of the caller's throws itself; the connection stays usable.
 class Database : public BatchRunner {
  public:
   // The file beside `path` that holds its tempdb.

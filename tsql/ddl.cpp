@@ -87,8 +87,8 @@ void Interpreter::CreateTable(Statement& statement) {
     sql += std::string(", ") + (key.primary ? "PRIMARY KEY " : "UNIQUE ") +
            KeySql(key.columns, nullptr);
   }
+  KeepTemporary(database, table);
   storage_.Execute(sql + ")");
-  if (database == DatabaseId::Session) session_.frame->temporaries.push_back(table);
 }
 
 // Rows that are there already have NULL in a new column that may be null, and the default in one

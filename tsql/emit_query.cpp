@@ -24,6 +24,8 @@ std::string LimitOf(const Select& select) {
 }  // namespace
 
 void Emitter::EmitQuery(const Query& query, bool named) {
+  const Nesting nesting;
+  RequireRoom();
   const bool compound = query.selects.size() > 1;
   for (std::size_t i = 0; i < query.selects.size(); ++i) {
     if (i > 0) Raw(query.keeps_duplicates[i - 1] ? " UNION ALL " : " UNION ");
@@ -113,6 +115,7 @@ void Emitter::EmitFromWhere(const From* from, const Expr* where) {
 }
 
 void Emitter::EmitJoinTree(const From& from) {
+  const Nesting nesting;
   if (from.kind == FromKind::Table || from.kind == FromKind::Derived) {
     EmitLeaf(from);
     return;

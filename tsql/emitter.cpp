@@ -39,6 +39,8 @@ std::string EmitToString(const Expr& expr) {
 }
 
 void Emitter::EmitExpr(const Expr& expr) {
+  const Nesting nesting;
+  RequireRoom();
   switch (expr.kind) {
     case ExprKind::Null:
       Raw("NULL");

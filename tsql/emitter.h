@@ -27,6 +27,13 @@ class Emitter {
   std::string Take() { return std::move(out_); }
 
  private:
+  // Arithmetic may write an operand twice, so that the text of what nests doubles with every level.
+  // SQLite takes about so many bytes for each of the text's.
+  void RequireRoom() const {
+    constexpr std::size_t kBytesOfText = 16;
+    Allowance::Require(out_.size() * kBytesOfText);
+  }
+
   // Queries (emit_query.cpp)
   void EmitSelect(const Select& select, bool named, bool compound);
   void EmitItem(const Select& select, const SelectItem& item, bool compound);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "tsql/characters.h"
 #include "tsql/error_text.h"
 
 namespace ledgerwick::tsql {
@@ -46,9 +47,9 @@ std::int32_t ResultCode(const SqlError& error) {
 }  // namespace
 
 DatabaseError ToDatabaseError(const SqlError& error) {
-  DatabaseError result(ResultCode(error), u"Ledgerwick", FromUtf8(error.message));
+  DatabaseError result(ResultCode(error), u"Ledgerwick", ToText(error.message));
   result.native = error.number;
-  result.procedure = FromUtf8(error.procedure);
+  result.procedure = ToText(error.procedure);
   result.in_text = error.in_text;
   result.line = error.position.line;
   result.column = error.position.column;

@@ -146,6 +146,9 @@ SqlError TempdbDamaged(const std::string& file);                              //
 SqlError ReservedName(TextView name, Position at);                            // 262
 SqlError NameWithNul(TextView name, Position at);                             // 1055
 SqlError Cancelled();                                                         // 0
+SqlError OutOfMemory();                                                       // 701
+SqlError Internal(const std::string& what);                    // 8624, what nobody has foreseen
+SqlError VariableNotAllowed(TextView statement, Position at);  // 112
 SqlError Storage(const std::string& message);  // 823, anything that SQLite alone knows
 SqlError TooComplex(const std::string& message, Position at);  // 8631
 

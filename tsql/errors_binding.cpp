@@ -373,6 +373,18 @@ SqlError ExplicitConversion(TextView source, TextView target, Position at) {
 
 SqlError Cancelled() { return {0, 11, "Operation cancelled by user."}; }
 
+SqlError OutOfMemory() {
+  return {701, 17, "There is insufficient system memory to run this query."};
+}
+
+SqlError Internal(const std::string& what) {
+  return {8624, kUser, "Internal error of the embedded database: " + what + "."};
+}
+
+SqlError VariableNotAllowed(TextView statement, Position at) {
+  return {112, kSyntax, "Variables are not allowed in the " + U(statement) + " statement.", at};
+}
+
 SqlError TooComplex(const std::string& message, Position at) {
   return {8631, 17, "The statement is too complex for the embedded database: " + message + ".", at};
 }

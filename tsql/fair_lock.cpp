@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <thread>
 
+#include "tsql/callers_exception.h"
 #include "tsql/errors.h"
 
 namespace ledgerwick::tsql {
@@ -96,7 +97,7 @@ void FairLock::WaitInQueue(off_t ticket, const DatabaseOptions& options) {
     if (Clock::now() - since >= options.lock_wait) {
       throw errors::LockTimeout(Told(holder), what_, options.lock_wait);
     }
-    if (options.progress) options.progress();
+    if (options.progress) CallBack(options.progress);
     std::this_thread::sleep_for(kPause);
   }
 }

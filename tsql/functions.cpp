@@ -29,9 +29,9 @@ void Invoke(sqlite3_context* context, int count, sqlite3_value** values) {
   try {
     Call call(context, {values, static_cast<std::size_t>(count)}, *registration.state);
     row.function(call);
-  } catch (const SqlError& error) {
+  } catch (SqlError& error) {
     sqlite3_result_error(context, error.message.data(), static_cast<int>(error.message.size()));
-    registration.state->error = error;
+    registration.state->Keep(std::move(error));
   } catch (const std::bad_alloc&) {
     sqlite3_result_error_nomem(context);
   } catch (const std::exception& error) {

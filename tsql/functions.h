@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <optional>
+#include <utility>
 
 #include "tsql/errors.h"
 
@@ -19,6 +20,9 @@ inline constexpr const char* kCollation = "CHINESE_PRC_CI_AS";
 struct FunctionState {
   // The error that a function raised while a statement ran: SQLite carries the text alone.
   std::optional<SqlError> error;
+
+  // Keeps `raised` for whoever runs the statement.
+  void Keep(SqlError&& raised) noexcept { error.emplace(std::move(raised)); }
 
   // Whether there is an object of that name ("tempdb..x"); empty until someone knows.
   std::function<bool(TextView name)> object_exists;

@@ -1,4 +1,5 @@
 // Functions that pass a value on or fail the statement.
+#include "tsql/characters.h"
 #include "tsql/function_table.h"
 #include "tsql/variables.h"
 
@@ -16,7 +17,7 @@ void NonZero(Call& call) {
 // number, which SQLite would invent.
 void NotNull(Call& call) {
   if (call.IsNull(0)) {
-    throw errors::NullNotAllowed(FromUtf8(call.Utf8(1)), FromUtf8(call.Utf8(2)), true);
+    throw errors::NullNotAllowed(ToText(call.Utf8(1)), ToText(call.Utf8(2)), true);
   }
   call.ReturnArgument(0);
 }
@@ -30,8 +31,8 @@ void ReadVariable(Call& call) {
 
 // t_object_id(name[, kind]): 1 for the name of an object, else NULL
 void ObjectId(Call& call) {
-  const bool exists = call.state().object_exists &&
-                      call.state().object_exists(TryFromUtf8(call.Utf8(0)).value_or(Text()));
+  const bool exists =
+      call.state().object_exists && call.state().object_exists(ToText(call.Utf8(0)));
   if (!exists) return call.ReturnNull();
   call.Return(std::int64_t{1});
 }

@@ -38,8 +38,8 @@ int Guard(FunctionState& state, Work&& work) noexcept {
   try {
     work();
     return SQLITE_OK;
-  } catch (const SqlError& error) {
-    state.error = error;
+  } catch (SqlError& error) {
+    state.Keep(std::move(error));
     return SQLITE_ERROR;
   } catch (const std::exception&) {
     return SQLITE_NOMEM;
@@ -57,14 +57,16 @@ StoredValue Stored(sqlite3_value* value) {
     default: {
       // As a blob a text need not be zero-terminated, which would copy it.
       const auto* text = static_cast<const char*>(sqlite3_value_blob(value));
-      return std::string_view(text == nullptr ? "" : text,
-                              static_cast<std::size_t>(sqlite3_value_bytes(value)));
+      const auto size = static_cast<std::size_t>(sqlite3_value_bytes(value));
+      if (text == nullptr && size > 0) throw std::bad_alloc();
+      return std::string_view(text == nullptr ? "" : text, size);
     }
   }
 }
 
 Groups* NewGroups(sqlite3_value* description) {
   const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(description));
+  if (text == nullptr) throw std::bad_alloc();
   const std::string_view all(text, static_cast<std::size_t>(sqlite3_value_bytes(description)));
   std::size_t keys = 0;
   const auto* values = std::from_chars(all.data(), all.data() + all.size(), keys).ptr;
@@ -107,18 +109,22 @@ struct GroupsTable : sqlite3_vtab {
 };
 
 struct Cursor : sqlite3_vtab_cursor {
-  Groups* groups;  // the statement's, or null
+  Groups* groups = nullptr;  // the statement's, or none
 };
 
-int Connect(sqlite3* db, void* state, int, const char* const*, sqlite3_vtab** table, char**) {
-  std::string sql = "CREATE TABLE x(";
-  for (int i = 1; i <= kMostColumns; ++i) sql += "c" + std::to_string(i) + ", ";
-  const int result = sqlite3_declare_vtab(db, (sql + "of HIDDEN)").c_str());
-  if (result != SQLITE_OK) return result;
-  auto made = std::make_unique<GroupsTable>();
-  made->state = static_cast<FunctionState*>(state);
-  *table = made.release();
-  return SQLITE_OK;
+int Connect(sqlite3* db, void* data, int, const char* const*, sqlite3_vtab** table, char**) {
+  auto& state = *static_cast<FunctionState*>(data);
+  int declared = SQLITE_OK;
+  const int result = Guard(state, [&] {
+    std::string sql = "CREATE TABLE x(";
+    for (int i = 1; i <= kMostColumns; ++i) sql += "c" + std::to_string(i) + ", ";
+    declared = sqlite3_declare_vtab(db, (sql + "of HIDDEN)").c_str());
+    if (declared != SQLITE_OK) return;
+    auto made = std::make_unique<GroupsTable>();
+    made->state = &state;
+    *table = made.release();
+  });
+  return result != SQLITE_OK ? result : declared;
 }
 
 int Disconnect(sqlite3_vtab* table) {
@@ -142,9 +148,9 @@ int BestIndex(sqlite3_vtab*, sqlite3_index_info* info) {
 }
 
 int Open(sqlite3_vtab*, sqlite3_vtab_cursor** cursor) {
-  auto made = std::make_unique<Cursor>();
-  made->groups = nullptr;
-  *cursor = made.release();
+  auto* made = new (std::nothrow) Cursor();  // owned by SQLite until Close
+  if (made == nullptr) return SQLITE_NOMEM;
+  *cursor = made;
   return SQLITE_OK;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tsql/characters.h"
 #include "tsql/datetime.h"
 #include "tsql/emitter.h"
 #include "tsql/functions.h"
@@ -43,7 +44,7 @@ Value ReadValue(sqlite3_stmt* row, int column, ColumnKind kind) {
     case ColumnKind::DateTime:
       return DateFromDateTime(sqlite3_column_int64(row, column));
     default:
-      return TryFromUtf8(ColumnText(row, column)).value_or(Text());
+      return ToText(ColumnText(row, column));
   }
 }
 
@@ -87,12 +88,19 @@ void Interpreter::Run(TextView text, ResultSink& sink) {
   try {
     RunAll(batch.statements);
   } catch (const SqlError& error) {
-    if (session_.transactions > 0 && session_.ReachOf(error) == Reach::Batch) {
-      RollbackTransaction();
-    }
+    if (session_.ReachOf(error) == Reach::Batch) EndTransaction();
     Tell(error);
+  } catch (...) {
+    EndTransaction();
+    throw;
   }
   if (session_.first_error) throw SqlError(*session_.first_error);
+}
+
+// What ends a batch for good takes its open transaction back.
+void Interpreter::EndTransaction() {
+  const Allowance::Pause pause;
+  if (session_.transactions > 0) RollbackTransaction();
 }
 
 // A failure while a statement runs is told with the line that the statement begins on.
@@ -129,10 +137,8 @@ bool Interpreter::EndsHere(const SqlError& error) const {
 
 Flow Interpreter::Execute(const Statement& statement) {
   constexpr int kDeepest = 1000;  // procedures within procedures included
-  const Counted nesting(depth_);
   try {
-    storage_.CheckCancelled();
-    if (depth_ > kDeepest) throw errors::NestedTooDeeply({});
+    const Nesting nesting(depth_, kDeepest);
     return ExecuteAt(statement);
   } catch (SqlError& error) {
     if (failed_drop_ && EqualText(FromUtf8(error.message), FromUtf8(failed_drop_->message))) {
@@ -326,6 +332,13 @@ void Interpreter::SendRows(sqlite3_stmt* statement, const Query& query) {
   session_.row_count = count;
 }
 
+// Has the running call drop `table`, which is about to be made, in its end. Noted as the statement
+// that needs no memory then.
+void Interpreter::KeepTemporary(DatabaseId database, const std::string& table) {
+  if (database != DatabaseId::Session) return;
+  session_.frame->temporaries.push_back("DROP TABLE IF EXISTS " + table);
+}
+
 // The new table is there with all its rows or not at all. Names, types and nullability are those of
 // the query's columns.
 void Interpreter::SelectInto(Query& query, Binder& binder) {
@@ -340,11 +353,11 @@ void Interpreter::SelectInto(Query& query, Binder& binder) {
   }
   Emitter emitter;
   emitter.Raw("INSERT INTO ").Raw(table).Raw(" ").EmitQuery(query);
+  KeepTemporary(database, table);
   Transaction transaction(storage_);
   storage_.Execute(create + ")");
   const std::int64_t rows = Change(emitter.Take());
   transaction.Commit();
-  if (database == DatabaseId::Session) session_.frame->temporaries.push_back(table);
   Affected(rows);
 }
 

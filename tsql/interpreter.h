@@ -6,6 +6,7 @@
 #include "frame/result_sink.h"
 #include "tsql/binder.h"
 #include "tsql/clone.h"
+#include "tsql/nesting.h"
 #include "tsql/parser.h"
 #include "tsql/session.h"
 #include "tsql/storage.h"
@@ -77,6 +78,8 @@ class Interpreter {
   void ExecuteSimple(Statement& statement);
   void ExecuteModification(Statement& statement);
   void ExecuteOther(Statement& statement);
+  void EndTransaction();
+  void KeepTemporary(DatabaseId database, const std::string& table);
   void Locate(SqlError& error, const Statement& statement) const;
   bool ObjectExists(TextView name);
   bool EndsHere(const SqlError& error) const;
@@ -160,7 +163,7 @@ class Interpreter {
   Session session_;
   ResultSink* sink_ = nullptr;
   std::optional<FailedDrop> failed_drop_;
-  std::int32_t depth_ = 0;                                // of statements within statements
+  int depth_ = 0;                                         // of statements within statements
   TextMap<std::shared_ptr<const Procedure>> procedures_;  // keyed by the text
 };
 

@@ -18,6 +18,7 @@ bool Has(const Sources& sources, const Source* source) noexcept {
 }
 
 void CollectSources(const From& from, Sources& sources) {
+  const Nesting nesting;
   if (IsLeaf(from)) {
     sources.push_back(from.source);
     return;
@@ -26,8 +27,9 @@ void CollectSources(const From& from, Sources& sources) {
   CollectSources(*from.right, sources);
 }
 
-bool Reads(const Expr& expr, const Sources& sources) noexcept {
+bool Reads(const Expr& expr, const Sources& sources) {
   if (expr.kind == ExprKind::Column) return Has(sources, expr.source);
+  const Nesting nesting;
   const auto reads = [&](const Expr* e) { return Reads(*e, sources); };
   if (std::any_of(expr.args.begin(), expr.args.end(), reads)) return true;
   return expr.query != nullptr &&
@@ -37,7 +39,8 @@ bool Reads(const Expr& expr, const Sources& sources) noexcept {
 namespace {
 
 // True when `expr` is null whenever the columns of `sources` are.
-bool NullWith(const Expr& expr, const Sources& sources) noexcept {
+bool NullWith(const Expr& expr, const Sources& sources) {
+  const Nesting nesting;
   switch (expr.kind) {
     case ExprKind::Column:
       return Has(sources, expr.source);
@@ -55,7 +58,8 @@ bool NullWith(const Expr& expr, const Sources& sources) noexcept {
 }
 
 // True when `condition` cannot hold while the columns of `sources` are all null.
-bool Rejects(const Expr& condition, const Sources& sources) noexcept {
+bool Rejects(const Expr& condition, const Sources& sources) {
+  const Nesting nesting;
   const auto rejects = [&](const Expr* arg) { return Rejects(*arg, sources); };
   const auto null_with = [&](const Expr* arg) { return NullWith(*arg, sources); };
   switch (condition.kind) {
@@ -82,6 +86,7 @@ void SplitAnd(const Expr* condition, std::vector<const Expr*>& terms) {
     terms.push_back(condition);
     return;
   }
+  const Nesting nesting;
   for (const Expr* arg : condition->args) SplitAnd(arg, terms);
 }
 
@@ -129,6 +134,7 @@ JoinPlan FlattenLeft(const From& left, const From& right, const Expr* on) {
 }
 
 JoinPlan Flatten(const From& from) {
+  const Nesting nesting;
   JoinPlan plan;
   switch (from.kind) {
     case FromKind::Inner:

@@ -16,7 +16,7 @@ void CollectSources(const From& from, Sources& sources);
 
 // True when `expr` reads a column of `sources`. A subquery counts by the columns that it reads from
 // outside.
-bool Reads(const Expr& expr, const Sources& sources) noexcept;
+bool Reads(const Expr& expr, const Sources& sources);
 
 // One table of a flat join list.
 struct JoinStep {

@@ -100,8 +100,9 @@ class Lexer {
     tokens_.reserve(batch.size() / 5 + 8);
   }
 
-  std::vector<Token> Run() {
+  std::pmr::vector<Token> Run() {
     for (;;) {
+      Allowance::Check();
       SkipBlanksAndComments();
       Token token = Next();
       token.length = static_cast<std::uint32_t>(at_) - token.offset;
@@ -326,12 +327,12 @@ class Lexer {
   TextView batch_;
   Arena& arena_;
   std::size_t at_ = 0;
-  std::vector<Token> tokens_;
+  std::pmr::vector<Token> tokens_{ChargedMemory()};
 };
 
 }  // namespace
 
-std::vector<Token> Tokenize(TextView batch, Arena& arena) { return Lexer(batch, arena).Run(); }
+std::pmr::vector<Token> Tokenize(TextView batch, Arena& arena) { return Lexer(batch, arena).Run(); }
 
 Position PositionOf(TextView batch, std::size_t offset) noexcept {
   Position position{1, 1};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory_resource>
 #include <vector>
 
 #include "frame/text.h"
@@ -73,8 +74,8 @@ struct Token {
 
 // The tokens of `batch`, the last of them End. Their texts point into `batch` or `arena`. Throws
 // SqlError 105 for a quotation mark and 113 for a comment without end, 102 for a character that no
-// token begins with.
-std::vector<Token> Tokenize(TextView batch, Arena& arena);
+// token begins with. Charged to the batch that runs.
+std::pmr::vector<Token> Tokenize(TextView batch, Arena& arena);
 
 // The line and column of `offset` in `batch`.
 Position PositionOf(TextView batch, std::size_t offset) noexcept;

@@ -35,6 +35,7 @@ bool PreferKey(const Expr& key, Expr& other, Catalogue& catalogue) {
 
 void Mark(Expr* condition, Catalogue& catalogue) {
   if (condition == nullptr) return;
+  const Nesting nesting;
   if (condition->kind == ExprKind::And) {
     for (Expr* term : condition->args) Mark(term, catalogue);
     return;
@@ -49,6 +50,7 @@ void Mark(Expr* condition, Catalogue& catalogue) {
 // `inner`: every row meets the conditions of the join.
 void MarkFrom(const From* from, bool inner, Catalogue& catalogue) {
   if (from == nullptr) return;
+  const Nesting nesting;
   if (from->source != nullptr && from->source->query != nullptr) {
     // The tree belongs to this statement, a view's too: it was parsed for this name alone.
     PreferKeys(const_cast<Query&>(*from->source->query), catalogue);

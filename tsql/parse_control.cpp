@@ -2,26 +2,17 @@
 #include "tsql/parser.h"
 
 namespace ledgerwick::tsql {
-namespace {
-
-constexpr int kDeepestBlock = 200;
-
-}  // namespace
-
 Statement* Parser::Block() {
-  if (++depth_ > kDeepestBlock) throw errors::NestedTooDeeply(At(Current().offset));
   Statement* statement = NewStatement(StatementKind::Block);
   Expect(Keyword::Begin);
   const std::vector<Statement*> body = Statements();
   if (body.empty()) Fail();
   Expect(Keyword::End);
   statement->body = arena_.Copy(body);
-  --depth_;
   return statement;
 }
 
 Statement* Parser::If() {
-  if (++depth_ > kDeepestBlock) throw errors::NestedTooDeeply(At(Current().offset));
   Statement* statement = NewStatement(StatementKind::If);
   Expect(Keyword::If);
   statement->where = Condition();
@@ -29,18 +20,15 @@ Statement* Parser::If() {
   // A semicolon may end the branch; it ends the IF as well unless ELSE follows.
   if (Is(Symbol::Semicolon) && Ahead(1).keyword == Keyword::Else) Advance();
   if (Accept(Keyword::Else)) statement->else_branch = ParseStatement();
-  --depth_;
   return statement;
 }
 Statement* Parser::While() {
-  if (++depth_ > kDeepestBlock) throw errors::NestedTooDeeply(At(Current().offset));
   Statement* statement = NewStatement(StatementKind::While);
   Expect(Keyword::While);
   statement->where = Condition();
   ++loops_;
   statement->then_branch = ParseStatement();
   --loops_;
-  --depth_;
   return statement;
 }
 
@@ -87,7 +75,6 @@ std::vector<Statement*> Parser::Statements() {
 }
 
 Statement* Parser::TryCatch() {
-  if (++depth_ > kDeepestBlock) throw errors::NestedTooDeeply(At(Current().offset));
   Statement* statement = NewStatement(StatementKind::TryCatch);
   const auto block = [&](TextView word) {
     Statement* inner = NewStatement(StatementKind::Block);
@@ -101,7 +88,6 @@ Statement* Parser::TryCatch() {
   statement->then_branch = block(u"TRY");
   Accept(Symbol::Semicolon);
   statement->else_branch = block(u"CATCH");
-  --depth_;
   return statement;
 }
 

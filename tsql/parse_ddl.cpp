@@ -55,7 +55,7 @@ Statement* Parser::Alter() {
   Expect(Keyword::Add);
   std::vector<ColumnDefinition> definitions;
   do {
-    definitions.push_back(Definition());
+    definitions.push_back(Definition(u"ALTER TABLE"));
     if (definitions.back().primary_key || definitions.back().unique) Fail();
   } while (Accept(Symbol::Comma));
   statement->definitions = arena_.Copy(definitions);
@@ -81,7 +81,9 @@ Statement* Parser::CreateView() {
   statement->target = ObjectNameRule();
   if (Is(Symbol::LeftParen)) statement->columns = NameList();
   Expect(Keyword::As);
+  const std::size_t uses_before = variable_uses_.size();
   statement->query = ParseQuery();
+  RequireNoVariables(uses_before, u"CREATE VIEW");
   const Token& last = tokens_[at_ - 1];
   statement->text = batch_.substr(offset, last.offset + last.length - offset);
   return statement;
@@ -100,7 +102,7 @@ Statement* Parser::CreateTable() {
     if (AtTableKey()) {
       keys.push_back(Key());
     } else {
-      definitions.push_back(Definition());
+      definitions.push_back(Definition(u"CREATE TABLE"));
     }
   } while (Accept(Symbol::Comma));
   Expect(Symbol::RightParen);
@@ -141,7 +143,13 @@ std::span<KeyColumn> Parser::KeyColumns() {
   return arena_.Copy(columns);
 }
 
-ColumnDefinition Parser::Definition() {
+// What outlives the batch must not read its variables.
+void Parser::RequireNoVariables(std::size_t uses_before, TextView statement) const {
+  if (variable_uses_.size() == uses_before) return;
+  throw errors::VariableNotAllowed(statement, At(variable_uses_[uses_before]->offset));
+}
+
+ColumnDefinition Parser::Definition(TextView statement) {
   ColumnDefinition definition;
   definition.name = ExpectName();
   definition.type = TypeRule();
@@ -153,7 +161,9 @@ ColumnDefinition Parser::Definition() {
     } else if (Accept(Keyword::Null)) {
       definition.type.nullable = true;
     } else if (Accept(Keyword::Default)) {
+      const std::size_t uses_before = variable_uses_.size();
       definition.default_value = Value();
+      RequireNoVariables(uses_before, statement);
     } else if (Accept(Keyword::Constraint)) {
       ExpectName();
     } else if (Accept(Keyword::Primary)) {

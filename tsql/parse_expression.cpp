@@ -6,22 +6,6 @@
 namespace ledgerwick::tsql {
 namespace {
 
-// How deep expressions and queries may nest, so that a hostile batch cannot exhaust the stack.
-constexpr int kDeepest = 400;
-
-// Counts nesting while it lives.
-class Nesting {
- public:
-  explicit Nesting(int& depth) : depth_(depth) { ++depth_; }
-  ~Nesting() { --depth_; }
-  Nesting(const Nesting&) = delete;
-  Nesting& operator=(const Nesting&) = delete;
-  bool TooDeep() const noexcept { return depth_ > kDeepest; }
-
- private:
-  int& depth_;
-};
-
 bool ComparisonOf(Symbol symbol, Comparison& comparison) noexcept {
   switch (symbol) {
     case Symbol::Equal:
@@ -111,11 +95,13 @@ Expr* Parser::RequireCondition(Expr* expr) {
 
 Expr* Parser::Condition() { return RequireCondition(Disjunction()); }
 
-Expr* Parser::Value() { return RequireValue(Additive()); }
+Expr* Parser::Value() {
+  const Nesting nesting(depth_);
+  return RequireValue(Additive());
+}
 
 Expr* Parser::Disjunction() {
   const Nesting nesting(depth_);
-  if (nesting.TooDeep()) throw errors::NestedTooDeeply(At(Current().offset));
   Expr* first = Conjunction();
   if (!Is(Keyword::Or)) return first;
   std::vector<Expr*> terms{RequireCondition(first)};
@@ -225,7 +211,7 @@ Expr* Parser::Additive() {
   for (int length = 0;; ++length) {
     const ExprKind kind = AdditiveOf(Current().symbol);
     if (kind == ExprKind::Null) return left;
-    if (length > kDeepest) throw errors::NestedTooDeeply(At(Current().offset));
+    if (length > kDeepestTree) throw errors::NestedTooDeeply(At(Current().offset));
     RequireValue(left);
     Advance();
     left = NewExpr(kind, {left, RequireValue(Multiplicative())});
@@ -237,7 +223,7 @@ Expr* Parser::Multiplicative() {
   for (int length = 0;; ++length) {
     const ExprKind kind = MultiplicativeOf(Current().symbol);
     if (kind == ExprKind::Null) return left;
-    if (length > kDeepest) throw errors::NestedTooDeeply(At(Current().offset));
+    if (length > kDeepestTree) throw errors::NestedTooDeeply(At(Current().offset));
     RequireValue(left);
     Advance();
     left = NewExpr(kind, {left, RequireValue(Unary())});
@@ -246,12 +232,12 @@ Expr* Parser::Multiplicative() {
 
 Expr* Parser::Unary() {
   const std::uint32_t offset = Current().offset;
-  if (Accept(Symbol::Plus)) return RequireValue(Unary());
+  const bool plus = Is(Symbol::Plus);
   const bool minus = Is(Symbol::Minus);
-  if (!minus && !Is(Symbol::Tilde)) return Primary();
+  if (!plus && !minus && !Is(Symbol::Tilde)) return Primary();
   const Nesting nesting(depth_);
-  if (nesting.TooDeep()) throw errors::NestedTooDeeply(At(offset));
   Advance();
+  if (plus) return RequireValue(Unary());
   Expr* operand = RequireValue(Unary());
   Expr* expr = NewExpr(minus ? ExprKind::Negate : ExprKind::BitNot, {operand});
   expr->offset = offset;

@@ -67,11 +67,22 @@ bool Parser::AtAssignment() const noexcept {
          (OperatorOf(Ahead(1).symbol) != ExprKind::Null && Ahead(2).symbol == Symbol::Equal);
 }
 
+// The system's variables are read only.
+void Parser::RequireAssignable(const Expr& variable) const {
+  if (variable.slot < kSystemVariables) {
+    throw errors::IncorrectSyntax(variable.text, At(variable.offset));
+  }
+}
+
+Expr* Parser::AssignedVariable() {
+  Expr* variable = VariableRule();
+  RequireAssignable(*variable);
+  return variable;
+}
+
 // "= value", or "+= value" and the like.
 Expr* Parser::AssignedValue(Expr* variable) {
-  if (variable->slot < kSystemVariables) {
-    throw errors::IncorrectSyntax(variable->text, At(variable->offset));
-  }
+  RequireAssignable(*variable);
   const ExprKind operation = OperatorOf(Current().symbol);
   if (operation != ExprKind::Null) Advance();
   Expect(Symbol::Equal);
@@ -144,7 +155,7 @@ Statement* Parser::ExecuteProcedure() {
   Statement* statement = NewStatement(StatementKind::ExecuteProcedure);
   Advance();
   if (Current().kind == TokenKind::Variable && Ahead(1).symbol == Symbol::Equal) {
-    statement->result = VariableRule();
+    statement->result = AssignedVariable();
     Advance();
   }
   if (Current().kind == TokenKind::Variable) {
@@ -179,9 +190,11 @@ Argument Parser::ArgumentRule() {
   if (!Accept(Keyword::Default)) {
     argument.value = Constant();
     argument.output = AcceptWord(u"OUTPUT") || AcceptWord(u"OUT");
-    if (argument.output && argument.value->kind != ExprKind::Variable) {
+    const Expr& receiver = *argument.value;
+    if (argument.output && receiver.kind != ExprKind::Variable) {
       throw errors::OutputOfConstant(At(argument.offset));
     }
+    if (argument.output) RequireAssignable(receiver);
   }
   return argument;
 }
@@ -229,7 +242,10 @@ Parameter Parser::ParameterRule() {
   Accept(Keyword::As);
   parameter.type = WithLength(TypeRule());
   parameter.slot = DeclareVariable(parameter.name, parameter.type);
-  if (Accept(Symbol::Equal)) parameter.default_value = Constant();
+  if (Accept(Symbol::Equal)) {
+    if (Current().kind == TokenKind::Variable) Fail();  // a default is a constant
+    parameter.default_value = Constant();
+  }
   parameter.output = AcceptWord(u"OUTPUT") || AcceptWord(u"OUT");
   return parameter;
 }

@@ -18,6 +18,7 @@ Query* Parser::ParseQuery() {
 }
 
 Select* Parser::SelectOrParenthesised() {
+  const Nesting nesting(depth_);
   if (!Accept(Symbol::LeftParen)) return ParseSelect();
   Select* select = SelectOrParenthesised();
   Expect(Symbol::RightParen);
@@ -130,7 +131,8 @@ std::span<OrderItem> Parser::OrderBy() {
 
 From* Parser::FromList() {
   From* left = JoinTree();
-  while (Accept(Symbol::Comma)) {
+  for (int length = 0; Accept(Symbol::Comma); ++length) {
+    if (length > kDeepestTree) throw errors::NestedTooDeeply(At(Current().offset));
     From* join = arena_.Make<From>();
     join->kind = FromKind::Cross;
     join->left = left;
@@ -174,10 +176,11 @@ bool Parser::AtJoin(FromKind& kind) {
 // so that `A RIGHT JOIN B INNER JOIN C ON b.x = c.x ON a.y = b.y` reads as A RIGHT JOIN (B INNER
 // JOIN C).
 From* Parser::JoinTree() {
-  if (++depth_ > 400) throw errors::NestedTooDeeply(At(Current().offset));
+  const Nesting nesting(depth_);
   From* left = JoinOperand();
   FromKind kind;
-  while (AtJoin(kind)) {
+  for (int length = 0; AtJoin(kind); ++length) {
+    if (length > kDeepestTree) throw errors::NestedTooDeeply(At(Current().offset));
     Advance();
     From* join = arena_.Make<From>();
     join->kind = kind;
@@ -194,7 +197,6 @@ From* Parser::JoinTree() {
     // An ON that follows belongs to a join further out.
     if (Is(Keyword::On)) break;
   }
-  --depth_;
   return left;
 }
 

@@ -101,11 +101,17 @@ void Parser::Restart(TextView batch) {
 
 Batch Parser::ParseAll() {
   std::vector<Statement*> statements;
-  for (;;) {
-    while (Accept(Symbol::Semicolon)) {
+  try {
+    for (;;) {
+      while (Accept(Symbol::Semicolon)) {
+      }
+      if (Current().kind == TokenKind::End) break;
+      statements.push_back(ParseStatement());
     }
-    if (Current().kind == TokenKind::End) break;
-    statements.push_back(ParseStatement());
+  } catch (SqlError& error) {
+    // What nests too deeply and what takes too much memory does so here.
+    if (error.position.line == 0) error.position = At(Current().offset);
+    throw;
   }
   return {arena_.Copy(statements), arena_.Copy(variable_types_)};
 }
@@ -118,6 +124,8 @@ Statement* Parser::NewStatement(StatementKind kind) {
 }
 
 Statement* Parser::ParseStatement() {
+  constexpr int kDeepestStatement = 201;
+  const Nesting nesting(depth_, kDeepestStatement);
   const std::uint32_t offset = Current().offset;
   Statement* statement = StatementRule();
   statement->offset = offset;

@@ -10,6 +10,7 @@
 #include "tsql/arena.h"
 #include "tsql/ast.h"
 #include "tsql/lexer.h"
+#include "tsql/nesting.h"
 
 namespace ledgerwick::tsql {
 
@@ -106,12 +107,15 @@ class Parser {
   std::span<Parameter> Parameters();
   Expr* Constant();
   Expr* VariableRule();
+  Expr* AssignedVariable();
+  void RequireAssignable(const Expr& variable) const;
   Expr* AssignedValue(Expr* variable);
+  void RequireNoVariables(std::size_t uses_before, TextView statement) const;
   bool AtAssignment() const noexcept;
   std::int32_t DeclareVariable(const Name& name, const Type& type);
   Name ExpectVariable();
 
-  ColumnDefinition Definition();
+  ColumnDefinition Definition(TextView statement);
   TableKey Key();
   std::span<KeyColumn> KeyColumns();
   bool AtTableKey() const noexcept;
@@ -162,9 +166,9 @@ class Parser {
 
   TextView batch_;
   Arena& arena_;
-  std::vector<Token> tokens_;
+  std::pmr::vector<Token> tokens_;
   std::size_t at_ = 0;
-  int depth_ = 0;
+  int depth_ = 0;                     // of what nests
   std::vector<Name> variable_names_;  // by slot
   std::vector<Type> variable_types_;
   std::vector<Expr*> variable_uses_;  // in the order in which they stand

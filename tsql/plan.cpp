@@ -1,6 +1,7 @@
 #include "tsql/plan.h"
 
 #include "tsql/lookup_keys.h"
+#include "tsql/nesting.h"
 #include "tsql/pre_aggregate.h"
 
 namespace ledgerwick::tsql {
@@ -10,6 +11,7 @@ void PlanNested(Query& query, PlanContext& context);
 
 void PlanFrom(From* from, PlanContext& context) {
   if (from == nullptr) return;
+  const Nesting nesting;
   if (from->query != nullptr) PlanNested(*from->query, context);
   PlanFrom(from->left, context);
   PlanFrom(from->right, context);

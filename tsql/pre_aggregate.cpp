@@ -26,7 +26,8 @@ bool DropsRows(const Expr* condition) noexcept {
 
 // A text is asked for few rows; a flag is for many, and then reading all rows in turn is quicker
 // than finding each by an index.
-bool PicksFew(const Expr* condition) noexcept {
+bool PicksFew(const Expr* condition) {
+  const Nesting nesting;
   return DropsRows(condition) &&
          std::any_of(condition->args.begin(), condition->args.end(), [](const Expr* arg) {
            return IsText(arg->type.kind) || (IsPredicate(arg->kind) && PicksFew(arg));
@@ -37,6 +38,7 @@ std::int64_t RowsOf(const Source& source, Catalogue& catalogue);
 
 std::int64_t RowsOf(const From* from, Catalogue& catalogue) {
   if (from == nullptr) return 1;
+  const Nesting nesting;
   if (from->source != nullptr) return RowsOf(*from->source, catalogue);
   return std::max(RowsOf(from->left, catalogue), RowsOf(from->right, catalogue));
 }

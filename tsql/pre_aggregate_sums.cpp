@@ -47,6 +47,7 @@ void PreAggregation::FindPivots() {
   };
   std::vector<Asked> asked;
   const auto visit = [&](const auto& self, const Expr& e, bool summed) -> void {
+    const Nesting nesting;
     if (summed && e.kind == ExprKind::Compare && e.compare == Comparison::Equal &&
         IsLiteral(*e.args[1]) && Reads(*e.args[0], detail_) && !Reads(*e.args[0], lookup_) &&
         CannotFail(*e.args[0])) {
@@ -64,6 +65,7 @@ void PreAggregation::FindPivots() {
 }
 
 bool PreAggregation::HasPivot(const Expr& expr) const {
+  const Nesting nesting;
   return HasSame(pivots_, expr) || std::any_of(expr.args.begin(), expr.args.end(),
                                                [&](const Expr* arg) { return HasPivot(*arg); });
 }
@@ -103,6 +105,7 @@ Expr* PreAggregation::InnerCall(FunctionId function, const Expr& call, TypeKind 
 }
 
 Expr* PreAggregation::Outside(Expr* expr, bool spelling) {
+  const Nesting nesting;
   if (IsAggregateCall(*expr)) return AggregateOutside(*expr);
   if (!Reads(*expr, detail_) && !expr->has_aggregate) return expr;
   if (expr->query != nullptr) return Fail(*expr);
@@ -174,6 +177,7 @@ Expr* PreAggregation::AggregateOutside(const Expr& call) {
 }
 
 Expr* PreAggregation::SumOutside(Expr* expr) {
+  const Nesting nesting;
   if (AddsNothing(*expr)) return expr;
   if (!Reads(*expr, lookup_) && !HasPivot(*expr)) {
     if (!CannotFail(*expr)) return Fail(*expr);

@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "tsql/characters.h"
 #include "tsql/interpreter.h"
 
 namespace ledgerwick::tsql {
@@ -111,13 +112,12 @@ std::vector<const Argument*> MatchArguments(std::span<const Parameter> parameter
 void Interpreter::Call(Frame& frame, std::span<Statement* const> body) {
   const RunningFrame running(session_, frame);
   const auto drop_temporaries = [&] {
-    for (const std::string& table : frame.temporaries) {
-      storage_.Execute("DROP TABLE IF EXISTS " + table);
-    }
+    for (const std::string& drop : frame.temporaries) storage_.Execute(drop);
   };
   try {
     RunAll(body);
-  } catch (const SqlError&) {
+  } catch (...) {
+    const Allowance::Pause pause;
     drop_temporaries();
     throw;
   }
@@ -135,7 +135,7 @@ std::string Interpreter::TextOfPart(Expr& part) {
 void Interpreter::ExecuteText(Statement& statement) {
   std::string utf8;
   for (Expr* part : statement.values) utf8 += TextOfPart(*part);
-  const Text text = FromUtf8(utf8);
+  const Text text = ToText(utf8);
   const Frame& caller = *session_.frame;
   Arena arena;
   const Batch batch = ParseText(caller, [&] { return ParseBatch(text, arena); });
@@ -151,7 +151,7 @@ void Interpreter::ExecuteProcedure(Statement& statement) {
   Text name_text;
   Arena arena;
   if (statement.name_variable != nullptr) {
-    name_text = u"EXEC " + FromUtf8(TextOfPart(*statement.name_variable));
+    name_text = u"EXEC " + ToText(TextOfPart(*statement.name_variable));
     try {
       const Batch batch = ParseBatch(name_text, arena);
       name = batch.statements[0]->target;
@@ -198,7 +198,7 @@ void Interpreter::ExecuteSql(Statement& statement) {
   }
   std::array<Text, kTexts> texts;
   for (std::size_t i = 0; i < std::min(arguments.size(), kTexts); ++i) {
-    if (arguments[i].value != nullptr) texts[i] = FromUtf8(TextOfPart(*arguments[i].value));
+    if (arguments[i].value != nullptr) texts[i] = ToText(TextOfPart(*arguments[i].value));
   }
   const Frame& caller = *session_.frame;
   Arena arena;
@@ -278,7 +278,13 @@ std::shared_ptr<const Procedure> Interpreter::Load(const ProcedureText& stored) 
   procedure->name = stored.name;
   procedure->text = stored.definition;
   procedure->batch = ParseBatch(procedure->text, procedure->arena);
+  // A foreign hand may have written anything there.
+  if (procedure->batch.statements.empty()) throw errors::NoProcedure(stored.name, {});
   procedure->statement = procedure->batch.statements[0];
+  const StatementKind kind = procedure->statement->kind;
+  if (kind != StatementKind::CreateProcedure && kind != StatementKind::AlterProcedure) {
+    throw errors::NoProcedure(stored.name, {});
+  }
   if (procedures_.size() >= kMostKept) procedures_.clear();
   procedures_.emplace(stored.definition, procedure);
   return procedure;

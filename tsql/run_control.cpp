@@ -1,6 +1,7 @@
 // Variables, control flow, errors raised and caught, transactions.
 #include <algorithm>
 
+#include "tsql/characters.h"
 #include "tsql/emitter.h"
 #include "tsql/format_message.h"
 #include "tsql/interpreter.h"
@@ -173,7 +174,7 @@ void Interpreter::SelectAssign(Query& query) {
 void Interpreter::Print(Statement& statement) {
   constexpr std::int32_t kLongest = 8000;
   const SqliteValue text = Evaluate(statement.value, MakeType(TypeKind::VarChar, kLongest));
-  sink_->Message(TryFromUtf8(TextOf(text)).value_or(Text()));
+  sink_->Message(ToText(TextOf(text)));
 }
 
 void Interpreter::SetOption(const Statement& statement) {
@@ -200,7 +201,7 @@ void Interpreter::RaiseError(Statement& statement) {
   }
   const std::string message = FormatMessage(TextOf(values[0]), std::span(values).subspan(3));
   if (severity >= kLeastError) throw errors::Raised(kFirstUserNumber, severity, state, message);
-  sink_->Message(TryFromUtf8(message).value_or(Text()));
+  sink_->Message(ToText(message));
   session_.last_error = 0;
   session_.row_count = 0;
 }

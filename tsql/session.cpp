@@ -14,8 +14,8 @@ constexpr std::int32_t kOfStatement[] = {
 
 // Values that cannot be converted, and what no statement can go on after.
 constexpr std::int32_t kOfBatch[] = {
-    0,   217, 234,  235,  241,  242,  244,  245,   248,   295,
-    823, 824, 1105, 1222, 3906, 8114, 8631, 10704, 35100,
+    0,   217, 234, 235,  241,  242,  244,  245,  248,   295,
+    701, 823, 824, 1105, 1222, 3906, 8114, 8631, 10704, 35100,
 };
 
 constexpr std::int32_t kCancelled = 0;

@@ -26,8 +26,7 @@ struct Frame {
   std::int32_t level = 0;   // 0 for the batch
   std::int64_t result = 0;  // of RETURN
   Variables variables;
-  std::vector<std::string>
-      temporaries;  // the session's tables that it made, as the storage names them
+  std::vector<std::string> temporaries;  // what drops the session's tables that it made
 };
 
 // How far the effect of an error goes when nothing catches it.

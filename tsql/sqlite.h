@@ -5,8 +5,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
+
+#include "tsql/sqlite_memory.h"
 
 namespace ledgerwick::tsql {
 
@@ -23,7 +26,10 @@ using SqliteStatement = std::unique_ptr<sqlite3_stmt, SqliteCloser>;
 inline void ConfigureSqlite() noexcept {
   // Nobody asks SQLite how much memory it uses, and counting it takes a lock for every allocation.
   // An application that has SQLite running already keeps its own setting.
-  static const int result = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  static const int result = [] {
+    ChargeSqliteMemory();
+    return sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  }();
   static_cast<void>(result);
 }
 
@@ -47,10 +53,19 @@ inline std::string QuoteLiteral(std::string_view text) {
   return quoted += '\'';
 }
 
-// The text of a column of the current row; valid until the next step.
-inline std::string_view ColumnText(sqlite3_stmt* statement, int column) noexcept {
+// What a text or a copied value was bound with: without memory SQLite would go on with NULL. Throws
+// std::bad_alloc.
+inline void CheckBound(int result) {
+  if (result == SQLITE_NOMEM) throw std::bad_alloc();
+}
+
+// The text of a column of the current row; valid until the next step. Throws std::bad_alloc.
+inline std::string_view ColumnText(sqlite3_stmt* statement, int column) {
   const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
-  if (text == nullptr) return {};
+  if (text == nullptr) {
+    CheckBound(sqlite3_errcode(sqlite3_db_handle(statement)) & 0xFF);
+    return {};
+  }
   return {text, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))};
 }
 

@@ -1,9 +1,13 @@
 #include "tsql/storage.h"
 
+#include <algorithm>
 #include <string_view>
 #include <thread>
+#include <utility>
 
+#include "tsql/allowance.h"
 #include "tsql/errors.h"
+#include "tsql/nesting.h"
 #include "tsql/storage_error.h"
 
 namespace ledgerwick::tsql {
@@ -58,9 +62,16 @@ int Storage::OnBusy(void* self, int count) {
   return 1;
 }
 
-int Storage::OnProgress(void* self) {
-  const auto& options = static_cast<Storage*>(self)->options_;
-  if (options.progress) options.progress();
+// Exceptions must not pass through SQLite: the caller's waits until the statement has ended.
+int Storage::OnProgress(void* self) noexcept {
+  Storage& storage = *static_cast<Storage*>(self);
+  const DatabaseOptions& options = storage.options_;
+  try {
+    if (options.progress) options.progress();
+  } catch (...) {
+    storage.callers_exception_ = std::current_exception();
+    return 1;
+  }
   return options.cancel != nullptr && options.cancel->load() ? 1 : 0;
 }
 
@@ -68,7 +79,17 @@ void Storage::CheckCancelled() const {
   if (options_.cancel != nullptr && options_.cancel->load()) throw errors::Cancelled();
 }
 
+// SQLite goes down an expression by calling itself, about so many bytes for each level.
+void Storage::LimitDepth() {
+  constexpr std::size_t kBytesPerLevel = 1024;
+  constexpr std::size_t kMost = 1000;
+  const std::size_t levels = std::clamp<std::size_t>(StackLeft() / kBytesPerLevel, 50, kMost);
+  sqlite3_limit(db(), SQLITE_LIMIT_EXPR_DEPTH, static_cast<int>(levels));
+}
+
 SqliteStatement Storage::Prepare(const std::string& sql) {
+  LimitDepth();
+  const Allowance::Preparing preparing;
   sqlite3_stmt* statement = nullptr;
   const int result =
       sqlite3_prepare_v2(db(), sql.c_str(), static_cast<int>(sql.size() + 1), &statement, nullptr);
@@ -93,6 +114,7 @@ std::int64_t Storage::Execute(const std::string& sql) {
 }
 
 void Storage::Fail(int result) {
+  if (callers_exception_) throw CallersException{std::exchange(callers_exception_, nullptr)};
   if (functions_.error) {
     const SqlError error = *functions_.error;
     functions_.error.reset();
@@ -102,6 +124,12 @@ void Storage::Fail(int result) {
   switch (result & 0xFF) {
     case SQLITE_INTERRUPT:
       throw errors::Cancelled();
+    case SQLITE_NOMEM:
+      // How a statement ends that is cancelled while it is prepared.
+      if (cancelled) throw errors::Cancelled();
+      throw errors::OutOfMemory();
+    case SQLITE_TOOBIG:
+      throw errors::TooComplex(sqlite3_errmsg(db()), {});
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
       if (cancelled) throw errors::Cancelled();
@@ -122,6 +150,7 @@ Transaction::Transaction(Storage& storage) : storage_(storage) {
 
 Transaction::~Transaction() {
   if (!open_) return;
+  const Allowance::Pause pause;
   // A failure has often ended the transaction already; then there is nothing to take back.
   sqlite3_exec(storage_.db(), "ROLLBACK TO statement; RELEASE statement", nullptr, nullptr,
                nullptr);

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <chrono>
+#include <exception>
 #include <filesystem>
 #include <optional>
 #include <string>
 
+#include "tsql/callers_exception.h"
 #include "tsql/database.h"
 #include "tsql/database_lock.h"
 #include "tsql/fair_lock.h"
@@ -53,7 +55,7 @@ class Storage {
 
   // Calls back whoever shows progress.
   void ShowProgress() const {
-    if (options_.progress) options_.progress();
+    if (options_.progress) CallBack(options_.progress);
   }
 
   // Throws the error of the operation that failed last.
@@ -77,12 +79,14 @@ class Storage {
 
   void TakeTurns(sqlite3_stmt* statement);
   static int OnBusy(void* self, int count);
-  static int OnProgress(void* self);
+  static int OnProgress(void* self) noexcept;
+  void LimitDepth();
 
   std::filesystem::path path_;
   DatabaseOptions options_;
   FunctionState functions_;
   std::chrono::steady_clock::time_point wait_start_;
+  std::exception_ptr callers_exception_;  // of `progress`, thrown while SQLite ran
   std::optional<DatabaseLock> lock_;
   std::optional<FairLock> main_turn_;
   std::optional<FairLock> tempdb_turn_;

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "tsql/characters.h"
 #include "tsql/database_files.h"
 
 namespace ledgerwick::tsql {
@@ -20,8 +21,8 @@ namespace fs = std::filesystem;
 std::pair<Text, Text> ConstraintColumn(const std::string& message) {
   const std::string_view name = std::string_view(message).substr(message.rfind(": ") + 2);
   const std::size_t point = name.find('.');
-  if (point == std::string_view::npos) return {FromUtf8(name), {}};
-  return {FromUtf8(name.substr(0, point)), FromUtf8(name.substr(point + 1))};
+  if (point == std::string_view::npos) return {ToText(name), {}};
+  return {ToText(name.substr(0, point)), ToText(name.substr(point + 1))};
 }
 
 bool IsUpdate(sqlite3* db) {

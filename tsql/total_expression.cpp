@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "tsql/nesting.h"
+
 namespace ledgerwick::tsql {
 
 bool IsNonZeroLiteral(const Expr& expr) noexcept {
@@ -81,7 +83,8 @@ bool NodeCannotFail(const Expr& expr) noexcept {
 
 }  // namespace
 
-bool CannotFail(const Expr& expr) noexcept {
+bool CannotFail(const Expr& expr) {
+  const Nesting nesting;
   return expr.query == nullptr && NodeCannotFail(expr) &&
          std::all_of(expr.args.begin(), expr.args.end(),
                      [](const Expr* arg) { return CannotFail(*arg); });

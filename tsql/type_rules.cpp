@@ -159,7 +159,8 @@ Type LiteralType(const Expr& literal) {
   return type;
 }
 
-bool SameExpr(const Expr& a, const Expr& b) noexcept {
+bool SameExpr(const Expr& a, const Expr& b) {
+  const Nesting nesting;
   if (a.kind != b.kind || a.args.size() != b.args.size() || a.query != b.query) return false;
   switch (a.kind) {
     case ExprKind::Column:

@@ -52,7 +52,7 @@ void Variables::Bind(sqlite3_stmt* statement) {
     if (sqlite3_bind_parameter_name(statement, i) == nullptr) continue;
     const SqliteValue& value = (*this)[i - 1];
     if (value) {
-      sqlite3_bind_value(statement, i, value.get());
+      CheckBound(sqlite3_bind_value(statement, i, value.get()));
     } else {
       sqlite3_bind_null(statement, i);
     }
