@@ -51,10 +51,10 @@ double ToMoney(double number);
 
 // The double nearest to `number` rounded half away from zero to `scale` digits behind the point
 // (before it, when negative). It is the shortest decimal form that is rounded: 1.005 gives 1.01.
-double RoundDecimal(double number, int scale) noexcept;
+double RoundDecimal(double number, int scale);
 
 // The same cut towards zero.
-double TruncateDecimal(double number, int scale) noexcept;
+double TruncateDecimal(double number, int scale);
 
 // The quotient of two decimals cut towards zero to `scale` digits, as the server divides decimals
 // and money. Error 8134 when `divisor` is 0.

@@ -1,5 +1,6 @@
 #include "tsql/datetime.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -28,6 +29,10 @@ constexpr std::int64_t kSmallEnd = StartOf(chrono::year{2079} / 6 / 7);
 
 // The frame counts its dates from two days before the storage's first day.
 constexpr double kFrameOffset = 2;
+
+// What stands in a column may have been written by anybody: beyond a datetime's range it counts as
+// the range's end. What T-SQL itself computes stays far within what can be added here.
+constexpr std::int64_t Stored(std::int64_t ms) noexcept { return std::clamp(ms, -kEnd, kEnd); }
 
 constexpr std::int64_t FloorDivide(std::int64_t a, std::int64_t b) noexcept {
   return a / b - (a % b < 0);
@@ -180,7 +185,7 @@ std::int64_t RoundDateTime(std::int64_t ms) noexcept {
   return tens + (ticks * 10 + 1) / 3;
 }
 
-std::int64_t ToSmallDateTime(std::int64_t ms) { return RoundToMinute(ms, "datetime"); }
+std::int64_t ToSmallDateTime(std::int64_t ms) { return RoundToMinute(Stored(ms), "datetime"); }
 
 std::int64_t DateTimeFromDays(double days) {
   constexpr double kDay = static_cast<double>(kMillisecondsPerDay);
@@ -207,14 +212,15 @@ std::int64_t DateTimeFromDate(Date date) {
   return ms;
 }
 
-Date DateFromDateTime(std::int64_t ms) noexcept {
+Date DateFromDateTime(std::int64_t stored) noexcept {
+  const std::int64_t ms = Stored(stored);
   const double day = static_cast<double>(DayOf(ms)) + kFrameOffset;
   const double time = DaysFromDateTime(TimeOf(ms));
   return Date{day < 0 ? day - time : day + time};  // before its zero day it counts times backwards
 }
 
 std::int64_t DateDiff(DatePart part, std::int64_t from, std::int64_t to) {
-  const std::int64_t difference = CountOf(part, to) - CountOf(part, from);
+  const std::int64_t difference = CountOf(part, Stored(to)) - CountOf(part, Stored(from));
   if (difference < std::numeric_limits<std::int32_t>::min() ||
       difference > std::numeric_limits<std::int32_t>::max()) {
     throw SqlError(535, kSeverity,
@@ -225,7 +231,8 @@ std::int64_t DateDiff(DatePart part, std::int64_t from, std::int64_t to) {
   return difference;
 }
 
-std::int64_t DateAdd(DatePart part, std::int64_t count, std::int64_t ms) {
+std::int64_t DateAdd(DatePart part, std::int64_t count, std::int64_t stored) {
+  const std::int64_t ms = Stored(stored);
   if (count < std::numeric_limits<std::int32_t>::min() ||
       count > std::numeric_limits<std::int32_t>::max()) {
     throw errors::Overflow(u"int");
@@ -237,7 +244,8 @@ std::int64_t DateAdd(DatePart part, std::int64_t count, std::int64_t ms) {
   return sum;
 }
 
-int DatePartOf(DatePart part, std::int64_t ms) noexcept {
+int DatePartOf(DatePart part, std::int64_t stored) noexcept {
+  const std::int64_t ms = Stored(stored);
   const chrono::year_month_day day = CivilOf(ms);
   const std::int64_t new_year = DayOf(StartOf(day.year() / 1 / 1));
   const std::int64_t of_year = DayOf(ms) - new_year;

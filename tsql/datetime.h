@@ -1,5 +1,6 @@
 // T-SQL's datetime and smalldatetime as the storage keeps them: milliseconds since 1900-01-01
-// 00:00. Errors are SqlErrors with the server's numbers.
+// 00:00. Errors are SqlErrors with the server's numbers. A number far outside datetime's range,
+// which only a foreign hand writes into a file, counts as one at its end.
 #pragma once
 
 #include <cstdint>

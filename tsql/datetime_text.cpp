@@ -171,7 +171,7 @@ std::optional<Parts> ReadDateTime(Reader in) {
 
 // `ms` as it stands in a calendar and on a clock.
 Parts PartsOf(std::int64_t ms) {
-  const auto time = chrono::milliseconds(ms);
+  const auto time = chrono::milliseconds(std::clamp(ms, -kEndOfDateTime, kEndOfDateTime));
   const auto days = chrono::floor<chrono::days>(time);
   const chrono::year_month_day day = kFirstDay + days;
   const chrono::hh_mm_ss clock(time - days);

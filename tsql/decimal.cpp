@@ -95,7 +95,7 @@ double Digits::ToDouble(bool negative) const {
   return negative ? 0 - value : value;
 }
 
-double RoundDecimal(double number, int scale) noexcept {
+double RoundDecimal(double number, int scale) {
   if (scale >= 0 && scale < static_cast<int>(kPowersOfTen.size())) {
     // Where the product lies clear of a half, its nearest whole number is certain; below 2^51 that
     // number and the power are exact, so their quotient is the double nearest to the decimal.
@@ -111,9 +111,7 @@ double RoundDecimal(double number, int scale) noexcept {
   return CutDigits(number, scale, true);
 }
 
-double TruncateDecimal(double number, int scale) noexcept {
-  return CutDigits(number, scale, false);
-}
+double TruncateDecimal(double number, int scale) { return CutDigits(number, scale, false); }
 
 double DivideDecimal(double dividend, double divisor, int scale) {
   if (divisor == 0) throw errors::DivideByZero();

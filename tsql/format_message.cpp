@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 
+#include "tsql/characters.h"
 #include "tsql/errors.h"
 
 namespace ledgerwick::tsql {
@@ -25,6 +26,9 @@ SqlError BadPlace(std::string_view place) {
 struct Place {
   bool left = false;
   bool zeros = false;
+  bool sign = false;    // also before what is not negative
+  bool blank = false;   // where a minus would stand
+  bool prefix = false;  // 0x before hexadecimal, 0 before octal
   std::size_t width = 0;
   std::size_t precision = std::string_view::npos;
 };
@@ -35,6 +39,9 @@ Place ReadPlace(std::string_view flags) {
   std::size_t* number = nullptr;
   for (const char c : flags) {
     if (c == '-') place.left = true;
+    if (c == '+') place.sign = true;
+    if (c == ' ') place.blank = true;
+    if (c == '#') place.prefix = true;
     if (c == '0' && number == nullptr) place.zeros = true;
     if (c == '.') {
       number = &place.precision;
@@ -49,8 +56,7 @@ Place ReadPlace(std::string_view flags) {
 
 std::string Padded(const Place& place, std::string shown, std::size_t characters) {
   if (characters >= place.width) return shown;
-  const char blank = place.zeros && !place.left ? '0' : ' ';
-  shown.insert(place.left ? shown.size() : 0, place.width - characters, blank);
+  shown.insert(place.left ? shown.size() : 0, place.width - characters, ' ');
   return shown;
 }
 
@@ -67,7 +73,23 @@ std::string FormatNumber(const Place& place, char kind, std::int64_t number) {
   if (kind == 'X') {
     for (char& c : digits) c = c >= 'a' ? static_cast<char>(c - 0x20) : c;
   }
-  return Padded(place, digits, digits.size());
+  std::string before;
+  if (digits.front() == '-') {
+    before = "-";
+    digits.erase(0, 1);
+  } else if (decimal && (place.sign || place.blank)) {
+    before = place.sign ? "+" : " ";
+  } else if (place.prefix && bits != 0 && base != 10) {
+    before = base == 8 ? "0" : kind == 'X' ? "0X" : "0x";
+  }
+  // A precision is the least number of digits; zeros stand behind the sign.
+  std::size_t least = place.precision == std::string_view::npos ? 0 : place.precision;
+  if (place.zeros && !place.left && place.precision == std::string_view::npos) {
+    least = place.width - std::min(place.width, before.size());
+  }
+  if (digits.size() < least) digits.insert(0, least - digits.size(), '0');
+  const std::size_t size = before.size() + digits.size();
+  return Padded(place, before + digits, size);
 }
 
 std::string FormatText(const Place& place, std::string_view text) {
@@ -95,7 +117,10 @@ std::string FormatMessage(std::string_view format, std::span<const SqliteValue> 
     const std::size_t kind_at = format.find_first_not_of("-+0123456789.# hl", at + 1);
     if (kind_at == std::string_view::npos) throw BadPlace(format.substr(at));
     const char kind = format[kind_at];
-    const std::string_view written = format.substr(at, kind_at + 1 - at);
+    const char* end = format.data() + kind_at;
+    NextChar(end, format.data() + format.size());  // it may be any character
+    const auto written_size = static_cast<std::size_t>(end - format.data()) - at;
+    const std::string_view written = format.substr(at, written_size);
     const Place place = ReadPlace(format.substr(at + 1, kind_at - at - 1));
     at = kind_at;
     if (written == "%%") {

@@ -14,7 +14,7 @@ namespace ledgerwick::tsql {
 // The arguments and the result of one call.
 class Call {
  public:
-  Call(sqlite3_context* context, std::span<sqlite3_value*> arguments, const FunctionState& state)
+  Call(sqlite3_context* context, std::span<sqlite3_value*> arguments, FunctionState& state)
       : context_(context), arguments_(arguments), state_(state) {}
 
   std::size_t size() const { return arguments_.size(); }
@@ -42,14 +42,14 @@ class Call {
   void ReturnArgument(std::size_t i) { sqlite3_result_value(context_, arguments_[i]); }
 
   sqlite3_context* context() const { return context_; }
-  const FunctionState& state() const { return state_; }
+  FunctionState& state() const { return state_; }
 
  private:
   int TypeOf(std::size_t i) const { return sqlite3_value_type(arguments_[i]); }
 
   sqlite3_context* context_;
   std::span<sqlite3_value*> arguments_;
-  const FunctionState& state_;
+  FunctionState& state_;
 };
 
 // When a function may be evaluated.

@@ -22,8 +22,12 @@ void Part(Call& call) {
   call.Return(std::int64_t{DatePartOf(DatePartByName(call.Name(0)), call.Integer(1))});
 }
 
-// t_getdate(): pure, so that SQLite asks once for a whole statement, as the server does.
-void Now(Call& call) { call.Return(CurrentDateTime()); }
+// t_getdate(): the same for a whole statement, as on the server.
+void Now(Call& call) {
+  std::optional<std::int64_t>& now = call.state().now;
+  if (!now) now = CurrentDateTime();
+  call.Return(*now);
+}
 
 constexpr auto kFunctions = std::to_array<FunctionRow>({
     {"t_datediff", 3, 3, 3, Diff},

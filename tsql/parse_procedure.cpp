@@ -29,14 +29,12 @@ Name Parser::ExpectVariable() {
 }
 
 std::int32_t Parser::DeclareVariable(const Name& name, const Type& type) {
-  for (const Name& known : variable_names_) {
-    if (EqualText(known.text, name.text)) {
-      throw errors::DeclaredTwice(name.text, At(name.offset));
-    }
+  const std::int32_t slot = kSystemVariables + static_cast<std::int32_t>(variable_types_.size());
+  if (!variable_slots_.emplace(FoldText(name.text), slot).second) {
+    throw errors::DeclaredTwice(name.text, At(name.offset));
   }
-  variable_names_.push_back(name);
   variable_types_.push_back(type);
-  return kSystemVariables + static_cast<std::int32_t>(variable_names_.size()) - 1;
+  return slot;
 }
 
 // A variable that is read or assigned. It must have been declared further up.
@@ -45,12 +43,10 @@ Expr* Parser::VariableRule() {
   Expr* expr = NewExpr(ExprKind::Variable, name.offset);
   expr->text = name.text;
   Finish(expr);
-  const auto known = std::find_if(variable_names_.begin(), variable_names_.end(),
-                                  [&](const Name& n) { return EqualText(n.text, name.text); });
-  if (known != variable_names_.end()) {
-    const auto index = known - variable_names_.begin();
-    expr->slot = kSystemVariables + static_cast<std::int32_t>(index);
-    expr->type = variable_types_[static_cast<std::size_t>(index)];
+  const auto known = variable_slots_.find(FoldText(name.text));
+  if (known != variable_slots_.end()) {
+    expr->slot = known->second;
+    expr->type = variable_types_[static_cast<std::size_t>(known->second - kSystemVariables)];
   } else if (const SystemVariableName* system = FindSystemVariable(name.text)) {
     expr->slot = static_cast<std::int32_t>(system->variable);
     expr->type = system->type;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <span>
+#include <unordered_map>
 #include <vector>
 
 #include "tsql/arena.h"
@@ -168,8 +169,8 @@ class Parser {
   Arena& arena_;
   std::pmr::vector<Token> tokens_;
   std::size_t at_ = 0;
-  int depth_ = 0;                     // of what nests
-  std::vector<Name> variable_names_;  // by slot
+  int depth_ = 0;                                          // of what nests
+  std::unordered_map<Text, std::int32_t> variable_slots_;  // by the folded name
   std::vector<Type> variable_types_;
   std::vector<Expr*> variable_uses_;  // in the order in which they stand
   int loops_ = 0;                     // WHILEs around the current token

@@ -89,6 +89,8 @@ void Storage::LimitDepth() {
 
 SqliteStatement Storage::Prepare(const std::string& sql) {
   LimitDepth();
+  ChooseOptimizations(db(), sql.size());
+  functions_.now.reset();
   const Allowance::Preparing preparing;
   sqlite3_stmt* statement = nullptr;
   const int result =

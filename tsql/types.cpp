@@ -15,6 +15,8 @@ struct KindNames {
 };
 
 constexpr std::uint8_t kMoneyScale = 4;
+constexpr std::int32_t kLongestText = 8000;
+constexpr std::uint8_t kMostDigits = 38;
 
 // In the order of TypeKind.
 constexpr std::array<KindNames, 16> kKinds = {{
@@ -57,14 +59,15 @@ bool ReadLength(std::string_view argument, Type& type) {
     type.length = kMaxLength;
     return true;
   }
-  return ReadNumber(argument, type.length) && type.length > 0;
+  return ReadNumber(argument, type.length) && type.length > 0 && type.length <= kLongestText;
 }
 
 bool ReadPrecision(std::string_view arguments, Type& type) {
   const std::size_t comma = arguments.find(',');
   return comma != std::string_view::npos &&
          ReadNumber(arguments.substr(0, comma), type.precision) &&
-         ReadNumber(arguments.substr(comma + 1), type.scale);
+         ReadNumber(arguments.substr(comma + 1), type.scale) && type.precision > 0 &&
+         type.precision <= kMostDigits && type.scale <= type.precision;
 }
 
 bool TakesArguments(TypeKind kind) { return IsText(kind) || kind == TypeKind::Decimal; }

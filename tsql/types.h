@@ -72,7 +72,7 @@ const char* KindName(TypeKind kind) noexcept;
 std::string TypeName(const Type& type);
 
 // The type that a column declared by TypeName has; kind Null for a text that is no such
-// declaration.
+// declaration, or one of a type that cannot be: a file may come from anywhere.
 Type ParseTypeName(const std::string& declaration);
 
 }  // namespace ledgerwick::tsql
