@@ -74,6 +74,14 @@ class CommandLine {
         ->check(CLI::Range(std::int64_t{0}, kNoLimit));
   }
 
+  static void AddMemoryLimit(CLI::App& sub, std::optional<std::int64_t>& limit) {
+    sub.add_option("--memory-limit", limit,
+                   "The memory that a statement may use, such as 512MB; 0 for no limit (1GB unless "
+                   "told)")
+        ->transform(CLI::AsSizeValue(false))
+        ->envname("LEDGERWICK_MEMORY_LIMIT");
+  }
+
   static void AddReport(CLI::App& sub, ReportOptions& report) {
     sub.add_option("--filter", report.filters,
                    "A filter, NAME=VALUE or NAME=FROM..TO; NAME is its name or caption")
@@ -115,6 +123,7 @@ class CommandLine {
                    "A request's file instead of a class, - for standard input");
     AddReport(sub, run_.report);
     AddOutput(sub, run_.output);
+    AddMemoryLimit(sub, run_.memory_limit);
     sub.add_flag("--show-sql", run_.show_sql, "Print each statement before it runs");
     sub.callback(
         [this] { command_ = [this](Console& console) { return RunCommand(console, run_); }; });
@@ -144,6 +153,7 @@ class CommandLine {
     sub.add_option("--connection", query_.connection,
                    "The database, embedded:PATH (else LEDGERWICK_CONNECTION)");
     AddOutput(sub, query_.output);
+    AddMemoryLimit(sub, query_.memory_limit);
     sub.callback([this, sql] {
       query_.has_sql = sql->count() > 0;
       command_ = [this](Console& console) { return QueryCommand(console, query_); };

@@ -34,11 +34,13 @@ struct ReportOptions {
 struct RunOptions {
   ReportOptions report;
   OutputOptions output;
+  std::optional<std::int64_t> memory_limit;  // in bytes
   bool show_sql = false;
 };
 
 struct QueryOptions {
   std::string connection;
+  std::optional<std::int64_t> memory_limit;  // in bytes
   std::string sql;
   bool has_sql = false;
   std::string file;

@@ -24,6 +24,7 @@ class EmbeddedReportDatabase final : public ReportDatabase {
     options_.cancel = settings.cancel;
     options_.progress = settings.progress;
     options_.note = settings.note;
+    if (settings.memory_limit) options_.memory_limit = *settings.memory_limit;
     database_ = tsql::Database::Open(path, options_);
   }
 

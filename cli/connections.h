@@ -1,8 +1,10 @@
 // The databases that a connection string can name.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "host/runner.h"
 #include "tsql/database.h"
@@ -15,6 +17,7 @@ struct ConnectionSettings {
   std::function<void()> progress;             // called while a statement runs
   std::function<void()> on_wait;              // called when another process holds the table
   std::function<void(const Text&)> note;      // told what opening the database has mended
+  std::optional<std::int64_t> memory_limit;   // of a statement, in bytes; 0 for none
 };
 
 // The database that `connection_string` names: "embedded:PATH". Throws UsageError for a text that

@@ -47,7 +47,8 @@ int QueryCommand(Console& console, const QueryOptions& options) {
                                         [&](const Text& text) {
                                           progress.Clear();
                                           PrintNote(console, SafeLines(ToUtf8(text)));
-                                        }});
+                                        },
+                                        options.memory_limit});
     for (const ScriptBatch& batch : script.batches) {
       source.sql = batch.sql;
       source.first_line = batch.first_line;

@@ -79,6 +79,7 @@ bool RunInto(Console& console, Request& request, const RunOptions& options,
   const std::string table = ToUtf8(request.report->result_table);
   ConnectionSettings settings;
   settings.cancel = &InterruptGuard::Flag();
+  settings.memory_limit = options.memory_limit;
   settings.progress = [&] { progress.Show("working on tempdb.." + table); };
   settings.on_wait = [&] {
     progress.Clear();

@@ -7,9 +7,14 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # GCC 12 reports overlapping copies inside std::basic_string that cannot happen.
   target_compile_options(lw_warnings INTERFACE -Wno-restrict)
 endif()
+if(LEDGERWICK_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 if(LEDGERWICK_SANITIZE)
-  # GCC's analysis of uninitialised values is known to err on instrumented code.
-  target_compile_options(lw_warnings INTERFACE -Wno-maybe-uninitialized)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # GCC's analysis of uninitialised values is known to err on instrumented code.
+    target_compile_options(lw_warnings INTERFACE -Wno-maybe-uninitialized)
+  endif()
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 endif()

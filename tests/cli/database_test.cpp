@@ -52,6 +52,17 @@ TEST_CASE("query runs statements from the argument, a file and standard input") 
   CHECK(limited.err == "(1 of 2 rows)\n");
 }
 
+TEST_CASE("a statement's memory has a limit") {
+  const Sample sample;
+  for (const auto& [limit, code] :
+       {std::pair("8KB", kRefused), std::pair("0", kDone), std::pair("-1", kWrongUsage)}) {
+    CAPTURE(limit);
+    const Ended ended = sample.Call({"query", "SELECT 1 AS x", "--memory-limit", limit});
+    CHECK(ended.code == code);
+    CHECK((ended.err.find("701") != std::string::npos) == (code == kRefused));
+  }
+}
+
 TEST_CASE("a statement's error is exit code 1 with its line and a caret") {
   const Sample sample;
   testing::Write(sample.folder / "s.sql",

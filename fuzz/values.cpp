@@ -1,0 +1,121 @@
+// Values: conversions, dates, decimals, LIKE, the collation, messages, names of types. The first
+// line says what is tried, the others are its arguments.
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <string_view>
+
+#include "fuzz/target.h"
+#include "tsql/characters.h"
+#include "tsql/collation.h"
+#include "tsql/convert.h"
+#include "tsql/datetime.h"
+#include "tsql/errors.h"
+#include "tsql/format_message.h"
+#include "tsql/like.h"
+#include "tsql/types.h"
+
+namespace {
+
+using namespace ledgerwick;
+using namespace ledgerwick::tsql;
+
+std::string_view TakeLine(std::string_view& rest) {
+  const std::size_t end = std::min(rest.find('\n'), rest.size());
+  const std::string_view line = rest.substr(0, end);
+  rest.remove_prefix(std::min(end + 1, rest.size()));
+  return line;
+}
+
+template <typename Number>
+Number NumberIn(std::string_view text) {
+  Number number{};
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
+// Ends the process: a property that always holds did not.
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+void TryDates(std::string_view a, std::string_view b) {
+  const std::int64_t parsed = ParseDateTime(a);
+  Require(ParseDateTime(FormatDateTime(parsed, 126, false)) == parsed);
+  ParseSmallDateTime(b);
+}
+
+void TryStoredDates(std::string_view a, std::string_view b) {
+  const auto from = NumberIn<std::int64_t>(a);
+  const auto to = NumberIn<std::int64_t>(b);
+  for (int part = 0; part <= static_cast<int>(DatePart::Millisecond); ++part) {
+    const auto of = static_cast<DatePart>(part);
+    DatePartOf(of, from);
+    Quietly([&] { DateDiff(of, from, to); });
+    Quietly([&] { DateAdd(of, to, from); });
+    Quietly([&] { FormatDateTime(from, static_cast<int>(to % 130), part == 0); });
+  }
+  DateFromDateTime(from);
+  ToSmallDateTime(from);
+}
+
+void TryNumbers(std::string_view a, std::string_view b) {
+  for (const auto kind : {TypeKind::TinyInt, TypeKind::SmallInt, TypeKind::Int, TypeKind::BigInt}) {
+    Quietly([&] { ParseInteger(a, kind, "varchar"); });
+    Quietly([&] { ToInteger(NumberIn<double>(a), kind); });
+    Quietly([&] { ToInteger(NumberIn<std::int64_t>(a), kind); });
+  }
+  Quietly([&] { ParseBit(a, "varchar"); });
+  Quietly([&] { FormatFloat(ParseFloat(a, "varchar"), NumberIn<int>(b)); });
+  Quietly([&] { FormatMoney(ParseMoney(a), NumberIn<int>(b)); });
+  const int precision = 1 + std::abs(NumberIn<int>(b) % 38);
+  const int scale = std::abs(NumberIn<int>(a) % (precision + 1));
+  Quietly([&] { FormatDecimal(ParseDecimal(a, precision, scale, "varchar"), scale); });
+}
+
+void TryDecimals(std::string_view a, std::string_view b) {
+  const auto number = NumberIn<double>(a);
+  const auto other = NumberIn<double>(b);
+  const int scale = static_cast<int>(std::fmod(std::isfinite(other) ? other : 0, 39));
+  const double rounded = RoundDecimal(number, scale);
+  if (std::isfinite(number)) Require(RoundDecimal(rounded, scale) == rounded);
+  TruncateDecimal(number, scale);
+  Quietly([&] { DivideDecimal(number, other, std::abs(scale)); });
+  Quietly([&] { ToDecimal(number, 38, std::abs(scale)); });
+  Quietly([&] { ToMoney(number); });
+}
+
+void TryTexts(std::string_view a, std::string_view b) {
+  const int order = CompareCollated(a, b);
+  Require((order < 0) == (CompareCollated(b, a) > 0));
+  Require(CompareCollated(a, a) == 0);
+  std::size_t length = 0;
+  const std::size_t found = FindCollated(a, b, 0, length);
+  if (found != std::string_view::npos) Require(found + length <= a.size());
+  for (const bool blanks : {false, true}) {
+    LikePattern(b, std::nullopt).Matches(a, blanks);
+    LikePattern(b, u'!').Matches(a, blanks);
+  }
+  Require(ToText(ToUtf8(ToText(a))) == ToText(a));
+}
+
+void TryMessages(std::string_view a, std::string_view) { FormatMessage(a, {}); }
+
+void TryTypes(std::string_view a, std::string_view) {
+  const Type type = ParseTypeName(std::string(a));
+  if (type.kind != TypeKind::Null) Require(ParseTypeName(TypeName(type)) == type);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  constexpr auto kTries = std::to_array(
+      {TryDates, TryStoredDates, TryNumbers, TryDecimals, TryTexts, TryMessages, TryTypes});
+  std::string_view rest(reinterpret_cast<const char*>(data), size);
+  const auto what = static_cast<unsigned char>(rest.empty() ? '0' : rest[0]);
+  TakeLine(rest);
+  const std::string_view a = TakeLine(rest);
+  Quietly([&] { kTries[what % kTries.size()](a, rest); });
+  return 0;
+}
