@@ -75,10 +75,12 @@ class CommandLine {
   }
 
   static void AddMemoryLimit(CLI::App& sub, std::optional<std::int64_t>& limit) {
+    constexpr std::int64_t kMostMemory = std::int64_t{1} << 50;
     sub.add_option("--memory-limit", limit,
                    "The memory that a statement may use, such as 512MB; 0 for no limit (1GB unless "
                    "told)")
         ->transform(CLI::AsSizeValue(false))
+        ->check(CLI::Range(std::int64_t{0}, kMostMemory))  // what is negative comes as more
         ->envname("LEDGERWICK_MEMORY_LIMIT");
   }
 

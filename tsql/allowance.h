@@ -1,6 +1,7 @@
 // What the batch that this thread runs may use: time until somebody cancels it, and memory.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +15,7 @@ class Allowance {
  public:
   // `cancel` may be null and else outlives it. `memory` is in bytes; 0 for as much as there is.
   Allowance(const std::atomic<bool>* cancel, std::int64_t memory) noexcept
-      : cancel_(cancel), memory_(memory), before_(current_) {
+      : cancel_(cancel), memory_(std::min(memory, kMostMemory)), before_(current_) {
     current_ = this;
   }
   ~Allowance() { current_ = before_; }
@@ -84,6 +85,8 @@ class Allowance {
  private:
   [[noreturn]] static void FailCancelled();
   [[noreturn]] static void FailMemory();
+
+  static constexpr std::int64_t kMostMemory = INT64_MAX / 2;  // sums stay in range
 
   inline static constinit thread_local Allowance* current_ = nullptr;
 
