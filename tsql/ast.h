@@ -141,6 +141,7 @@ struct SelectItem {
 struct OrderItem {
   Expr* expr = nullptr;
   bool descending = false;
+  bool is_position = false;  // written as a number alone
 
   std::int32_t ordinal = 0;  // the binder's: the select item that it names, from 1; 0 for none
 };
@@ -214,6 +215,7 @@ struct TableKey {
 };
 
 struct Assignment {
+  Name qualifier;  // of table.column
   Name column;
   Expr* value = nullptr;
 };

@@ -10,6 +10,23 @@ bool Contains(const std::vector<Source*>& sources, const Source* source) noexcep
   return std::find(sources.begin(), sources.end(), source) != sources.end();
 }
 
+// True when `accept` takes `expr` or an expression inside it, those of subqueries left out.
+template <typename Accept>
+bool Holds(const Expr& expr, const Accept& accept) {
+  return accept(expr) || std::any_of(expr.args.begin(), expr.args.end(),
+                                     [&](const Expr* arg) { return Holds(*arg, accept); });
+}
+
+// What has a value of its own for each row or for each run: anything else is constant.
+bool MayVary(const Expr& expr) noexcept {
+  return expr.kind == ExprKind::Column || expr.query != nullptr ||
+         (expr.kind == ExprKind::Function &&
+          (IsAggregate(expr.function) || expr.function == FunctionId::GetDate ||
+           expr.function == FunctionId::Unknown));
+}
+
+bool IsVariable(const Expr& expr) noexcept { return expr.kind == ExprKind::Variable; }
+
 }  // namespace
 
 void Binder::BindQuery(Query& query) {
@@ -87,14 +104,11 @@ void Binder::BindSelect(Select& select, Scope& scope) {
   scope.clause = Scope::Clause::GroupBy;
   for (Expr*& key : select.group_by) {
     if (key->query != nullptr) throw errors::AggregateInGroupBy(At(key->offset));
-    const std::size_t outer_before = scope.outer_columns.size();
     key = Bind(key, scope);
-    const bool constant = key->kind == ExprKind::Integer || key->kind == ExprKind::String ||
-                          key->kind == ExprKind::Number || key->kind == ExprKind::Null ||
-                          key->kind == ExprKind::Variable;
-    if (constant || scope.outer_columns.size() > outer_before) {
-      throw errors::GroupByWithoutColumn(At(key->offset));
-    }
+    const auto is_own_column = [&](const Expr& expr) {
+      return expr.kind == ExprKind::Column && Contains(scope.sources, expr.source);
+    };
+    if (!Holds(*key, is_own_column)) throw errors::GroupByWithoutColumn(At(key->offset));
   }
   scope.clause = Scope::Clause::Select;
   for (SelectItem& item : select.items) {
@@ -165,7 +179,7 @@ void Binder::ExpandStars(Select& select, Scope& scope) {
 }
 
 bool Binder::BindOrderOrdinal(OrderItem& item, std::size_t count) {
-  if (item.expr->kind != ExprKind::Integer) return false;
+  if (!item.is_position) return false;
   const std::int64_t ordinal = item.expr->integer;
   if (ordinal < 1 || ordinal > static_cast<std::int64_t>(count)) {
     throw errors::OrderByOrdinal(ordinal, At(item.expr->offset));
@@ -177,7 +191,7 @@ bool Binder::BindOrderOrdinal(OrderItem& item, std::size_t count) {
 void Binder::BindOrderBy(Query& query, Scope& scope) {
   Select& select = *query.selects[0];
   scope.clause = Scope::Clause::OrderBy;
-  for (OrderItem& item : query.order_by) BindOrderItem(item, select, scope);
+  for (OrderItem& item : query.order_by) BindOrderItem(item, query, scope);
   if (!scope.has_aggregate || select.grouped) return;
   // An aggregate in ORDER BY alone groups the whole query.
   select.grouped = true;
@@ -185,8 +199,19 @@ void Binder::BindOrderBy(Query& query, Scope& scope) {
     CheckGrouping(select, *item.expr, scope, false, false);
 }
 
+// What no row changes orders nothing, and is refused; a number alone is a column's position.
+void Binder::CheckOrderTerm(const Query& query, const OrderItem& item) const {
+  if (Holds(*item.expr, MayVary)) return;
+  const std::int64_t place = &item - query.order_by.data() + 1;
+  if (Holds(*item.expr, IsVariable)) {
+    throw errors::VariableInOrderBy(place, At(item.expr->offset));
+  }
+  throw errors::ConstantInOrderBy(place, At(item.expr->offset));
+}
+
 // An alias or column name of the select list comes first, then a column of the tables.
-void Binder::BindOrderItem(OrderItem& item, const Select& select, Scope& scope) {
+void Binder::BindOrderItem(OrderItem& item, const Query& query, Scope& scope) {
+  const Select& select = *query.selects[0];
   if (BindOrderOrdinal(item, select.items.size())) return;
   const bool bare = item.expr->kind == ExprKind::Column && item.expr->qualifier.object.text.empty();
   for (std::size_t i = 0; bare && i < select.items.size(); ++i) {
@@ -200,6 +225,7 @@ void Binder::BindOrderItem(OrderItem& item, const Select& select, Scope& scope) 
   }
   if (item.ordinal != 0) return;
   item.expr = Bind(item.expr, scope);
+  CheckOrderTerm(query, item);
   for (std::size_t i = 0; i < select.items.size(); ++i) {
     if (SameExpr(*select.items[i].expr, *item.expr)) {
       item.ordinal = static_cast<std::int32_t>(i + 1);
@@ -218,7 +244,9 @@ void Binder::BindUnionOrderBy(Query& query) {
       if (EqualText(items[i].name, item.expr->text))
         item.ordinal = static_cast<std::int32_t>(i + 1);
     }
-    if (item.ordinal == 0) throw errors::OrderByNotInUnion(At(item.expr->offset));
+    if (item.ordinal != 0) continue;
+    CheckOrderTerm(query, item);
+    throw errors::OrderByNotInUnion(At(item.expr->offset));
   }
 }
 
@@ -255,82 +283,6 @@ void Binder::CheckInto(const Query& query) {
     }
   }
   static_cast<void>(RequireNewName(select.into));
-}
-
-std::vector<std::int32_t> Binder::BindInsertColumns(const Table& table,
-                                                    std::span<const Name> columns) {
-  std::vector<std::int32_t> indexes;
-  for (const Name& column : columns) {
-    const std::int32_t index = table.FindColumn(column.text);
-    if (index < 0) throw errors::InvalidColumn(column.text, At(column.offset));
-    if (std::find(indexes.begin(), indexes.end(), index) != indexes.end()) {
-      throw errors::ColumnTwice(column.text, At(column.offset));
-    }
-    indexes.push_back(index);
-  }
-  if (columns.empty()) {
-    for (std::size_t i = 0; i < table.columns.size(); ++i) {
-      indexes.push_back(static_cast<std::int32_t>(i));
-    }
-  }
-  return indexes;
-}
-
-void Binder::StoreColumns(Query& query, const Table& table,
-                          const std::vector<std::int32_t>& columns) {
-  for (Select* select : query.selects) {
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-      const Type& type = table.columns[static_cast<std::size_t>(columns[i])].type;
-      select->items[i].expr = Coerce(select->items[i].expr, type, Conversion::Store);
-    }
-  }
-}
-
-Source* Binder::BindModification(Statement& statement, std::vector<std::int32_t>& columns) {
-  Scope scope;
-  Source* target = nullptr;
-  if (statement.from != nullptr) {
-    BindFrom(*statement.from, scope);
-    const bool bare = statement.target.database.text.empty();
-    for (Source* source : scope.sources) {
-      const bool named = EqualText(source->exposed, statement.target.object.text) &&
-                         (bare || (source->table != nullptr && !source->aliased));
-      if (named && target == nullptr) target = source;
-    }
-  }
-  if (target == nullptr) {
-    // The target need not stand in FROM: it joins every row, and WHERE picks.
-    From* own = arena_.Make<From>();
-    own->table = statement.target;
-    BindTableSource(*own, scope);
-    target = own->source;
-    if (statement.from == nullptr) {
-      statement.from = own;
-    } else {
-      From* cross = arena_.Make<From>();
-      cross->kind = FromKind::Cross;
-      cross->left = own;
-      cross->right = statement.from;
-      statement.from = cross;
-    }
-  }
-  if (target->table == nullptr || target->table->kind != TableKind::Table) {
-    throw errors::NotUpdatable(statement.target.object.text, At(statement.target.object.offset));
-  }
-  scope.clause = Scope::Clause::Where;
-  if (statement.where != nullptr) BindPredicate(*statement.where, scope);
-  for (Assignment& assignment : statement.assignments) {
-    const Name& column = assignment.column;
-    const std::int32_t index = target->table->FindColumn(column.text);
-    if (index < 0) throw errors::InvalidColumn(column.text, At(column.offset));
-    if (std::find(columns.begin(), columns.end(), index) != columns.end()) {
-      throw errors::ColumnTwice(column.text, At(column.offset));
-    }
-    const Type& type = target->table->columns[static_cast<std::size_t>(index)].type;
-    assignment.value = Coerce(Bind(assignment.value, scope), type, Conversion::Store);
-    columns.push_back(index);
-  }
-  return target;
 }
 
 }  // namespace ledgerwick::tsql

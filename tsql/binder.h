@@ -84,6 +84,11 @@ class Binder {
   Expr* Coerce(Expr* expr, Type target, Conversion conversion = Conversion::Implicit);
 
  private:
+  // Changes (bind_modification.cpp)
+  Source* FindTarget(const ObjectName& name, const Scope& scope);
+  std::int32_t BindAssignment(Assignment& assignment, const Statement& statement,
+                              const Source& target, Scope& scope);
+
   // Queries (bind_query.cpp)
   void BindQueryIn(Query& query, Scope* parent, bool nested);
   void BindSelect(Select& select, Scope& scope);
@@ -94,7 +99,8 @@ class Binder {
   void BindView(const Table& view, Source& source);
   void ExpandStars(Select& select, Scope& scope);
   void BindOrderBy(Query& query, Scope& scope);
-  void BindOrderItem(OrderItem& item, const Select& select, Scope& scope);
+  void BindOrderItem(OrderItem& item, const Query& query, Scope& scope);
+  void CheckOrderTerm(const Query& query, const OrderItem& item) const;
   void BindUnionOrderBy(Query& query);
   bool BindOrderOrdinal(OrderItem& item, std::size_t count);
   void UnifyUnion(Query& query);

@@ -54,7 +54,7 @@ void Emitter::EmitSelect(const Select& select, bool named, bool compound) {
   EmitFromWhere(select.from, select.where);
   for (std::size_t i = 0; i < select.group_by.size(); ++i) {
     Raw(i == 0 ? " GROUP BY " : ", ");
-    EmitCollated(*select.group_by[i]);
+    EmitTerm(*select.group_by[i]);
   }
   if (select.having != nullptr) {
     Raw(" HAVING ");
@@ -71,12 +71,22 @@ void Emitter::EmitItem(const Select& select, const SelectItem& item, bool compou
   }
 }
 
+// What rows are ordered or grouped by. An expression may come down to a number (ISNULL(1, x)),
+// which must not become a column's position.
+void Emitter::EmitTerm(const Expr& expr) {
+  const std::size_t start = out_.size();
+  EmitCollated(expr);
+  if (out_.find_first_not_of("0123456789+-() ", start) != std::string::npos) return;
+  out_.insert(start, "CAST(");
+  Raw(" AS INTEGER)");
+}
+
 void Emitter::EmitOrderBy(const Query& query) {
   for (std::size_t i = 0; i < query.order_by.size(); ++i) {
     const OrderItem& item = query.order_by[i];
     Raw(i == 0 ? " ORDER BY " : ", ");
     if (item.ordinal == 0) {
-      EmitCollated(*item.expr);
+      EmitTerm(*item.expr);
     } else {
       Raw(std::to_string(item.ordinal));
       const Type& type =

@@ -37,6 +37,7 @@ class Emitter {
   // Queries (emit_query.cpp)
   void EmitSelect(const Select& select, bool named, bool compound);
   void EmitItem(const Select& select, const SelectItem& item, bool compound);
+  void EmitTerm(const Expr& expr);
   void EmitOrderBy(const Query& query);
   void EmitHashedGroups(const Select& select);
   void EmitLeaf(const From& from);

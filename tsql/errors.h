@@ -96,6 +96,8 @@ SqlError UnionColumnCount(Position at);                                         
 SqlError OrderByNotInUnion(Position at);                                                // 104
 SqlError OrderByNotInDistinct(Position at);                                             // 145
 SqlError OrderByOrdinal(std::int64_t ordinal, Position at);                             // 108
+SqlError ConstantInOrderBy(std::int64_t item, Position at);                             // 408
+SqlError VariableInOrderBy(std::int64_t item, Position at);                             // 1008
 SqlError OrderByInSubquery(Position at);                                                // 1033
 SqlError OneExpressionInSubquery(Position at);                                          // 116
 SqlError MoreThanOneRow();                                                              // 512
@@ -131,6 +133,7 @@ SqlError DuplicateIndexKey(TextView table, TextView index);                     
 SqlError DuplicateKey(TextView table, bool primary);                                     // 2627
 SqlError StarWithoutFrom(Position at);                                                   // 263
 SqlError NotUpdatable(TextView view, Position at);                                       // 4405
+SqlError AmbiguousTarget(TextView table, Position at);                                   // 8154
 SqlError CaseOfNulls(Position at);                                                       // 8133
 SqlError ImplicitConversion(TextView source, TextView target, Position at);              // 257
 SqlError ExplicitConversion(TextView source, TextView target, Position at);              // 529

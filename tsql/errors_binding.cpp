@@ -243,6 +243,21 @@ SqlError OrderByOrdinal(std::int64_t ordinal, Position at) {
           at};
 }
 
+SqlError ConstantInOrderBy(std::int64_t item, Position at) {
+  return {408, kUser,
+          "A constant expression was encountered in the ORDER BY list, position " + N(item) + ".",
+          at};
+}
+
+SqlError VariableInOrderBy(std::int64_t item, Position at) {
+  return {1008, kUser,
+          "The SELECT item identified by the ORDER BY number " + N(item) +
+              " contains a variable as part of the expression identifying a column position. "
+              "Variables are only allowed when ordering by an expression referencing a column "
+              "name.",
+          at};
+}
+
 SqlError OrderByInSubquery(Position at) {
   return {1033, kSyntax,
           "The ORDER BY clause is invalid in views, inline functions, derived tables, subqueries, "
@@ -348,6 +363,10 @@ SqlError StarWithoutFrom(Position at) {
 
 SqlError NotUpdatable(TextView view, Position at) {
   return {4405, kUser, "View or function " + Q(view) + " is not updatable.", at};
+}
+
+SqlError AmbiguousTarget(TextView table, Position at) {
+  return {8154, kSyntax, "The table " + Q(table) + " is ambiguous.", at};
 }
 
 SqlError CaseOfNulls(Position at) {

@@ -5,6 +5,14 @@
 #include "tsql/interpreter.h"
 
 namespace ledgerwick::tsql {
+namespace {
+
+bool HoldsQuery(const Expr& expr) noexcept {
+  return expr.query != nullptr || std::any_of(expr.args.begin(), expr.args.end(),
+                                              [](const Expr* arg) { return HoldsQuery(*arg); });
+}
+
+}  // namespace
 
 void Interpreter::Insert(Statement& statement) {
   Binder binder = NewBinder();
@@ -98,7 +106,12 @@ void Interpreter::Update(Statement& statement) {
   Binder binder = NewBinder();
   std::vector<std::int32_t> columns;
   const Source& target = *binder.BindModification(statement, columns);
-  const bool alone = statement.from->source == &target;
+  // SQLite changes the rows of one table as it finds them. A subquery in the new values would read
+  // rows that were changed already, so all values are found before.
+  const bool asks =
+      std::any_of(statement.assignments.begin(), statement.assignments.end(),
+                  [](const Assignment& assignment) { return HoldsQuery(*assignment.value); });
+  const bool alone = statement.from->source == &target && !asks;
   const std::string alias = "s" + std::to_string(target.id);
   Emitter emitter;
   emitter.Raw("UPDATE ").Raw(target.table->sql).Raw(" AS ").Raw(alone ? alias : "target");

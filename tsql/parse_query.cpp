@@ -121,7 +121,9 @@ std::span<OrderItem> Parser::OrderBy() {
   std::vector<OrderItem> items;
   do {
     OrderItem item;
+    const bool number = Current().kind == TokenKind::Integer;
     item.expr = Value();
+    item.is_position = number && item.expr->kind == ExprKind::Integer;
     item.descending = Accept(Keyword::Desc);
     if (!item.descending) Accept(Keyword::Asc);
     items.push_back(item);

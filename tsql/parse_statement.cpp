@@ -238,7 +238,10 @@ Statement* Parser::Update() {
   do {
     Assignment assignment;
     assignment.column = ExpectName();
-    if (Accept(Symbol::Dot)) assignment.column = ExpectName();  // table.column
+    if (Accept(Symbol::Dot)) {
+      assignment.qualifier = assignment.column;
+      assignment.column = ExpectName();
+    }
     Expect(Symbol::Equal);
     assignment.value = Value();
     assignments.push_back(assignment);
