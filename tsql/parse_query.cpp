@@ -202,6 +202,21 @@ From* Parser::JoinTree() {
   return left;
 }
 
+// Behind a parenthesis: a query, which may stand in parentheses itself. ((SELECT …) a JOIN … is a
+// join; what stands behind the inner parentheses tells.
+bool Parser::AtDerivedTable() const {
+  if (Is(Keyword::Select)) return true;
+  if (!Is(Symbol::LeftParen) || Ahead(1).keyword != Keyword::Select) return false;
+  std::size_t at = 0;
+  for (int open = 0; Ahead(at).kind != TokenKind::End; ++at) {
+    if (Ahead(at).symbol == Symbol::LeftParen) ++open;
+    if (Ahead(at).symbol == Symbol::RightParen && --open == 0) break;
+  }
+  const Token& behind = Ahead(at + 1);
+  return behind.keyword == Keyword::Union || behind.keyword == Keyword::Order ||
+         behind.symbol == Symbol::RightParen;
+}
+
 From* Parser::JoinOperand() {
   From* from = arena_.Make<From>();
   if (!Accept(Symbol::LeftParen)) {
@@ -210,7 +225,7 @@ From* Parser::JoinOperand() {
     SkipTableHints();
     return from;
   }
-  if (Is(Keyword::Select) || (Is(Symbol::LeftParen) && Ahead(1).keyword == Keyword::Select)) {
+  if (AtDerivedTable()) {
     from->kind = FromKind::Derived;
     from->query = ParseQuery();
     Expect(Symbol::RightParen);

@@ -133,6 +133,7 @@ class Parser {
   From* FromList();
   From* JoinTree();
   From* JoinOperand();
+  bool AtDerivedTable() const;
   bool AtJoin(FromKind& kind);
   ObjectName ObjectNameRule();
   Name Alias();

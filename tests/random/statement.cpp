@@ -1,0 +1,583 @@
+#include "tests/random/statement.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace ledgerwick::random_queries {
+namespace {
+
+// A value in both dialects.
+struct Term {
+  Sql sql;
+  Kind kind = Kind::Int;
+  bool is_column = false;
+};
+
+// What an expression may read: the columns of its own tables (or keys and totals, where rows are
+// grouped), and columns of the queries around it.
+struct Scope {
+  std::vector<Term> own;
+  std::vector<Term> outer;
+  bool asks = true;  // subqueries may stand here
+};
+
+struct Table {
+  std::string name;
+  std::vector<Kind> kinds;
+  bool has_key = false;
+};
+
+// Tables, joins and derived tables behind FROM, with their columns.
+struct Source {
+  Sql sql;
+  std::vector<Term> columns;
+  bool is_join = false;
+};
+
+// `text` with $1, $2, … replaced by the parts.
+Sql Fill(std::string_view tsql, std::string_view lite, const std::vector<Sql>& parts) {
+  const auto fill = [&](std::string_view text, std::string Sql::*dialect) {
+    std::string filled;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      if (text[i] != '$') {
+        filled += text[i];
+      } else {
+        filled += parts[static_cast<std::size_t>(text[++i] - '1')].*dialect;
+      }
+    }
+    return filled;
+  };
+  return {fill(tsql, &Sql::tsql), fill(lite, &Sql::lite)};
+}
+Sql Fill(std::string_view both, const std::vector<Sql>& parts) { return Fill(both, both, parts); }
+Sql Both(const std::string& text) { return {text, text}; }
+
+Sql Join(const std::vector<Sql>& parts, std::string_view between) {
+  Sql all;
+  for (const Sql& part : parts) {
+    const bool first = &part == parts.data();
+    all = Fill(first ? "$2" : "$1" + std::string(between) + "$2", {all, part});
+  }
+  return all;
+}
+
+bool IsNumber(Kind kind) noexcept { return kind <= Kind::Float; }
+
+// The value as one of `kind`, which is of no lower precedence; T-SQL converts by itself.
+Term As(Term term, Kind kind) {
+  if (term.kind == Kind::Int && kind == Kind::Dec) term.sql = Fill("$1", "($1 * 100)", {term.sql});
+  if (term.kind == Kind::Int && kind == Kind::Float)
+    term.sql = Fill("$1", "($1 * 1.0)", {term.sql});
+  if (term.kind == Kind::Dec && kind == Kind::Float)
+    term.sql = Fill("$1", "($1 / 100.0)", {term.sql});
+  term.kind = kind;
+  return term;
+}
+
+class Maker {
+ public:
+  explicit Maker(Tape& tape) : tape_(tape) {}
+
+  Statement Make() {
+    constexpr int kDeepest = 3;
+    for (const char* name : {"t0", "t1", "t2"}) MakeTable(name);
+    const unsigned what = tape_.Draw(6);
+    if (what >= 4) return MakeChange(what == 5);
+    Statement& s = statement_;
+    const unsigned columns = 1 + tape_.Draw(4);
+    for (unsigned i = 0; i < columns; ++i) s.kinds.push_back(AnyKind());
+    const bool into = tape_.Once(10);
+    s.ordered = !into && tape_.Once(2);
+    s.sql = Query(s.kinds, {}, kDeepest, s.ordered, into);
+    if (into) s.sql.tsql += " SELECT * FROM made";
+    return s;
+  }
+
+ private:
+  static constexpr std::array kKinds = {Kind::Int, Kind::Dec, Kind::Text, Kind::Float, Kind::Date};
+
+  Kind AnyKind() { return kKinds[tape_.Draw(kKinds.size())]; }
+  Kind NumberUpTo(Kind kind) {
+    return static_cast<Kind>(tape_.Draw(static_cast<unsigned>(kind) + 1));
+  }
+  template <typename T>
+  const T& OneOf(const std::vector<T>& items) {
+    return items[tape_.Draw(static_cast<unsigned>(items.size()))];
+  }
+
+  // --- Tables
+
+  void MakeTable(const std::string& name) {
+    Table table{name, {Kind::Int}, tape_.Once(2)};
+    Sql& sql = statement_.tables;
+    std::string tsql = table.has_key ? "c0 int NOT NULL PRIMARY KEY" : "c0 int NULL";
+    std::string lite = "c0";
+    std::vector<bool> nullable{!table.has_key};
+    const unsigned more = 1 + tape_.Draw(4);
+    for (unsigned i = 1; i <= more; ++i) {
+      table.kinds.push_back(AnyKind());
+      nullable.push_back(!tape_.Once(4));
+      const std::string column = ", c" + std::to_string(i);
+      lite += column;
+      tsql += column + " " + Declaration(table.kinds.back()) + (nullable.back() ? "" : " NOT NULL");
+    }
+    sql.tsql += "CREATE TABLE " + name + " (" + tsql + ")\n";
+    sql.lite += "CREATE TABLE " + name + " (" + lite + ");\n";
+    if (tape_.Once(3)) sql.tsql += "CREATE INDEX i_" + name + " ON " + name + " (c1)\n";
+    const unsigned rows = tape_.Draw(10);
+    for (unsigned row = 0; row < rows; ++row) {
+      std::vector<Sql> values;
+      for (std::size_t i = 0; i < table.kinds.size(); ++i) {
+        const bool key = i == 0 && table.has_key;
+        values.push_back(key                            ? Both(std::to_string(row))
+                         : nullable[i] && tape_.Once(5) ? Both("NULL")
+                                                        : Literal(table.kinds[i]).sql);
+      }
+      const Sql insert = Fill("INSERT INTO " + name + " VALUES ($1)\n",
+                              "INSERT INTO " + name + " VALUES ($1);\n", {Join(values, ", ")});
+      sql = Fill("$1$2", {sql, insert});
+    }
+    tables_.push_back(table);
+  }
+
+  std::string Declaration(Kind kind) {
+    const std::vector<std::string> texts = {"varchar(40)", "char(6)", "nvarchar(40)"};
+    switch (kind) {
+      case Kind::Int:
+        return OneOf<std::string>({"int", "smallint", "bigint"});
+      case Kind::Dec:
+        return "decimal(12,2)";
+      case Kind::Float:
+        return "float";
+      case Kind::Text:
+        return OneOf(texts);
+      case Kind::Date:
+        return "datetime";
+    }
+    return {};
+  }
+
+  // --- Expressions
+
+  Term Literal(Kind kind) {
+    const unsigned n = tape_.Draw(6);
+    const std::string digit = std::to_string(n);
+    switch (kind) {
+      case Kind::Int:
+        return {n == 5 ? Both("(-1)") : Both(digit), kind};
+      case Kind::Dec:
+        return {n == 5 ? Sql{"(-1.25)", "(-125)"} : Sql{digit + ".50", digit + "50"}, kind};
+      case Kind::Float: {  // powers of two, so that sums and quotients are exact
+        static const std::vector<std::string> kNumbers = {"1e0",   "2e0", "0e0",
+                                                          "0.5e0", "4e0", "(-2e0)"};
+        return {Both(kNumbers[n]), kind};
+      }
+      case Kind::Text: {
+        static const std::vector<Sql> kTexts = {{"'a'", "'a'"}, {"'A '", "'a'"},
+                                                {"'b'", "'b'"}, {"''", "''"},
+                                                {"' '", "''"},  {"N'b C'", "'b c'"}};
+        return {kTexts[n], kind};
+      }
+      case Kind::Date:
+        return {Sql{"CONVERT(datetime, '2020010" + std::to_string(n + 1) + "')",
+                    "'2020-01-0" + std::to_string(n + 1) + "'"},
+                kind};
+    }
+    return {};
+  }
+
+  Term Leaf(Kind kind, const Scope& scope) {
+    std::vector<Term> fitting;
+    const auto collect = [&](const std::vector<Term>& terms) {
+      std::copy_if(terms.begin(), terms.end(), std::back_inserter(fitting),
+                   [&](const Term& term) { return term.kind == kind; });
+    };
+    collect(scope.own);
+    if (fitting.empty() || tape_.Once(4)) collect(scope.outer);
+    if (fitting.empty() || tape_.Once(5)) {
+      if (kind == Kind::Int && tape_.Once(8)) return {Sql{"@v", "2"}, kind};
+      return Literal(kind);
+    }
+    return OneOf(fitting);
+  }
+
+  // A number of `kind`, or of a lower one that becomes one.
+  Term Number(Kind kind, const Scope& scope, int depth) {
+    return As(Scalar(tape_.Once(3) ? NumberUpTo(kind) : kind, scope, depth), kind);
+  }
+
+  Term Scalar(Kind kind, const Scope& scope, int depth) {
+    if (depth <= 0 || !tape_.Once(2)) return Leaf(kind, scope);
+    const auto part = [&](Kind of) { return Scalar(of, scope, depth - 1).sql; };
+    const auto value = [&] {
+      return (IsNumber(kind) ? Number(kind, scope, depth - 1) : Scalar(kind, scope, depth - 1)).sql;
+    };
+    switch (tape_.Draw(9)) {
+      case 0:
+      case 1:
+        return Computed(kind, scope, depth - 1);
+      case 2:
+        return {Fill("CASE WHEN $1 THEN $2 ELSE $3 END",
+                     {Predicate(scope, depth - 1), value(), value()}),
+                kind};
+      case 3: {
+        const Kind of = AnyKind();
+        return {Fill("CASE $1 WHEN $2 THEN $3 END", {part(of), part(of), value()}), kind};
+      }
+      case 4:
+        // The second has the first's type, which would cut a text.
+        if (kind != Kind::Text)
+          return {Fill("ISNULL($1, $2)", "ifnull($1, $2)", {part(kind), part(kind)}), kind};
+        [[fallthrough]];
+      case 5:
+        return {Fill("COALESCE($1, $2)", {value(), value()}), kind};
+      case 6:
+        return {Fill("NULLIF($1, $2)", {part(kind), part(kind)}), kind};
+      case 7:
+        return kind <= Kind::Dec ? Cast(kind, scope, depth - 1) : Leaf(kind, scope);
+      default:
+        if (!scope.asks || depth < 2) return Leaf(kind, scope);
+        return {Fill("($1)", {OneValue(kind, scope, depth - 2)}), kind};
+    }
+  }
+
+  Term Cast(Kind kind, const Scope& scope, int depth) {
+    if (kind == Kind::Dec)
+      return {
+          Fill("CAST($1 AS decimal(14,2))", "($1 * 100)", {Scalar(Kind::Int, scope, depth).sql}),
+          kind};
+    if (tape_.Once(2))
+      return {
+          Fill("CAST($1 AS int)", "CAST($1 AS INTEGER)", {Scalar(Kind::Float, scope, depth).sql}),
+          kind};
+    return {Fill("CAST($1 AS int)", "($1 / 100)", {Scalar(Kind::Dec, scope, depth).sql}), kind};
+  }
+
+  Term Computed(Kind kind, const Scope& scope, int depth) {
+    const auto part = [&](Kind of) { return Scalar(of, scope, depth).sql; };
+    const unsigned choice = tape_.Draw(5);
+    if (kind == Kind::Date) return Leaf(kind, scope);
+    if (kind == Kind::Text) {
+      switch (choice) {
+        case 0:
+          return {Fill("RTRIM($1) + $2", "($1 || $2)", {part(kind), part(kind)}), kind};
+        case 1:
+          return {Fill("UPPER($1)", "$1", {part(kind)}), kind};
+        case 2:
+          return {Fill("LEFT($1, 1)", "rtrim(substr($1, 1, 1))", {part(kind)}), kind};
+        case 3:
+          return {Fill("CAST($1 AS varchar(12))", "CAST($1 AS TEXT)", {part(Kind::Int)}), kind};
+        default:
+          return {Fill("LTRIM(RTRIM($1))", "ltrim($1)", {part(kind)}), kind};
+      }
+    }
+    if (choice == 0) return {Fill("($1 + $2)", {Number(kind, scope, depth).sql, part(kind)}), kind};
+    if (choice == 1) return {Fill("($1 - $2)", {part(kind), Number(kind, scope, depth).sql}), kind};
+    // A decimal has its two digits only times a whole number.
+    const Kind factor = kind == Kind::Dec ? Kind::Int : kind;
+    if (choice == 2) return {Fill("($1 * $2)", {part(kind), part(factor)}), kind};
+    if (kind == Kind::Dec) return {Fill("(-$1)", "(- $1)", {Leaf(kind, scope).sql}), kind};
+    if (kind == Kind::Float) {
+      const Term divisor = Leaf(kind, scope);
+      if (!divisor.is_column) return divisor;
+      return {Fill("($1 / NULLIF($2, 0))", {Leaf(kind, scope).sql, divisor.sql}), kind};
+    }
+    if (choice == 3) return {Fill("LEN($1)", "length($1)", {part(Kind::Text)}), kind};
+    return {Fill(tape_.Once(2) ? "($1 / NULLIF($2, 0))" : "($1 % NULLIF($2, 0))",
+                 {part(kind), part(kind)}),
+            kind};
+  }
+
+  Sql Compared(const Scope& scope, int depth) {
+    static const std::vector<std::string> kOperators = {" = ",  " <> ", " < ",
+                                                        " >= ", " > ",  " <= "};
+    Term left = Scalar(AnyKind(), scope, depth);
+    Term right = Scalar(IsNumber(left.kind) && tape_.Once(3) ? NumberUpTo(Kind::Float) : left.kind,
+                        scope, depth);
+    const Kind common = std::max(left.kind, right.kind);
+    return Fill("$1" + OneOf(kOperators) + "$2", {As(left, common).sql, As(right, common).sql});
+  }
+
+  Sql Predicate(const Scope& scope, int depth) {
+    const unsigned choices = depth <= 0 ? 6 : scope.asks ? 11 : 9;
+    const auto predicate = [&] { return Predicate(scope, depth - 1); };
+    const std::string no = tape_.Once(4) ? "NOT " : "";
+    const Kind kind = AnyKind();
+    const auto value = [&] { return Scalar(kind, scope, depth - 1).sql; };
+    switch (tape_.Draw(choices)) {
+      case 0:
+      case 1:
+        return Compared(scope, depth - 1);
+      case 2:
+        return Fill("$1 IS " + no + "NULL", {value()});
+      case 3:
+        return Fill("$1 " + no + "BETWEEN $2 AND $3", {value(), value(), value()});
+      case 4:
+        return Fill("$1 " + no + "IN ($2, $3)", {value(), value(), value()});
+      case 5: {
+        const Sql text = Scalar(Kind::Text, scope, depth - 1).sql;
+        if (tape_.Once(2))
+          return Fill("$1 " + no + "LIKE '[AB]%'", no + "($1 LIKE 'a%' OR $1 LIKE 'b%')", {text});
+        return Fill("$1 " + no + "LIKE '%a%'", {text});
+      }
+      case 6:
+        return Fill("($1 AND $2)", {predicate(), predicate()});
+      case 7:
+        return Fill("($1 OR $2)", {predicate(), predicate()});
+      case 8:
+        return Fill("NOT ($1)", {predicate()});
+      case 9: {
+        const Sql query = Query({Kind::Int}, Outside(scope), depth - 1, false, false);
+        return Fill(no + "EXISTS ($1)", {query});
+      }
+      default: {
+        const Sql query = Query({kind}, Outside(scope), depth - 1, false, false);
+        return Fill("$1 " + no + "IN ($2)", {value(), query});
+      }
+    }
+  }
+
+  // The columns that a subquery sees from outside.
+  static std::vector<Term> Outside(const Scope& scope) {
+    std::vector<Term> columns = scope.outer;
+    std::copy_if(scope.own.begin(), scope.own.end(), std::back_inserter(columns),
+                 [](const Term& term) { return term.is_column; });
+    return columns;
+  }
+
+  // A query of one row at most.
+  Sql OneValue(Kind kind, const Scope& scope, int depth) {
+    if (tape_.Once(3)) {
+      limit_ = 1;
+      return Query({kind}, Outside(scope), depth, false, false);
+    }
+    Scope inner{{}, Outside(scope)};
+    const Sql from = From(inner, depth);
+    Scope totals{{}, inner.outer, false};
+    return Fill("SELECT $1$2", {Aggregate(kind, inner.own, depth).sql, from});
+  }
+
+  // --- Queries
+
+  Source TableSource(const Table& table) {
+    const std::string alias = "a" + std::to_string(aliases_++);
+    Source source{Both(table.name + " " + alias), {}};
+    for (std::size_t i = 0; i < table.kinds.size(); ++i) {
+      source.columns.push_back({Both(alias + ".c" + std::to_string(i)), table.kinds[i], true});
+    }
+    return source;
+  }
+
+  Source SourceOf(int depth) {
+    if (depth < 2 || !tape_.Once(5)) return TableSource(OneOf(tables_));
+    Table derived;
+    const unsigned columns = 1 + tape_.Draw(3);
+    for (unsigned i = 0; i < columns; ++i) derived.kinds.push_back(AnyKind());
+    if (tape_.Once(4)) limit_ = 1 + tape_.Draw(4);
+    const Sql query = Query(derived.kinds, {}, depth - 2, false, false);
+    Source source = TableSource(derived);
+    source.sql = Fill("($1)$2", {query, source.sql});
+    return source;
+  }
+
+  Source Joined(const std::vector<Term>& outer, int depth) {
+    Source left = SourceOf(depth);
+    for (int joins = 0; joins < 3 && tape_.Once(2); ++joins) {
+      const Source right = depth > 0 && tape_.Once(4) ? Joined(outer, depth - 1) : SourceOf(depth);
+      const bool nested = right.is_join;
+      static const std::vector<std::string> kJoins = {"INNER", "LEFT", "RIGHT", "FULL", "CROSS"};
+      const std::string& kind = OneOf(kJoins);
+      Scope both{left.columns, outer, depth > 1 && tape_.Once(4)};
+      both.own.insert(both.own.end(), right.columns.begin(), right.columns.end());
+      Sql on = Fill(" ON $1", {Matching(left.columns, right.columns)});
+      if (tape_.Once(3)) on = Fill("$1 AND $2", {on, Predicate(both, 1)});
+      if (kind == "CROSS") on = {};
+      // T-SQL may also leave the parentheses out: the first ON belongs to the last join.
+      const bool bare = nested && tape_.Once(2) && kind != "CROSS";
+      left.sql =
+          Fill("$1 " + kind +
+                   (bare     ? " JOIN $2$3"
+                    : nested ? " JOIN ($2)$3"
+                             : " JOIN $2$3"),
+               "$1 " + kind + (nested ? " JOIN ($2)$3" : " JOIN $2$3"), {left.sql, right.sql, on});
+      left.columns = both.own;
+      left.is_join = true;
+    }
+    return left;
+  }
+
+  Sql Matching(const std::vector<Term>& left, const std::vector<Term>& right) {
+    const Term& first = OneOf(left);
+    std::vector<Term> fitting;
+    std::copy_if(right.begin(), right.end(), std::back_inserter(fitting),
+                 [&](const Term& term) { return term.kind == first.kind; });
+    if (fitting.empty()) return Fill("$1 IS NOT NULL", {first.sql});
+    return Fill("$1 = $2", {first.sql, OneOf(fitting).sql});
+  }
+
+  // FROM and WHERE; `scope` receives the columns.
+  Sql From(Scope& scope, int depth) {
+    Source source = Joined(scope.outer, depth);
+    scope.own = source.columns;
+    Sql from = Fill(" FROM $1", {source.sql});
+    return tape_.Once(2) ? Fill("$1 WHERE $2", {from, Predicate(scope, depth)}) : from;
+  }
+
+  Term Aggregate(Kind kind, const std::vector<Term>& columns, int depth) {
+    const Scope scope{columns, {}, false};
+    const auto argument = [&](Kind of) { return Scalar(of, scope, std::min(depth, 2)).sql; };
+    const std::string distinct = tape_.Once(5) ? "DISTINCT " : "";
+    const unsigned choice = tape_.Draw(kind == Kind::Int ? 6 : IsNumber(kind) ? 4 : 2);
+    if (choice == 0) return {Fill("MIN($1)", {argument(kind)}), kind};
+    if (choice == 1) return {Fill("MAX($1)", {argument(kind)}), kind};
+    if (choice <= 3) return {Fill("SUM(" + distinct + "$1)", {argument(kind)}), kind};
+    if (choice == 4) return {Both("COUNT(*)"), kind};
+    return {Fill("COUNT(" + distinct + "$1)", {argument(AnyKind())}), kind};
+  }
+
+  // What is left of a scope's rows when they are grouped: FROM and WHERE are followed by GROUP BY.
+  Sql Group(Scope& scope, int depth) {
+    std::vector<Term> shown;
+    std::vector<Sql> keys;
+    const unsigned count = tape_.Draw(3);
+    for (unsigned i = 0; i < count; ++i) {
+      Term key = OneOf(scope.own);
+      const Scope plain{{key}, {}, false};
+      if (tape_.Once(4) && key.kind == Kind::Int) key = {Fill("($1 + 1)", {key.sql}), Kind::Int};
+      if (tape_.Once(6))
+        key = {Fill("ISNULL(2, $1)", "ifnull(2, $1)", {OneOf(scope.own).sql}), Kind::Int};
+      keys.push_back(key.sql);
+      shown.push_back(key);
+    }
+    const std::vector<Term> columns = scope.own;
+    const unsigned totals = 1 + tape_.Draw(3);
+    for (unsigned i = 0; i < totals; ++i) shown.push_back(Aggregate(AnyKind(), columns, depth));
+    scope.own = shown;
+    Sql group = keys.empty() ? Sql{} : Fill(" GROUP BY $1", {Join(keys, ", ")});
+    if (tape_.Once(3)) group = Fill("$1 HAVING $2", {group, Predicate(scope, 1)});
+    return group;
+  }
+
+  Sql Select(const std::vector<Kind>& kinds, const std::vector<Term>& outer, int depth, Sql* hidden,
+             const std::string& top, bool into) {
+    Scope scope{{}, outer};
+    Sql rest = From(scope, depth);
+    const bool grouped = tape_.Once(3);
+    if (grouped) rest = Fill("$1$2", {rest, Group(scope, depth)});
+    const bool distinct = tape_.Once(6);
+    std::vector<Sql> items;
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+      const Term item = IsNumber(kinds[i]) ? Number(kinds[i], scope, std::min(depth, 2))
+                                           : Scalar(kinds[i], scope, std::min(depth, 2));
+      items.push_back(Fill("$1 AS c" + std::to_string(i), {item.sql}));
+    }
+    if (hidden != nullptr && !distinct && tape_.Once(3)) {
+      const Term term = OneOf(scope.own);
+      *hidden = tape_.Once(3) ? Fill("ISNULL(1, $1), ", "ifnull(1, $1), ", {term.sql})
+                              : Fill("$1 DESC, ", {term.sql});
+    }
+    const std::string head = distinct ? "SELECT DISTINCT " : "SELECT ";
+    return Fill(head + top + "$1" + (into ? " INTO made" : "") + "$2", head + "$1$2",
+                {Join(items, ", "), rest});
+  }
+
+  // A query whose columns are of `kinds`; with TOP when a limit was asked for.
+  Sql Query(const std::vector<Kind>& kinds, const std::vector<Term>& outer, int depth, bool ordered,
+            bool into) {
+    unsigned limit = std::exchange(limit_, 0);
+    const bool compound = limit == 0 && tape_.Once(5);
+    if (ordered && !compound && tape_.Once(3)) limit = 1 + tape_.Draw(5);
+    const std::string top = limit > 0 ? "TOP " + std::to_string(limit) + " " : "";
+    Sql hidden;
+    Sql query = Select(kinds, outer, depth, compound || !(ordered || limit > 0) ? nullptr : &hidden,
+                       top, into);
+    if (compound) {
+      const std::string word = tape_.Once(2) ? " UNION ALL " : " UNION ";
+      query =
+          Fill("$1" + word + "$2", {query, Select(kinds, outer, depth - 1, nullptr, "", false)});
+    }
+    if (!ordered && limit == 0) return query;
+    std::vector<Sql> order;
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+      const std::string term = tape_.Once(2) ? std::to_string(i + 1) : "c" + std::to_string(i);
+      order.push_back({term + (tape_.Once(3) ? " DESC" : ""), ""});
+      order.back().lite = order.back().tsql;
+    }
+    query = Fill("$1 ORDER BY $2$3", {query, hidden, Join(order, ", ")});
+    if (limit > 0) query.lite += " LIMIT " + std::to_string(limit);
+    return query;
+  }
+
+  // --- Changes
+
+  // UPDATE and DELETE, with the target in FROM under a name of its own, under its own name, or not
+  // at all. SQLite finds the rows and their new values before it changes any.
+  Statement MakeChange(bool deletes) {
+    const Table table = OneOf(tables_);
+    const unsigned form = tape_.Draw(4);
+    Source source{Both(table.name), {}};
+    if (form >= 1) source = TableSource(table);
+    const std::string name = form == 0 ? table.name : "a" + std::to_string(aliases_ - 1);
+    for (std::size_t i = 0; form == 0 && i < table.kinds.size(); ++i) {
+      source.columns.push_back({Both(table.name + ".c" + std::to_string(i)), table.kinds[i], true});
+    }
+    const std::vector<Term> own = source.columns;
+    bool again = false;  // the table stands in FROM a second time
+    if (form >= 1 && tape_.Once(2)) {
+      const Table& other = OneOf(tables_);
+      again = other.name == table.name;
+      const Source right = TableSource(other);
+      const std::string join = OneOf<std::string>({" JOIN ", " LEFT JOIN ", " FULL JOIN "});
+      source.sql = Fill("$1" + join + "$2 ON $3",
+                        {source.sql, right.sql, Matching(source.columns, right.columns)});
+      source.columns.insert(source.columns.end(), right.columns.begin(), right.columns.end());
+    }
+    Statement& s = statement_;
+    s.changed = table.name;
+    s.kinds = table.kinds;
+    // Values come from the target's row alone: of several partners any one may give its own.
+    const std::size_t column = 1 + tape_.Draw(static_cast<unsigned>(table.kinds.size() - 1));
+    const Term value = Scalar(table.kinds[column], {own, {}, true}, 2);
+    const Sql where =
+        tape_.Once(5) ? Sql{} : Fill(" WHERE $1", {Predicate({source.columns, {}, true}, 2)});
+    const std::string target = form == 2 && !again ? table.name : name;
+    const std::string set = "c" + std::to_string(column);
+    const Sql from = form == 0 ? Sql{"", " FROM " + table.name} : Fill(" FROM $1", {source.sql});
+    const Sql found =
+        Fill("CREATE TEMP TABLE found AS SELECT DISTINCT " + name + ".rowid AS r, $1 AS v$2$3;\n",
+             {value.sql, from, where});
+    if (deletes) {
+      s.sql = Fill("DELETE " + target + "$1$2",
+                   "$3 DELETE FROM " + table.name + " WHERE rowid IN (SELECT r FROM found)",
+                   {from, where, found});
+    } else {
+      s.sql = Fill("UPDATE " + target + " SET " + set + " = $4$1$2",
+                   "$3 UPDATE " + table.name + " SET " + set +
+                       " = (SELECT v FROM found WHERE r = " + table.name +
+                       ".rowid) WHERE rowid IN (SELECT r FROM found)",
+                   {from, where, found, value.sql});
+    }
+    return s;
+  }
+
+  Tape& tape_;
+  Statement statement_;
+  std::vector<Table> tables_;
+  unsigned aliases_ = 0;
+  unsigned limit_ = 0;  // of the next query
+};
+
+}  // namespace
+
+unsigned Tape::Draw(unsigned n) {
+  const std::size_t at = drawn_.size();
+  const std::uint64_t choice = is_random_ ? random_() : at < choices_.size() ? choices_[at] : 0;
+  drawn_.push_back(static_cast<unsigned>(choice % n));
+  return drawn_.back();
+}
+
+Statement MakeStatement(Tape& tape) { return Maker(tape).Make(); }
+
+}  // namespace ledgerwick::random_queries
