@@ -8,11 +8,25 @@
 namespace ledgerwick::tsql {
 namespace {
 
-// SQLite takes HAVING without GROUP BY only where the select list holds an aggregate.
+// SQLite takes HAVING, or an aggregate in ORDER BY, without GROUP BY only where the select list
+// holds an aggregate.
 bool LacksAggregate(const Select& select) {
-  return select.having != nullptr && select.group_by.empty() &&
+  return select.grouped && select.group_by.empty() &&
          std::none_of(select.items.begin(), select.items.end(),
                       [](const SelectItem& item) { return item.expr->has_aggregate; });
+}
+
+// SQLite calls its own file malformed where UNION or IN keeps a set of single texts, and one that
+// is empty and one of a blank replace each other, which the collation finds equal. DISTINCT, which
+// replaces nothing, does for UNION. Returns how many selects it is for: those up to the last UNION.
+std::size_t TextsApart(const Query& query) noexcept {
+  const std::span<const SelectItem> items = query.selects[0]->items;
+  if (items.size() != 1 || !IsText(items[0].expr->type.kind)) return 0;
+  std::size_t selects = 0;
+  for (std::size_t i = 0; i < query.keeps_duplicates.size(); ++i) {
+    if (!query.keeps_duplicates[i]) selects = i + 2;
+  }
+  return selects;
 }
 
 // SQLite takes a negative limit for none.
@@ -27,14 +41,18 @@ void Emitter::EmitQuery(const Query& query, bool named) {
   const Nesting nesting;
   RequireRoom();
   const bool compound = query.selects.size() > 1;
+  const std::size_t apart = TextsApart(query);
+  if (apart > 0) Raw("SELECT DISTINCT c1 COLLATE ").Raw(kCollation).Raw(" AS c1 FROM (");
   for (std::size_t i = 0; i < query.selects.size(); ++i) {
-    if (i > 0) Raw(query.keeps_duplicates[i - 1] ? " UNION ALL " : " UNION ");
+    const bool all = i > 0 && (query.keeps_duplicates[i - 1] || i < apart);
+    if (i > 0) Raw(all ? " UNION ALL " : " UNION ");
     const Select& select = *query.selects[i];
     // A limit belongs to its own select, which SQLite can only write in a subquery.
     const bool wrapped = compound && select.has_top;
     if (wrapped) Raw("SELECT * FROM (");
-    EmitSelect(select, named && i == 0, compound);
+    EmitSelect(select, (named || apart > 0) && i == 0, compound);
     if (wrapped) Raw(" LIMIT ").Raw(LimitOf(select)).Raw(")");
+    if (i + 1 == apart) Raw(")");
   }
   EmitOrderBy(query);
   if (!compound && query.selects[0]->has_top) {
@@ -93,7 +111,9 @@ void Emitter::EmitOrderBy(const Query& query) {
           query.types.empty()
               ? query.selects[0]->items[static_cast<std::size_t>(item.ordinal) - 1].expr->type
               : query.types[static_cast<std::size_t>(item.ordinal) - 1];
-      if (IsText(type.kind)) Raw(" COLLATE ").Raw(kCollation);
+      // The columns of a UNION bring their collation; SQLite takes none here beside GROUP BY.
+      const bool brings = query.selects.size() > 1;
+      if (IsText(type.kind) && !brings) Raw(" COLLATE ").Raw(kCollation);
     }
     if (item.descending) Raw(" DESC");
   }

@@ -213,15 +213,32 @@ void Emitter::EmitIn(const Expr& expr) {
   Raw("(");
   EmitCollated(*expr.args[0]);
   Raw(expr.negated ? " NOT IN (" : " IN (");
-  if (expr.query != nullptr) {
-    EmitQuery(*expr.query);
-  } else {
+  if (expr.query == nullptr) {
     for (std::size_t i = 1; i < expr.args.size(); ++i) {
       if (i > 1) Raw(", ");
-      EmitExpr(*expr.args[i]);
+      EmitMember(*expr.args[i]);
     }
+  } else if (IsText(expr.query->selects[0]->items[0].expr->type.kind)) {
+    Raw("SELECT rtrim(c1) FROM (");
+    EmitQuery(*expr.query, true);
+    Raw(")");
+  } else {
+    EmitQuery(*expr.query);
   }
   Raw("))");
+}
+
+// In a list of IN. No text ends with blanks there: see TextsApart.
+void Emitter::EmitMember(const Expr& expr) {
+  if (!IsText(expr.type.kind)) {
+    EmitExpr(expr);
+  } else if (expr.kind == ExprKind::String) {
+    EmitString(expr.text.substr(0, expr.text.find_last_not_of(u' ') + 1));
+  } else {
+    Raw("rtrim(");
+    EmitExpr(expr);
+    Raw(")");
+  }
 }
 
 void Emitter::EmitLike(const Expr& expr) {
@@ -280,7 +297,8 @@ void Emitter::EmitFunction(const Expr& expr) {
       EmitAggregate(expr);
       return;
     case FunctionId::IsNull:
-      if (args[0]->kind != ExprKind::Null && !args[0]->type.nullable) {
+      // An aggregate stays: it may be what makes all rows one.
+      if (args[0]->kind != ExprKind::Null && !args[0]->type.nullable && !args[1]->has_aggregate) {
         EmitExpr(*args[0]);
       } else {
         EmitCall("ifnull", args);

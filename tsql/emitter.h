@@ -53,6 +53,7 @@ class Emitter {
   void EmitCompare(const Expr& expr);
   void EmitCase(const Expr& expr);
   void EmitIn(const Expr& expr);
+  void EmitMember(const Expr& expr);
   void EmitLike(const Expr& expr);
   void EmitScalar(const Expr& expr);
   void EmitFunction(const Expr& expr);
