@@ -159,9 +159,30 @@ void Emitter::EmitJoinTree(const From& from) {
   EmitJoinTree(turned ? *from.left : *from.right);
   if (from.on != nullptr) {
     Raw(" ON ");
-    EmitExpr(*from.on);
+    EmitJoinCondition(from, *from.on);
   }
   Raw(")");
+}
+
+// SQLite asks what reads none of its tables once, before all rows; where the join is a side of a
+// full one, the other side's rows would be lost as well. So it is made to read a column.
+void Emitter::EmitJoinCondition(const From& from, const Expr& condition) {
+  Sources sources;
+  CollectSources(from, sources);
+  if (condition.kind == ExprKind::And) {
+    for (const Expr* term : condition.args) {
+      Raw(term == condition.args.front() ? "" : " AND ");
+      EmitJoinCondition(from, *term);
+    }
+    return;
+  }
+  if (Reads(condition, sources)) return EmitExpr(condition);
+  const Source& first = *sources.front();
+  const std::string column = "s" + std::to_string(first.id) + "." +
+                             (first.query == nullptr ? first.table->columns[0].sql : "c1");
+  Raw("min(");
+  EmitExpr(condition);
+  Raw(", ").Raw(column).Raw(" IS ").Raw(column).Raw(")");
 }
 
 // The groups of `select` as a table of the storage's: keys, then totals.

@@ -42,6 +42,7 @@ class Emitter {
   void EmitHashedGroups(const Select& select);
   void EmitLeaf(const From& from);
   void EmitJoinTree(const From& from);
+  void EmitJoinCondition(const From& from, const Expr& condition);
 
   // Expressions (emitter.cpp)
   void EmitNumber(const Expr& expr);

@@ -170,10 +170,11 @@ class Comparison {
     if (!statement.ordered) std::sort(lite.rows.begin(), lite.rows.end());
     bool passed_over = !lite.error.empty();
     if (passed_over) ++outcomes["SQLite: " + lite.error];
+    if (passed_over && lite.error != "integer overflow") return lite.error;
     for (std::size_t i = 0; i < databases_.size(); ++i) {
       Outcome seen = RunEmbedded(*databases_[i], statement);
       if (!seen.error.empty()) {
-        ++outcomes["T-SQL: " + seen.error];
+        ++outcomes["error " + std::to_string(seen.number)];
         constexpr std::array kPassedOver = {220, 515, 8115, 8152};
         if (std::find(kPassedOver.begin(), kPassedOver.end(), seen.number) == kPassedOver.end()) {
           return "planning " + std::to_string(i) + ": " + seen.error + "\n";

@@ -34,6 +34,7 @@ struct Source {
   Sql sql;
   std::vector<Term> columns;
   bool is_join = false;
+  bool is_lite_join = false;  // and not written as one table
 };
 
 // `text` with $1, $2, … replaced by the parts.
@@ -61,6 +62,11 @@ Sql Join(const std::vector<Sql>& parts, std::string_view between) {
     all = Fill(first ? "$2" : "$1" + std::string(between) + "$2", {all, part});
   }
   return all;
+}
+
+// SQLite forgets the alias of a table that stands in parentheses alone.
+std::string InParentheses(const Source& source) {
+  return source.is_lite_join ? "(" + source.sql.lite + ")" : source.sql.lite;
 }
 
 bool IsNumber(Kind kind) noexcept { return kind <= Kind::Float; }
@@ -220,11 +226,11 @@ class Maker {
         return Computed(kind, scope, depth - 1);
       case 2:
         return {Fill("CASE WHEN $1 THEN $2 ELSE $3 END",
-                     {Predicate(scope, depth - 1), value(), value()}),
+                     {Predicate(scope, depth - 1), value(), part(kind)}),
                 kind};
       case 3: {
         const Kind of = AnyKind();
-        return {Fill("CASE $1 WHEN $2 THEN $3 END", {part(of), part(of), value()}), kind};
+        return {Fill("CASE $1 WHEN $2 THEN $3 END", {part(of), part(of), part(kind)}), kind};
       }
       case 4:
         // The second has the first's type, which would cut a text.
@@ -232,7 +238,7 @@ class Maker {
           return {Fill("ISNULL($1, $2)", "ifnull($1, $2)", {part(kind), part(kind)}), kind};
         [[fallthrough]];
       case 5:
-        return {Fill("COALESCE($1, $2)", {value(), value()}), kind};
+        return {Fill("COALESCE($1, $2)", {value(), part(kind)}), kind};
       case 6:
         return {Fill("NULLIF($1, $2)", {part(kind), part(kind)}), kind};
       case 7:
@@ -396,16 +402,46 @@ class Maker {
       if (kind == "CROSS") on = {};
       // T-SQL may also leave the parentheses out: the first ON belongs to the last join.
       const bool bare = nested && tape_.Once(2) && kind != "CROSS";
-      left.sql =
-          Fill("$1 " + kind +
-                   (bare     ? " JOIN $2$3"
-                    : nested ? " JOIN ($2)$3"
-                             : " JOIN $2$3"),
-               "$1 " + kind + (nested ? " JOIN ($2)$3" : " JOIN $2$3"), {left.sql, right.sql, on});
-      left.columns = both.own;
+      const std::string tsql = kind + (bare || !nested ? " JOIN $2$3" : " JOIN ($2)$3");
+      if (kind == "FULL") {
+        left = FullJoin(left, right, tsql, on);
+      } else {
+        const std::string first = kind == "RIGHT" ? right.sql.lite : left.sql.lite;
+        const Source& second = kind == "RIGHT" ? left : right;
+        const std::string word = kind == "RIGHT" ? "LEFT" : kind;
+        left.sql = {Fill("$1 " + tsql, "", {left.sql, right.sql, on}).tsql,
+                    first + " " + word + " JOIN " + InParentheses(second) + on.lite};
+        left.columns = both.own;
+      }
       left.is_join = true;
+      left.is_lite_join = kind != "FULL";
     }
     return left;
+  }
+
+  // SQLite's own right and full joins lose rows where a condition before them is constant.
+  Source FullJoin(const Source& left, const Source& right, const std::string& tsql, const Sql& on) {
+    const std::string alias = "a" + std::to_string(aliases_++);
+    Source joined;
+    std::string both;
+    std::string missing;
+    for (const Source* side : {&left, &right}) {
+      for (Term column : side->columns) {
+        const std::string name = "j" + std::to_string(joined.columns.size());
+        const std::string comma = both.empty() ? "" : ", ";
+        both += comma + column.sql.lite + " AS " + name;
+        missing += comma + (side == &left ? "NULL" : column.sql.lite);
+        column.sql.lite = alias + "." + name;
+        joined.columns.push_back(column);
+      }
+    }
+    const std::string on_left = on.lite.substr(std::string_view(" ON ").size());
+    joined.sql = Fill("$1 " + tsql, "", {left.sql, right.sql, on});
+    joined.sql.lite = "(SELECT " + both + " FROM " + left.sql.lite + " LEFT JOIN " +
+                      InParentheses(right) + on.lite + " UNION ALL SELECT " + missing + " FROM " +
+                      right.sql.lite + " WHERE NOT EXISTS (SELECT 1 FROM " + left.sql.lite +
+                      " WHERE " + on_left + ")) " + alias;
+    return joined;
   }
 
   Sql Matching(const std::vector<Term>& left, const std::vector<Term>& right) {
@@ -438,7 +474,8 @@ class Maker {
   }
 
   // What is left of a scope's rows when they are grouped: FROM and WHERE are followed by GROUP BY.
-  Sql Group(Scope& scope, int depth) {
+  // `single`: all rows become one.
+  Sql Group(Scope& scope, int depth, bool& single) {
     std::vector<Term> shown;
     std::vector<Sql> keys;
     const unsigned count = tape_.Draw(3);
@@ -455,23 +492,28 @@ class Maker {
     const unsigned totals = 1 + tape_.Draw(3);
     for (unsigned i = 0; i < totals; ++i) shown.push_back(Aggregate(AnyKind(), columns, depth));
     scope.own = shown;
+    single = keys.empty();
     Sql group = keys.empty() ? Sql{} : Fill(" GROUP BY $1", {Join(keys, ", ")});
-    if (tape_.Once(3)) group = Fill("$1 HAVING $2", {group, Predicate(scope, 1)});
+    if (single || tape_.Once(3)) group = Fill("$1 HAVING $2", {group, Predicate(scope, 1)});
     return group;
   }
 
   Sql Select(const std::vector<Kind>& kinds, const std::vector<Term>& outer, int depth, Sql* hidden,
-             const std::string& top, bool into) {
+             const std::string& top, bool into, bool mixed = false) {
     Scope scope{{}, outer};
     Sql rest = From(scope, depth);
-    const bool grouped = tape_.Once(3);
-    if (grouped) rest = Fill("$1$2", {rest, Group(scope, depth)});
+    bool single = false;
+    if (tape_.Once(3)) rest = Fill("$1$2", {rest, Group(scope, depth, single)});
     const bool distinct = tape_.Once(6);
     std::vector<Sql> items;
     for (std::size_t i = 0; i < kinds.size(); ++i) {
-      const Term item = IsNumber(kinds[i]) ? Number(kinds[i], scope, std::min(depth, 2))
-                                           : Scalar(kinds[i], scope, std::min(depth, 2));
-      items.push_back(Fill("$1 AS c" + std::to_string(i), {item.sql}));
+      // The first select of a union decides over the column's type.
+      const int deep = std::min(depth, 2);
+      const Term item = mixed && IsNumber(kinds[i]) ? Number(kinds[i], scope, deep)
+                                                    : Scalar(kinds[i], scope, deep);
+      // SQLite makes rows one where it sees an aggregate in what it selects.
+      const char* lite = single && i == 0 ? "CASE WHEN COUNT(*) >= 0 THEN $1 END" : "$1";
+      items.push_back(Fill("$1 AS c" + std::to_string(i), {Fill("$1", lite, {item.sql})}));
     }
     if (hidden != nullptr && !distinct && tape_.Once(3)) {
       const Term term = OneOf(scope.own);
@@ -495,8 +537,8 @@ class Maker {
                        top, into);
     if (compound) {
       const std::string word = tape_.Once(2) ? " UNION ALL " : " UNION ";
-      query =
-          Fill("$1" + word + "$2", {query, Select(kinds, outer, depth - 1, nullptr, "", false)});
+      query = Fill("$1" + word + "$2",
+                   {query, Select(kinds, outer, depth - 1, nullptr, "", false, true)});
     }
     if (!ordered && limit == 0) return query;
     std::vector<Sql> order;
@@ -517,11 +559,10 @@ class Maker {
   Statement MakeChange(bool deletes) {
     const Table table = OneOf(tables_);
     const unsigned form = tape_.Draw(4);
-    Source source{Both(table.name), {}};
-    if (form >= 1) source = TableSource(table);
-    const std::string name = form == 0 ? table.name : "a" + std::to_string(aliases_ - 1);
+    Source source = TableSource(table);
+    const std::string name = "a" + std::to_string(aliases_ - 1);
     for (std::size_t i = 0; form == 0 && i < table.kinds.size(); ++i) {
-      source.columns.push_back({Both(table.name + ".c" + std::to_string(i)), table.kinds[i], true});
+      source.columns[i].sql.tsql = table.name + ".c" + std::to_string(i);
     }
     const std::vector<Term> own = source.columns;
     bool again = false;  // the table stands in FROM a second time
@@ -529,7 +570,7 @@ class Maker {
       const Table& other = OneOf(tables_);
       again = other.name == table.name;
       const Source right = TableSource(other);
-      const std::string join = OneOf<std::string>({" JOIN ", " LEFT JOIN ", " FULL JOIN "});
+      const std::string join = OneOf<std::string>({" JOIN ", " LEFT JOIN "});
       source.sql = Fill("$1" + join + "$2 ON $3",
                         {source.sql, right.sql, Matching(source.columns, right.columns)});
       source.columns.insert(source.columns.end(), right.columns.begin(), right.columns.end());
@@ -542,9 +583,10 @@ class Maker {
     const Term value = Scalar(table.kinds[column], {own, {}, true}, 2);
     const Sql where =
         tape_.Once(5) ? Sql{} : Fill(" WHERE $1", {Predicate({source.columns, {}, true}, 2)});
-    const std::string target = form == 2 && !again ? table.name : name;
+    const std::string target = form == 0 || (form == 2 && !again) ? table.name : name;
     const std::string set = "c" + std::to_string(column);
-    const Sql from = form == 0 ? Sql{"", " FROM " + table.name} : Fill(" FROM $1", {source.sql});
+    const Sql from =
+        form == 0 ? Sql{"", " FROM " + source.sql.lite} : Fill(" FROM $1", {source.sql});
     const Sql found =
         Fill("CREATE TEMP TABLE found AS SELECT DISTINCT " + name + ".rowid AS r, $1 AS v$2$3;\n",
              {value.sql, from, where});
