@@ -155,6 +155,7 @@ Expr* Binder::Bind(Expr* expr, Scope& scope) {
     case ExprKind::Integer:
     case ExprKind::Number:
     case ExprKind::String:
+      if (expr->kind == ExprKind::Number) CheckRange(*expr);
       if (expr->type.kind == TypeKind::Null) expr->type = LiteralType(*expr);
       return expr;
     case ExprKind::Column:
@@ -174,6 +175,27 @@ Expr* Binder::Bind(Expr* expr, Scope& scope) {
     default:
       return BindArithmetic(expr, scope);
   }
+}
+
+void Binder::CheckRange(const Expr& number) const {
+  constexpr std::ptrdiff_t kMostDigits = 38;
+  const std::string text(number.text.begin(), number.text.end());
+  const std::size_t e = text.find_first_of("eE");
+  if (e != std::string::npos) {
+    double value = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (result.ec != std::errc::result_out_of_range) return;
+    try {
+      ParseFloat(number.text, "");
+    } catch (const SqlError&) {
+      throw errors::FloatOutOfRange(number.text, At(number.offset));
+    }
+    return;
+  }
+  const std::size_t first = std::min(text.find_first_not_of('0'), text.size());
+  const auto digits = std::count_if(text.begin() + static_cast<std::ptrdiff_t>(first), text.end(),
+                                    [](char c) { return c != '.'; });
+  if (digits > kMostDigits) throw errors::NumberOutOfRange(number.text, At(number.offset));
 }
 
 bool Binder::QualifierMatches(const Source& source, const ObjectName& qualifier) const {
@@ -403,7 +425,12 @@ Expr* Binder::FoldLiteral(Expr* expr, Type target) {
 Expr* Binder::Coerce(Expr* expr, Type target, Conversion conversion) {
   const Type& source = expr->type;
   const bool same_kind = source.kind == target.kind && expr->kind != ExprKind::Null;
-  if (same_kind && !IsText(target.kind) && target.kind != TypeKind::Decimal) return expr;
+  const bool computed =
+      !IsLiteral(*expr) && expr->kind != ExprKind::Column && expr->kind != ExprKind::Variable;
+  const bool checked = conversion == Conversion::Store && IsFloat(target.kind) && computed;
+  if (same_kind && !IsText(target.kind) && target.kind != TypeKind::Decimal && !checked) {
+    return expr;
+  }
   if (same_kind && target.kind == TypeKind::Decimal && source.scale == target.scale &&
       source.precision <= target.precision) {
     return expr;

@@ -116,6 +116,7 @@ class Binder {
   Expr* Bind(Expr* expr, Scope& scope);
   Expr* BindColumn(Expr* expr, Scope& scope);
   Source* ResolveColumn(const Expr& expr, Scope& scope, std::int32_t& column);
+  void CheckRange(const Expr& number) const;
   bool QualifierMatches(const Source& source, const ObjectName& qualifier) const;
   Expr* BindArithmetic(Expr* expr, Scope& scope);
   Expr* BindCase(Expr* expr, Scope& scope);

@@ -1,4 +1,5 @@
 #include "tsql/bulk_loader.h"
+#include "tsql/functions.h"
 
 #include <vector>
 
@@ -81,7 +82,7 @@ class Loader final : public BulkLoader {
     if (const auto* i = value.If<std::int64_t>()) {
       number = static_cast<double>(*i);
     } else if (const auto* d = value.If<double>()) {
-      number = *d;
+      number = Finite(*d);
     } else {
       number = ParseFloat(value.ToText(), "varchar");
     }

@@ -134,6 +134,23 @@ bool ExceedsPrecision(double number, int precision, int scale) noexcept {
   return !(std::fabs(number) < std::pow(10.0, precision - scale));
 }
 
+// Of a number that no double can be: whether it is too small for one, not too large.
+bool IsTiny(std::string_view number) noexcept {
+  constexpr std::int64_t kFarthest = 1'000'000'000'000;
+  const std::size_t e = std::min(number.find_first_of("eE"), number.size());
+  const std::string_view digits = number.substr(0, e);
+  std::string_view exponent = number.substr(std::min(e + 1, number.size()));
+  const bool negative = exponent.starts_with('-');
+  if (negative || exponent.starts_with('+')) exponent.remove_prefix(1);
+  std::int64_t power = 0;
+  const auto [end, error] =
+      std::from_chars(exponent.data(), exponent.data() + exponent.size(), power);
+  if (error == std::errc::result_out_of_range || power > kFarthest) power = kFarthest;
+  const auto point = static_cast<std::int64_t>(std::min(digits.find('.'), digits.size()));
+  const auto first = static_cast<std::int64_t>(digits.find_first_of("123456789"));
+  return point - first + (negative ? -power : power) < 0;
+}
+
 double ExactDecimal(const DecimalText& text, int scale) {
   Digits digits(text.whole, text.fraction);
   digits.Cut(scale, true);
@@ -216,9 +233,7 @@ double ParseFloat(std::string_view text, const char* source) {
   const auto [stop, error] = std::from_chars(digits.data(), end, number);
   if (error == std::errc::invalid_argument || stop != end) throw BadText(source, TypeKind::Float);
   if (error == std::errc::result_out_of_range) {
-    const std::size_t e = digits.find_first_of("eE");
-    const bool tiny = e != std::string_view::npos && digits.substr(e + 1).starts_with('-');
-    if (!tiny) throw OverflowFrom(source, TypeKind::Float);
+    if (!IsTiny(digits)) throw OverflowFrom(source, TypeKind::Float);
     number = 0;
   }
   return negative ? -number : number;

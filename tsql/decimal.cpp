@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
+#include <limits>
 
 #include "tsql/convert.h"
 #include "tsql/errors.h"
@@ -91,7 +92,10 @@ double Digits::ToDouble(bool negative) const {
   text += 'e';
   text += std::to_string(exponent);
   double value = 0;
-  std::from_chars(text.data(), text.data() + text.size(), value);
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (result.ec == std::errc::result_out_of_range) {
+    value = point_ > 0 ? std::numeric_limits<double>::infinity() : 0;
+  }
   return negative ? 0 - value : value;
 }
 

@@ -132,6 +132,12 @@ void Emitter::ConvertToFraction(const Expr& expr) {
   const Type& target = expr.type;
   const bool text = IsText(arg.type.kind);
   const std::string source = KindName(arg.type.kind);
+  if (IsFloat(target.kind) && IsFloat(arg.type.kind)) {
+    Raw(expr.conversion == Conversion::Store ? "t_finite(" : "(");
+    EmitExpr(arg);
+    Raw(")");
+    return;
+  }
   if (IsFloat(target.kind)) {
     Raw(text ? "t_str_to_float(" : IsDate(arg.type.kind) ? "t_dt_to_num(" : "CAST(");
     EmitExpr(arg);

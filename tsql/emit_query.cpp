@@ -82,7 +82,11 @@ void Emitter::EmitSelect(const Select& select, bool named, bool compound) {
 
 void Emitter::EmitItem(const Select& select, const SelectItem& item, bool compound) {
   // Where rows are compared, texts that differ in case or trailing blanks are one.
-  if (select.distinct || compound) {
+  if (select.has_into && IsFloat(item.expr->type.kind) && item.expr->kind != ExprKind::Column) {
+    Raw("t_finite(");
+    EmitExpr(*item.expr);
+    Raw(")");
+  } else if (select.distinct || compound) {
     EmitCollated(*item.expr);
   } else {
     EmitExpr(*item.expr);

@@ -133,6 +133,8 @@ SqlError DuplicateIndexKey(TextView table, TextView index);                     
 SqlError DuplicateKey(TextView table, bool primary);                                     // 2627
 SqlError StarWithoutFrom(Position at);                                                   // 263
 SqlError NotUpdatable(TextView view, Position at);                                       // 4405
+SqlError FloatOutOfRange(TextView literal, Position at);                                 // 168
+SqlError NumberOutOfRange(TextView literal, Position at);                                // 1007
 SqlError AmbiguousTarget(TextView table, Position at);                                   // 8154
 SqlError CaseOfNulls(Position at);                                                       // 8133
 SqlError ImplicitConversion(TextView source, TextView target, Position at);              // 257

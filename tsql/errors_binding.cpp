@@ -365,6 +365,20 @@ SqlError NotUpdatable(TextView view, Position at) {
   return {4405, kUser, "View or function " + Q(view) + " is not updatable.", at};
 }
 
+SqlError FloatOutOfRange(TextView literal, Position at) {
+  return {168, kSyntax,
+          "The floating point value " + Q(literal) +
+              " is out of the range of computer representation (8 bytes).",
+          at};
+}
+
+SqlError NumberOutOfRange(TextView literal, Position at) {
+  return {1007, kSyntax,
+          "The number " + Q(literal) +
+              " is out of the range for numeric representation (maximum precision 38).",
+          at};
+}
+
 SqlError AmbiguousTarget(TextView table, Position at) {
   return {8154, kSyntax, "The table " + Q(table) + " is ambiguous.", at};
 }

@@ -24,7 +24,7 @@ class Call {
 
   // The argument; a view lives until the call ends.
   std::int64_t Integer(std::size_t i) const { return sqlite3_value_int64(arguments_[i]); }
-  double Real(std::size_t i) const { return sqlite3_value_double(arguments_[i]); }
+  double Real(std::size_t i) const { return Finite(sqlite3_value_double(arguments_[i])); }
   std::string_view Utf8(std::size_t i) const;
 
   // The same, zero-terminated: the names of types and date parts that the emitter writes.
@@ -36,7 +36,7 @@ class Call {
   }
 
   void Return(std::int64_t number) { sqlite3_result_int64(context_, number); }
-  void Return(double number) { sqlite3_result_double(context_, number); }
+  void Return(double number) { sqlite3_result_double(context_, Finite(number)); }
   void Return(std::string_view text);
   void ReturnNull() { sqlite3_result_null(context_); }
   void ReturnArgument(std::size_t i) { sqlite3_result_value(context_, arguments_[i]); }

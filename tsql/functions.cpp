@@ -1,6 +1,7 @@
 #include "tsql/functions.h"
 
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <memory>
 #include <new>
@@ -64,6 +65,11 @@ void Register(sqlite3* db, const FunctionRow& row, FunctionState& state) {
 }
 
 }  // namespace
+
+double Finite(double number) {
+  if (!std::isfinite(number)) throw errors::Overflow(u"float");
+  return number;
+}
 
 std::string_view Call::Utf8(std::size_t i) const {
   if (IsText(i)) {

@@ -36,6 +36,9 @@ struct FunctionState {
 // Chooses SQLite's optimisations for a statement of `text_size` bytes that is prepared next.
 void ChooseOptimizations(sqlite3* db, std::size_t text_size) noexcept;
 
+// `number`; throws 8115 for what SQLite computes where a float overflows.
+double Finite(double number);
+
 // Registers everything with `db`. `state` outlives `db`. Throws SqlError when SQLite refuses.
 void RegisterFunctions(sqlite3* db, FunctionState& state);
 

@@ -55,6 +55,9 @@ void Round(Call& call) {
   call.Return(truncate ? TruncateDecimal(call.Real(0), scale) : RoundDecimal(call.Real(0), scale));
 }
 
+// t_finite(number): before it is stored
+void CheckFinite(Call& call) { call.Return(call.Real(0)); }
+
 // t_abs(number)
 void Absolute(Call& call) {
   if (!call.IsInteger(0)) return call.Return(std::fabs(call.Real(0)));
@@ -124,6 +127,7 @@ constexpr auto kFunctions = std::to_array<FunctionRow>({
     {"t_div0", 0, 0, 0, DivideByZero, Purity::kStaysInPlace},
     {"t_div", 3, 3, 2, Divide},
     {"t_round", 2, 3, 3, Round},
+    {"t_finite", 1, 1, 1, CheckFinite},
     {"t_abs", 1, 1, 1, Absolute},
     {"t_ceiling", 1, 1, 1, Ceiling},
     {"t_floor", 1, 1, 1, Floor},

@@ -40,7 +40,7 @@ Value ReadValue(sqlite3_stmt* row, int column, ColumnKind kind) {
       return std::int64_t{sqlite3_column_int64(row, column)};
     case ColumnKind::Float:
     case ColumnKind::Decimal:
-      return sqlite3_column_double(row, column);
+      return Finite(sqlite3_column_double(row, column));
     case ColumnKind::DateTime:
       return DateFromDateTime(sqlite3_column_int64(row, column));
     default:

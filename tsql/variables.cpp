@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+#include "tsql/functions.h"
+
 namespace ledgerwick::tsql {
 namespace {
 
@@ -75,6 +77,7 @@ std::int64_t IntegerOf(const SqliteValue& value) {
 }
 
 SqliteValue CopyValue(sqlite3_stmt* row, int column) {
+  if (sqlite3_column_type(row, column) == SQLITE_FLOAT) Finite(sqlite3_column_double(row, column));
   sqlite3_value* value = sqlite3_column_value(row, column);
   if (sqlite3_value_type(value) == SQLITE_NULL) return nullptr;
   SqliteValue copy(sqlite3_value_dup(value));
