@@ -29,6 +29,11 @@ std::size_t TextsApart(const Query& query) noexcept {
   return selects;
 }
 
+bool HoldsFullJoin(const From* from) noexcept {
+  return from != nullptr &&
+         (from->kind == FromKind::Full || HoldsFullJoin(from->left) || HoldsFullJoin(from->right));
+}
+
 // SQLite takes a negative limit for none.
 std::string LimitOf(const Select& select) {
   if (select.top_variable == nullptr) return std::to_string(select.top);
@@ -55,6 +60,11 @@ void Emitter::EmitQuery(const Query& query, bool named) {
     if (i + 1 == apart) Raw(")");
   }
   EmitOrderBy(query);
+  // SQLite makes a UNION ALL part of the query around it, and where one of its selects has a full
+  // join it then loses that query's conditions; a limit, even of none, keeps them apart.
+  const bool full = std::any_of(query.selects.begin(), query.selects.end(),
+                                [](const Select* select) { return HoldsFullJoin(select->from); });
+  if (compound && full) Raw(" LIMIT -1");
   if (!compound && query.selects[0]->has_top) {
     Raw(" LIMIT ").Raw(LimitOf(*query.selects[0]));
   }
