@@ -12,6 +12,14 @@ bool HoldsQuery(const Expr& expr) noexcept {
                                               [](const Expr* arg) { return HoldsQuery(*arg); });
 }
 
+// SQLite changes the rows of one table as it finds them, and a subquery would read rows that were
+// changed already. So all rows and values are found before.
+bool AsksTables(const Statement& statement) noexcept {
+  return (statement.where != nullptr && HoldsQuery(*statement.where)) ||
+         std::any_of(statement.assignments.begin(), statement.assignments.end(),
+                     [](const Assignment& a) { return HoldsQuery(*a.value); });
+}
+
 }  // namespace
 
 void Interpreter::Insert(Statement& statement) {
@@ -106,12 +114,7 @@ void Interpreter::Update(Statement& statement) {
   Binder binder = NewBinder();
   std::vector<std::int32_t> columns;
   const Source& target = *binder.BindModification(statement, columns);
-  // SQLite changes the rows of one table as it finds them. A subquery in the new values would read
-  // rows that were changed already, so all values are found before.
-  const bool asks =
-      std::any_of(statement.assignments.begin(), statement.assignments.end(),
-                  [](const Assignment& assignment) { return HoldsQuery(*assignment.value); });
-  const bool alone = statement.from->source == &target && !asks;
+  const bool alone = statement.from->source == &target && !AsksTables(statement);
   const std::string alias = "s" + std::to_string(target.id);
   Emitter emitter;
   emitter.Raw("UPDATE ").Raw(target.table->sql).Raw(" AS ").Raw(alone ? alias : "target");
@@ -149,7 +152,7 @@ void Interpreter::Delete(Statement& statement) {
   const std::string alias = "s" + std::to_string(target.id);
   Emitter emitter;
   emitter.Raw("DELETE FROM ").Raw(target.table->sql);
-  if (statement.from->source == &target) {
+  if (statement.from->source == &target && !AsksTables(statement)) {
     emitter.Raw(" AS ").Raw(alias);
     if (statement.where != nullptr) {
       emitter.Raw(" WHERE ");
