@@ -558,16 +558,22 @@ class Maker {
   // at all. SQLite finds the rows and their new values before it changes any.
   Statement MakeChange(bool deletes) {
     const Table table = OneOf(tables_);
-    const unsigned form = tape_.Draw(4);
+    const Table& other = OneOf(tables_);
+    unsigned form = tape_.Draw(4);
+    if (form == 3 && other.name == table.name) form = 0;
+    const bool by_name = form == 0 || form == 3;  // in the conditions
     Source source = TableSource(table);
     const std::string name = "a" + std::to_string(aliases_ - 1);
-    for (std::size_t i = 0; form == 0 && i < table.kinds.size(); ++i) {
+    for (std::size_t i = 0; by_name && i < table.kinds.size(); ++i) {
       source.columns[i].sql.tsql = table.name + ".c" + std::to_string(i);
     }
     const std::vector<Term> own = source.columns;
     bool again = false;  // the table stands in FROM a second time
-    if (form >= 1 && tape_.Once(2)) {
-      const Table& other = OneOf(tables_);
+    if (form == 3) {
+      const Source right = TableSource(other);
+      source.sql = {right.sql.tsql, source.sql.lite + ", " + right.sql.lite};
+      source.columns.insert(source.columns.end(), right.columns.begin(), right.columns.end());
+    } else if (form >= 1 && tape_.Once(2)) {
       again = other.name == table.name;
       const Source right = TableSource(other);
       const std::string join = OneOf<std::string>({" JOIN ", " LEFT JOIN "});
@@ -583,7 +589,7 @@ class Maker {
     const Term value = Scalar(table.kinds[column], {own, {}, true}, 2);
     const Sql where =
         tape_.Once(5) ? Sql{} : Fill(" WHERE $1", {Predicate({source.columns, {}, true}, 2)});
-    const std::string target = form == 0 || (form == 2 && !again) ? table.name : name;
+    const std::string target = by_name || (form == 2 && !again) ? table.name : name;
     const std::string set = "c" + std::to_string(column);
     const Sql from =
         form == 0 ? Sql{"", " FROM " + source.sql.lite} : Fill(" FROM $1", {source.sql});
