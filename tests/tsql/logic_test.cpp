@@ -12,17 +12,18 @@
 //   ----
 //   1|a                          the rows, columns parted by "|"
 //   each [PREFIX]                a batch in each line; PREFIX begins every one of them
-//   BATCH => RESULT              "ok", "count N", "error N [TEXT]" as above, or the rows, parted by
-//                                " / ", "nothing" for none; before them may stand the columns'
-//                                types or names and types ("II: 1|2 / 3|4", "n int: 5")
+//   BATCH => RESULT              "ok", "count N", "error N [TEXT]" as above (and no row before it),
+//                                or the rows, parted by " / ", "nothing" for none; before them may
+//                                stand the columns' types or names and types ("II: 1|2 / 3|4",
+//                                "n int: 5")
 //   connection NAME              what follows runs on another connection to the same file;
 //                                "main" is the first
 //
 // TYPES has a letter for each column: B boolean, I integer, F float, N decimal or money, D
 // datetime, T text. With "rowsort" the order of the rows does not count. With "names" the first row
 // holds each column's name, a blank and its type. A further result set begins with a line "====".
-// Of an "each" line without ORDER BY the order of the rows does not count. Lines that begin with
-// "#" are comments there too.
+// Of an "each" line without ORDER BY the order of one set's rows does not count. Lines that begin
+// with "#" are comments there too.
 //
 // What PRINT and errors after the first say stands among the rows as "> text"; the batch's error,
 // with its place, is the last row: "error 8134 Divide by zero … [3:0]", for a procedure "[name
@@ -262,16 +263,21 @@ class Script {
     for (const char* outcome : {"ok", "count ", "error "}) {
       if (!expected.starts_with(outcome)) continue;
       std::istringstream words(expected);
-      return CheckStatement(words, results, error);
+      const std::string difference = CheckStatement(words, results, error);
+      const bool alone = error.empty() || results.rows.empty();
+      return alone ? difference : "seen before the error:\n" + Join(results.rows) + difference;
     }
-    if (!error.empty()) return "seen error: " + error;
     std::string rows = expected;
     for (const std::string& head : {results.types, results.names}) {
       if (expected.starts_with(head + ": ")) rows = expected.substr(head.size() + 2);
     }
     Lines wanted = SplitRows(rows);
     Lines seen = results.rows;
-    if (sorted) {
+    if (!error.empty()) seen.push_back("error " + error);
+    const bool one_set = std::none_of(seen.begin(), seen.end(), [](const std::string& row) {
+      return row == "====" || row.starts_with("> ");
+    });
+    if (sorted && one_set) {
       std::sort(wanted.begin(), wanted.end());
       std::sort(seen.begin(), seen.end());
     }
