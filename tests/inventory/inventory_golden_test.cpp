@@ -27,6 +27,7 @@ TEST_CASE("an error at any step reaches the host and stops the report, but for t
   const Case cases[] = {
       {u"clsRepSFC", {1, 2, 3}, 10}, {u"clsRepHwhz", {1}, 3}, {u"clsRepLsz", {0, 1}, 3},
       {u"clsRepPcch", {1}, 4},       {u"clsRepXCL", {1}, 3},  {u"clsRepBzqyj", {1}, 4},
+      {u"clsRepAQKCYJ", {1}, 4},
   };
   for (const Case& c : cases) {
     for (std::int64_t step = 0; step < c.operations; ++step) {
