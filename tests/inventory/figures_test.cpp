@@ -79,8 +79,8 @@ void CheckRows(std::vector<ResultRow> wanted, const std::vector<ResultRow>& got)
 
 // What one run of the summary asks for, in C++.
 struct SummaryCase {
-  const char* name;
-  std::vector<FilterItem> filters;
+  const char* name = "";
+  std::vector<FilterItem> filters{};
   bool kits = false;
   std::string from = "2002-03-01";
   std::string to = "2002-03-31";
@@ -395,49 +395,45 @@ std::vector<ResultRow> ShelfLife(const std::function<bool(const Stock&)>& takes)
 
 TEST_CASE("figures of the receive/issue/balance summary") {
   const FilterItem march = Filter(u"dDate", u"2002-03-31", u"2002-03-01");
-  std::vector<SummaryCase> cases;
-  const auto add = [&](const char* name, std::vector<FilterItem> filters) -> SummaryCase& {
-    filters.push_back(march);
-    SummaryCase c;
-    c.name = name;
-    c.filters = std::move(filters);
-    return cases.emplace_back(std::move(c));
+  const FilterItem kits = Filter(u"ExtAcc", u"是");
+  const SummaryCase cases[] = {
+      {.name = "march", .filters = {march}},
+      {.name = "from the default day on", .from = "2001-11-01", .to = "9999"},
+      {.name = "up to a day",
+       .filters = {Filter(u"dDate", u"", u"2002-03-05")},
+       .from = "1900-01-01",
+       .to = "2002-03-05"},
+      {.name = "kits", .filters = {kits, march}, .kits = true},
+      {.name = "kits of a class",
+       .filters = {kits, Filter(u"Inventory.cInvCCode", u"01"), march},
+       .kits = true,
+       .item = [](const Item& i) { return i.item_class == "01"; }},
+      {.name = "level", .filters = {Filter(u"iAssUnitGrade", u"2"), march}, .code_length = 2},
+      {.name = "warehouse",
+       .filters = {Filter(u"RdRecord.cWhCode", u"02"), march},
+       .line = [](const Line& l) { return l.warehouse == "02"; }},
+      {.name = "type",
+       .filters = {Filter(u"cRdCode", u"1"), march},
+       .line = [](const Line& l) { return l.type.starts_with("1"); }},
+      {.name = "audited",
+       .filters = {Filter(u"VeriType", u"是"), march},
+       .line = [](const Line& l) { return !l.handler.empty(); }},
+      {.name = "on consignment",
+       .filters = {Filter(u"cInvType", u"受托代销商品"), march},
+       .item = [](const Item& i) { return i.entrust; }},
+      {.name = "no zero balance",
+       .filters = {Filter(u"DispZeroInv", u"否"), march},
+       .balance = [](double closing, double, double) { return closing != 0; }},
+      {.name = "moved",
+       .filters = {Filter(u"BusCond", u"发生业务"), march},
+       .balance = [](double, double in, double out) { return in + out != 0; }},
+      {.name = "issued alone",
+       .filters = {Filter(u"BusCond", u"出库未入库"), march},
+       .balance = [](double, double in, double out) { return in == 0 && out != 0; }},
+      {.name = "closing between",
+       .filters = {Filter(u"JCQuantity", u"100", u"3"), march},
+       .balance = [](double closing, double, double) { return closing >= 3 && closing <= 100; }},
   };
-  add("march", {});
-  SummaryCase& whole = add("from the default day on", {});
-  whole.filters.clear();
-  whole.from = "2001-11-01";
-  whole.to = "9999";
-  SummaryCase& to = add("up to a day", {});
-  to.filters = {Filter(u"dDate", u"", u"2002-03-05")};
-  to.from = "1900-01-01";
-  to.to = "2002-03-05";
-  add("kits", {Filter(u"ExtAcc", u"是")}).kits = true;
-  SummaryCase& kit_class =
-      add("kits of a class", {Filter(u"ExtAcc", u"是"), Filter(u"Inventory.cInvCCode", u"01")});
-  kit_class.kits = true;
-  kit_class.item = [](const Item& i) { return i.item_class == "01"; };
-  add("level", {Filter(u"iAssUnitGrade", u"2")}).code_length = 2;
-  add("warehouse", {Filter(u"RdRecord.cWhCode", u"02")}).line = [](const Line& l) {
-    return l.warehouse == "02";
-  };
-  add("type", {Filter(u"cRdCode", u"1")}).line = [](const Line& l) {
-    return l.type.starts_with("1");
-  };
-  add("audited", {Filter(u"VeriType", u"是")}).line = [](const Line& l) {
-    return !l.handler.empty();
-  };
-  add("on consignment", {Filter(u"cInvType", u"受托代销商品")}).item = [](const Item& i) {
-    return i.entrust;
-  };
-  add("no zero balance", {Filter(u"DispZeroInv", u"否")}).balance =
-      [](double closing, double, double) { return closing != 0; };
-  add("moved", {Filter(u"BusCond", u"发生业务")}).balance =
-      [](double, double receipts, double issues) { return receipts + issues != 0; };
-  add("issued alone", {Filter(u"BusCond", u"出库未入库")}).balance =
-      [](double, double receipts, double issues) { return receipts == 0 && issues != 0; };
-  add("closing between", {Filter(u"JCQuantity", u"100", u"3")}).balance =
-      [](double closing, double, double) { return closing >= 3 && closing <= 100; };
   StockDatabase database;
   for (const SummaryCase& c : cases) {
     CAPTURE(c.name);
