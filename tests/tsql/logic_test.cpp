@@ -244,7 +244,10 @@ class Script {
       const std::string& line = record.sql[i];
       if (line.starts_with('#')) continue;
       const std::size_t arrow = line.rfind(" => ");
-      if (arrow == std::string::npos) return "no result: " + line;
+      if (arrow == std::string::npos) {
+        differences += "no result: " + line + "\n";
+        continue;
+      }
       const std::string batch = prefix + line.substr(0, arrow);
       Results results;
       const std::string error = RunBatch(batch, results);
