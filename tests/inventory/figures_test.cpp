@@ -2,9 +2,9 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
-#include <array>
 #include <functional>
 #include <set>
+#include <sstream>
 #include <tuple>
 
 #include "frame/error.h"
@@ -31,11 +31,24 @@ Number operator*(const Number& a, double b) { return a ? Number(*a * b) : a; }
 Number Plus(const Number& a, const Number& b) { return a && b ? Number(*a + *b) : Number(); }
 Number Minus(const Number& a, const Number& b) { return Plus(a, b * -1); }
 
-void Put(ResultRow& row, const std::string& column, const std::string& value) {
-  if (!value.empty()) row[column] = value;
-}
-void Put(ResultRow& row, const std::string& column, const Number& value) {
-  if (value) row[column] = NumberText(*value);
+// What stands in a column; empty for NULL.
+struct Cell {
+  Cell(const char* known) : text(known) {}
+  Cell(const std::string& known) : text(known) {}
+  Cell(const Number& number) : text(number ? NumberText(*number) : "") {}
+  Cell(double number) : text(NumberText(number)) {}
+  std::string text;
+};
+
+// Puts `cells` into the columns that `names` says, parted by blanks.
+void Put(ResultRow& row, const std::string& names, std::initializer_list<Cell> cells) {
+  std::istringstream words(names);
+  std::string column;
+  for (const Cell& cell : cells) {
+    words >> column;
+    if (!cell.text.empty()) row[column] = cell.text;
+  }
+  CHECK_FALSE(static_cast<bool>(words >> column));  // a cell for each name
 }
 
 std::string Day(const std::string& date) { return date.substr(0, 10); }
@@ -66,8 +79,8 @@ void CheckRows(std::vector<ResultRow> wanted, const std::vector<ResultRow>& got)
 
 // What one run of the summary asks for, in C++.
 struct SummaryCase {
-  const char* name;
-  std::vector<FilterItem> filters;
+  const char* name = "";
+  std::vector<FilterItem> filters{};
   bool kits = false;
   std::string from = "2002-03-01";
   std::string to = "2002-03-31";
@@ -163,14 +176,11 @@ Number SumOf(const std::vector<WorkRow>& rows, Term term) {
 
 ResultRow ItemColumns(const std::string& warehouse, const Item& item) {
   ResultRow row;
-  Put(row, "仓库编码", warehouse);
-  Put(row, "仓库名称", Warehouses().at(warehouse));
-  Put(row, "存货编码", item.code);
-  Put(row, "存货名称", item.name);
-  Put(row, "计量单位", item.unit_name);
-  Put(row, "辅计量单位", PiecesUnit(item.group));
-  Put(row, "cInvCCode", item.item_class);
-  Put(row, "存货大类名称", item.item_class == "01" ? "甲类" : "甲一类");
+  Put(row,
+      "仓库编码 仓库名称 存货编码 存货名称 计量单位 辅计量单位 cInvCCode "
+      "存货大类名称",
+      {warehouse, Warehouses().at(warehouse), item.code, item.name, item.unit_name,
+       PiecesUnit(item.group), item.item_class, item.item_class == "01" ? "甲类" : "甲一类"});
   return row;
 }
 
@@ -194,22 +204,18 @@ std::vector<ResultRow> Summary(const SummaryCase& c) {
     const double closing = *opening + *quantity(true) - *quantity(false);
     if (!c.balance(closing, *quantity(true), *quantity(false))) continue;
     ResultRow row = ItemColumns(key.first, *FindItem(key.second));
-    Put(row, "iQCJCSL", opening);
-    Put(row, "iQCJCJS", opening_pieces);
-    Put(row, "总计_入库数量", quantity(true));
-    Put(row, "总计_入库件数", pieces(true));
-    Put(row, "总计_出库数量", quantity(false));
-    Put(row, "总计_出库件数", pieces(false));
-    Put(row, "期末结存数量", Number(closing));
-    Put(row, "期末结存件数",
-        Number(*opening_pieces + pieces(true).value_or(0) - pieces(false).value_or(0)));
+    Put(row,
+        "iQCJCSL iQCJCJS 总计_入库数量 总计_入库件数 总计_出库数量 总计_出库件数 "
+        "期末结存数量 期末结存件数",
+        {opening, opening_pieces, quantity(true), pieces(true), quantity(false), pieces(false),
+         Number(closing),
+         Number(*opening_pieces + pieces(true).value_or(0) - pieces(false).value_or(0))});
     for (const auto& [type, column] : columns) {
-      Put(row, column + "数量", SumOf(rows, [&, &type = type](const WorkRow& r) {
-            return r.key == type ? r.quantity : Number(0);
-          }));
-      Put(row, column + "件数", SumOf(rows, [&, &type = type](const WorkRow& r) {
-            return r.key == type ? r.pieces : Number(0);
-          }));
+      const auto of_type = [&rows = rows, &type = type](Number WorkRow::*figure) {
+        return SumOf(rows, [&](const WorkRow& r) { return r.key == type ? r.*figure : Number(0); });
+      };
+      Put(row, column + "数量 " + column + "件数",
+          {of_type(&WorkRow::quantity), of_type(&WorkRow::pieces)});
     }
     result.push_back(row);
   }
@@ -221,9 +227,8 @@ std::vector<ResultRow> Summary(const SummaryCase& c) {
 // The sums of one group of movements. `before` and `after` say what counts as opening and as
 // period.
 template <typename Row, typename Before, typename After>
-void PutPieces(ResultRow& row, const Item& item, const std::vector<Row>& rows,
-               const std::array<const char*, 4>& names, bool opening_counts_all, Before before,
-               After after) {
+void PutPieces(ResultRow& row, const Item& item, const std::vector<Row>& rows, const char* names,
+               bool opening_counts_all, Before before, After after) {
   const auto pieces = [&](const Row& r, double converted, double counted) -> Number {
     if (item.group_type == 0) return 0;
     return item.group_type == 1 ? r.quantity * (converted / kRate) : r.pieces * counted;
@@ -238,10 +243,9 @@ void PutPieces(ResultRow& row, const Item& item, const std::vector<Row>& rows,
     receipts.Add(pieces(r, in, in));
     issues.Add(pieces(r, out, out));
   }
-  Put(row, names[0], opening.value());
-  Put(row, names[1], receipts.value());
-  Put(row, names[2], issues.value());
-  Put(row, names[3], Minus(Plus(opening.value(), receipts.value()), issues.value()));
+  Put(row, names,
+      {opening.value(), receipts.value(), issues.value(),
+       Minus(Plus(opening.value(), receipts.value()), issues.value())});
 }
 
 std::vector<ResultRow> Locations(const std::function<bool(double closing)>& balance) {
@@ -265,22 +269,14 @@ std::vector<ResultRow> Locations(const std::function<bool(double closing)>& bala
     if (balance && !(closing && balance(*closing))) continue;
     const Item& item = *FindItem(code);
     ResultRow row;
-    Put(row, "仓库编码", "01");
-    Put(row, "仓库名称", Warehouses().at("01"));
-    Put(row, "货位编码", location);
-    Put(row, "货位名称", LeafLocations().at(location));
-    Put(row, "存货编码", code);
-    Put(row, "批号", batch);
-    Put(row, "存货名称", item.name);
-    Put(row, "存货大类", item.item_class);
-    Put(row, "主计量单位", item.unit_name);
-    Put(row, "辅计量单位", PiecesUnit(item.group));
-    Put(row, "期初结存数量", opening);
-    Put(row, "本期入库数量", receipts.value());
-    Put(row, "本期出库数量", issues.value());
-    Put(row, "期末结存数量", closing);
-    PutPieces(row, item, rows, {"期初结存件数", "本期入库件数", "本期出库件数", "期末结存件数"},
-              false, before, [&](const Movement& m) { return !before(m); });
+    Put(row,
+        "仓库编码 仓库名称 货位编码 货位名称 存货编码 批号 存货名称 存货大类 "
+        "主计量单位 辅计量单位 期初结存数量 本期入库数量 本期出库数量 期末结存数量",
+        {"01", Warehouses().at("01"), location, LeafLocations().at(location), code, batch,
+         item.name, item.item_class, item.unit_name, PiecesUnit(item.group), opening,
+         receipts.value(), issues.value(), closing});
+    PutPieces(row, item, rows, "期初结存件数 本期入库件数 本期出库件数 期末结存件数", false, before,
+              [&](const Movement& m) { return !before(m); });
     result.push_back(row);
   }
   return result;
@@ -306,19 +302,13 @@ std::vector<ResultRow> Batches(const std::string& from, const std::string& to) {
       issues.Add(within(l) && !l.receipt ? l.quantity : 0);
     }
     ResultRow row;
-    Put(row, "仓库", Warehouses().at(warehouse));
-    Put(row, "仓库编码", warehouse);
-    Put(row, "存货编码", code);
-    Put(row, "存货名称", item.name);
-    Put(row, "计量单位", item.unit_name);
-    Put(row, "辅计量单位", PiecesUnit(item.group));
-    Put(row, "批号", batch);
-    Put(row, "期初结存数量", opening.value());
-    Put(row, "收入数量", receipts.value());
-    Put(row, "发出数量", issues.value());
-    Put(row, "期末结存数量", Minus(Plus(opening.value(), receipts.value()), issues.value()));
-    PutPieces(row, item, rows, {"期初结存件数", "收入件数", "发出件数", "期末结存件数"}, true,
-              before, within);
+    Put(row,
+        "仓库 仓库编码 存货编码 存货名称 计量单位 辅计量单位 批号 期初结存数量 "
+        "收入数量 发出数量 期末结存数量",
+        {Warehouses().at(warehouse), warehouse, code, item.name, item.unit_name,
+         PiecesUnit(item.group), batch, opening.value(), receipts.value(), issues.value(),
+         Minus(Plus(opening.value(), receipts.value()), issues.value())});
+    PutPieces(row, item, rows, "期初结存件数 收入件数 发出件数 期末结存件数", true, before, within);
     result.push_back(row);
   }
   return result;
@@ -335,30 +325,21 @@ std::vector<ResultRow> Journal(const std::function<bool(const Line&)>& takes) {
     const Item& item = *FindItem(l.item);
     ResultRow row;
     const bool at_ten = l.date.size() > 10;
-    Put(row, "dDate", Day(l.date) + (at_ten ? " 10:00:00" : ""));
-    Put(row, "SFBZ", l.receipt ? "入库" : "出库");
-    Put(row, "DJLX", l.voucher == "33" ? "期初单" : l.voucher == "34" ? "结算单" : "入库单");
-    Put(row, "WN", Warehouses().at(l.warehouse));
-    Put(row, "DJH", "V" + std::to_string(id));
-    if (Types().contains(l.type)) Put(row, "SFLB", Types().at(l.type));
-    Put(row, "JSR", l.handler);
-    if (!l.receipt) Put(row, "KH", "客户简称");
-    Put(row, "CHBM", item.code);
-    Put(row, "CHMC", item.name);
-    Put(row, "JLDW", item.unit_name);
-    Put(row, "PH", l.batch);
+    const std::string kind = l.voucher == "33" ? "期初单" : l.voucher == "34" ? "结算单" : "入库单";
+    Number rate = item.group_type == 0 ? Number(0) : Number(kRate);
+    if (item.group_type == 2) rate = l.pieces ? Number(*l.quantity / *l.pieces) : Number();
     // '' beside a number is 0.
-    Put(row, "RKJS", l.receipt ? l.pieces : 0);
-    Put(row, "CKJS", l.receipt ? 0 : l.pieces);
-    Put(row, "RKSL", l.receipt ? l.quantity : 0);
-    Put(row, "CKSL", l.receipt ? 0 : l.quantity);
-    Put(row, "RKDJ", Number(l.receipt ? 2 : 0));
-    Put(row, "CKDJ", Number(l.receipt ? 0 : 2));
-    Put(row, "RKJE", Number(l.receipt ? 3 : 0));
-    Put(row, "CKJE", Number(l.receipt ? 0 : 3));
-    if (item.group_type == 0) Put(row, "HSL", Number(0));
-    if (item.group_type == 1) Put(row, "HSL", Number(kRate));
-    if (item.group_type == 2 && l.pieces) Put(row, "HSL", Number(*l.quantity / *l.pieces));
+    const auto in = [&](const Number& n) { return l.receipt ? n : Number(0); };
+    const auto out = [&](const Number& n) { return l.receipt ? Number(0) : n; };
+    const std::string type = Types().contains(l.type) ? Types().at(l.type) : "";
+    const std::string customer = l.receipt ? "" : "客户简称";
+    Put(row, "dDate SFBZ DJLX WN DJH SFLB JSR KH CHBM CHMC JLDW PH",
+        {Day(l.date) + (at_ten ? " 10:00:00" : ""), l.receipt ? "入库" : "出库", kind,
+         Warehouses().at(l.warehouse), "V" + std::to_string(id), type, l.handler, customer,
+         item.code, item.name, item.unit_name, l.batch});
+    Put(row, "RKJS CKJS RKSL CKSL RKDJ CKDJ RKJE CKJE HSL",
+        {in(l.pieces), out(l.pieces), in(l.quantity), out(l.quantity), in(2), out(2), in(3), out(3),
+         rate});
     result.push_back(row);
   }
   return result;
@@ -377,26 +358,18 @@ std::vector<ResultRow> CurrentStock(const std::function<bool(const Stock&)>& tak
   for (const Stock& s : Stocks()) {
     if (!takes(s)) continue;
     ResultRow row;
-    Put(row, "cInvCode", s.item);
-    Put(row, "cWhCode", s.warehouse);
-    Put(row, "cWhName", Warehouses().at(s.warehouse));
-    Put(row, "cBatch", s.batch);
-    Put(row, "dVDate", s.expiry);
-    Put(row, "iQuantity", s.quantity);
-    Put(row, "bStopFlag", s.stopped);
-    Put(row, "fInQuantity", Number(24));
+    Put(row, "cInvCode cWhCode cWhName cBatch dVDate iQuantity bStopFlag fInQuantity",
+        {s.item, s.warehouse, Warehouses().at(s.warehouse), s.batch, s.expiry, s.quantity,
+         s.stopped, Number(24)});
     if (const Item* item = FindItem(s.item)) {
-      Put(row, "cInvName", item->name);
-      Put(row, "cInvCCode", item->item_class);
-      Put(row, "cInvCName", item->item_class == "01" ? "甲类" : "甲一类");
-      Put(row, "cInvM_Unit", item->unit_name);
-      Put(row, "cInvA_Unit", PiecesUnit(item->group));
-      Put(row, "cPosCode", "1");
-      Put(row, "cPosName", "一区");
-      Put(row, "iNum", StockPieces(*item, s.quantity, s.pieces, true));
-      Put(row, "fInNum", StockPieces(*item, 24, 2, true));
+      Put(row,
+          "cInvName cInvCCode cInvCName cInvM_Unit cInvA_Unit cPosCode cPosName iNum "
+          "fInNum",
+          {item->name, item->item_class, item->item_class == "01" ? "甲类" : "甲一类",
+           item->unit_name, PiecesUnit(item->group), "1", "一区",
+           StockPieces(*item, s.quantity, s.pieces, true), StockPieces(*item, 24, 2, true)});
       for (const char* name : {"fOut", "fTransIn", "fTransOut", "fPlan", "fDisable", "fAva"}) {
-        Put(row, std::string(name) + "Num", StockPieces(*item, {}, {}, true));
+        Put(row, std::string(name) + "Num", {StockPieces(*item, {}, {}, true)});
       }
     }
     result.push_back(row);
@@ -410,15 +383,9 @@ std::vector<ResultRow> ShelfLife(const std::function<bool(const Stock&)>& takes)
     const Item* item = FindItem(s.item);
     if (!item || !item->quality || !takes(s)) continue;
     ResultRow row;
-    Put(row, "仓库", Warehouses().at(s.warehouse));
-    Put(row, "存货编码", s.item);
-    Put(row, "存货名称", item->name);
-    Put(row, "主计量单位", item->unit_name);
-    Put(row, "辅计量单位", PiecesUnit(item->group));
-    Put(row, "结存数量", s.quantity);
-    Put(row, "结存件数", StockPieces(*item, s.quantity, s.pieces, false));
-    Put(row, "批号", s.batch);
-    Put(row, "失效日期", s.expiry);
+    Put(row, "仓库 存货编码 存货名称 主计量单位 辅计量单位 结存数量 结存件数 批号 失效日期",
+        {Warehouses().at(s.warehouse), s.item, item->name, item->unit_name, PiecesUnit(item->group),
+         s.quantity, StockPieces(*item, s.quantity, s.pieces, false), s.batch, s.expiry});
     result.push_back(row);
   }
   return result;
@@ -428,49 +395,45 @@ std::vector<ResultRow> ShelfLife(const std::function<bool(const Stock&)>& takes)
 
 TEST_CASE("figures of the receive/issue/balance summary") {
   const FilterItem march = Filter(u"dDate", u"2002-03-31", u"2002-03-01");
-  std::vector<SummaryCase> cases;
-  const auto add = [&](const char* name, std::vector<FilterItem> filters) -> SummaryCase& {
-    filters.push_back(march);
-    SummaryCase c;
-    c.name = name;
-    c.filters = std::move(filters);
-    return cases.emplace_back(std::move(c));
+  const FilterItem kits = Filter(u"ExtAcc", u"是");
+  const SummaryCase cases[] = {
+      {.name = "march", .filters = {march}},
+      {.name = "from the default day on", .from = "2001-11-01", .to = "9999"},
+      {.name = "up to a day",
+       .filters = {Filter(u"dDate", u"", u"2002-03-05")},
+       .from = "1900-01-01",
+       .to = "2002-03-05"},
+      {.name = "kits", .filters = {kits, march}, .kits = true},
+      {.name = "kits of a class",
+       .filters = {kits, Filter(u"Inventory.cInvCCode", u"01"), march},
+       .kits = true,
+       .item = [](const Item& i) { return i.item_class == "01"; }},
+      {.name = "level", .filters = {Filter(u"iAssUnitGrade", u"2"), march}, .code_length = 2},
+      {.name = "warehouse",
+       .filters = {Filter(u"RdRecord.cWhCode", u"02"), march},
+       .line = [](const Line& l) { return l.warehouse == "02"; }},
+      {.name = "type",
+       .filters = {Filter(u"cRdCode", u"1"), march},
+       .line = [](const Line& l) { return l.type.starts_with("1"); }},
+      {.name = "audited",
+       .filters = {Filter(u"VeriType", u"是"), march},
+       .line = [](const Line& l) { return !l.handler.empty(); }},
+      {.name = "on consignment",
+       .filters = {Filter(u"cInvType", u"受托代销商品"), march},
+       .item = [](const Item& i) { return i.entrust; }},
+      {.name = "no zero balance",
+       .filters = {Filter(u"DispZeroInv", u"否"), march},
+       .balance = [](double closing, double, double) { return closing != 0; }},
+      {.name = "moved",
+       .filters = {Filter(u"BusCond", u"发生业务"), march},
+       .balance = [](double, double in, double out) { return in + out != 0; }},
+      {.name = "issued alone",
+       .filters = {Filter(u"BusCond", u"出库未入库"), march},
+       .balance = [](double, double in, double out) { return in == 0 && out != 0; }},
+      {.name = "closing between",
+       .filters = {Filter(u"JCQuantity", u"100", u"3"), march},
+       .balance = [](double closing, double, double) { return closing >= 3 && closing <= 100; }},
   };
-  add("march", {});
-  SummaryCase& whole = add("from the default day on", {});
-  whole.filters.clear();
-  whole.from = "2001-11-01";
-  whole.to = "9999";
-  SummaryCase& to = add("up to a day", {});
-  to.filters = {Filter(u"dDate", u"", u"2002-03-05")};
-  to.from = "1900-01-01";
-  to.to = "2002-03-05";
-  add("kits", {Filter(u"ExtAcc", u"是")}).kits = true;
-  SummaryCase& kit_class =
-      add("kits of a class", {Filter(u"ExtAcc", u"是"), Filter(u"Inventory.cInvCCode", u"01")});
-  kit_class.kits = true;
-  kit_class.item = [](const Item& i) { return i.item_class == "01"; };
-  add("level", {Filter(u"iAssUnitGrade", u"2")}).code_length = 2;
-  add("warehouse", {Filter(u"RdRecord.cWhCode", u"02")}).line = [](const Line& l) {
-    return l.warehouse == "02";
-  };
-  add("type", {Filter(u"cRdCode", u"1")}).line = [](const Line& l) {
-    return l.type.starts_with("1");
-  };
-  add("audited", {Filter(u"VeriType", u"是")}).line = [](const Line& l) {
-    return !l.handler.empty();
-  };
-  add("on consignment", {Filter(u"cInvType", u"受托代销商品")}).item = [](const Item& i) {
-    return i.entrust;
-  };
-  add("no zero balance", {Filter(u"DispZeroInv", u"否")}).balance =
-      [](double closing, double, double) { return closing != 0; };
-  add("moved", {Filter(u"BusCond", u"发生业务")}).balance =
-      [](double, double receipts, double issues) { return receipts + issues != 0; };
-  add("issued alone", {Filter(u"BusCond", u"出库未入库")}).balance =
-      [](double, double receipts, double issues) { return receipts == 0 && issues != 0; };
-  add("closing between", {Filter(u"JCQuantity", u"100", u"3")}).balance =
-      [](double closing, double, double) { return closing >= 3 && closing <= 100; };
   StockDatabase database;
   for (const SummaryCase& c : cases) {
     CAPTURE(c.name);

@@ -12,14 +12,9 @@ namespace {
 
 const std::filesystem::path kGolden = std::filesystem::path(LEDGERWICK_TESTS) / "inventory/golden";
 
-std::string TraceOf(const std::string& request, const std::string& name) {
-  return ToJson(TraceReport(ParseRequest(request, name)));
-}
-
 }  // namespace
 
 TEST_CASE("inventory reports do what their golden traces say") {
-  CHECK(testing::CompareGoldens(kGolden, ".request.json", ".trace.json", TraceOf) == 1);
   CHECK(testing::CompareGoldens(kGolden, ".cases.json", ".cases.txt", testing::TracesOfCases) == 8);
 }
 
@@ -32,6 +27,7 @@ TEST_CASE("an error at any step reaches the host and stops the report, but for t
   const Case cases[] = {
       {u"clsRepSFC", {1, 2, 3}, 10}, {u"clsRepHwhz", {1}, 3}, {u"clsRepLsz", {0, 1}, 3},
       {u"clsRepPcch", {1}, 4},       {u"clsRepXCL", {1}, 3},  {u"clsRepBzqyj", {1}, 4},
+      {u"clsRepAQKCYJ", {1}, 4},
   };
   for (const Case& c : cases) {
     for (std::int64_t step = 0; step < c.operations; ++step) {

@@ -50,7 +50,7 @@ TEST_CASE("members on texts") {
   const Case cases[] = {
       {u"clsRepSFC", Member::IsBlank, {u""}, true},
       {u"clsRepSFC", Member::IsBlank, {u" "}, false},
-      {u"clsRepSFC", Member::SumString, {u"123"}, std::int32_t{6}},
+      {u"clsRepSFC", Member::SumString, {u"129"}, std::int32_t{12}},
       {u"clsRepSFC", Member::SumString, {u"1a2 -.９"}, std::int32_t{3}},
       {u"clsRepSFC", Member::SumString, {u""}, std::int32_t{0}},
       {u"clsRepXCL", Member::GetClassLength, {u"223"}, std::int32_t{7}},

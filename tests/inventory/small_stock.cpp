@@ -9,30 +9,33 @@ namespace {
 std::string Sql(const std::string& text) { return text.empty() ? "NULL" : "N'" + text + "'"; }
 std::string Sql(const Number& number) { return number ? NumberText(*number) : "NULL"; }
 std::string Sql(bool b) { return b ? "1" : "0"; }
+std::string Sql(int number) { return std::to_string(number); }
+
+// `into` is a table, its columns behind it unless `values` are all of them.
+template <typename... Values>
+std::string Insert(const std::string& into, const Values&... values) {
+  std::string list;
+  ((list += ", " + Sql(values)), ...);
+  return "INSERT INTO " + into + " VALUES (" + list.substr(2) + ")\n";
+}
 
 std::string InsertReferenceData() {
   std::string sql;
   for (const auto& [code, name] : Warehouses()) {
-    sql += "INSERT INTO Warehouse (cWhCode, cWhName, bWhPos) VALUES (" + Sql(code) + ", " +
-           Sql(name) + ", 1)\n";
+    sql += Insert("Warehouse (cWhCode, cWhName, bWhPos)", code, name, true);
   }
   for (const auto& [code, name] : LeafLocations()) {
-    sql += "INSERT INTO Position VALUES (" + Sql(code) + ", " + Sql(name) + ", 2, 1, '01')\n";
+    sql += Insert("Position", code, name, 2, true, std::string("01"));
   }
   for (const auto& [code, name] : Types()) {
-    sql += "INSERT INTO Rd_Style VALUES (" + Sql(code) + ", " + Sql(name) + ", " +
-           std::to_string(code.size()) + ", 1)\n";
+    sql += Insert("Rd_Style", code, name, static_cast<int>(code.size()), true);
   }
   return sql +
          "INSERT INTO Position VALUES ('1', N'一区', 1, 0, '01')\n"
-         "INSERT INTO InventoryClass VALUES ('01', N'甲类', 1, 0)\n"
-         "INSERT INTO InventoryClass VALUES ('0101', N'甲一类', 2, 1)\n"
-         "INSERT INTO ComputationUnit VALUES ('U1', N'只', NULL, 1, NULL)\n"
-         "INSERT INTO ComputationUnit VALUES ('X1', N'箱', 'G1', 0, 12)\n"
-         "INSERT INTO ComputationUnit VALUES ('X2', N'捆', 'G2', 0, 1)\n"
-         "INSERT INTO VouchType VALUES ('01', N'入库单')\n"
-         "INSERT INTO VouchType VALUES ('33', N'期初单')\n"
-         "INSERT INTO VouchType VALUES ('34', N'结算单')\n"
+         "INSERT INTO InventoryClass VALUES ('01', N'甲类', 1, 0), ('0101', N'甲一类', 2, 1)\n"
+         "INSERT INTO ComputationUnit VALUES ('U1', N'只', NULL, 1, NULL), "
+         "('X1', N'箱', 'G1', 0, 12), ('X2', N'捆', 'G2', 0, 1)\n"
+         "INSERT INTO VouchType VALUES ('01', N'入库单'), ('33', N'期初单'), ('34', N'结算单')\n"
          "INSERT INTO AccInformation VALUES ('AA', 'cGoodClass', NULL, '22', NULL)\n"
          "INSERT INTO Customer VALUES ('C1', N'', N'客户简称', NULL)\n";
 }
@@ -41,18 +44,13 @@ std::string InsertItems() {
   std::string sql;
   for (const Item& i : Items()) {
     const std::string pieces_unit = i.group == "G0" ? "" : i.group == "G1" ? "X1" : "X2";
-    sql +=
-        "INSERT INTO Inventory (cInvCode, cInvName, cInvCCode, iGroupType, cGroupCode, "
-        "cComUnitCode, cAssComUnitCode, cPosition, bInvBatch, bInvQuality, bService, "
-        "bInvEntrust, bInvOverStock) VALUES (" +
-        Sql(i.code) + ", " + Sql(i.name) + ", " + Sql(i.item_class) + ", " +
-        std::to_string(i.group_type) + ", " + Sql(i.group) + ", 'U1', " + Sql(pieces_unit) +
-        ", '1', " + Sql(i.batch) + ", " + Sql(i.quality) + ", 0, " + Sql(i.entrust) + ", 0)\n";
+    sql += Insert(
+        "Inventory (cComUnitCode, cPosition, bService, bInvOverStock, cInvCode, cInvName, "
+        "cInvCCode, iGroupType, cGroupCode, cAssComUnitCode, bInvBatch, bInvQuality, bInvEntrust)",
+        std::string("U1"), std::string("1"), false, false, i.code, i.name, i.item_class,
+        i.group_type, i.group, pieces_unit, i.batch, i.quality, i.entrust);
   }
-  for (const Kit& k : Kits()) {
-    sql += "INSERT INTO Accessaries VALUES (" + Sql(k.parent) + ", " + Sql(k.component) + ", " +
-           NumberText(k.count) + ")\n";
-  }
+  for (const Kit& k : Kits()) sql += Insert("Accessaries", k.parent, k.component, Number(k.count));
   return sql;
 }
 
@@ -60,18 +58,15 @@ std::string InsertVouchers() {
   std::string sql;
   int id = 0;
   for (const Line& l : Lines()) {
-    const std::string number = std::to_string(++id);
-    sql +=
-        "INSERT INTO RdRecord (ID, bRdFlag, cVouchType, cWhCode, dDate, cCode, cRdCode, "
-        "cHandler, cCusCode) VALUES (" +
-        number + ", " + Sql(l.receipt) + ", " + Sql(l.voucher) + ", " + Sql(l.warehouse) + ", " +
-        Sql(l.date) + ", 'V" + number + "', " + Sql(l.type) + ", " + Sql(l.handler) + ", " +
-        (l.receipt ? "NULL" : "'C1'") + ")\n";
-    sql +=
-        "INSERT INTO RdRecords (AutoID, ID, cInvCode, iQuantity, iNum, cBatch, cAssUnit, "
-        "iUnitCost, iPrice) VALUES (" +
-        number + ", " + number + ", " + Sql(l.item) + ", " + Sql(l.quantity) + ", " +
-        Sql(l.pieces) + ", " + Sql(l.batch) + ", 'X1', 2, 3)\n";
+    ++id;
+    const std::string customer = l.receipt ? "" : "C1";
+    sql += Insert(
+        "RdRecord (ID, bRdFlag, cVouchType, cWhCode, dDate, cCode, cRdCode, cHandler, cCusCode)",
+        id, l.receipt, l.voucher, l.warehouse, l.date, "V" + std::to_string(id), l.type, l.handler,
+        customer);
+    sql += Insert(
+        "RdRecords (AutoID, ID, cInvCode, iQuantity, iNum, cBatch, cAssUnit, iUnitCost, iPrice)",
+        id, id, l.item, l.quantity, l.pieces, l.batch, std::string("X1"), 2, 3);
   }
   return sql;
 }
@@ -80,20 +75,17 @@ std::string InsertStock() {
   std::string sql;
   int id = 0;
   for (const Movement& m : Movements()) {
-    sql +=
-        "INSERT INTO InvPosition (AutoID, RdID, RdsID, cWhCode, cPosCode, cInvCode, cBatch, "
-        "dDate, bRdFlag, iQuantity, iNum) VALUES (" +
-        std::to_string(++id) + ", 1, 1, '01', " + Sql(m.location) + ", " + Sql(m.item) + ", " +
-        Sql(m.batch) + ", " + Sql(m.date) + ", " + Sql(m.receipt) + ", " + Sql(m.quantity) + ", " +
-        Sql(m.pieces) + ")\n";
+    sql += Insert(
+        "InvPosition (RdID, RdsID, AutoID, cWhCode, cPosCode, cInvCode, cBatch, dDate, bRdFlag, "
+        "iQuantity, iNum)",
+        1, 1, ++id, std::string("01"), m.location, m.item, m.batch, m.date, m.receipt, m.quantity,
+        m.pieces);
   }
   for (const Stock& s : Stocks()) {
-    sql +=
-        "INSERT INTO CurrentStock (AutoID, cWhCode, cInvCode, cBatch, iQuantity, iNum, "
-        "fInQuantity, fInNum, dVDate, bStopFlag) VALUES (" +
-        std::to_string(++id) + ", " + Sql(s.warehouse) + ", " + Sql(s.item) + ", " + Sql(s.batch) +
-        ", " + Sql(s.quantity) + ", " + Sql(s.pieces) + ", 24, 2, " + Sql(s.expiry) + ", " +
-        Sql(s.stopped) + ")\n";
+    sql += Insert(
+        "CurrentStock (fInQuantity, fInNum, AutoID, cWhCode, cInvCode, cBatch, iQuantity, iNum, "
+        "dVDate, bStopFlag)",
+        24, 2, ++id, s.warehouse, s.item, s.batch, s.quantity, s.pieces, s.expiry, s.stopped);
   }
   return sql;
 }

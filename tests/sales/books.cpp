@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <iterator>
 #include <map>
+#include <sstream>
 #include <utility>
 
 namespace ledgerwick::testing {
@@ -22,13 +23,41 @@ std::map<std::string, ResultRow> ByKey(const Rows& rows, const char* key) {
   return by_key;
 }
 
-ResultRow Texts(const ResultRow& line, const std::vector<Column>& columns) {
-  ResultRow row;
-  for (const Column& column : columns) {
-    if (line.contains(column.source)) row[column.name] = line.at(column.source);
+// What "NAME=SOURCE … ; NAME=SOURCE …" says.
+struct Plan {
+  std::vector<std::pair<std::string, std::string>> texts;
+  std::vector<Figure> figures;
+
+  Plan(const std::string& columns, const std::vector<Figure>& more) {
+    std::istringstream words(columns);
+    bool in_figures = false;
+    for (std::string word; words >> word;) {
+      const std::size_t equals = word.find('=');
+      if (equals == std::string::npos) {
+        in_figures = true;
+      } else if (in_figures) {
+        figures.push_back({word.substr(0, equals), Known(word.substr(equals + 1))});
+      } else {
+        texts.emplace_back(word.substr(0, equals), word.substr(equals + 1));
+      }
+    }
+    figures.insert(figures.end(), more.begin(), more.end());
   }
-  return row;
-}
+
+  static std::function<std::optional<double>(const ResultRow&)> Known(const std::string& source) {
+    return [=](const ResultRow& row) {
+      return row.contains(source) ? std::optional(std::stod(row.at(source))) : std::nullopt;
+    };
+  }
+
+  ResultRow Texts(const ResultRow& line) const {
+    ResultRow row;
+    for (const auto& [name, source] : texts) {
+      if (line.contains(source)) row[name] = line.at(source);
+    }
+    return row;
+  }
+};
 
 }  // namespace
 
@@ -81,18 +110,13 @@ Books::Books(TestDatabase& data) {
   };
   notes = join("SaleNote", "SaleNoteLine");
   invoices = join("SaleInvoice", "SaleInvoiceLine");
+  for (ResultRow& line : invoices) {
+    line.emplace("iCost", "0");
+    line["margin"] = NumberText(NumberAt(line, "iMoney") - NumberAt(line, "iCost"));
+    line["with_tax"] = NumberText(NumberAt(line, "iMoney") + NumberAt(line, "iTax"));
+  }
   payments = data.Rows("SELECT * FROM SalePayment");
   for (ResultRow& note : notes) note["cVouchName"] = NoteName(note.at("cVouchType"));
-}
-
-Figure Plain(const char* name, const char* source) {
-  return {name, [=](const ResultRow& row) {
-            return row.contains(source) ? std::optional(std::stod(row.at(source))) : std::nullopt;
-          }};
-}
-
-Figure OrZero(const char* name, const char* source) {
-  return {name, [=](const ResultRow& row) { return NumberAt(row, source); }};
 }
 
 std::string Shown(double number) {
@@ -101,30 +125,32 @@ std::string Shown(double number) {
   return std::string(text.data()) == "-0.00000" ? "0.00000" : text.data();
 }
 
-Table List(const Rows& lines, const Keep& keep, const std::vector<Column>& columns,
-           const std::vector<Figure>& figures) {
-  Table table{{}, figures};
+Table List(const Rows& lines, const Keep& keep, const std::string& columns,
+           const std::vector<Figure>& more) {
+  const Plan plan(columns, more);
+  Table table{{}, plan.figures};
   for (const ResultRow& line : lines) {
     if (!keep(line)) continue;
-    ResultRow& row = table.rows.emplace_back(Texts(line, columns));
-    for (const Figure& figure : figures) {
+    ResultRow& row = table.rows.emplace_back(plan.Texts(line));
+    for (const Figure& figure : plan.figures) {
       if (const auto value = figure.of(line)) row[figure.name] = Shown(*value);
     }
   }
   return table;
 }
 
-Table Group(const Rows& lines, const Keep& keep, const std::vector<Column>& columns,
-            const std::vector<Figure>& figures) {
+Table Group(const Rows& lines, const Keep& keep, const std::string& columns,
+            const std::vector<Figure>& more) {
+  const Plan plan(columns, more);
   std::map<ResultRow, std::map<std::string, double>> groups;
   for (const ResultRow& line : lines) {
     if (!keep(line)) continue;
-    auto& sums = groups[Texts(line, columns)];
-    for (const Figure& figure : figures) {
+    auto& sums = groups[plan.Texts(line)];
+    for (const Figure& figure : plan.figures) {
       if (const auto value = figure.of(line)) sums[figure.name] += *value;
     }
   }
-  Table table{{}, figures};
+  Table table{{}, plan.figures};
   for (const auto& [key, sums] : groups) {
     ResultRow& row = table.rows.emplace_back(key);
     for (const auto& [name, sum] : sums) row[name] = Shown(sum);

@@ -24,7 +24,8 @@ Keep Within(const char* column, const char* from, const char* to);
 Keep And(const Keep& a, const Keep& b);
 Keep Not(const Keep& a);
 
-// Everything that the sample says of sales, each line with its head's columns.
+// Everything that the sample says of sales, each line with its head's columns. An invoice's cost is
+// 0 where it is unknown; its columns "margin" and "with_tax" come from the others.
 struct Books {
   explicit Books(TestDatabase& data);
 
@@ -33,19 +34,11 @@ struct Books {
   Rows payments;
 };
 
-// A result's column, and what it comes from; a figure may be unknown.
-struct Column {
-  const char* name;
-  const char* source;
-};
+// A figure of a result; it may be unknown.
 struct Figure {
-  const char* name;
+  std::string name;
   std::function<std::optional<double>(const ResultRow&)> of;
 };
-
-// The figure that is the column `source`; unknown or 0 where that is NULL.
-Figure Plain(const char* name, const char* source);
-Figure OrZero(const char* name, const char* source);
 
 // `number` for comparing: the rounding errors of different orders of addition go.
 std::string Shown(double number);
@@ -55,13 +48,14 @@ struct Table {
   std::vector<Figure> figures;
 };
 
-// One row of the result for each of `lines` that is kept.
-Table List(const Rows& lines, const Keep& keep, const std::vector<Column>& columns,
-           const std::vector<Figure>& figures);
+// One row of the result for each of `lines` that is kept. `columns` is "NAME=SOURCE … ; NAME=SOURCE
+// …": texts and, behind the semicolon, figures, which `more` follow.
+Table List(const Rows& lines, const Keep& keep, const std::string& columns,
+           const std::vector<Figure>& more = {});
 
-// One row for each combination of `columns`, with the sums of `figures`.
-Table Group(const Rows& lines, const Keep& keep, const std::vector<Column>& columns,
-            const std::vector<Figure>& figures);
+// One row for each combination of the texts, with the sums of the figures.
+Table Group(const Rows& lines, const Keep& keep, const std::string& columns,
+            const std::vector<Figure>& more = {});
 
 // Compares with what the report has given, whose figures are rounded first. `wanted` has to have at
 // least `least` rows.

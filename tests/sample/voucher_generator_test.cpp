@@ -3,6 +3,7 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <deque>
 #include <map>
 #include <set>
 #include <tuple>
@@ -52,12 +53,19 @@ struct Bookkeeper : VoucherSink {
                                      GroupType::Floating) == (held.pieces == 0));
     if (kind.voucher_type == u"33") {
       shifted[{line.slot, line.lot.made_day, 0}] += sign * line.lot.amount.quarters;
+      if (!kind.receipt) {
+        left.push_back(line.lot.location);
+      } else {
+        CHECK(line.lot.location != left.front());
+        left.pop_front();
+      }
     }
   }
 
   const Stock* stock = nullptr;
   std::map<LotKey, Amount> books;
   std::map<LotKey, std::int64_t> shifted;  // by location vouchers, over all locations
+  std::deque<std::int32_t> left;           // the locations that wait for their other half
   std::set<TextView> types;
   std::string text;
   std::int32_t heads = 0;

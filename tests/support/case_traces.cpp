@@ -45,6 +45,15 @@ std::string Brief(TextView text) {
   return brief;
 }
 
+// A filter given as ["Name", "varValue", "varValue2"], from the second on as far as they are set.
+Json WholeFilter(const Json& filter) {
+  if (!filter.is_array()) return filter;
+  static constexpr const char* kMembers[] = {"Name", "varValue", "varValue2"};
+  Json whole = Json::object();
+  for (std::size_t i = 0; i < filter.size(); ++i) whole[kMembers[i]] = filter[i];
+  return whole;
+}
+
 Json Merged(Json request, const Json& changes) {
   for (const auto& [key, value] : changes.items()) {
     if (key == "case") continue;
@@ -53,6 +62,9 @@ Json Merged(Json request, const Json& changes) {
     } else {
       request[key] = value;
     }
+  }
+  if (request.contains("filters")) {
+    for (Json& filter : request["filters"]) filter = WholeFilter(filter);
   }
   return request;
 }
@@ -133,7 +145,8 @@ class CallWriter {
 struct Writers {
   StatementWriter statements;
   CallWriter calls;
-  std::vector<std::string> usual;  // the lines of the first case, its hand-off's aside
+  std::vector<std::string> usual;  // the operations of the first case, as a like one is written
+  std::string usual_result;
 };
 
 const char* NameOf(ConnectionOrigin origin) {
@@ -176,15 +189,20 @@ std::string ResultOf(const Trace& trace) {
   return "error " + std::to_string(error.number) + ", " + Brief(error.description);
 }
 
-// The groups that items have been put into.
-std::string GroupsOf(const Trace& trace) {
+// The groups that items have been put into, and the sub-title.
+std::string HeadingOf(const Trace& trace) {
   std::string groups;
   bool any = false;
   for (const FilterAfter& filter : trace.filters_after) {
     any = any || filter.LngGrouptoken != 0;
     groups += " " + ToUtf8(filter.Name) + "=" + std::to_string(filter.LngGrouptoken);
   }
-  return any ? "groups:" + groups + "\n" : "";
+  std::string heading = any ? " | groups:" + groups : "";
+  if (trace.sub_title) {
+    const Text& sub_title = std::get<Text>(*trace.sub_title);
+    if (!sub_title.empty()) heading += " | sub-title: |" + ToUtf8(sub_title) + "|";
+  }
+  return heading + "\n";
 }
 
 // What the report has written into items and left there.
@@ -204,32 +222,43 @@ std::string RewrittenItems(const Trace& trace, const Request& request) {
   return text;
 }
 
-std::string TraceText(const Trace& trace, const Request& request, Writers& writers) {
-  std::vector<std::string> course;
-  std::string hand_off;
-  bool called = false;
+// What of `lines` is not as in `usual`, with its number: line by line where there are equally many,
+// else what stands between the first and the last that differ.
+std::string Differences(const std::vector<std::string>& usual,
+                        const std::vector<std::string>& lines) {
+  const bool same_count = usual.size() == lines.size();
+  const std::size_t shorter = std::min(usual.size(), lines.size());
+  std::size_t front = 0;
+  while (front < shorter && lines[front] == usual[front]) ++front;
+  std::size_t back = 0;
+  while (front + back < shorter &&
+         lines[lines.size() - 1 - back] == usual[usual.size() - 1 - back]) {
+    ++back;
+  }
   std::string text;
+  for (std::size_t i = front; i < lines.size() - back; ++i) {
+    if (!same_count || lines[i] != usual[i]) text += std::to_string(i + 1) + ". " + lines[i] + "\n";
+  }
+  return text;
+}
+
+std::string TraceText(const Trace& trace, const Request& request, Writers& writers) {
+  std::vector<std::string> lines;
   for (const Operation& operation : trace.operations) {
-    const std::string line = std::visit(LineOf{writers}, operation) + "\n";
-    const bool is_call = std::holds_alternative<CommandOperation>(operation);
-    const bool is_stored = std::holds_alternative<ExecuteOperation>(operation);
-    called = called || is_call;
-    if (is_call || is_stored) hand_off += line;
-    if (!is_stored) course.push_back(is_call ? "call" : line);
-    text += line;
+    lines.push_back(std::visit(LineOf{writers}, operation));
   }
-  course.push_back("result: " + ResultOf(trace) + "\n");
-  text += course.back();
+  const std::string result = ResultOf(trace);
+  std::string text = HeadingOf(trace) + Differences(writers.usual, lines);
+  if (result != writers.usual_result || lines.size() != writers.usual.size()) {
+    text += "result after " + std::to_string(lines.size()) + ": " + result + "\n";
+  }
   if (writers.usual.empty()) {
-    writers.usual = course;
-  } else if (called && course == writers.usual) {
-    text = hand_off;
+    for (const Operation& operation : trace.operations) {
+      writers.usual.push_back(std::visit(LineOf{writers}, operation));
+    }
+    writers.usual_result = result;
   }
-  if (trace.sub_title) {
-    const Text& sub_title = std::get<Text>(*trace.sub_title);
-    if (!sub_title.empty()) text += "sub-title: |" + ToUtf8(sub_title) + "|\n";
-  }
-  return text + GroupsOf(trace) + RewrittenItems(trace, request);
+  return text + RewrittenItems(trace, request);
 }
 
 }  // namespace
@@ -251,7 +280,7 @@ std::string TracesOfCases(const std::string& json, const std::string& file_name)
   for (const auto& [name, request] : RequestsOfCases(json, file_name)) {
     const Trace trace = TraceReport(request);
     if (text.empty()) text = "table: " + ToUtf8(std::get<Text>(trace.table_name)) + "\n";
-    text += "\n== " + name + "\n" + TraceText(trace, request, writers);
+    text += "\n== " + name + TraceText(trace, request, writers);
   }
   return text;
 }

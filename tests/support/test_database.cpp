@@ -39,19 +39,30 @@ class RowSink final : public ResultSink {
 
 class EmbeddedSystem final : public System {
  public:
-  explicit EmbeddedSystem(Text machine) : machine_(std::move(machine)) {}
+  EmbeddedSystem(Text machine, tsql::Planning planning, std::string& message)
+      : message_(message), machine_(std::move(machine)) {
+    options_.planning = planning;
+  }
 
-  std::shared_ptr<Connection> NewConnection() override { return tsql::EmbeddedConnection::New({}); }
+  std::shared_ptr<Connection> NewConnection() override {
+    return tsql::EmbeddedConnection::New(options_);
+  }
   Text ComputerName() override { return machine_; }
   std::size_t AnsiLength(TextView text) override { return ledgerwick::AnsiLength(text); }
-  void MessageBox(const Text& text, const Text&, std::int32_t) override { message = ToUtf8(text); }
+  void MessageBox(const Text& text, const Text&, std::int32_t) override { message_ = ToUtf8(text); }
   void Beep() override {}
 
-  std::string message;
-
  private:
+  std::string& message_;
   Text machine_;
+  tsql::DatabaseOptions options_;
 };
+
+std::vector<ResultRow> RowsOf(const std::filesystem::path& path, const Text& sql) {
+  RowSink sink;
+  tsql::Database::Open(path)->Run(sql, sink);
+  return std::move(sink.rows);
+}
 
 std::filesystem::path ScratchPath() {
   static int count = 0;
@@ -66,6 +77,18 @@ std::string NumberText(double number) { return ToUtf8(Value(number).ToText()); }
 
 FilterItem Filter(const char16_t* name, const char16_t* value, const char16_t* upper) {
   return {name, {}, Value(value), Value(upper), std::nullopt};
+}
+
+std::vector<ResultRow> RunReport(Request request, const std::filesystem::path& path,
+                                 std::string& message, const char16_t* machine,
+                                 tsql::Planning planning) {
+  request.connectionString = Text(tsql::kEmbeddedPrefix) + FromUtf8(path.string());
+  EmbeddedSystem system(machine, planning, message);
+  const auto report = request.report->factory(system);
+  Furnish(*report, request);
+  report->mconn = system.NewConnection();
+  if (!report->MoveDataDetail()) return {};
+  return RowsOf(path, u"SELECT * FROM " + report->TempTablename());
 }
 
 TestDatabase::TestDatabase() : path_(ScratchPath()) {
@@ -96,25 +119,15 @@ std::vector<ResultRow> TestDatabase::Report(const std::string& class_name,
                                             const char16_t* machine) {
   Request request;
   request.report = FindClass(FromUtf8(class_name));
-  request.connectionString = Text(tsql::kEmbeddedPrefix) + FromUtf8(path_.string());
   request.filters = filters;
   request.login = LoginMembers{Value(u"2002-03-31"), Value(u"001")};
-  EmbeddedSystem system(machine);
-  const auto report = request.report->factory(system);
-  Furnish(*report, request);
-  report->mconn = system.NewConnection();
-  const bool built = report->MoveDataDetail();
-  if (!system.message.empty()) message_ = system.message;
-  if (!built) return {};
-  std::vector<ResultRow> rows = Rows("SELECT * FROM " + ToUtf8(report->TempTablename()));
+  std::vector<ResultRow> rows = RunReport(std::move(request), path_, message_, machine);
   std::sort(rows.begin(), rows.end());
   return rows;
 }
 
 std::vector<ResultRow> TestDatabase::Rows(const std::string& sql) {
-  RowSink sink;
-  tsql::Database::Open(path_)->Run(FromUtf8(sql), sink);
-  return std::move(sink.rows);
+  return RowsOf(path_, FromUtf8(sql));
 }
 
 void TestDatabase::RunScript(const std::string& name) {

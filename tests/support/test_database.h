@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/request.h"
+#include "tsql/database.h"
 
 namespace ledgerwick::testing {
 
@@ -19,6 +20,13 @@ std::string NumberText(double number);
 
 // A filter as the reference host words it.
 FilterItem Filter(const char16_t* name, const char16_t* value, const char16_t* upper = u"");
+
+// Runs `request` on the database at `path`, its queries planned as `planning` says, and gives the
+// rows of the report's table; none when it said no. `message` gets the text of the last message
+// box.
+std::vector<ResultRow> RunReport(Request request, const std::filesystem::path& path,
+                                 std::string& message, const char16_t* machine = u"PC",
+                                 tsql::Planning planning = tsql::Planning::Usual);
 
 class TestDatabase {
  public:
@@ -38,6 +46,7 @@ class TestDatabase {
                                 const std::vector<FilterItem>& filters,
                                 const char16_t* machine = u"PC");
   const std::string& message() const noexcept { return message_; }
+  const std::filesystem::path& path() const noexcept { return path_; }
 
   // Runs a batch, and gives its rows in their order.
   std::vector<ResultRow> Rows(const std::string& sql);

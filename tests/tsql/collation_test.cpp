@@ -68,14 +68,5 @@ TEST_CASE("the order is antisymmetric and transitive") {
   CHECK(broken == 0);
 }
 
-TEST_CASE("finding text") {
-  std::size_t length = 0;
-  CHECK(FindCollated("中文ＡBC", "abc", 0, length) == 6);
-  CHECK(length == 5);
-  CHECK(FindCollated("abcabc", "BC", 2, length) == 4);
-  CHECK(FindCollated("abc", "abcd", 0, length) == std::string_view::npos);
-  CHECK(FindCollated("a b", "b ", 0, length) == std::string_view::npos);
-}
-
 }  // namespace
 }  // namespace ledgerwick::tsql

@@ -11,12 +11,19 @@
 //   SELECT …                     the batch, up to the line
 //   ----
 //   1|a                          the rows, columns parted by "|"
+//   each [PREFIX]                a batch in each line; PREFIX begins every one of them
+//   BATCH => RESULT              "ok", "count N", "error N [TEXT]" as above (and no row before it),
+//                                or the rows, parted by " / ", "nothing" for none; before them may
+//                                stand the columns' types or names and types ("II: 1|2 / 3|4",
+//                                "n int: 5")
 //   connection NAME              what follows runs on another connection to the same file;
 //                                "main" is the first
 //
 // TYPES has a letter for each column: B boolean, I integer, F float, N decimal or money, D
 // datetime, T text. With "rowsort" the order of the rows does not count. With "names" the first row
 // holds each column's name, a blank and its type. A further result set begins with a line "====".
+// Of an "each" line without ORDER BY the order of one set's rows does not count. Lines that begin
+// with "#" are comments there too.
 //
 // What PRINT and errors after the first say stands among the rows as "> text"; the batch's error,
 // with its place, is the last row: "error 8134 Divide by zero … [3:0]", for a procedure "[name
@@ -199,8 +206,9 @@ class Script {
     for (const Record& record : records) {
       const std::string difference = RunRecord(record);
       if (difference.empty()) continue;
+      const bool is_each = record.head.starts_with("each");  // it names its lines itself
       FAIL_CHECK(path_.string() << ":" << record.line << ": " << record.head << "\n"
-                                << Join(record.sql) << difference);
+                                << (is_each ? "" : Join(record.sql)) << difference);
     }
     return records.size();
   }
@@ -212,8 +220,9 @@ class Script {
     std::string kind;
     head >> kind;
     if (kind == "connection") return Connect(head);
+    if (kind == "each") return RunLines(record);
     Results results;
-    const std::string error = RunBatch(record, results);
+    const std::string error = RunBatch(Join(record.sql), results);
     if (kind == "statement") return CheckStatement(head, results, error);
     if (kind != "query") return "unknown record: " + kind;
     if (!error.empty()) results.rows.push_back("error " + error);
@@ -227,10 +236,74 @@ class Script {
     return {};
   }
 
+  // What is wrong with the lines of an "each" record, those that are right left out.
+  std::string RunLines(const Record& record) {
+    const std::string prefix = record.head == "each" ? "" : record.head.substr(5) + " ";
+    std::string differences;
+    for (std::size_t i = 0; i < record.sql.size(); ++i) {
+      const std::string& line = record.sql[i];
+      if (line.starts_with('#')) continue;
+      const std::size_t arrow = line.rfind(" => ");
+      if (arrow == std::string::npos) {
+        differences += "no result: " + line + "\n";
+        continue;
+      }
+      const std::string batch = prefix + line.substr(0, arrow);
+      Results results;
+      const std::string error = RunBatch(batch, results);
+      const std::string expected = line.substr(arrow + 4);
+      const bool sorted = batch.find("ORDER BY") == std::string::npos;
+      const std::string difference = CheckLine(expected, sorted, results, error);
+      if (difference.empty()) continue;
+      differences += "line " + std::to_string(record.line + 1 + i) + ": " + batch + "\nexpected " +
+                     expected + "\n" + difference + "\n";
+    }
+    return differences;
+  }
+
+  static std::string CheckLine(const std::string& expected, bool sorted, const Results& results,
+                               const std::string& error) {
+    for (const char* outcome : {"ok", "count ", "error "}) {
+      if (!expected.starts_with(outcome)) continue;
+      std::istringstream words(expected);
+      const std::string difference = CheckStatement(words, results, error);
+      const bool alone = error.empty() || results.rows.empty();
+      return alone ? difference : "seen before the error:\n" + Join(results.rows) + difference;
+    }
+    std::string rows = expected;
+    for (const std::string& head : {results.types, results.names}) {
+      if (expected.starts_with(head + ": ")) rows = expected.substr(head.size() + 2);
+    }
+    Lines wanted = SplitRows(rows);
+    Lines seen = results.rows;
+    if (!error.empty()) seen.push_back("error " + error);
+    const bool one_set = std::none_of(seen.begin(), seen.end(), [](const std::string& row) {
+      return row == "====" || row.starts_with("> ");
+    });
+    if (sorted && one_set) {
+      std::sort(wanted.begin(), wanted.end());
+      std::sort(seen.begin(), seen.end());
+    }
+    if (wanted == seen) return {};
+    return "seen types: " + results.types + ", " + results.names + "\nseen rows:\n" + Join(seen);
+  }
+
+  // "1|a / 2|b" as rows.
+  static Lines SplitRows(const std::string& text) {
+    if (text == "nothing") return {};
+    Lines rows;
+    std::size_t from = 0;
+    for (std::size_t at = 0; (at = text.find(" / ", from)) != std::string::npos; from = at + 3) {
+      rows.push_back(text.substr(from, at - from));
+    }
+    rows.push_back(text.substr(from));
+    return rows;
+  }
+
   // The error of the batch: "number text [line:column]", or nothing.
-  std::string RunBatch(const Record& record, Results& results) {
+  std::string RunBatch(const std::string& batch, Results& results) {
     try {
-      connections_[current_]->Run(FromUtf8(Join(record.sql)), results);
+      connections_[current_]->Run(FromUtf8(batch), results);
     } catch (const DatabaseError& error) {
       std::string text = std::to_string(error.native) + " " + error.what();
       if (error.line > 0) {

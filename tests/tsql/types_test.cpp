@@ -2,6 +2,7 @@
 
 #include <doctest/doctest.h>
 
+#include "tsql/convert.h"
 #include "tsql/errors.h"
 
 namespace ledgerwick::tsql {
@@ -39,6 +40,10 @@ TEST_CASE("a type is read back from its declaration") {
     CAPTURE(text);
     CHECK(ParseTypeName(text).kind == TypeKind::Null);
   }
+}
+
+TEST_CASE("any whole number but 0 is a bit that is set, also one that is loaded") {
+  CHECK(ToInteger(std::int64_t{5}, TypeKind::Bit) == 1);
 }
 
 TEST_CASE("a server error reaches the component with its number, text, place and result code") {
