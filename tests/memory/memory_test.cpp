@@ -248,7 +248,7 @@ TEST_CASE("what is being read, bound or prepared stops when it is cancelled") {
   DatabaseOptions options;
   options.cancel = &cancel;
   Storage storage(fixture.path, options);
-  Catalogue catalogue(storage.db(), u"test");
+  Catalogue catalogue(storage, u"test");
   std::string sql = "SELECT 1 WHERE 1 IN (1";
   for (int i = 0; i < 1000; ++i) sql += ", " + std::to_string(i) + " + 1";
   sql += ")";
