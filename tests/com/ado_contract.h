@@ -49,7 +49,8 @@ inline void CheckParameter(const FakeCall& call) {
 // all else with the client's and a batch-optimistic one.
 inline void CheckRecordset(const Variant& cursor_location, const FakeCall& call) {
   Demand(call.arguments.size() == 5, u"Open's count");
-  const bool reads_account = ToText(call.arguments[0]).find(u"AccInformation") != Text::npos;
+  const bool reads_account =
+      FoldText(ToText(call.arguments[0])).find(FoldText(u"AccInformation")) != Text::npos;
   Demand(IsNumber(cursor_location, reads_account ? kUseServer : kUseClient), u"CursorLocation");
   Demand(IsNumber(call.arguments[2], kOpenStatic), u"Open's cursor type");
   Demand(IsNumber(call.arguments[3], reads_account ? kLockReadOnly : kLockBatchOptimistic),
