@@ -1,5 +1,6 @@
 #include "calls.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/mman.h>
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -35,6 +37,7 @@ struct Watched {
   std::int64_t counts[kCalls];
   int files[kDescriptors];  // what each descriptor is
   Log* log;
+  int start;  // how often the machine was started anew
 };
 constinit Watched watched{};
 
@@ -233,6 +236,8 @@ void MarkLog(std::int64_t mark) { Note({Event::Mark, -1, mark, {}, {}}); }
 
 void EndLog() noexcept { watched.log = nullptr; }
 
+void StartMachineAnew() { ++watched.start; }
+
 void WatchSqliteMemory() {
   sqlite3_config(SQLITE_CONFIG_GETMALLOC, &sqlite_memory);
   sqlite3_mem_methods counted = sqlite_memory;
@@ -313,6 +318,23 @@ void* mmap64(void* at, size_t size, int protection, int flags, int descriptor,
              off_t offset) noexcept __attribute__((alias("mmap")));
 // SQLite asks again for ten seconds for a lock that fails; nobody shall wait for it to fail for
 // good.
+// The name of the machine's start, through which alone a start can be told from another.
+FILE* fopen64(const char* path, const char* mode) {
+  if (calls::watched.start > 0 && std::strcmp(path, "/proc/sys/kernel/random/boot_id") == 0) {
+    const std::string start = "start-" + std::to_string(calls::watched.start) + "\n";
+    FILE* file = tmpfile();
+    if (file != nullptr) {
+      std::fputs(start.c_str(), file);
+      std::rewind(file);
+    }
+    return file;
+  }
+  using Open = FILE* (*)(const char*, const char*);
+  static const auto real = reinterpret_cast<Open>(dlsym(RTLD_NEXT, "fopen64"));
+  return real(path, mode);
+}
+
+// SQLite asks ten seconds long for a lock that fails for good; nobody needs to wait for that.
 int usleep(useconds_t time) {
   if (calls::HasFailed()) return 0;
   const timespec pause{time / 1'000'000, static_cast<long>(time % 1'000'000) * 1000};

@@ -64,6 +64,9 @@ void BeginLog(Log& log);
 void MarkLog(std::int64_t mark);
 void EndLog() noexcept;
 
+// The machine counts as started anew: its identity for this start is another one from now on.
+void StartMachineAnew();
+
 // Lets Memory count SQLite's allocations. Before anything uses SQLite.
 void WatchSqliteMemory();
 

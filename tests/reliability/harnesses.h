@@ -9,8 +9,8 @@ namespace ledgerwick::reliability {
 struct Settings {
   std::uint64_t seed = 1;
   std::int64_t rounds = 0;  // faults: at most so many calls of each kind fail in turn, 0 for all
-  std::int64_t seconds = 10;
-  int processes = 9;
+  std::int64_t seconds = 16;
+  int processes = 0;  // 0: 2 to 9 in turn
 };
 
 // Every system call and every allocation that a user's work consists of fails in turn, once and for
@@ -24,7 +24,7 @@ int Kills(const Settings& settings);
 // reordered or torn.
 int PowerFailures(const Settings& settings);
 
-// Processes work on one database at once.
+// Processes work on one database at once. The time is shared out among the numbers of processes.
 int Crowd(const Settings& settings);
 
 }  // namespace ledgerwick::reliability

@@ -20,7 +20,7 @@ constexpr Harness kHarnesses[] = {
     {"faults", "calls and allocations fail", 12, &ledgerwick::reliability::Faults},
     {"kills", "processes are killed", 25, &ledgerwick::reliability::Kills},
     {"power", "the power fails", 150, &ledgerwick::reliability::PowerFailures},
-    // {"crowd", "processes work at once", 0, &ledgerwick::reliability::Crowd},
+    {"crowd", "processes work at once", 0, &ledgerwick::reliability::Crowd},
 };
 
 }  // namespace
@@ -42,8 +42,9 @@ int main(int argc, char** argv) {
         if (command->count("--rounds") == 0) settings.rounds = harness.rounds;
       });
     } else {
-      command->add_option("--seconds", settings.seconds, "how long");
-      command->add_option("--processes", settings.processes, "how many, 2 to 9")
+      command->add_option("--seconds", settings.seconds, "how long in all");
+      command
+          ->add_option("--processes", settings.processes, "how many; 2 to 9 in turn if not given")
           ->check(CLI::Range(2, 9));
     }
     command->final_callback([&] { code = harness.run(settings); });

@@ -147,6 +147,7 @@ class PowerSeries {
     for (const auto& [name, content] : files) {
       std::ofstream(name, std::ios::binary).write(content.data(), std::ssize(content));
     }
+    StartMachineAnew();
     verdict_.Round(name_ + ", behind event " + std::to_string(end) + " of " +
                        std::to_string(log_.events.size()) + ", fate " +
                        std::to_string(static_cast<int>(fate)),
