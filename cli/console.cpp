@@ -92,8 +92,9 @@ void PrintPrefixed(Console& console, const char* prefix, const std::string& mess
 
 Console MakeConsole(std::istream& in, std::ostream& out, std::ostream& err, ColourChoice choice) {
   Console console{in, out, err};
+  console.out_is_terminal = IsTerminal(out);
   console.err_is_terminal = IsTerminal(err);
-  console.out_colour = ShowColours(IsTerminal(out), choice);
+  console.out_colour = ShowColours(console.out_is_terminal, choice);
   console.err_colour = ShowColours(console.err_is_terminal, choice);
   return console;
 }

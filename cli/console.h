@@ -29,6 +29,7 @@ struct Console {
   std::istream& in;
   std::ostream& out;
   std::ostream& err;
+  bool out_is_terminal = false;
   bool err_is_terminal = false;
   bool out_colour = false;
   bool err_colour = false;

@@ -68,7 +68,7 @@ const OutputFormat& RequireFormat(const std::string& name) {
 }
 
 int ListCommand(Console& console, const std::string& format) {
-  const auto writer = RequireFormat(format).make(console.out, {console.out_colour});
+  const auto writer = RequireFormat(format).make(console.out, ResultOptions(console, {}));
   TextTable table(*writer,
                   {u"ProgID", u"report", u"result table", u"subtitle", u"in this version"});
   for (const ClassInfo& info : Classes()) {
@@ -94,7 +94,7 @@ int DescribeCommand(Console& console, const std::string& class_name) {
     CheckWritten(out.flush());
     return kDone;
   }
-  const auto writer = RequireFormat("table").make(out, {console.out_colour});
+  const auto writer = RequireFormat("table").make(out, ResultOptions(console, {}));
   if (report->filters.empty()) {
     out << "filters: none\n\n";
   } else {

@@ -1,5 +1,7 @@
 #include "cli/progress_line.h"
 
+#include "host/display_text.h"
+
 namespace ledgerwick {
 
 void ProgressLine::Show(const std::string& text) {
@@ -8,7 +10,7 @@ void ProgressLine::Show(const std::string& text) {
   if (now < next_) return;
   next_ = now + std::chrono::milliseconds(200);
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now - start_).count();
-  console_.err << '\r' << text << " (" << seconds << " s)\033[K" << std::flush;
+  console_.err << '\r' << EscapeControls(text) << " (" << seconds << " s)\033[K" << std::flush;
   shown_ = true;
 }
 

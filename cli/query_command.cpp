@@ -34,8 +34,7 @@ int QueryCommand(Console& console, const QueryOptions& options) {
   const Script script = ReadScript(console, options);
   const InterruptGuard guard;
   OutputTarget target(console.out, options.output.file);
-  const bool colour = console.out_colour && options.output.file.empty();
-  const auto writer = format.make(target.stream(), {colour});
+  const auto writer = format.make(target.stream(), ResultOptions(console, options.output.file));
   ProgressLine progress(console);
   StatementSource source;
   source.file_name = script.file_name;

@@ -48,9 +48,10 @@ void ApplyLogin(Request& request, const ReportOptions& options) {
 
 Request MakeRequest(Console& console, const ReportOptions& options, bool class_or_file) {
   Request request = StartRequest(console, options, class_or_file);
-  for (const std::string& filter : options.filters) {
-    const std::optional<std::string> remark = ApplyFilterArgument(request, FromUtf8(filter));
-    if (remark) PrintNote(console, *remark);
+  std::vector<Text> filters;
+  for (const std::string& filter : options.filters) filters.push_back(FromUtf8(filter));
+  for (const std::string& remark : ApplyFilterArguments(request, filters)) {
+    PrintNote(console, remark);
   }
   if (options.title) request.ReportTitle = FromUtf8(*options.title);
   if (!options.connection.empty()) request.connectionString = FromUtf8(options.connection);

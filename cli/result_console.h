@@ -12,6 +12,12 @@ namespace ledgerwick {
 
 inline constexpr std::int64_t kNoLimit = std::numeric_limits<std::int64_t>::max();
 
+// How results look on the console's output or, unless `file` is empty, in that file.
+inline WriterOptions ResultOptions(const Console& console, const std::string& file) {
+  if (!file.empty()) return {};
+  return {console.out_colour, console.out_is_terminal};
+}
+
 // Gives the first `limit` rows of each result set to a writer and tells counts and messages on the
 // error stream. Throws Interrupted when the user asks to stop.
 class ResultConsole final : public ResultSink {

@@ -92,8 +92,7 @@ bool RunInto(Console& console, Request& request, const RunOptions& options,
   ConsoleListener listener(console, progress, request, options.show_sql);
   try {
     const auto database = OpenReportDatabase(request.connectionString, settings);
-    const bool colour = console.out_colour && options.output.file.empty();
-    const auto writer = format.make(target.stream(), {colour});
+    const auto writer = format.make(target.stream(), ResultOptions(console, options.output.file));
     ResultConsole rows(console, progress, *writer, options.output.limit);
     if (!RunReport(request, *database, listener, rows)) {
       InterruptGuard::Check();

@@ -2,6 +2,7 @@
 #include "cli/command_line.h"
 #include "cli/commands.h"
 #include "cli/interrupt.h"
+#include "host/display_text.h"
 #include "sample/sample.h"
 
 namespace ledgerwick {
@@ -31,8 +32,8 @@ int SampleCreateCommand(Console& console, const SampleOptionsGiven& options) {
     throw;
   }
   progress.Clear();
-  console.err << "created " << options.path
-              << "; use it with --connection embedded:" << options.path << '\n';
+  const std::string path = EscapeControls(options.path);
+  console.err << "created " << path << "; use it with --connection embedded:" << path << '\n';
   return kDone;
 }
 

@@ -1,11 +1,13 @@
 #include "host/csv_writer.h"
 
+#include "host/display_text.h"
+
 namespace ledgerwick {
 namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
 
-void AppendField(std::string& line, std::string_view field) {
+void AppendQuoted(std::string& line, std::string_view field) {
   if (!field.empty() && field.find_first_of(",\"\r\n") == std::string_view::npos) {
     line += field;
     return;
@@ -20,7 +22,8 @@ void AppendField(std::string& line, std::string_view field) {
 
 }  // namespace
 
-CsvWriter::CsvWriter(std::ostream& out, const WriterOptions&) : out_(out) {}
+CsvWriter::CsvWriter(std::ostream& out, const WriterOptions& options)
+    : out_(out), terminal_(options.terminal) {}
 
 void CsvWriter::Columns(std::span<const ResultColumn> columns) {
   columns_.assign(columns.begin(), columns.end());
@@ -29,7 +32,7 @@ void CsvWriter::Columns(std::span<const ResultColumn> columns) {
   first_set_ = false;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     if (i > 0) line_ += ',';
-    AppendField(line_, ToUtf8(columns_[i].name));
+    AppendField(ToUtf8(columns_[i].name));
   }
   out_ << line_ << kLineEnd;
   CheckWritten(out_);
@@ -39,10 +42,14 @@ void CsvWriter::Row(std::span<const Value> values) {
   line_.clear();
   for (std::size_t i = 0; i < values.size(); ++i) {
     if (i > 0) line_ += ',';
-    if (!values[i].IsNull()) AppendField(line_, CellText(values[i], columns_[i]));
+    if (!values[i].IsNull()) AppendField(CellText(values[i], columns_[i]));
   }
   out_ << line_ << kLineEnd;
   CheckWritten(out_);
+}
+
+void CsvWriter::AppendField(const std::string& field) {
+  AppendQuoted(line_, terminal_ ? EscapeControls(field) : field);
 }
 
 void CsvWriter::EndRows(std::int64_t) {}

@@ -6,7 +6,8 @@
 namespace ledgerwick {
 
 // RFC 4180 in UTF-8: a header, fields quoted where they must be, lines that end in CR LF. Null is
-// an empty field and an empty text "", so that they stay apart. A blank line parts result sets.
+// an empty field and an empty text "", so that they stay apart. A blank line parts result sets. On
+// a terminal the control characters of a field are escaped as in tables.
 class CsvWriter final : public ResultWriter {
  public:
   CsvWriter(std::ostream& out, const WriterOptions& options);
@@ -17,7 +18,10 @@ class CsvWriter final : public ResultWriter {
   void Finish() override;
 
  private:
+  void AppendField(const std::string& field);
+
   std::ostream& out_;
+  bool terminal_;
   std::vector<ResultColumn> columns_;
   std::string line_;
   bool first_set_ = true;

@@ -36,6 +36,12 @@ bool NeedsEscape(utf8proc_int32_t code) noexcept {
          TurnsDirection(code);
 }
 
+std::string Numbered(const char* format, utf8proc_int32_t code) {
+  std::array<char, 16> buffer;
+  const int n = std::snprintf(buffer.data(), buffer.size(), format, static_cast<unsigned>(code));
+  return {buffer.data(), static_cast<std::size_t>(n)};
+}
+
 std::string Escaped(utf8proc_int32_t code) {
   switch (code) {
     case '\n':
@@ -47,10 +53,22 @@ std::string Escaped(utf8proc_int32_t code) {
     default:
       break;
   }
-  std::array<char, 16> buffer;
-  const int n = std::snprintf(buffer.data(), buffer.size(), code < 0x100 ? "\\x%02X" : "\\u%04X",
-                              static_cast<unsigned>(code));
-  return {buffer.data(), static_cast<std::size_t>(n)};
+  return Numbered(code < 0x100 ? "\\x%02X" : "\\u%04X", code);
+}
+
+// `utf8` with what `needs_escape` says so of as `escaped` writes it.
+template <typename Needs, typename Escaped>
+std::string Escape(std::string_view utf8, Needs needs_escape, Escaped escaped) {
+  std::string text;
+  text.reserve(utf8.size());
+  ForEachCharacter(utf8, [&](utf8proc_int32_t code, std::string_view bytes) {
+    if (needs_escape(code)) {
+      text += escaped(code);
+    } else {
+      text += bytes;
+    }
+  });
+  return text;
 }
 
 }  // namespace
@@ -65,16 +83,15 @@ std::size_t DisplayWidth(std::string_view utf8) noexcept {
 }
 
 std::string EscapeControls(std::string_view utf8) {
-  std::string escaped;
-  escaped.reserve(utf8.size());
-  ForEachCharacter(utf8, [&](utf8proc_int32_t code, std::string_view bytes) {
-    if (NeedsEscape(code)) {
-      escaped += Escaped(code);
-    } else {
-      escaped += bytes;
-    }
-  });
-  return escaped;
+  return Escape(
+      utf8, [](utf8proc_int32_t code) { return NeedsEscape(code); }, &Escaped);
+}
+
+std::string EscapeControlsInJson(std::string_view json) {
+  // JSON has escaped what is below the blank itself, and parts its lines by the rest of that.
+  return Escape(
+      json, [](utf8proc_int32_t code) { return code > ' ' && NeedsEscape(code); },
+      [](utf8proc_int32_t code) { return Numbered("\\u%04X", code); });
 }
 
 }  // namespace ledgerwick

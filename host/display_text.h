@@ -15,4 +15,8 @@ std::size_t DisplayWidth(std::string_view utf8) noexcept;
 // written as \n, \t, \x1B or \u202E.
 std::string EscapeControls(std::string_view utf8);
 
+// `json` with the characters that EscapeControls escapes, and that JSON lets stand in its strings,
+// written as \u009B: the text stays the same JSON.
+std::string EscapeControlsInJson(std::string_view json);
+
 }  // namespace ledgerwick

@@ -1,6 +1,7 @@
 #include "host/filter_argument.h"
 
 #include <algorithm>
+#include <map>
 
 #include "frame/error.h"
 #include "host/filters.h"
@@ -78,6 +79,24 @@ void Place(std::vector<FilterItem>& items, FilterItem item) {
   }
 }
 
+struct Argument {
+  TextView name;  // as it is given
+  TextView value;
+  const FilterInfo* filter = nullptr;  // null where the report does not know the name
+
+  Text ItemName() const { return Text(filter ? filter->name : name); }
+};
+
+Argument SplitArgument(const Request& request, TextView argument) {
+  const std::size_t equals = argument.find(u'=');
+  const TextView name = Trim(argument.substr(0, equals));
+  if (equals == TextView::npos || name.empty()) {
+    throw FilterError("'" + ToUtf8(argument) + "' is not NAME=VALUE or NAME=FROM..TO");
+  }
+  const ReportInfo* report = FindReportInfo(request.report->name);
+  return {name, argument.substr(equals + 1), report ? FindFilterInfo(*report, name) : nullptr};
+}
+
 FilterItem RangeItem(FilterItem item, const Bounds& bounds) {
   item.varValue = bounds.from;
   item.varValue2 = bounds.to;
@@ -102,14 +121,7 @@ std::vector<FilterItem> DialogueFilters(const ClassInfo& report) {
 }
 
 std::optional<std::string> ApplyFilterArgument(Request& request, TextView argument) {
-  const std::size_t equals = argument.find(u'=');
-  const TextView name = Trim(argument.substr(0, equals));
-  if (equals == TextView::npos || name.empty()) {
-    throw FilterError("'" + ToUtf8(argument) + "' is not NAME=VALUE or NAME=FROM..TO");
-  }
-  const TextView value = argument.substr(equals + 1);
-  const ReportInfo* report = FindReportInfo(request.report->name);
-  const FilterInfo* filter = report ? FindFilterInfo(*report, name) : nullptr;
+  const auto [name, value, filter] = SplitArgument(request, argument);
   if (!request.filters) request.filters.emplace();
 
   FilterItem item;
@@ -134,6 +146,22 @@ std::optional<std::string> ApplyFilterArgument(Request& request, TextView argume
   }
   Place(*request.filters, std::move(item));
   return RemarkOnOption(*filter, Text(value));
+}
+
+std::vector<std::string> ApplyFilterArguments(Request& request, std::span<const Text> arguments) {
+  std::vector<std::string> remarks;
+  std::map<Text, const Text*> given;  // the last argument for an item, by its folded name
+  for (const Text& argument : arguments) {
+    if (auto remark = ApplyFilterArgument(request, argument)) remarks.push_back(*std::move(remark));
+    const Text name = SplitArgument(request, argument).ItemName();
+    const Text*& last = given[FoldText(name)];
+    if (last != nullptr) {
+      remarks.push_back("--filter '" + ToUtf8(*last) + "' and --filter '" + ToUtf8(argument) +
+                        "' are both for " + ToUtf8(name) + "; the last one counts");
+    }
+    last = &argument;
+  }
+  return remarks;
 }
 
 }  // namespace ledgerwick

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -25,5 +26,9 @@ std::vector<FilterItem> DialogueFilters(const ClassInfo& report);
 // a range without ".." means that one value. A name that the report does not know is passed on as
 // it stands. Returns a remark for the user where there is something to remark. Throws FilterError.
 std::optional<std::string> ApplyFilterArgument(Request& request, TextView argument);
+
+// Does so for each argument in turn. Returns the remarks on all, and one for every two arguments
+// that are for the same item, of which the last counts.
+std::vector<std::string> ApplyFilterArguments(Request& request, std::span<const Text> arguments);
 
 }  // namespace ledgerwick

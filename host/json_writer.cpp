@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <set>
 
+#include "host/display_text.h"
 #include "host/value_text.h"
 
 namespace ledgerwick {
@@ -79,7 +80,8 @@ void AppendJsonValue(std::string& json, const Value& value, ColumnKind kind) {
   }
 }
 
-JsonWriter::JsonWriter(std::ostream& out, const WriterOptions&) : out_(out) {}
+JsonWriter::JsonWriter(std::ostream& out, const WriterOptions& options)
+    : out_(out), terminal_(options.terminal) {}
 
 void JsonWriter::Columns(std::span<const ResultColumn> columns) {
   keys_.clear();
@@ -103,7 +105,7 @@ void JsonWriter::Row(std::span<const Value> values) {
     line_ += keys_[i];
     AppendJsonValue(line_, values[i], kinds_[i]);
   }
-  out_ << line_ << '}';
+  out_ << (terminal_ ? EscapeControlsInJson(line_) : line_) << '}';
   CheckWritten(out_);
 }
 

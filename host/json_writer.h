@@ -9,7 +9,7 @@ namespace ledgerwick {
 // null, bits are true and false, numbers have the shortest digits that read back exactly. Keys are
 // made unique: a column without a name is "columnN" by its position, and a name that stands already
 // gets
-// "_2", "_3", ….
+// "_2", "_3", …. On a terminal, control characters that JSON lets stand are escaped too.
 class JsonWriter final : public ResultWriter {
  public:
   JsonWriter(std::ostream& out, const WriterOptions& options);
@@ -21,6 +21,7 @@ class JsonWriter final : public ResultWriter {
 
  private:
   std::ostream& out_;
+  bool terminal_;
   std::vector<std::string> keys_;  // quoted, with the colon
   std::vector<ColumnKind> kinds_;
   std::string line_;

@@ -33,7 +33,8 @@ class ResultWriter : public ResultSink {
 };
 
 struct WriterOptions {
-  bool colour = false;  // the output is a terminal that shows colours
+  bool colour = false;    // the output is a terminal that shows colours
+  bool terminal = false;  // the output is a terminal: control characters must not reach it
 };
 
 // One row of the table of formats.

@@ -152,6 +152,13 @@ TEST_CASE("run tells title and statements on the error stream and leaves the dat
   CHECK(shown.err.find("\n标\\x1B题\nSELECT * FROM tempdb..tempAqkcyj\n(") != std::string::npos);
 }
 
+TEST_CASE("the name of a new sample reaches the terminal with its control characters escaped") {
+  const testing::TemporaryFolder folder;
+  const Ended made = CallMain({"sample", "create", folder / "a\x1b[31m.db", "--lines", "1"});
+  CHECK(made.err.find("a\\x1B[31m.db; use it with") != std::string::npos);
+  CHECK(made.err.find('\x1b') == std::string::npos);
+}
+
 TEST_CASE("an output file appears whole or not at all") {
   const Sample sample;
   const std::string file = sample.folder / "out.csv";

@@ -3,6 +3,7 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <set>
 
 #include "host/filters.h"
@@ -48,6 +49,21 @@ TEST_CASE("a filter argument becomes an item that the host words") {
     CHECK(ToUtf8(filter.varValue2().ToText()) == ToUtf8(c.upper));
     CHECK(ToUtf8(filter.strSqlString()) == ToUtf8(c.sql));
   }
+}
+
+TEST_CASE("of two filter arguments for one item the last counts, and both are named") {
+  Request request;
+  request.report = FindClass(u"clsRepAQKCYJ");
+  const std::vector<Text> arguments = {u"存货编码=01", u"new=1", u"i.cinvcode=02", u"NEW=2"};
+  const std::vector<std::string> remarks = ApplyFilterArguments(request, arguments);
+  const auto has = [&](const char* remark) { return std::ranges::count(remarks, remark) == 1; };
+  CHECK(remarks.size() == 4);  // with those on the unknown name
+  CHECK(has(
+      "--filter '存货编码=01' and --filter 'i.cinvcode=02' are both for I.cInvCode; the last one "
+      "counts"));
+  CHECK(has("--filter 'new=1' and --filter 'NEW=2' are both for NEW; the last one counts"));
+  REQUIRE(request.filters->size() == 2);
+  CHECK(request.filters->front().varValue.ToText() == u"02");
 }
 
 TEST_CASE("a filter argument that cannot be meant is refused") {

@@ -16,9 +16,9 @@ namespace {
 using Rows = std::vector<std::vector<Value>>;
 
 std::string Write(const char* format, const std::vector<ResultColumn>& columns, const Rows& rows,
-                  int sets = 1, bool colour = false) {
+                  int sets = 1, WriterOptions options = {}) {
   std::ostringstream out;
-  const auto writer = FindOutputFormat(format)->make(out, {colour});
+  const auto writer = FindOutputFormat(format)->make(out, options);
   for (int i = 0; i < sets; ++i) {
     writer->Columns(columns);
     for (const auto& row : rows) writer->Row(row);
@@ -74,7 +74,8 @@ TEST_CASE("a table keeps streaming behind the rows that it measures, and cuts no
 }
 
 TEST_CASE("a table's header is bold where colours show") {
-  const std::string text = Write("table", {Column(u"x", ColumnKind::String)}, {}, 1, true);
+  const std::string text =
+      Write("table", {Column(u"x", ColumnKind::String)}, {}, 1, {.colour = true});
   CHECK(text == "\033[1mx\n\033[0m-\n");
 }
 
@@ -87,6 +88,20 @@ TEST_CASE("csv quotes what must be quoted and tells null from an empty text") {
         ",-9223372036854775808,,0,1,\r\n");
   CHECK(Write("csv", {Column(u"x", ColumnKind::String)}, {{u"1"}}, 2) ==
         "x\r\n1\r\n\r\nx\r\n1\r\n");
+}
+
+TEST_CASE("no format sends control characters to a terminal, and a file gets them as they are") {
+  const std::vector<ResultColumn> columns = {Column(u"k\x1b", ColumnKind::String)};
+  const Rows rows = {{u"a\x1b[31m\n\x7f\u009b\u202e\"b"}};
+  const std::pair<const char*, const char*> cases[] = {
+      {"csv", "k\\x1B\r\n\"a\\x1B[31m\\n\\x7F\\x9B\\u202E\"\"b\"\r\n"},
+      {"json", "[\n  {\"k\\u001b\": \"a\\u001b[31m\\n\\u007F\\u009B\\u202E\\\"b\"}\n]\n"},
+  };
+  for (const auto& [format, shown] : cases) {
+    CAPTURE(format);
+    CHECK(Write(format, columns, rows, 1, {.terminal = true}) == shown);
+    CHECK(Write(format, columns, rows).find("\xC2\x9B") != std::string::npos);
+  }
 }
 
 TEST_CASE("json keeps every column, exact numbers and null") {
