@@ -257,9 +257,24 @@ std::string Compare(const State& state, const Shared& shared) {
   return {};
 }
 
+std::string Leftovers(const fs::path& path) {
+  std::string left;
+  for (const auto& entry : fs::directory_iterator(path.parent_path())) {
+    const std::string name = entry.path().filename().string();
+    const std::string own = path.filename().string();
+    if (!name.starts_with(own) || name == own || name == own + ".tempdb" ||
+        name == own + ".tempdb.lock") {
+      continue;
+    }
+    left += name + " was left; ";
+    fs::remove(entry);
+  }
+  return left;
+}
+
 std::string UseAgain(const fs::path& path, Shared& shared) {
   try {
-    const auto database = tsql::Database::Open(path, Options());
+    auto database = tsql::Database::Open(path, Options());
     // What an earlier user's report left is whole or not there at all.
     if (!Answer(*database, "SELECT OBJECT_ID('tempdb..Result')").empty()) {
       const std::string fault = FaultOfResult(*database);
@@ -270,7 +285,8 @@ std::string UseAgain(const fs::path& path, Shared& shared) {
         Answer(*database, "SELECT COUNT(*) FROM Journal WHERE writer = " + writer);
     Post(*database, shared, kWriters - 1, std::stoll(last) + 1);
     Report(*database);
-    return {};
+    database.reset();
+    return Leftovers(path);
   } catch (const std::exception& error) {
     return std::string("the next user cannot work: ") + error.what();
   }

@@ -96,8 +96,12 @@ State Examine(const std::filesystem::path& path);
 // that was not begun. "" when all is well.
 std::string Compare(const State& state, const Shared& shared);
 
+// What is beside the database at `path`, which nobody uses, besides its tempdb and its lock file;
+// it is removed. "" for nothing.
+std::string Leftovers(const std::filesystem::path& path);
+
 // Works as the next user does, after whatever happened: a transaction and a report. "" when both
-// succeed.
+// succeed and nothing is left of earlier users.
 std::string UseAgain(const std::filesystem::path& path, Shared& shared);
 
 // "" if SQLite finds nothing wrong with the file.

@@ -166,10 +166,10 @@ void* Map(void* at, std::size_t size, int protection, int flags, int descriptor,
       syscall(SYS_mmap, at, size, protection, flags, descriptor, offset));
 }
 
-int Rename(const char* from, const char* to) {
+int Rename(const char* from, const char* to, unsigned flags) {
   const bool is_watched = IsWatched(from) || IsWatched(to);
   if (is_watched && FailsOrDies(Call::Rename)) return -1;
-  const int result = static_cast<int>(syscall(SYS_rename, from, to));
+  const int result = static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, flags));
   if (is_watched && result == 0 && watched.log != nullptr) {
     watched.log->now[to] = watched.log->now[from];
     watched.log->now.erase(from);
@@ -340,7 +340,10 @@ int usleep(useconds_t time) {
   const timespec pause{time / 1'000'000, static_cast<long>(time % 1'000'000) * 1000};
   return nanosleep(&pause, nullptr);
 }
-int rename(const char* from, const char* to) noexcept { return calls::Rename(from, to); }
+int rename(const char* from, const char* to) noexcept { return calls::Rename(from, to, 0); }
+int renameat2(int, const char* from, int, const char* to, unsigned flags) noexcept {
+  return calls::Rename(from, to, flags);
+}
 int unlink(const char* path) noexcept { return calls::Unlink(path, 0); }
 int unlinkat(int folder, const char* path, int flags) noexcept {
   if (folder == AT_FDCWD || *path == '/') return calls::Unlink(path, flags);

@@ -19,6 +19,7 @@ constexpr std::int32_t kNoSpace = 1105;
 constexpr std::int32_t kNoMemory = 701;
 constexpr std::int32_t kStorage = 823;
 constexpr std::int32_t kTimeOut = 1222;
+constexpr std::int32_t kReadOnly = 3906;  // what may be opened for reading alone
 
 // A cause, and how the work that it stops may tell of it.
 struct Cause {
@@ -86,11 +87,14 @@ std::string Judge(const Told& told, const Cause& cause) {
   const std::string step = told.what;
   const auto has = [&](const char* words) { return text.find(words) != std::string::npos; };
   const bool own_words = told.number == 0 && step == "replace";
+  const bool read_only = told.number == kReadOnly && cause.call == Call::Open;
   const bool opening = told.number == kCannotOpen && (step == "open" || step == "replace");
-  if (!own_words && !opening && told.number != cause.number) {
+  if (!own_words && !opening && !read_only && told.number != cause.number) {
     return step + " ended with another number: " + std::to_string(told.number) + ", " + text;
   }
-  if (!has(cause.words) || has("Success") || has("not an error")) {
+  // Where the system's reason is lost on the way through SQLite, its own words say as much.
+  const bool says_why = has(cause.words) || (cause.error != ENOSPC && has("disk I/O error"));
+  if (!says_why || has("Success") || has("not an error")) {
     return step + " does not say why: " + text;
   }
   return {};

@@ -40,12 +40,8 @@ std::string ReplaceAgain(const std::filesystem::path& path) {
   SharedMemory shared;
   MakeSample(path, 0, *shared);
   if (shared->replaced == 0) return std::string("cannot be replaced: ") + shared->told[0].text;
-  for (const auto& entry : std::filesystem::directory_iterator(path.parent_path())) {
-    const std::string name = entry.path().filename().string();
-    if (name.find("partial") == std::string::npos) continue;
-    std::filesystem::remove(entry);
-    return name + " was left";
-  }
+  const std::string left = Leftovers(path);
+  if (!left.empty()) return left;
   return CheckSample(path);
 }
 
