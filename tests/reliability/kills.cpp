@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 constexpr int kPosters = 3;
 constexpr std::int64_t kBooksCalls = 3000;     // of a process, before it is killed
-constexpr std::int64_t kSampleCalls = 2600;    // a little more than making a sample takes
+constexpr std::int64_t kSampleCalls = 6000;    // a little more than making a sample takes
 constexpr std::int64_t kLongestLife = 60'000;  // microseconds, where time ends it
 constexpr int kRoundsOfBooks = 100;            // before new ones are begun
 
