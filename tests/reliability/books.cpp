@@ -12,6 +12,7 @@
 
 #include "calls.h"
 #include "frame/error.h"
+#include "sample/sample.h"
 #include "tsql/functions.h"
 #include "tsql/sqlite.h"
 
@@ -24,6 +25,7 @@ constexpr int kAccounts = 10;
 constexpr int kOpening = 1000;
 constexpr unsigned kLongestProcess = 600;  // seconds
 constexpr int kBadEnd = 3;
+constexpr std::int64_t kLines[] = {3, 4};  // of the two samples
 
 // Keeps the first value that a batch gives.
 class FirstValue final : public ResultSink {
@@ -166,14 +168,10 @@ bool Try(Shared& shared, const char* what, const std::function<void()>& step) {
   return false;
 }
 
-tsql::DatabaseOptions Options(bool create) {
-  tsql::DatabaseOptions options;
-  options.create = create;
-  return options;
-}
-
 void CreateBooks(const fs::path& path) {
-  const auto database = tsql::Database::Open(path, Options(!fs::exists(path)));
+  tsql::DatabaseOptions options;
+  options.create = !fs::exists(path);
+  const auto database = tsql::Database::Open(path, options);
   Run(*database,
       "CREATE TABLE Accounts (id int NOT NULL PRIMARY KEY, balance int NOT NULL) "
       "CREATE TABLE Journal (writer int NOT NULL, number int NOT NULL, source int NOT NULL, target "
@@ -215,15 +213,6 @@ std::string Answer(tsql::Database& database, const std::string& sql) {
   FirstValue first;
   database.Run(FromUtf8(sql), first);
   return first.value;
-}
-
-std::string Integrity(const fs::path& path) {
-  try {
-    Plain plain(path);
-    return IntegrityOf(plain);
-  } catch (const std::exception& error) {
-    return error.what();
-  }
 }
 
 State Examine(const fs::path& path) {
@@ -274,7 +263,7 @@ std::string Leftovers(const fs::path& path) {
 
 std::string UseAgain(const fs::path& path, Shared& shared) {
   try {
-    auto database = tsql::Database::Open(path, Options());
+    auto database = tsql::Database::Open(path);
     // What an earlier user's report left is whole or not there at all.
     if (!Answer(*database, "SELECT OBJECT_ID('tempdb..Result')").empty()) {
       const std::string fault = FaultOfResult(*database);
@@ -290,6 +279,42 @@ std::string UseAgain(const fs::path& path, Shared& shared) {
   } catch (const std::exception& error) {
     return std::string("the next user cannot work: ") + error.what();
   }
+}
+
+void MakeSample(const fs::path& path, int which, Shared& shared) {
+  SampleOptions options;
+  options.voucher_lines = kLines[which];
+  options.seed = static_cast<std::uint64_t>(which + 1);
+  options.force = true;
+  Try(shared, "replace", [&] {
+    CreateSample(path, options);
+    ++shared.replaced;
+  });
+}
+
+std::string CheckSample(const fs::path& path) {
+  try {
+    const std::string fault = IntegrityOf(*std::make_unique<Plain>(path));
+    if (!fault.empty()) return "the sample: " + fault;
+    const auto database = tsql::Database::Open(path);
+    const auto ask = [&](const char* sql) { return Answer(*database, sql); };
+    const std::string lines = ask("SELECT COUNT(*) FROM RdRecords");
+    // The last thing that is made.
+    ask("EXEC Sa_MoveTrustDetail 'Sample', ' ', '2002-03-01', '2002-03-31'");
+    const bool is_one = lines == std::to_string(kLines[0]) || lines == std::to_string(kLines[1]);
+    return is_one ? "" : "the sample is neither old nor new: " + lines + " lines";
+  } catch (const std::exception& error) {
+    return std::string("the sample: ") + error.what();
+  }
+}
+
+std::string ReplaceAgain(const fs::path& path) {
+  SharedMemory shared;
+  MakeSample(path, 0, *shared);
+  if (shared->replaced == 0) return std::string("cannot be replaced: ") + shared->told[0].text;
+  const std::string left = Leftovers(path);
+  if (!left.empty()) return left;
+  return CheckSample(path);
 }
 
 void Verdict::Round(const std::string& what, const std::string& fault) {

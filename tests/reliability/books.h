@@ -69,8 +69,6 @@ bool Try(Shared& shared, const char* what, const std::function<void()>& step);
 // With `path` there already, the books are added to that database.
 void CreateBooks(const std::filesystem::path& path);
 
-tsql::DatabaseOptions Options(bool create = false);
-
 // Moves money as `writer`'s transaction `number` does, in one transaction, and tells of its begin
 // and of its end.
 void Post(tsql::Database& database, Shared& shared, int writer, std::int64_t number);
@@ -104,8 +102,16 @@ std::string Leftovers(const std::filesystem::path& path);
 // succeed and nothing is left of earlier users.
 std::string UseAgain(const std::filesystem::path& path, Shared& shared);
 
-// "" if SQLite finds nothing wrong with the file.
-std::string Integrity(const std::filesystem::path& path);
+// Makes the sample database `which`, 0 or 1, in place of what is at `path`, if anything. Tells of a
+// failure, and counts in `replaced`.
+void MakeSample(const std::filesystem::path& path, int which, Shared& shared);
+
+// "" if the database at `path` is one of the two samples as a whole.
+std::string CheckSample(const std::filesystem::path& path);
+
+// Replaces it once more, as the next user does, and looks for what earlier ones left beside it. ""
+// when it succeeds and nothing is left.
+std::string ReplaceAgain(const std::filesystem::path& path);
 
 // Counts rounds and failures, and prints each with the way to see it again.
 class Verdict {

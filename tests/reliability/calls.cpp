@@ -16,7 +16,6 @@
 #include <ctime>
 #include <fstream>
 #include <new>
-#include <optional>
 
 namespace ledgerwick::reliability {
 namespace {
@@ -95,11 +94,11 @@ int NameFile(const char* path, bool existed) {
   return file;
 }
 
-int Open(int folder, const char* path, int flags, mode_t mode) {
+int Open(const char* path, int flags, mode_t mode) {
   const bool is_watched = IsWatched(path);
   if (is_watched && FailsOrDies(Call::Open)) return -1;
-  const bool existed = is_watched && syscall(SYS_faccessat, folder, path, F_OK) == 0;
-  const int descriptor = static_cast<int>(syscall(SYS_openat, folder, path, flags, mode));
+  const bool existed = is_watched && syscall(SYS_faccessat, AT_FDCWD, path, F_OK) == 0;
+  const int descriptor = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
   if (descriptor < 0 || descriptor >= kDescriptors) return descriptor;
   watched.files[descriptor] = is_watched ? NameFile(path, existed) : kNotWatched;
   if (is_watched && (flags & O_TRUNC) != 0) {
@@ -108,28 +107,22 @@ int Open(int folder, const char* path, int flags, mode_t mode) {
   return descriptor;
 }
 
-ssize_t Write(int descriptor, const void* bytes, std::size_t size, std::optional<off_t> at) {
-  const auto write = [&](std::size_t count) {
-    return at ? syscall(SYS_pwrite64, descriptor, bytes, count, *at)
-              : syscall(SYS_write, descriptor, bytes, count);
-  };
+ssize_t Write(int descriptor, const void* bytes, std::size_t size, off_t at) {
   const int file = FileOf(descriptor);
   if (file != kNotWatched && Fails(Call::Write)) {
     if (watched.fault.error != kKill) return -1;
-    write(size / 2);
+    syscall(SYS_pwrite64, descriptor, bytes, size / 2, at);
     raise(SIGKILL);
   }
   if (file >= 0) {
-    const off_t start = at ? *at : syscall(SYS_lseek, descriptor, 0, SEEK_CUR);
-    Note({Event::Write, file, start, {}, {}, std::string(static_cast<const char*>(bytes), size)});
+    Note({Event::Write, file, at, {}, {}, std::string(static_cast<const char*>(bytes), size)});
   }
-  return write(size);
+  return syscall(SYS_pwrite64, descriptor, bytes, size, at);
 }
 
-ssize_t Read(int descriptor, void* bytes, std::size_t size, std::optional<off_t> at) {
+ssize_t Read(int descriptor, void* bytes, std::size_t size, off_t at) {
   if (FileOf(descriptor) != kNotWatched && FailsOrDies(Call::Read)) return -1;
-  return at ? syscall(SYS_pread64, descriptor, bytes, size, *at)
-            : syscall(SYS_read, descriptor, bytes, size);
+  return syscall(SYS_pread64, descriptor, bytes, size, at);
 }
 
 int Sync(int descriptor, long number) {
@@ -250,7 +243,7 @@ void WatchSqliteMemory() {
 
 namespace calls = ledgerwick::reliability;
 
-// The C library's functions, under both names that large files gave them.
+// The C library's functions, under those of their names that are in use.
 extern "C" {
 
 int open(const char* path, int flags, ...) {
@@ -258,18 +251,9 @@ int open(const char* path, int flags, ...) {
   va_start(rest, flags);
   const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(rest, mode_t) : 0;
   va_end(rest);
-  return calls::Open(AT_FDCWD, path, flags, mode);
+  return calls::Open(path, flags, mode);
 }
 int open64(const char* path, int flags, ...) __attribute__((alias("open")));
-
-int openat(int folder, const char* path, int flags, ...) {
-  va_list rest;
-  va_start(rest, flags);
-  const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(rest, mode_t) : 0;
-  va_end(rest);
-  return calls::Open(folder, path, flags, mode);
-}
-int openat64(int folder, const char* path, int flags, ...) __attribute__((alias("openat")));
 
 int close(int descriptor) {
   if (calls::FileOf(descriptor) != calls::kNotWatched) {
@@ -278,17 +262,11 @@ int close(int descriptor) {
   return static_cast<int>(syscall(SYS_close, descriptor));
 }
 
-ssize_t read(int descriptor, void* bytes, size_t size) {
-  return calls::Read(descriptor, bytes, size, std::nullopt);
-}
 ssize_t pread(int descriptor, void* bytes, size_t size, off_t at) {
   return calls::Read(descriptor, bytes, size, at);
 }
 ssize_t pread64(int descriptor, void* bytes, size_t size, off_t at) {
   return calls::Read(descriptor, bytes, size, at);
-}
-ssize_t write(int descriptor, const void* bytes, size_t size) {
-  return calls::Write(descriptor, bytes, size, std::nullopt);
 }
 ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t at) {
   return calls::Write(descriptor, bytes, size, at);
@@ -298,8 +276,7 @@ ssize_t pwrite64(int descriptor, const void* bytes, size_t size, off_t at) {
 }
 int fsync(int descriptor) { return calls::Sync(descriptor, SYS_fsync); }
 int fdatasync(int descriptor) { return calls::Sync(descriptor, SYS_fdatasync); }
-int ftruncate(int descriptor, off_t size) noexcept { return calls::Truncate(descriptor, size); }
-int ftruncate64(int descriptor, off_t size) noexcept __attribute__((alias("ftruncate")));
+int ftruncate64(int descriptor, off_t size) noexcept { return calls::Truncate(descriptor, size); }
 
 int fcntl(int descriptor, int command, ...) {
   va_list rest;
@@ -310,14 +287,11 @@ int fcntl(int descriptor, int command, ...) {
 }
 int fcntl64(int descriptor, int command, ...) __attribute__((alias("fcntl")));
 
-void* mmap(void* at, size_t size, int protection, int flags, int descriptor,
-           off_t offset) noexcept {
+void* mmap64(void* at, size_t size, int protection, int flags, int descriptor,
+             off_t offset) noexcept {
   return calls::Map(at, size, protection, flags, descriptor, offset);
 }
-void* mmap64(void* at, size_t size, int protection, int flags, int descriptor,
-             off_t offset) noexcept __attribute__((alias("mmap")));
-// SQLite asks again for ten seconds for a lock that fails; nobody shall wait for it to fail for
-// good.
+
 // The name of the machine's start, through which alone a start can be told from another.
 FILE* fopen64(const char* path, const char* mode) {
   if (calls::watched.start > 0 && std::strcmp(path, "/proc/sys/kernel/random/boot_id") == 0) {
@@ -345,10 +319,6 @@ int renameat2(int, const char* from, int, const char* to, unsigned flags) noexce
   return calls::Rename(from, to, flags);
 }
 int unlink(const char* path) noexcept { return calls::Unlink(path, 0); }
-int unlinkat(int folder, const char* path, int flags) noexcept {
-  if (folder == AT_FDCWD || *path == '/') return calls::Unlink(path, flags);
-  return static_cast<int>(syscall(SYS_unlinkat, folder, path, flags));
-}
 int remove(const char* path) noexcept {
   const int result = calls::Unlink(path, 0);
   return result != 0 && errno == EISDIR ? calls::Unlink(path, AT_REMOVEDIR) : result;

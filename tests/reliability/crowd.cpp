@@ -8,7 +8,6 @@
 #include "host/request.h"
 #include "host/runner.h"
 #include "sample/sample.h"
-#include "samples.h"
 
 namespace ledgerwick::reliability {
 namespace {
@@ -95,7 +94,7 @@ class Company {
     CreateBooks(path_);
     MakeSample(sample_, 0, *shared_);
     shared_->replaced = 0;
-    const auto database = tsql::Database::Open(path_, Options());
+    const auto database = tsql::Database::Open(path_);
     const std::string receipts =
         " FROM RdRecords s INNER JOIN RdRecord r ON s.ID = r.ID WHERE r.bRdFlag = 1 AND r.dDate >= "
         "'2001-11-01' AND "
@@ -109,7 +108,7 @@ class Company {
   void Expect() {
     summary_ = RunWatched(path_, kSummary);
     journal_ = RunWatched(path_, kJournal);
-    MoveStock(*tsql::Database::Open(path_, Options()), first_, last_);
+    MoveStock(*tsql::Database::Open(path_), first_, last_);
     CheckReport(kSummary, summary_);
     CheckReport(kJournal, journal_);
   }
@@ -143,7 +142,7 @@ class Company {
   // Every other process writes; the others report, replace the sample or open it.
   void Step(int process, int turn, std::int64_t& posted) {
     if (process % 2 == 0) {
-      const auto database = tsql::Database::Open(path_, Options());
+      const auto database = tsql::Database::Open(path_);
       for (int i = 0; i < 5; ++i) Post(*database, *shared_, process, ++posted);
       const bool forth = turn % 2 == 0;
       MoveStock(*database, forth ? first_ : last_, forth ? last_ : first_);
@@ -156,12 +155,12 @@ class Company {
       case 2:
         return CheckReport(kJournal, journal_);
       case 3:
-        Report(*tsql::Database::Open(path_, Options()));
+        Report(*tsql::Database::Open(path_));
         ++shared_->reports;
         return;
       default:
         if (process == 1) return MakeSample(sample_, turn % 2, *shared_);
-        const auto database = tsql::Database::Open(sample_, Options());
+        const auto database = tsql::Database::Open(sample_);
         const std::string lines = Answer(*database, "SELECT COUNT(*) FROM RdRecords");
         if (lines != "3" && lines != "4")
           throw std::runtime_error("a sample of " + lines + " lines");

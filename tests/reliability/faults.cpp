@@ -6,7 +6,6 @@
 #include "books.h"
 #include "calls.h"
 #include "harnesses.h"
-#include "samples.h"
 
 namespace ledgerwick::reliability {
 namespace {
@@ -48,7 +47,7 @@ constexpr Cause kCauses[] = {
 };
 
 tsql::DatabaseOptions Hasty() {
-  tsql::DatabaseOptions options = Options();
+  tsql::DatabaseOptions options;
   options.lock_wait = std::chrono::milliseconds(30);
   return options;
 }

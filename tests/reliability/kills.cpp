@@ -7,7 +7,6 @@
 #include "books.h"
 #include "calls.h"
 #include "harnesses.h"
-#include "samples.h"
 
 namespace ledgerwick::reliability {
 namespace {
@@ -24,14 +23,14 @@ constexpr int kRoundsOfBooks = 100;            // before new ones are begun
 // so that opening and closing are among what is cut short.
 void KeepBooks(const fs::path& path, Shared& shared, int writer) {
   for (std::int64_t number = shared.done[writer];;) {
-    const auto database = tsql::Database::Open(path, Options());
+    const auto database = tsql::Database::Open(path);
     for (int i = 0; i < 5; ++i) Post(*database, shared, writer, ++number);
   }
 }
 
 void KeepReporting(const fs::path& path, Shared& shared) {
   while (true) {
-    const auto database = tsql::Database::Open(path, Options());
+    const auto database = tsql::Database::Open(path);
     Report(*database);
     ++shared.reports;
   }

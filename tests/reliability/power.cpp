@@ -5,7 +5,6 @@
 #include "books.h"
 #include "calls.h"
 #include "harnesses.h"
-#include "samples.h"
 
 namespace ledgerwick::reliability {
 namespace {
@@ -167,7 +166,7 @@ class PowerSeries {
 void KeepBooks(const fs::path& path, Shared& shared) {
   std::int64_t number = 0;
   for (const int posts : {3, 270, 7, 1}) {
-    const auto database = tsql::Database::Open(path, Options());
+    const auto database = tsql::Database::Open(path);
     for (int i = 0; i < posts; ++i) {
       Post(*database, shared, 0, ++number);
       MarkLog(number);
