@@ -71,6 +71,14 @@ class Value {
   // Shares `opaque`, which must not be null.
   Value(std::shared_ptr<const OpaqueValue> opaque) : data_(std::move(opaque)) {}
 
+  // By assignment: in the library of GCC 12, copying a variant with a text does not survive that
+  // there is no memory for it.
+  Value(const Value& other) { data_ = other.data_; }
+  Value(Value&&) noexcept = default;
+  Value& operator=(const Value&) = default;
+  Value& operator=(Value&&) noexcept = default;
+  ~Value() = default;
+
   bool IsEmpty() const noexcept { return std::holds_alternative<std::monostate>(data_); }
   bool IsNull() const noexcept { return std::holds_alternative<Null>(data_); }
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -16,6 +17,7 @@
 #include "tsql/database_files.h"
 #include "tsql/errors.h"
 #include "tsql/sqlite.h"
+#include "tsql/storage_error.h"
 
 namespace ledgerwick::sample {
 namespace {
@@ -55,9 +57,11 @@ std::unique_ptr<tsql::FairLock> MakingOf(tsql::LockFile& file) {
   return std::make_unique<tsql::FairLock>(file, tsql::LockSubject::LeaseOf(u"in the making"), "");
 }
 
-void RemoveAll(const fs::path& database) noexcept {
+void RemoveAll(const fs::path& database) noexcept try {
   tsql::RemoveFile(database);
   tsql::RemoveFile(tsql::TempdbPath(database));
+} catch (const std::bad_alloc&) {
+  // The next one clears away what stays.
 }
 
 // Brings what a killed process has left in the log into the file itself: from then on the file
@@ -71,7 +75,7 @@ void SettleLog(const fs::path& database) {
     if (result == SQLITE_OK) {
       result = sqlite3_exec(opened, "PRAGMA wal_checkpoint(TRUNCATE)", nullptr, nullptr, nullptr);
     }
-    if (result != SQLITE_OK) CannotMove(database, sqlite3_errmsg(opened));
+    if (result != SQLITE_OK) CannotMove(database, tsql::FailureText(opened));
   }
   const fs::path log = tsql::WithSuffix(database, "-wal");
   if (HasContent(log)) CannotMove(database, log.string() + " is still needed by the old one");
@@ -129,7 +133,11 @@ void FileSwap::CheckContent() const {
     throw std::runtime_error(name +
                              " exists already; choose another name, or replace it with --force");
   }
-  const tsql::FileContent content = tsql::ContentOf(target_);
+  std::string why;
+  const tsql::FileContent content = tsql::ContentOf(target_, &why);
+  if (content == tsql::FileContent::Unknown) {
+    throw std::runtime_error(name + " could not be read and was not replaced: " + why);
+  }
   if (content != tsql::FileContent::Ours && content != tsql::FileContent::Empty) {
     throw std::runtime_error(name +
                              " is no database of Ledgerwick's and was not replaced; choose "

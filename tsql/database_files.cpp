@@ -7,9 +7,11 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <new>
 #include <system_error>
 
 #include "tsql/sqlite.h"
+#include "tsql/storage_error.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -69,15 +71,17 @@ std::vector<fs::path> EngineCompanions(const fs::path& file) {
   return {WithSuffix(file, "-wal"), WithSuffix(file, "-shm"), WithSuffix(file, "-journal")};
 }
 
-int RemoveFile(const fs::path& file) noexcept {
+int RemoveFile(const fs::path& file) noexcept try {
   // The file goes first: a log without its file is cleared away by SQLite, a file without its log
   // would be another file.
   if (unlink(file.c_str()) != 0 && errno != ENOENT) return errno;
   for (const fs::path& companion : EngineCompanions(file)) unlink(companion.c_str());
   return 0;
+} catch (const std::bad_alloc&) {
+  return ENOMEM;
 }
 
-int CreateLike(const fs::path& path, const fs::path& model) noexcept {
+int CreateLike(const fs::path& path, const fs::path& model) noexcept try {
   static std::atomic<unsigned> count = 0;
   struct stat rights {};
   const bool has_model = !model.empty() && stat(model.c_str(), &rights) == 0;
@@ -89,6 +93,8 @@ int CreateLike(const fs::path& path, const fs::path& model) noexcept {
   reason = MoveToNewName(scratch.c_str(), path.c_str());
   if (reason != 0) unlink(scratch.c_str());
   return reason;
+} catch (const std::bad_alloc&) {
+  return ENOMEM;
 }
 
 void KeepModeOf(const fs::path& path, const fs::path& model) noexcept {
@@ -122,7 +128,7 @@ std::string ObstacleAt(const fs::path& path, bool follow) {
   }
 }
 
-FileContent ContentOf(const fs::path& path) {
+FileContent ContentOf(const fs::path& path, std::string* why) {
   ConfigureSqlite();
   std::error_code ignored;
   if (!fs::is_regular_file(path, ignored)) return FileContent::None;
@@ -132,8 +138,9 @@ FileContent ContentOf(const fs::path& path) {
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
   int result = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
   const SqliteHandle db(opened);
-  if (result != SQLITE_OK) return FileContent::Unknown;
-  const int id = PragmaOf(opened, "application_id", result);
+  const int id = result == SQLITE_OK ? PragmaOf(opened, "application_id", result) : 0;
+  if (why != nullptr && result != SQLITE_ROW) *why = FailureText(opened);
+  if (IsFailedRead(opened, result)) return FileContent::Unknown;
   switch (result & 0xFF) {
     case SQLITE_ROW:
       return id == kApplicationId ? FileContent::Ours : FileContent::OtherSqlite;

@@ -56,6 +56,7 @@ enum class FileContent {
 
 // What SQLite says of the file at `path`, which must not be one of SQLite's own -shm files. It
 // waits for nobody; the caller keeps the database from being replaced meanwhile (database_lock.h).
-FileContent ContentOf(const std::filesystem::path& path);
+// `why`, unless it is null, is told why the content is Unknown.
+FileContent ContentOf(const std::filesystem::path& path, std::string* why = nullptr);
 
 }  // namespace ledgerwick::tsql

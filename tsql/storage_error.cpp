@@ -17,6 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kIoError = "disk I/O error";  // as SQLite says it
+
 // "table.column" at the end of SQLite's message about a constraint.
 std::pair<Text, Text> ConstraintColumn(const std::string& message) {
   const std::string_view name = std::string_view(message).substr(message.rfind(": ") + 2);
@@ -149,6 +151,7 @@ SqlError StorageError(sqlite3* db, int result, const fs::path& database, bool& t
     }
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
+      if (IsFailedRead(db, result)) return FileError(db, SQLITE_IOERR_READ, kIoError, database);
       tempdb_damaged = IsTempdbDamaged(db);
       return tempdb_damaged ? errors::TempdbDamaged(TempdbPath(database).string())
                             : errors::Damaged(database.string());
@@ -158,6 +161,23 @@ SqlError StorageError(sqlite3* db, int result, const fs::path& database, bool& t
     default:
       return errors::Storage(message);
   }
+}
+
+bool IsFailedRead(sqlite3* db, int result) {
+  if ((result & 0xFF) != SQLITE_CORRUPT && (result & 0xFF) != SQLITE_NOTADB) return false;
+  for (const char* schema : {"main", "tempdb"}) {
+    if (ReasonOf(db, schema, false) == EIO || ReasonOf(db, schema, true) == EIO) return true;
+  }
+  return false;
+}
+
+std::string FailureText(sqlite3* db) {
+  std::string text = IsFailedRead(db, sqlite3_errcode(db)) ? kIoError : sqlite3_errmsg(db);
+  int reason = sqlite3_system_errno(db);
+  for (const bool log : {true, false}) {
+    if (reason == 0) reason = ReasonOf(db, "main", log);
+  }
+  return reason == 0 ? text : text.append(": ").append(std::strerror(reason));
 }
 
 }  // namespace ledgerwick::tsql

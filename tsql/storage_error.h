@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "tsql/errors.h"
 #include "tsql/sqlite.h"
@@ -14,5 +15,12 @@ namespace ledgerwick::tsql {
 // and cancellations are the caller's.
 SqlError StorageError(sqlite3* db, int result, const std::filesystem::path& database,
                       bool& tempdb_damaged);
+
+// What failed last on `db`, which has one file alone, with the system's reason where there is one.
+std::string FailureText(sqlite3* db);
+
+// True when the failure `result` on `db` is a disk's that does not give what it holds. SQLite
+// itself takes that for damage.
+bool IsFailedRead(sqlite3* db, int result);
 
 }  // namespace ledgerwick::tsql

@@ -12,6 +12,7 @@
 #include "tsql/database_files.h"
 #include "tsql/errors.h"
 #include "tsql/storage.h"
+#include "tsql/storage_error.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -174,7 +175,7 @@ void Storage::OpenMain() {
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
   const int result = sqlite3_open_v2(path_.c_str(), &db, flags, nullptr);
   db_.reset(db);
-  if (result != SQLITE_OK) Refuse(path_, std::string(sqlite3_errmsg(db)) + ".");
+  if (result != SQLITE_OK) Refuse(path_, FailureText(db) + ".");
   sqlite3_extended_result_codes(db, 1);
   sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
   sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
@@ -190,8 +191,8 @@ void Storage::SetUpMain() {
   int result = sqlite3_prepare_v2(db(), "PRAGMA main.application_id", -1, &prepared, nullptr);
   SqliteStatement id(prepared);
   if (result == SQLITE_OK) result = sqlite3_step(prepared);
-  if (result == SQLITE_NOTADB) Refuse(path_, "the file is not a database. Check the path.");
-  if ((result & 0xFF) == SQLITE_CORRUPT) throw errors::Damaged(path_.string());
+  if (result == SQLITE_NOTADB && !IsFailedRead(db(), result))
+    Refuse(path_, "the file is not a database. Check the path.");
   if (result != SQLITE_ROW) Fail(result);
   if (sqlite3_column_int(prepared, 0) == kApplicationId) return;
   id.reset();

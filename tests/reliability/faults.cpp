@@ -92,7 +92,8 @@ std::string Judge(const Told& told, const Cause& cause) {
     return step + " ended with another number: " + std::to_string(told.number) + ", " + text;
   }
   // Where the system's reason is lost on the way through SQLite, its own words say as much.
-  const bool says_why = has(cause.words) || (cause.error != ENOSPC && has("disk I/O error"));
+  const bool says_why = has(cause.words) || has(std::strerror(cause.error)) ||
+                        (cause.error != ENOSPC && has("disk I/O error"));
   if (!says_why || has("Success") || has("not an error")) {
     return step + " does not say why: " + text;
   }

@@ -9,7 +9,7 @@ namespace ledgerwick::reliability {
 struct Settings {
   std::uint64_t seed = 1;
   std::int64_t rounds = 0;  // faults: at most so many calls of each kind fail in turn, 0 for all
-  std::int64_t seconds = 16;
+  std::int64_t seconds = 10;
   int processes = 0;  // 0: 2 to 9 in turn
 };
 
