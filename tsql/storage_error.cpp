@@ -110,6 +110,16 @@ SqlError FileError(sqlite3* db, int result, const std::string& message, const fs
   }
 }
 
+// False when a disk that does not read is behind the damage that was met, though its reason is
+// lost: it went with a log that is closed, where reading again meets it again, or with a tempdb
+// that could not be attached, where the books are well.
+bool IsReadable(sqlite3* db) {
+  const int again =
+      sqlite3_exec(db, "SELECT COUNT(*) FROM main.sqlite_schema", nullptr, nullptr, nullptr);
+  if (again != SQLITE_OK) return !IsFailedRead(db, again);
+  return sqlite3_db_filename(db, "tempdb") != nullptr;
+}
+
 // Reads all of tempdb.
 bool IsTempdbDamaged(sqlite3* db) {
   sqlite3_stmt* prepared = nullptr;
@@ -151,7 +161,9 @@ SqlError StorageError(sqlite3* db, int result, const fs::path& database, bool& t
     }
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
-      if (IsFailedRead(db, result)) return FileError(db, SQLITE_IOERR_READ, kIoError, database);
+      if (IsFailedRead(db, result) || !IsReadable(db)) {
+        return FileError(db, SQLITE_IOERR_READ, kIoError, database);
+      }
       tempdb_damaged = IsTempdbDamaged(db);
       return tempdb_damaged ? errors::TempdbDamaged(TempdbPath(database).string())
                             : errors::Damaged(database.string());
@@ -172,6 +184,7 @@ bool IsFailedRead(sqlite3* db, int result) {
 }
 
 std::string FailureText(sqlite3* db) {
+  if (db == nullptr) return "out of memory";
   std::string text = IsFailedRead(db, sqlite3_errcode(db)) ? kIoError : sqlite3_errmsg(db);
   int reason = sqlite3_system_errno(db);
   for (const bool log : {true, false}) {
