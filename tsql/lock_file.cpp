@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -95,12 +96,12 @@ std::string LockFile::Read(off_t entry) const {
   return text;
 }
 
-void LockFile::Write(off_t entry, std::string text) noexcept {
-  constexpr std::size_t kRoom = kEntrySize - 1;
-  if (text.size() < kRoom) text.append(kRoom - text.size(), ' ');
-  text.resize(kRoom);
-  text += '\n';
-  const ssize_t written = pwrite(file_, text.data(), text.size(), entry);
+void LockFile::Write(off_t entry, std::string_view text) noexcept {
+  std::array<char, kEntrySize> record;
+  record.fill(' ');
+  record.back() = '\n';
+  text.copy(record.data(), record.size() - 1);
+  const ssize_t written = pwrite(file_, record.data(), record.size(), entry);
   static_cast<void>(written);
 }
 

@@ -54,7 +54,7 @@ class LockFile {
 
   // Replaces an entry's text, which is cut off at its size. What cannot be written stays: an entry
   // only tells.
-  void Write(off_t entry, std::string text) noexcept;
+  void Write(off_t entry, std::string_view text) noexcept;
 
  private:
   [[noreturn]] void Fail(const std::string& why) const;

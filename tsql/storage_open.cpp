@@ -81,9 +81,14 @@ Storage::Storage(const fs::path& path, const DatabaseOptions& options)
 Storage::~Storage() {
   if (sqlite3_get_autocommit(db()) == 0) return;  // nor does it wait for a transaction of its own
   sqlite3_busy_handler(db(), nullptr, nullptr);   // or for readers
-  if (!HasMuchFreeSpace(db()) || !tempdb_turn_->TryAcquire()) return;
-  ShrinkTempdb(db());
-  tempdb_turn_->Release();
+  if (!HasMuchFreeSpace(db())) return;
+  try {
+    if (!tempdb_turn_->TryAcquire()) return;
+    ShrinkTempdb(db());
+    tempdb_turn_->Release();
+  } catch (...) {
+    // Without a turn, or the memory to take one, the next to close gives the space back.
+  }
 }
 
 void Storage::CloseFiles() noexcept {
