@@ -4,15 +4,18 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <map>
 #include <new>
 #include <optional>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "tsql/database_files.h"
 #include "tsql/errors.h"
@@ -55,6 +58,13 @@ fs::path WithoutLinks(const fs::path& path) {
 
 std::unique_ptr<tsql::FairLock> MakingOf(tsql::LockFile& file) {
   return std::make_unique<tsql::FairLock>(file, tsql::LockSubject::LeaseOf(u"in the making"), "");
+}
+
+// True when there is a process of the number at the end of that name.
+bool IsProcess(const fs::path& working) {
+  const std::string name = working.string();
+  const int number = std::atoi(name.c_str() + name.find_last_not_of("0123456789") + 1);
+  return ::kill(number, 0) == 0 || errno != ESRCH;
 }
 
 void RemoveAll(const fs::path& database) noexcept try {
@@ -148,21 +158,27 @@ void FileSwap::CheckContent() const {
 // Removes what processes have left that were killed while they made this target.
 void FileSwap::ClearLeftovers() const {
   const std::string start = target_.filename().string() + kPartial;
-  std::set<fs::path> leftovers;
+  std::map<fs::path, std::vector<fs::path>> leftovers;  // with all that belongs to each
   std::error_code ignored;
   for (const auto& entry : fs::directory_iterator(target_.parent_path(), ignored)) {
     const std::string name = entry.path().filename().string();
     if (!name.starts_with(start)) continue;
     const std::size_t end = name.find_first_not_of("0123456789", start.size());
-    leftovers.insert(target_.parent_path() / name.substr(0, end));
+    leftovers[target_.parent_path() / name.substr(0, end)].push_back(entry.path());
   }
   tsql::DatabaseOptions at_once;
   at_once.lock_wait = {};
-  for (const fs::path& leftover : leftovers) {
+  for (const auto& [leftover, files] : leftovers) {
     try {
       tsql::DatabaseLock lock(leftover, at_once);
       if (!lock.alone() || !MakingOf(lock.file())->TryAcquire()) continue;
       RemoveAll(leftover);
+      // Files that were not given their name yet, unless their process is about to do so; the lock
+      // file goes last.
+      const bool lives = IsProcess(leftover);
+      for (const fs::path& file : files) {
+        if (!lives && file != lock.file().path()) ::unlink(file.c_str());
+      }
       lock.RemoveFile();
     } catch (const tsql::SqlError&) {
       // Somebody else's: it stays.
