@@ -60,11 +60,11 @@ std::unique_ptr<tsql::FairLock> MakingOf(tsql::LockFile& file) {
   return std::make_unique<tsql::FairLock>(file, tsql::LockSubject::LeaseOf(u"in the making"), "");
 }
 
-// True when there is a process of the number at the end of that name.
+// True when there is another process of the number at the end of that name.
 bool IsProcess(const fs::path& working) {
   const std::string name = working.string();
   const int number = std::atoi(name.c_str() + name.find_last_not_of("0123456789") + 1);
-  return ::kill(number, 0) == 0 || errno != ESRCH;
+  return number != ::getpid() && (::kill(number, 0) == 0 || errno != ESRCH);
 }
 
 void RemoveAll(const fs::path& database) noexcept try {
