@@ -45,6 +45,7 @@ class CommandLine {
     AddTrace();
     AddQuery();
     AddSample();
+    AddUpgrade();
   }
 
   CLI::App& app() { return app_; }
@@ -181,11 +182,21 @@ class CommandLine {
     });
   }
 
+  void AddUpgrade() {
+    CLI::App& sub = AddSubcommand(app_, "upgrade", "Bring a database to today's format",
+                                  "  ledgerwick upgrade company.db");
+    sub.add_option("FILE", upgraded_, "The database's file, which nobody else uses")->required();
+    sub.callback([this] {
+      command_ = [this](Console& console) { return UpgradeCommand(console, upgraded_); };
+    });
+  }
+
   CLI::App app_{"The reports of the inventory and sales suite, on an embedded database.",
                 "ledgerwick"};
   std::string colour_ = "auto";
   std::string list_format_ = "table";
   std::string described_;
+  std::string upgraded_;
   RunOptions run_;
   ReportOptions trace_;
   QueryOptions query_;

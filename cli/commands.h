@@ -59,6 +59,7 @@ int DescribeCommand(Console& console, const std::string& class_name);
 int RunCommand(Console& console, const RunOptions& options);
 int TraceCommand(Console& console, const ReportOptions& options);
 int QueryCommand(Console& console, const QueryOptions& options);
+int UpgradeCommand(Console& console, const std::string& path);
 int SampleCreateCommand(Console& console, const SampleOptionsGiven& options);
 
 // The format of that name. Throws UsageError that lists the formats.

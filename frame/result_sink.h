@@ -28,8 +28,8 @@ class ResultSink {
   virtual void Columns(std::span<const ResultColumn> columns) = 0;
 
   // One value for each column; the values live until the call returns. A Boolean and an Integer
-  // column hold std::int64_t, Float and Decimal double, DateTime Date, String Text; any may be
-  // null.
+  // column hold std::int64_t, Float double, DateTime Date, String Text; any may be null. A Decimal
+  // is a Text of its digits, `scale` of them behind the point, since a double has not room for all.
   virtual void Row(std::span<const Value> values) = 0;
 
   // False when the rows that follow need only be counted. A connection may then pass Row over, and

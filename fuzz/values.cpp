@@ -71,7 +71,11 @@ void TryNumbers(std::string_view a, std::string_view b) {
   Quietly([&] { FormatMoney(ParseMoney(a), NumberIn<int>(b)); });
   const int precision = 1 + std::abs(NumberIn<int>(b) % 38);
   const int scale = std::abs(NumberIn<int>(a) % (precision + 1));
-  Quietly([&] { FormatDecimal(ParseDecimal(a, precision, scale, "varchar"), scale); });
+  Quietly([&] {
+    const Exact number = ParseDecimal(a, {precision, scale}, "varchar");
+    Require(ParseExact(FormatExact(number), scale, "")->units == number.units);
+    Require(FromBytes(ToBytes(number.units).data()) == number.units);
+  });
 }
 
 void TryDecimals(std::string_view a, std::string_view b) {
@@ -81,9 +85,16 @@ void TryDecimals(std::string_view a, std::string_view b) {
   const double rounded = RoundDecimal(number, scale);
   if (std::isfinite(number)) Require(RoundDecimal(rounded, scale) == rounded);
   TruncateDecimal(number, scale);
-  Quietly([&] { DivideDecimal(number, other, std::abs(scale)); });
-  Quietly([&] { ToDecimal(number, 38, std::abs(scale)); });
-  Quietly([&] { ToMoney(number); });
+  const ExactSize size{kMostDigits, std::abs(scale)};
+  Quietly([&] { FromDouble(number, {kMoneyPrecision, kMoneyScale}); });
+  Quietly([&] {
+    const Exact x = FromDouble(number, size);
+    const Exact y = FromDouble(other, {kMostDigits, 0});
+    Quietly([&] { Require(Subtract(Add(x, y, size), y, size).units == x.units); });
+    Quietly([&] { Multiply(x, y, {kMostDigits, 6}); });
+    Quietly([&] { Divide(x, y, size); });
+    Quietly([&] { Remainder(x, y, size); });
+  });
 }
 
 void TryTexts(std::string_view a, std::string_view b) {

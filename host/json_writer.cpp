@@ -75,6 +75,8 @@ void AppendJsonValue(std::string& json, const Value& value, ColumnKind kind) {
     json += std::to_string(*integer);
   } else if (number && std::isfinite(*number)) {
     json += ShortestNumber(*number);
+  } else if (const auto* digits = value.If<Text>(); digits && kind == ColumnKind::Decimal) {
+    json += ShortestDecimal(ToUtf8(*digits));
   } else {
     AppendJsonString(json, CellText(value, ResultColumn{}));
   }

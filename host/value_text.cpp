@@ -44,6 +44,13 @@ std::string ShortestNumber(double number) {
   return {buffer.data(), end.ptr};
 }
 
+std::string ShortestDecimal(std::string digits) {
+  if (digits.find('.') == std::string::npos) return digits;
+  digits.erase(digits.find_last_not_of('0') + 1);
+  if (digits.back() == '.') digits.pop_back();
+  return digits;
+}
+
 std::string FixedNumber(double number, std::int32_t scale) {
   if (!std::isfinite(number)) return Infinity(number);
   Buffer buffer;

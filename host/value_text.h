@@ -15,6 +15,9 @@ std::string DateText(Date date);
 // "Infinity" and "-Infinity".
 std::string ShortestNumber(double number);
 
+// A decimal's digits without the zeros at the end of its fraction: "12.50" is "12.5".
+std::string ShortestDecimal(std::string digits);
+
 // `number` with `scale` digits behind the point.
 std::string FixedNumber(double number, std::int32_t scale);
 

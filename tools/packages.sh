@@ -27,7 +27,8 @@ ensure_packages() {
 }
 
 # What the program is built with.
-BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libcli11-dev nlohmann-json3-dev libutf8proc-dev)
+BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libboost-dev libcli11-dev nlohmann-json3-dev
+  libutf8proc-dev)
 # What its tests need beyond that.
 TEST_PACKAGES=(doctest-dev clang-format git)
 # What makes a bare machine to try the first commands on (tools/bare).

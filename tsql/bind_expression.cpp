@@ -46,6 +46,11 @@ bool IsLiteral(const Expr& expr) noexcept {
          expr.kind == ExprKind::String;
 }
 
+Text Widened(std::int64_t number) {
+  const std::string digits = std::to_string(number);
+  return {digits.begin(), digits.end()};
+}
+
 // The type with which `operand` meets `other` in arithmetic: a whole-number literal beside a
 // decimal has the digits that it is written with, not those of an int.
 Type OperandType(const Expr& operand, const Expr& other) {
@@ -122,11 +127,16 @@ void Binder::BindCompare(Expr& expr, Scope& scope) {
     return;
   }
   Type common;
-  for (const Expr* arg : expr.args) common = CommonType(common, arg->type);
+  for (const Expr* arg : expr.args) common = ComparisonType(common, arg->type);
   if (common.kind == TypeKind::Null) return;  // NULL = NULL
+  if (IsExactFraction(common.kind) && BringLiterals(expr.args)) return;
   for (Expr*& arg : expr.args) {
-    // Numbers of different types compare as they are stored.
-    if (IsNumber(common.kind) && IsNumber(arg->type.kind)) continue;
+    // Integers and floats compare as they are stored; others have units or a precision of their
+    // own.
+    if (IsNumber(common.kind) && IsNumber(arg->type.kind) && !IsExactFraction(common.kind) &&
+        !IsExactFraction(arg->type.kind) && common.kind != TypeKind::Real) {
+      continue;
+    }
     if (IsText(common.kind) && IsText(arg->type.kind)) continue;
     if (IsDate(common.kind) && IsDate(arg->type.kind)) continue;
     arg = Coerce(arg, common);
@@ -137,7 +147,7 @@ void Binder::BindInQuery(Expr& expr, Scope& scope) {
   BindArguments(expr, scope);
   BindQueryIn(*expr.query, &scope, true);
   if (expr.query->types.size() != 1) throw errors::OneExpressionInSubquery(At(expr.offset));
-  const Type common = CommonType(expr.args[0]->type, expr.query->types[0]);
+  const Type common = ComparisonType(expr.args[0]->type, expr.query->types[0]);
   if (!IsText(common.kind) || !IsText(expr.args[0]->type.kind)) {
     expr.args[0] = Coerce(expr.args[0], common);
   }
@@ -156,7 +166,10 @@ Expr* Binder::Bind(Expr* expr, Scope& scope) {
     case ExprKind::Number:
     case ExprKind::String:
       if (expr->kind == ExprKind::Number) CheckRange(*expr);
-      if (expr->type.kind == TypeKind::Null) expr->type = LiteralType(*expr);
+      if (expr->type.kind == TypeKind::Null) {
+        if (expr->kind == ExprKind::Number) CheckRange(*expr);
+        expr->type = LiteralType(*expr);
+      }
       return expr;
     case ExprKind::Column:
       return BindColumn(expr, scope);
@@ -178,7 +191,6 @@ Expr* Binder::Bind(Expr* expr, Scope& scope) {
 }
 
 void Binder::CheckRange(const Expr& number) const {
-  constexpr std::ptrdiff_t kMostDigits = 38;
   const std::string text(number.text.begin(), number.text.end());
   const std::size_t e = text.find_first_of("eE");
   if (e != std::string::npos) {
@@ -302,6 +314,11 @@ Expr* Binder::BindArithmetic(Expr* expr, Scope& scope) {
   left = to_number(left);
   right = to_number(right);
   expr->type = ArithmeticType(expr->kind, OperandType(*left, *right), OperandType(*right, *left));
+  for (Expr** operand : {&left, &right}) {
+    if (IsFloat(expr->type.kind) && IsExactFraction((*operand)->type.kind)) {
+      *operand = Coerce(*operand, MakeType(TypeKind::Float));
+    }
+  }
   expr->type.nullable = true;
   return expr;
 }
@@ -321,7 +338,7 @@ Expr* Binder::BindCase(Expr* expr, Scope& scope) {
     } else {
       arg = Bind(arg, scope);
     }
-    if (is_when && expr->has_operand) operand = CommonType(operand, arg->type);
+    if (is_when && expr->has_operand) operand = ComparisonType(operand, arg->type);
     if (!is_when) {
       nullable |= arg->kind == ExprKind::Null || arg->type.nullable;
       result = CommonType(result, arg->type);
@@ -373,6 +390,7 @@ Expr* Binder::FoldLiteral(Expr* expr, Type target) {
     expr->type.nullable = true;
     return expr;
   }
+  if (IsExactFraction(target.kind)) return FoldExact(expr, target);
   if (!IsLiteral(*expr)) return nullptr;
   target.nullable = false;
   const auto folded = [&](ExprKind kind) {
@@ -394,9 +412,12 @@ Expr* Binder::FoldLiteral(Expr* expr, Type target) {
       literal->integer = ParseInteger(expr->text, target.kind, source);
       return literal;
     }
-    if (expr->kind == ExprKind::String && IsFloat(target.kind)) {
+    const bool is_number = expr->kind != ExprKind::String && IsNumber(expr->type.kind);
+    if (IsFloat(target.kind) && (expr->kind == ExprKind::String || is_number)) {
       std::array<char, 40> digits;
-      const double number = ParseFloat(expr->text, source);
+      const Text text = expr->kind == ExprKind::Integer ? Widened(expr->integer) : Text(expr->text);
+      const double number = target.kind == TypeKind::Real ? ToReal(ParseFloat(text, source))
+                                                          : ParseFloat(text, source);
       const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
       Expr* literal = folded(ExprKind::Number);
       literal->text = arena_.Copy(Text(digits.data(), end));
@@ -407,14 +428,9 @@ Expr* Binder::FoldLiteral(Expr* expr, Type target) {
       literal->integer = ToInteger(expr->integer, target.kind);
       return literal;
     }
-    if ((expr->kind == ExprKind::Integer || expr->kind == ExprKind::Number) &&
-        IsNumber(expr->type.kind) && IsFloat(target.kind)) {
-      const std::string digits = std::to_string(expr->integer);
-      Expr* literal = folded(ExprKind::Number);
-      if (expr->kind == ExprKind::Integer) {
-        literal->text = arena_.Copy(Text(digits.begin(), digits.end()));
-      }
-      return literal;
+    if (expr->kind == ExprKind::Number && IsInteger(target.kind) && target.kind != TypeKind::Bit &&
+        expr->type.kind == TypeKind::Decimal) {
+      return FoldExact(expr, target);
     }
   } catch (const SqlError&) {
     return nullptr;
@@ -432,7 +448,8 @@ Expr* Binder::Coerce(Expr* expr, Type target, Conversion conversion) {
     return expr;
   }
   if (same_kind && target.kind == TypeKind::Decimal && source.scale == target.scale &&
-      source.precision <= target.precision) {
+      source.precision <= target.precision && IsLongDecimal(source) == IsLongDecimal(target) &&
+      target.precision <= kMostDigits) {
     return expr;
   }
   if (same_kind && IsText(target.kind)) {

@@ -59,6 +59,7 @@ std::int32_t StoredLength(const Type& type) noexcept {
       return 2;
     case TypeKind::Int:
     case TypeKind::Real:
+    case TypeKind::SmallMoney:
     case TypeKind::SmallDateTime:
       return 4;
     case TypeKind::Decimal:
@@ -153,8 +154,9 @@ void Binder::BindAggregate(Expr& expr, Scope& scope) {
     expr.type.kind = TypeKind::Int;
   } else if (type.kind == TypeKind::Real) {
     expr.type.kind = TypeKind::Float;
+  } else if (type.kind == TypeKind::SmallMoney) {
+    expr.type.kind = TypeKind::Money;
   } else if (type.kind == TypeKind::Decimal) {
-    constexpr std::uint8_t kMostDigits = 38;
     constexpr std::uint8_t kAverageScale = 6;
     expr.type.precision = kMostDigits;
     if (expr.function == FunctionId::Avg) expr.type.scale = std::max(type.scale, kAverageScale);
@@ -224,12 +226,19 @@ void Binder::TypeResult(Expr& expr, FunctionResult result) {
       return;
     case FunctionResult::Number:
     case FunctionResult::WholeNumber:
+    case FunctionResult::Sign:
       expr.type = first;
       if (first.kind == TypeKind::TinyInt || first.kind == TypeKind::SmallInt) {
         expr.type.kind = TypeKind::Int;
       }
       if (result == FunctionResult::WholeNumber && first.kind == TypeKind::Decimal) {
         expr.type.scale = 0;
+      }
+      // A sign takes a digit in front of the point, which a fraction may lack.
+      if (result == FunctionResult::Sign && first.kind == TypeKind::Decimal &&
+          first.scale == first.precision) {
+        expr.type.precision = std::min<std::uint8_t>(first.precision + 1, kMostDigits);
+        expr.type.scale = expr.type.precision - 1;
       }
       return;
     case FunctionResult::Text:
@@ -334,7 +343,6 @@ Expr* Binder::BindPower(Expr* expr) {
     if (type.kind < TypeKind::Int) type.kind = TypeKind::Int;
     expr->type = MakeType(TypeKind::BigInt);
   } else {
-    constexpr std::uint8_t kMostDigits = 38;
     if (type.kind == TypeKind::Decimal) type.precision = kMostDigits;
     expr->args[0] = Coerce(expr->args[0], MakeType(TypeKind::Float));
     expr->type = MakeType(TypeKind::Float);

@@ -96,6 +96,10 @@ void Binder::FinishQuery(Query& query) {
 
 void Binder::BindSelect(Select& select, Scope& scope) {
   if (select.from != nullptr) BindFrom(*select.from, scope);
+  // A decimal's units are no count of rows.
+  if (select.top_variable != nullptr && IsNumber(select.top_variable->type.kind)) {
+    select.top_variable = Coerce(select.top_variable, MakeType(TypeKind::BigInt), Conversion::Cast);
+  }
   ExpandStars(select, scope);
   if (select.where != nullptr) {
     scope.clause = Scope::Clause::Where;

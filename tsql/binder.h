@@ -125,9 +125,12 @@ class Binder {
   void BindCompare(Expr& expr, Scope& scope);
   void BindInQuery(Expr& expr, Scope& scope);
   void BindArguments(Expr& expr, Scope& scope);
-  void Comparable(Expr*& left, Expr*& right, TextView what);
   void CoerceAll(std::span<Expr*> items, Type type);
   Expr* FoldLiteral(Expr* expr, Type target);
+
+  // Numbers (bind_literal.cpp)
+  Expr* FoldExact(Expr* expr, const Type& target);
+  bool BringLiterals(std::span<Expr*> args);
 
   // Functions (bind_function.cpp)
   Expr* BindFunction(Expr* expr, Scope& scope);
@@ -157,7 +160,9 @@ Text FullName(const ObjectName& name);
 
 // The type in which values of both types meet: the one of higher precedence, wide enough for both.
 Type CommonType(const Type& a, const Type& b) noexcept;
-// The result of + - * / % on two numbers of these types.
+// The same for a comparison, which looks at every digit: a decimal may have more than 38 here.
+Type ComparisonType(const Type& a, const Type& b) noexcept;
+// The result of + - * / % on two numbers of these types: the one table of precision and scale.
 Type ArithmeticType(ExprKind kind, const Type& a, const Type& b) noexcept;
 // A number type as decimal: int is decimal(10,0).
 Type AsDecimal(const Type& type) noexcept;

@@ -51,8 +51,11 @@ class Loader final : public BulkLoader {
                          date != nullptr ? DateTimeFromDate(*date) : ParseDateTime(value.ToText()));
     } else if (IsInteger(kind)) {
       sqlite3_bind_int64(statement, index, Integer(value, kind));
+    } else if (IsExactFraction(kind)) {
+      BindUnits(index, Fraction(value, column.type).units, column.type);
     } else {
-      sqlite3_bind_double(statement, index, Fraction(value, column.type));
+      const double number = Float(value);
+      sqlite3_bind_double(statement, index, kind == TypeKind::Real ? ToReal(number) : number);
     }
   }
 
@@ -77,17 +80,28 @@ class Loader final : public BulkLoader {
     return ParseInteger(value.ToText(), kind, "varchar");
   }
 
-  static double Fraction(const Value& value, const Type& type) {
-    double number = 0;
-    if (const auto* i = value.If<std::int64_t>()) {
-      number = static_cast<double>(*i);
-    } else if (const auto* d = value.If<double>()) {
-      number = Finite(*d);
-    } else {
-      number = ParseFloat(value.ToText(), "varchar");
+  static double Float(const Value& value) {
+    if (const auto* i = value.If<std::int64_t>()) return static_cast<double>(*i);
+    if (const auto* d = value.If<double>()) return Finite(*d);
+    return ParseFloat(value.ToText(), "varchar");
+  }
+
+  static Exact Fraction(const Value& value, const Type& type) {
+    const ExactSize size = SizeOf(type);
+    if (const auto* i = value.If<std::int64_t>()) return Convert({*i, 0}, size);
+    if (const auto* d = value.If<double>()) return FromDouble(*d, size);
+    if (IsMoney(type.kind)) return ParseMoney(value.ToText(), size.precision);
+    return ParseDecimal(value.ToText(), size, "varchar");
+  }
+
+  void BindUnits(int index, Int128 units, const Type& type) {
+    if (!IsLongDecimal(type)) {
+      sqlite3_bind_int64(statement_.get(), index, static_cast<std::int64_t>(units));
+      return;
     }
-    if (type.kind == TypeKind::Money) return ToMoney(number);
-    return type.kind == TypeKind::Decimal ? ToDecimal(number, type.precision, type.scale) : number;
+    const ExactBytes bytes = ToBytes(units);
+    sqlite3_bind_blob(statement_.get(), index, bytes.data(), static_cast<int>(bytes.size()),
+                      SQLITE_TRANSIENT);
   }
 
   Storage& storage_;

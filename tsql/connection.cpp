@@ -39,10 +39,18 @@ class RowSet final : public Recordset, public ResultSink {
  public:
   void Columns(std::span<const ResultColumn> columns) override {
     if (!names_.empty()) return;  // the first result alone
-    for (const ResultColumn& column : columns) names_.push_back(column.name);
+    for (const ResultColumn& column : columns) {
+      names_.push_back(column.name);
+      kinds_.push_back(column.kind);
+    }
   }
   void Row(std::span<const Value> values) override {
-    if (!complete_) rows_.emplace_back(values.begin(), values.end());
+    if (complete_) return;
+    std::vector<Value>& row = rows_.emplace_back(values.begin(), values.end());
+    // Who reads single fields reckons with floats.
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      if (kinds_[i] == ColumnKind::Decimal && !row[i].IsNull()) row[i] = ToNumber(row[i]);
+    }
   }
   void EndRows(std::int64_t) override {
     if (!complete_) SetFilter({});
@@ -122,6 +130,7 @@ class RowSet final : public Recordset, public ResultSink {
   }
 
   std::vector<Text> names_;
+  std::vector<ColumnKind> kinds_;
   std::vector<std::vector<Value>> rows_;
   std::vector<std::size_t> visible_;
   std::size_t current_ = 0;

@@ -13,8 +13,6 @@ namespace ledgerwick::tsql {
 namespace {
 
 constexpr std::int32_t kSeverity = 16;
-constexpr int kMoneyScale = 4;
-constexpr double kMoneyLimit = 922337203685477.5808;  // 2^63 ten-thousandths
 
 constexpr bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
@@ -40,9 +38,7 @@ SqlError BadText(const char* source, TypeKind target) {
 }
 
 SqlError OverflowFrom(const char* source, TypeKind target) {
-  return {8115, kSeverity,
-          "Arithmetic overflow error converting " + std::string(source) + " to data type " +
-              KindName(target) + "."};
+  return errors::OverflowFrom(source, KindName(target));
 }
 
 SqlError IntegerColumnOverflow(std::string_view text, TypeKind target, const char* source) {
@@ -103,37 +99,6 @@ IntegerText ReadInteger(std::string_view digits, std::int64_t& number) noexcept 
   return error == std::errc() ? IntegerText::kRead : IntegerText::kTooLarge;
 }
 
-// Sign, digits and point of a number, checked; nothing else stands in it.
-struct DecimalText {
-  bool negative = false;
-  std::string_view whole;     // digits before the point
-  std::string_view fraction;  // digits behind it
-};
-
-// Takes the digits off the front of `text`.
-std::string_view TakeDigits(std::string_view& text) noexcept {
-  const auto stop = std::find_if_not(text.begin(), text.end(), IsDigit);
-  const std::string_view digits = text.substr(0, static_cast<std::size_t>(stop - text.begin()));
-  text.remove_prefix(digits.size());
-  return digits;
-}
-
-bool ReadDecimalText(std::string_view text, DecimalText& decimal) noexcept {
-  decimal.negative = text.starts_with('-');
-  if (decimal.negative || text.starts_with('+')) text.remove_prefix(1);
-  decimal.whole = TakeDigits(text);
-  if (text.starts_with('.')) {
-    text.remove_prefix(1);
-    decimal.fraction = TakeDigits(text);
-  }
-  return text.empty() && !(decimal.whole.empty() && decimal.fraction.empty());
-}
-
-// True when `number`, a decimal of `scale`, has more than `precision` digits.
-bool ExceedsPrecision(double number, int precision, int scale) noexcept {
-  return !(std::fabs(number) < std::pow(10.0, precision - scale));
-}
-
 // Of a number that no double can be: whether it is too small for one, not too large.
 bool IsTiny(std::string_view number) noexcept {
   constexpr std::int64_t kFarthest = 1'000'000'000'000;
@@ -149,12 +114,6 @@ bool IsTiny(std::string_view number) noexcept {
   const auto point = static_cast<std::int64_t>(std::min(digits.find('.'), digits.size()));
   const auto first = static_cast<std::int64_t>(digits.find_first_of("123456789"));
   return point - first + (negative ? -power : power) < 0;
-}
-
-double ExactDecimal(const DecimalText& text, int scale) {
-  Digits digits(text.whole, text.fraction);
-  digits.Cut(scale, true);
-  return digits.ToDouble(text.negative);
 }
 
 // The sign and the number in `text` without a currency sign in front and commas between.
@@ -239,24 +198,23 @@ double ParseFloat(std::string_view text, const char* source) {
   return negative ? -number : number;
 }
 
-double ParseDecimal(std::string_view text, int precision, int scale, const char* source) {
-  DecimalText decimal;
-  if (!ReadDecimalText(TrimBlanks(text), decimal)) throw BadText(source, TypeKind::Decimal);
-  const double number = ExactDecimal(decimal, scale);
-  if (ExceedsPrecision(number, precision, scale)) throw OverflowFrom(source, TypeKind::Decimal);
-  return number;
+Exact ParseDecimal(std::string_view text, ExactSize size, const char* source) {
+  const auto number = ParseExact(TrimBlanks(text), size.scale, source);
+  if (!number) throw BadText(source, TypeKind::Decimal);
+  return Convert(*number, size, Rest::Round, source);
 }
 
-double ParseMoney(std::string_view text) {
+Exact ParseMoney(std::string_view text, int precision) {
   const std::string_view digits = TrimBlanks(text);
-  if (digits.empty()) return 0;
-  const std::string plain = PlainAmount(digits);
-  DecimalText decimal;
-  if (!ReadDecimalText(plain, decimal)) {
+  if (digits.empty()) return {0, kMoneyScale};
+  const auto number =
+      ParseExact(PlainAmount(digits), kMoneyScale, "expression",
+                 KindName(precision == kMoneyPrecision ? TypeKind::Money : TypeKind::SmallMoney));
+  if (!number) {
     throw SqlError(235, kSeverity,
                    "Cannot convert a char value to money. The char value has incorrect syntax.");
   }
-  return ToMoney(ExactDecimal(decimal, kMoneyScale));
+  return Convert(*number, {precision, kMoneyScale}, Rest::Round, "expression");
 }
 
 std::int64_t ParseInteger(TextView text, TypeKind target, const char* source) {
@@ -268,10 +226,12 @@ bool ParseBit(TextView text, const char* source) {
 double ParseFloat(TextView text, const char* source) {
   return ParseFloat(std::string_view(ToUtf8(text)), source);
 }
-double ParseDecimal(TextView text, int precision, int scale, const char* source) {
-  return ParseDecimal(std::string_view(ToUtf8(text)), precision, scale, source);
+Exact ParseDecimal(TextView text, ExactSize size, const char* source) {
+  return ParseDecimal(std::string_view(ToUtf8(text)), size, source);
 }
-double ParseMoney(TextView text) { return ParseMoney(std::string_view(ToUtf8(text))); }
+Exact ParseMoney(TextView text, int precision) {
+  return ParseMoney(std::string_view(ToUtf8(text)), precision);
+}
 
 std::int64_t ToInteger(std::int64_t number, TypeKind target) {
   if (target == TypeKind::Bit) return number != 0;
@@ -291,16 +251,19 @@ std::int64_t ToInteger(double number, TypeKind target) {
   return ToInteger(static_cast<std::int64_t>(number), target);
 }
 
-double ToDecimal(double number, int precision, int scale) {
-  const double rounded = RoundDecimal(number, scale);
-  if (ExceedsPrecision(rounded, precision, scale)) throw OverflowFrom("numeric", TypeKind::Decimal);
-  return rounded;
+std::int64_t ToInteger(const Exact& number, TypeKind target) {
+  const Int128 whole = number.units / PowerOfTen(number.scale);
+  if (target == TypeKind::Bit) return number.units != 0;
+  const auto narrow = static_cast<std::int64_t>(whole);
+  if (narrow != whole) throw IntegerOverflow(FormatExact({whole, 0}), target);
+  return ToInteger(narrow, target);
 }
 
-double ToMoney(double number) {
-  const double rounded = RoundDecimal(number, kMoneyScale);
-  if (!(std::fabs(rounded) < kMoneyLimit)) throw OverflowFrom("expression", TypeKind::Money);
-  return rounded;
+double ToReal(double number) {
+  // Halfway beyond the largest value, a number is no longer nearest to it.
+  constexpr double kLimit = 0x1.ffffffp+127;
+  if (!(std::fabs(number) < kLimit)) throw OverflowFrom("expression", TypeKind::Real);
+  return static_cast<double>(static_cast<float>(number));
 }
 
 std::string FormatFloat(double number, int style) {
@@ -318,9 +281,9 @@ std::string FormatFloat(double number, int style) {
 
 std::string FormatDecimal(double number, int scale) { return PrintFixed(number, scale); }
 
-std::string FormatMoney(double number, int style) {
+std::string FormatMoney(const Exact& number, int style) {
   const int digits = style == 0 || style == 1 ? 2 : kMoneyScale;
-  std::string text = PrintFixed(RoundDecimal(number, digits), digits);
+  std::string text = FormatExact(Convert(number, {kMostDigits, digits}));
   if (style != 1) return text;
   const std::size_t first = text.front() == '-' ? 1 : 0;
   for (std::size_t at = text.find('.'); at > first + 3;) text.insert(at -= 3, 1, ',');

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "frame/text.h"
+#include "tsql/exact.h"
 #include "tsql/types.h"
 
 namespace ledgerwick::tsql {
@@ -28,26 +29,24 @@ bool ParseBit(TextView text, const char* source);
 double ParseFloat(std::string_view text, const char* source);
 double ParseFloat(TextView text, const char* source);
 
-// The number in `text`, without exponent, rounded half away from zero to `scale` digits. Errors
-// 8114 for other text, empty text included, and 8115 for more than `precision` digits.
-double ParseDecimal(std::string_view text, int precision, int scale, const char* source);
-double ParseDecimal(TextView text, int precision, int scale, const char* source);
+// The number in `text`, without exponent, rounded half away from zero. Errors 8114 for other text,
+// empty text included, and 8115 where it does not fit.
+Exact ParseDecimal(std::string_view text, ExactSize size, const char* source);
+Exact ParseDecimal(TextView text, ExactSize size, const char* source);
 
 // The amount in `text`, which may have a currency sign and thousands commas, to four digits; blanks
-// alone are 0. Errors 235 for other text, 8115 out of range.
-double ParseMoney(std::string_view text);
-double ParseMoney(TextView text);
+// alone are 0. Errors 235 for other text, 8115 where it does not fit.
+Exact ParseMoney(std::string_view text, int precision = kMoneyPrecision);
+Exact ParseMoney(TextView text, int precision = kMoneyPrecision);
 
 // `number` cut towards zero, as a value of `target` (Bit to BigInt; a bit is 1 for all but 0).
 // Errors 220 (tinyint, smallint) and 8115 (int, bigint) when it is out of range.
 std::int64_t ToInteger(double number, TypeKind target);
 std::int64_t ToInteger(std::int64_t number, TypeKind target);
+std::int64_t ToInteger(const Exact& number, TypeKind target);
 
-// `number` rounded to `scale` digits. Error 8115 when it has more than `precision` digits then.
-double ToDecimal(double number, int precision, int scale);
-
-// `number` rounded to four digits. Error 8115 outside money's range.
-double ToMoney(double number);
+// `number` as a real: single precision. Error 8115 where it is too large.
+double ToReal(double number);
 
 // The double nearest to `number` rounded half away from zero to `scale` digits behind the point
 // (before it, when negative). It is the shortest decimal form that is rounded: 1.005 gives 1.01.
@@ -55,10 +54,6 @@ double RoundDecimal(double number, int scale);
 
 // The same cut towards zero.
 double TruncateDecimal(double number, int scale);
-
-// The quotient of two decimals cut towards zero to `scale` digits, as the server divides decimals
-// and money. Error 8134 when `divisor` is 0.
-double DivideDecimal(double dividend, double divisor, int scale);
 
 // `number` as CONVERT writes a float: style 0 six significant digits, 1 eight and 2 sixteen in
 // scientific notation; exponents have three digits.
@@ -69,6 +64,6 @@ std::string FormatDecimal(double number, int scale);
 
 // `number` as CONVERT writes money: style 0 two digits behind the point, 1 also with thousands
 // commas, any other four digits.
-std::string FormatMoney(double number, int style);
+std::string FormatMoney(const Exact& number, int style);
 
 }  // namespace ledgerwick::tsql

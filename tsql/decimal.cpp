@@ -8,7 +8,6 @@
 #include <limits>
 
 #include "tsql/convert.h"
-#include "tsql/errors.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -21,11 +20,6 @@ constexpr std::array<double, 23> kPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1
 // More than the error of a product of two doubles together with what a factor's shortest form
 // differs from the factor.
 constexpr double kProductError = 4e-16;
-
-// The same for a quotient of two doubles that stand for decimals, times a power of ten.
-constexpr double kQuotientError = 6e-16;
-
-constexpr double kExactIntegers = 9007199254740992.0;  // 2^53
 
 double CutDigits(double number, int scale, bool round) {
   if (!std::isfinite(number) || number == 0) return number;
@@ -47,11 +41,6 @@ Digits::Digits(double number) {
   const bool negative = text[e + 1] == '-';
   std::from_chars(text.data() + e + 2, text.data() + text.size(), point_);
   point_ = (negative ? -point_ : point_) + 1;
-  DropLeadingZeros();
-}
-
-Digits::Digits(std::string_view whole, std::string_view fraction)
-    : digits_(std::string(whole).append(fraction)), point_(static_cast<int>(whole.size())) {
   DropLeadingZeros();
 }
 
@@ -100,6 +89,8 @@ double Digits::ToDouble(bool negative) const {
 }
 
 double RoundDecimal(double number, int scale) {
+  constexpr double kNoFraction = 1e17;  // where a double is a whole number
+  if (scale >= 0 && std::fabs(number) > kNoFraction) return number;
   if (scale >= 0 && scale < static_cast<int>(kPowersOfTen.size())) {
     // Where the product lies clear of a half, its nearest whole number is certain; below 2^51 that
     // number and the power are exact, so their quotient is the double nearest to the decimal.
@@ -116,18 +107,5 @@ double RoundDecimal(double number, int scale) {
 }
 
 double TruncateDecimal(double number, int scale) { return CutDigits(number, scale, false); }
-
-double DivideDecimal(double dividend, double divisor, int scale) {
-  if (divisor == 0) throw errors::DivideByZero();
-  const double quotient = dividend / divisor;
-  const double power = std::pow(10.0, scale);
-  const double scaled = std::fabs(quotient) * power;
-  if (!(scaled < kExactIntegers)) return quotient;
-  // A quotient that comes out even may miss its whole number by the operands' rounding.
-  const double nearest = std::nearbyint(scaled);
-  const bool even = std::fabs(scaled - nearest) <= scaled * kQuotientError;
-  const double cut = (even ? nearest : std::floor(scaled)) / power;
-  return quotient < 0 ? 0 - cut : cut;
-}
 
 }  // namespace ledgerwick::tsql

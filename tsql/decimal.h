@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 namespace ledgerwick::tsql {
 
@@ -11,9 +10,6 @@ class Digits {
  public:
   // The shortest digits that give the absolute value of `number` back. `number` is finite.
   explicit Digits(double number);
-
-  // The digits before and behind a point.
-  Digits(std::string_view whole, std::string_view fraction);
 
   // Drops all but `scale` digits behind the point (before it, when negative). With `round`, half a
   // unit of the last place kept counts as a whole one.

@@ -25,10 +25,19 @@ std::string_view OperatorOf(ExprKind kind) noexcept {
 }  // namespace
 
 void Emitter::EmitArithmetic(const Expr& expr) {
+  if (IsExactFraction(expr.type.kind)) {
+    EmitExactArithmetic(expr);
+    return;
+  }
   if (expr.kind == ExprKind::Negate || expr.kind == ExprKind::BitNot) {
+    // The least number has no opposite.
+    const bool checked = expr.kind == ExprKind::Negate && IsInteger(expr.type.kind) &&
+                         expr.args[0]->kind != ExprKind::Integer;
+    if (checked) Raw("t_to_int(");
     Raw(expr.kind == ExprKind::Negate ? "(- " : "(~ ");
     EmitExpr(*expr.args[0]);
     Raw(")");
+    if (checked) Raw(", '").Raw(KindName(expr.type.kind)).Raw("')");
     return;
   }
   const TypeKind kind = expr.type.kind;
@@ -40,11 +49,11 @@ void Emitter::EmitArithmetic(const Expr& expr) {
     Raw(")");
     return;
   }
-  // Results are kept in the range and the scale of their type.
+  // Results are kept in the range of their type. A float beyond its range is noticed where the
+  // statement runs (Storage::Step), without a call for each operation.
   const bool checked = IsInteger(kind) && expr.kind <= ExprKind::Multiply;
   if (checked) Raw("t_to_int(");
-  if (kind == TypeKind::Decimal) Raw("t_to_dec(");
-  if (kind == TypeKind::Money) Raw("t_to_money(");
+  if (kind == TypeKind::Real) Raw("t_to_real(");
   if (expr.kind == ExprKind::Divide || expr.kind == ExprKind::Modulo) {
     EmitDivision(expr);
   } else if (expr.kind == ExprKind::BitXor) {
@@ -65,11 +74,7 @@ void Emitter::EmitArithmetic(const Expr& expr) {
     Raw(")");
   }
   if (checked) Raw(", '").Raw(KindName(kind)).Raw("')");
-  if (kind == TypeKind::Decimal) {
-    Raw(", ").Raw(std::to_string(expr.type.precision));
-    Raw(", ").Raw(std::to_string(expr.type.scale)).Raw(")");
-  }
-  if (kind == TypeKind::Money) Raw(")");
+  if (kind == TypeKind::Real) Raw(")");
 }
 
 // SQLite's division by zero is NULL; the server's is an error of whichever row reaches it.
@@ -83,42 +88,21 @@ void Emitter::EmitDivision(const Expr& expr) {
     EmitExpr(operand);
     if (cast) Raw(" AS REAL)");
   };
-  const auto emit_divisor = [&] {
-    if (IsNonZeroLiteral(divisor)) {
-      emit_real(divisor);
-    } else if (divisor.kind == ExprKind::Column) {
-      Raw("CASE ");
-      EmitExpr(divisor);
-      Raw(" WHEN 0 THEN t_div0() ELSE ");
-      EmitExpr(divisor);
-      Raw(" END");
-    } else {
-      Raw("t_nonzero(");
-      EmitExpr(divisor);
-      Raw(")");
-    }
-  };
-  if (expr.kind == ExprKind::Divide && IsExactFraction(expr.type.kind)) {
-    Raw("t_div(");
-    emit_real(dividend);
-    Raw(", ");
-    emit_divisor();
-    Raw(", ").Raw(std::to_string(expr.type.scale)).Raw(")");
-    return;
-  }
   Raw("(");
   emit_real(dividend);
-  if (expr.kind == ExprKind::Modulo && real) {
-    // What is left after taking the divisor away as often as it goes.
-    Raw(" - t_round(");
-    emit_real(dividend);
-    Raw(" / ");
-    emit_divisor();
-    Raw(", 0, 1) * ");
+  Raw(expr.kind == ExprKind::Modulo ? " % " : " / ");
+  if (IsNonZeroLiteral(divisor)) {
+    emit_real(divisor);
+  } else if (divisor.kind == ExprKind::Column) {
+    Raw("CASE ");
     EmitExpr(divisor);
+    Raw(" WHEN 0 THEN t_div0() ELSE ");
+    EmitExpr(divisor);
+    Raw(" END");
   } else {
-    Raw(expr.kind == ExprKind::Modulo ? " % " : " / ");
-    emit_divisor();
+    Raw("t_nonzero(");
+    EmitExpr(divisor);
+    Raw(")");
   }
   Raw(")");
 }

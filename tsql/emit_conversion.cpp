@@ -34,8 +34,10 @@ void Emitter::EmitConvert(const Expr& expr) {
     ConvertToInteger(expr);
   } else if (IsDate(target.kind)) {
     ConvertToDate(expr);
+  } else if (IsFloat(target.kind)) {
+    ConvertToFloat(expr);
   } else {
-    ConvertToFraction(expr);
+    ConvertToExact(expr);
   }
 }
 
@@ -82,11 +84,9 @@ void Emitter::ConvertToText(const Expr& expr) {
     Raw(arg.type.kind == TypeKind::SmallDateTime ? ", 1)" : ", 0)");
   } else {
     Raw("t_fit(");
-    Raw(arg.type.kind == TypeKind::Decimal ? "t_dec_to_str("
-        : arg.type.kind == TypeKind::Money ? "t_money_to_str("
-                                           : "t_float_to_str(");
-    EmitExpr(arg);
     const bool decimal = arg.type.kind == TypeKind::Decimal;
+    Raw(decimal ? "t_dec_to_str(" : IsMoney(arg.type.kind) ? "t_money_to_str(" : "t_float_to_str(");
+    EmitExpr(arg);
     Raw(", ").Raw(decimal ? std::to_string(arg.type.scale) : style).Raw("), ").Raw(length);
     Raw(", '").Raw(KindName(arg.type.kind)).Raw("', '").Raw(KindName(target.kind)).Raw("')");
   }
@@ -103,7 +103,7 @@ void Emitter::ConvertToInteger(const Expr& expr) {
     EmitExpr(arg);
     if (target != TypeKind::Bit) Raw(", '").Raw(name).Raw("'");
     Raw(", '").Raw(KindName(source)).Raw("')");
-  } else if (target == TypeKind::Bit) {
+  } else if (target == TypeKind::Bit && !IsLongDecimal(arg.type)) {
     Raw("(");
     EmitExpr(arg);
     Raw(" <> 0)");
@@ -114,11 +114,12 @@ void Emitter::ConvertToInteger(const Expr& expr) {
     Raw("t_to_int(t_round(t_dt_to_num(");
     EmitExpr(arg);
     Raw("), 0), '").Raw(name).Raw("')");
-  } else if (source == TypeKind::Money) {
-    // Money is rounded where other fractions are cut.
-    Raw("t_to_int(t_round(");
+  } else if (IsExactFraction(source)) {
+    Raw("t_dec_to_int(");
     EmitExpr(arg);
-    Raw(", 0), '").Raw(name).Raw("')");
+    Raw(", ").Raw(std::to_string(arg.type.scale)).Raw(", '").Raw(name);
+    // Money is rounded where other fractions are cut.
+    Raw(IsMoney(source) ? "', 1)" : "', 0)");
   } else {
     Raw("t_to_int(");
     EmitExpr(arg);
@@ -126,36 +127,33 @@ void Emitter::ConvertToInteger(const Expr& expr) {
   }
 }
 
-// To float, real, decimal and money.
-void Emitter::ConvertToFraction(const Expr& expr) {
+void Emitter::ConvertToFloat(const Expr& expr) {
   const Expr& arg = *expr.args[0];
-  const Type& target = expr.type;
-  const bool text = IsText(arg.type.kind);
-  const std::string source = KindName(arg.type.kind);
-  if (IsFloat(target.kind) && IsFloat(arg.type.kind)) {
+  const TypeKind source = arg.type.kind;
+  const bool real = expr.type.kind == TypeKind::Real;
+  if (IsFloat(source) && !real) {
     Raw(expr.conversion == Conversion::Store ? "t_finite(" : "(");
     EmitExpr(arg);
     Raw(")");
     return;
   }
-  if (IsFloat(target.kind)) {
-    Raw(text ? "t_str_to_float(" : IsDate(arg.type.kind) ? "t_dt_to_num(" : "CAST(");
+  if (real) Raw("t_to_real(");
+  if (IsText(source)) {
+    Raw("t_str_to_float(");
     EmitExpr(arg);
-    if (text) Raw(", '").Raw(source).Raw("'");
-    Raw(text || IsDate(arg.type.kind) ? ")" : " AS REAL)");
-    return;
-  }
-  if (target.kind == TypeKind::Money) {
-    Raw(text ? "t_str_to_money(" : "t_to_money(");
+    Raw(", '").Raw(KindName(source)).Raw("')");
+  } else if (IsDate(source)) {
+    Raw("t_dt_to_num(");
     EmitExpr(arg);
     Raw(")");
-    return;
+  } else if (IsInteger(source)) {
+    Raw("CAST(");
+    EmitExpr(arg);
+    Raw(" AS REAL)");
+  } else {
+    EmitAsFloat(arg);
   }
-  Raw(text ? "t_str_to_dec(" : "t_to_dec(");
-  EmitExpr(arg);
-  Raw(", ").Raw(std::to_string(target.precision)).Raw(", ").Raw(std::to_string(target.scale));
-  if (text) Raw(", '").Raw(source).Raw("'");
-  Raw(")");
+  if (real) Raw(")");
 }
 
 void Emitter::ConvertToDate(const Expr& expr) {
@@ -172,7 +170,7 @@ void Emitter::ConvertToDate(const Expr& expr) {
     EmitExpr(arg);
   } else {
     Raw("t_num_to_dt(");
-    EmitExpr(arg);
+    EmitAsFloat(arg);
     Raw(")");
   }
   if (small) Raw(")");

@@ -203,7 +203,9 @@ void Emitter::EmitJoinCondition(const From& from, const Expr& condition) {
 void Emitter::EmitHashedGroups(const Select& select) {
   std::string values;
   for (const SelectItem& item : select.items.subspan(select.group_by.size())) {
-    values += item.expr->function == FunctionId::Count ? 'n' : 's';
+    values += item.expr->function == FunctionId::Count ? 'n'
+              : IsExactFraction(item.expr->type.kind)  ? 'd'
+                                                       : 's';
   }
   Raw("t_groups((SELECT t_group('").Raw(std::to_string(select.group_by.size())).Raw(values);
   Raw("'");

@@ -119,6 +119,10 @@ void Emitter::EmitExpr(const Expr& expr) {
 }
 
 void Emitter::EmitNumber(const Expr& expr) {
+  if (IsExactFraction(expr.type.kind)) {
+    EmitUnits(expr);
+    return;
+  }
   std::string digits(expr.text.begin(), expr.text.end());
   if (digits.front() == '.') digits.insert(0, "0");
   // "1e" is T-SQL for 1.
@@ -320,7 +324,11 @@ void Emitter::EmitFunction(const Expr& expr) {
       Raw(")");
       return;
     default:
-      EmitCall("t_" + ToUtf8(expr.text), args);
+      if (IsExactFraction(expr.type.kind)) {
+        EmitExactFunction(expr);
+      } else {
+        EmitCall("t_" + ToUtf8(expr.text), args);
+      }
   }
 }
 
@@ -366,22 +374,7 @@ void Emitter::EmitAggregate(const Expr& expr) {
     call(average ? "avg" : "sum");
     return;
   }
-  Raw(kind == TypeKind::Money ? "t_to_money(" : "t_to_dec(");
-  if (average) {
-    // The sum is exact before it is divided.
-    Raw("t_div(t_round(");
-    call("sum");
-    Raw(", ").Raw(std::to_string(arg.type.scale)).Raw("), ");
-    call("count");
-    Raw(", ").Raw(std::to_string(expr.type.scale)).Raw(")");
-  } else {
-    call("sum");
-  }
-  if (kind == TypeKind::Decimal) {
-    Raw(", ").Raw(std::to_string(expr.type.precision));
-    Raw(", ").Raw(std::to_string(expr.type.scale));
-  }
-  Raw(")");
+  EmitExactSum(expr);
 }
 
 }  // namespace ledgerwick::tsql

@@ -5,6 +5,7 @@
 
 #include "tsql/ast.h"
 #include "tsql/binder.h"
+#include "tsql/exact.h"
 
 namespace ledgerwick::tsql {
 
@@ -62,16 +63,29 @@ class Emitter {
   void EmitCall(std::string_view function, std::span<Expr* const> args);
   void EmitCollated(const Expr& expr);  // with the collation where it would not apply by itself
 
+  // Exact numbers (emit_exact.cpp)
+  void EmitUnits(const Expr& literal);
+  void EmitScaled(const Expr& expr, int scale);
+  void EmitSize(const Type& type);
+  void EmitExactArithmetic(const Expr& expr);
+  void EmitExactSum(const Expr& expr);
+  void EmitExactFunction(const Expr& expr);
+  void EmitAsFloat(const Expr& expr);
+  void ConvertToExact(const Expr& expr);
+
   // Conversions (emit_conversion.cpp)
   void EmitConvert(const Expr& expr);
   void ConvertToText(const Expr& expr);
   void ConvertToInteger(const Expr& expr);
-  void ConvertToFraction(const Expr& expr);
+  void ConvertToFloat(const Expr& expr);
   void ConvertToDate(const Expr& expr);
   void CutText(const Expr& expr);
 
   std::string out_;
 };
+
+// The literal for a value of `type`, a decimal or money, in its units.
+std::string UnitsSql(Int128 units, const Type& type);
 
 // The SQL of one expression.
 std::string EmitToString(const Expr& expr);

@@ -101,6 +101,12 @@ SqlError Overflow(TextView target) {
           "Arithmetic overflow error converting expression to data type " + ToUtf8(target) + "."};
 }
 
+SqlError OverflowFrom(const char* source, const char* target) {
+  return {8115, kUser,
+          std::string("Arithmetic overflow error converting ") + source + " to data type " +
+              target + "."};
+}
+
 SqlError ConvertDataType(TextView source, TextView target) {
   return {8114, kUser,
           "Error converting data type " + ToUtf8(source) + " to " + ToUtf8(target) + "."};

@@ -55,6 +55,7 @@ SqlError AmbiguousColumn(TextView name, Position at);            // 209
 SqlError DateConversion();                                       // 241
 SqlError DateOutOfRange();                                       // 242
 SqlError Overflow(TextView target);                              // 8115
+SqlError OverflowFrom(const char* source, const char* target);   // 8115
 SqlError ConvertDataType(TextView source, TextView target);      // 8114
 SqlError DivideByZero();                                         // 8134
 SqlError Truncated();                                            // 8152

@@ -53,7 +53,7 @@ constexpr FunctionSignature kFunctions[] = {
     {u"char", Id::Scalar, 1, 1, "i", Result::Character},
     {u"nchar", Id::Scalar, 1, 1, "i", Result::WideCharacter},
     {u"round", Id::Scalar, 2, 3, "nii", Result::Number},
-    {u"sign", Id::Scalar, 1, 1, "n", Result::Number},
+    {u"sign", Id::Scalar, 1, 1, "n", Result::Sign},
     {u"ceiling", Id::Scalar, 1, 1, "n", Result::WholeNumber},
     {u"floor", Id::Scalar, 1, 1, "n", Result::WholeNumber},
     {u"sqrt", Id::Scalar, 1, 1, "f", Result::Float},

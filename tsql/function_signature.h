@@ -15,6 +15,7 @@ enum class FunctionResult : std::uint8_t {
   Float,         //
   Number,        // of the first argument
   WholeNumber,   // of the first argument, without digits behind the point
+  Sign,          // of the first argument, with room for a 1
   Text,          // as long as the first argument
   LongText,      // of the longest length; n-text as soon as an argument is
   Character,     // one of varchar

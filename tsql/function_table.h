@@ -7,6 +7,7 @@
 #include <span>
 #include <string_view>
 
+#include "tsql/exact.h"
 #include "tsql/functions.h"
 
 namespace ledgerwick::tsql {
@@ -26,6 +27,8 @@ class Call {
   std::int64_t Integer(std::size_t i) const { return sqlite3_value_int64(arguments_[i]); }
   double Real(std::size_t i) const { return Finite(sqlite3_value_double(arguments_[i])); }
   std::string_view Utf8(std::size_t i) const;
+
+  sqlite3_value* Argument(std::size_t i) const { return arguments_[i]; }
 
   // The same, zero-terminated: the names of types and date parts that the emitter writes.
   const char* Name(std::size_t i) const;
@@ -72,8 +75,34 @@ struct FunctionRow {
 std::span<const FunctionRow> CheckFunctions();
 std::span<const FunctionRow> ConversionFunctions();
 std::span<const FunctionRow> DateFunctions();
+std::span<const FunctionRow> ExactFunctions();
 std::span<const FunctionRow> NumberFunctions();
 std::span<const FunctionRow> TextFunctions();
+
+// The units of a decimal or of money as the storage keeps them, and the other way round.
+// `precision` is the type's (exact.h).
+Int128 UnitsOf(sqlite3_value* value) noexcept;
+void ReturnUnits(sqlite3_context* context, Int128 units, int precision) noexcept;
+
+// The integer type of that name.
+TypeKind TypeOfInteger(const char* name);
+
+// Calls `work`, which gives an aggregate its result; what it throws becomes the statement's error.
+// The function's user data is its FunctionState.
+template <typename Work>
+void RaiseInStatement(sqlite3_context* context, Work&& work) noexcept {
+  try {
+    work();
+  } catch (SqlError& error) {
+    sqlite3_result_error(context, error.message.data(), static_cast<int>(error.message.size()));
+    static_cast<FunctionState*>(sqlite3_user_data(context))->Keep(std::move(error));
+  } catch (const std::exception&) {
+    sqlite3_result_error_nomem(context);
+  }
+}
+
+// Registers the aggregates of decimals and money. Returns SQLite's result. `state` outlives `db`.
+int RegisterSums(sqlite3* db, FunctionState& state);
 
 // Registers the aggregate t_group and the table t_groups. Returns SQLite's result. `state` outlives
 // `db`.

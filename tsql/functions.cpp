@@ -110,9 +110,10 @@ void RegisterFunctions(sqlite3* db, FunctionState& state) {
   ChooseOptimizations(db, 0);
   Check(db, sqlite3_create_collation_v2(db, kCollation, SQLITE_UTF8, nullptr, Collate, nullptr));
   for (const auto table : {CheckFunctions(), ConversionFunctions(), DateFunctions(),
-                           NumberFunctions(), TextFunctions()}) {
+                           ExactFunctions(), NumberFunctions(), TextFunctions()}) {
     for (const FunctionRow& row : table) Register(db, row, state);
   }
+  Check(db, RegisterSums(db, state));
   Check(db, RegisterGrouping(db, state));
 }
 

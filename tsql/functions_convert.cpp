@@ -10,32 +10,18 @@
 namespace ledgerwick::tsql {
 namespace {
 
-// The integer type of that name.
-TypeKind TargetKind(const char* name) {
-  switch (*name) {
-    case 't':
-      return TypeKind::TinyInt;
-    case 's':
-      return TypeKind::SmallInt;
-    case 'b':
-      return name[1] == 'i' && name[2] == 't' ? TypeKind::Bit : TypeKind::BigInt;
-    default:
-      return TypeKind::Int;
-  }
-}
-
 int IntArgument(const Call& call, std::size_t i) { return static_cast<int>(call.Integer(i)); }
 
 // t_to_int(number, target)
 void NumberToInteger(Call& call) {
-  const TypeKind target = TargetKind(call.Name(1));
+  const TypeKind target = TypeOfInteger(call.Name(1));
   call.Return(call.IsInteger(0) ? ToInteger(call.Integer(0), target)
                                 : ToInteger(call.Real(0), target));
 }
 
 // t_str_to_int(text, target, source)
 void TextToIntegerType(Call& call) {
-  call.Return(ParseInteger(call.Utf8(0), TargetKind(call.Name(1)), call.Name(2)));
+  call.Return(ParseInteger(call.Utf8(0), TypeOfInteger(call.Name(1)), call.Name(2)));
 }
 
 // t_str_to_bit(text, source)
@@ -44,21 +30,8 @@ void TextToBit(Call& call) { call.Return(std::int64_t{ParseBit(call.Utf8(0), cal
 // t_str_to_float(text, source)
 void TextToFloat(Call& call) { call.Return(ParseFloat(call.Utf8(0), call.Name(1))); }
 
-// t_str_to_dec(text, precision, scale, source)
-void TextToDecimal(Call& call) {
-  call.Return(ParseDecimal(call.Utf8(0), IntArgument(call, 1), IntArgument(call, 2), call.Name(3)));
-}
-
-// t_to_dec(number, precision, scale)
-void NumberToDecimal(Call& call) {
-  call.Return(ToDecimal(call.Real(0), IntArgument(call, 1), IntArgument(call, 2)));
-}
-
-// t_str_to_money(text)
-void TextToMoney(Call& call) { call.Return(ParseMoney(call.Utf8(0))); }
-
-// t_to_money(number)
-void NumberToMoney(Call& call) { call.Return(ToMoney(call.Real(0))); }
+// t_to_real(number)
+void NumberToReal(Call& call) { call.Return(ToReal(call.Real(0))); }
 
 // t_str_to_dt(text), t_str_to_sdt(text)
 void TextToDateTime(Call& call) { call.Return(ParseDateTime(call.Utf8(0))); }
@@ -82,15 +55,9 @@ void IntegerToText(Call& call) {
 // t_float_to_str(number, style)
 void FloatToText(Call& call) { call.Return(FormatFloat(call.Real(0), IntArgument(call, 1))); }
 
-// t_dec_to_str(number, scale)
-void DecimalToText(Call& call) { call.Return(FormatDecimal(call.Real(0), IntArgument(call, 1))); }
-
-// t_money_to_str(number, style)
-void MoneyToText(Call& call) { call.Return(FormatMoney(call.Real(0), IntArgument(call, 1))); }
-
 SqlError NoRoomFor(std::string_view number, std::string_view source, const std::string& target) {
   constexpr std::int32_t kSeverity = 16;
-  if (source == "money") {
+  if (source.ends_with("money")) {
     return {234, kSeverity,
             "There is insufficient result space to convert a money value to " + target + "."};
   }
@@ -143,20 +110,38 @@ void IsDateText(Call& call) {
 }
 
 constexpr auto kFunctions = std::to_array<FunctionRow>({
-    {"t_to_int", 2, 2, 1, NumberToInteger},     {"t_str_to_int", 3, 3, 1, TextToIntegerType},
-    {"t_str_to_bit", 2, 2, 1, TextToBit},       {"t_str_to_float", 2, 2, 1, TextToFloat},
-    {"t_str_to_dec", 4, 4, 1, TextToDecimal},   {"t_to_dec", 3, 3, 1, NumberToDecimal},
-    {"t_str_to_money", 1, 1, 1, TextToMoney},   {"t_to_money", 1, 1, 1, NumberToMoney},
-    {"t_str_to_dt", 1, 1, 1, TextToDateTime},   {"t_str_to_sdt", 1, 1, 1, TextToSmallDateTime},
-    {"t_dt_to_sdt", 1, 1, 1, DateTimeToSmall},  {"t_num_to_dt", 1, 1, 1, NumberToDateTime},
-    {"t_dt_to_num", 1, 1, 1, DateTimeToNumber}, {"t_int_to_str", 3, 3, 1, IntegerToText},
-    {"t_float_to_str", 2, 2, 1, FloatToText},   {"t_dec_to_str", 2, 2, 1, DecimalToText},
-    {"t_money_to_str", 2, 2, 1, MoneyToText},   {"t_fit", 4, 4, 1, FitNumber},
-    {"t_dt_to_str", 3, 3, 2, DateTimeToText},   {"t_isnumeric", 1, 1, 0, IsNumeric},
+    {"t_to_int", 2, 2, 1, NumberToInteger},
+    {"t_str_to_int", 3, 3, 1, TextToIntegerType},
+    {"t_str_to_bit", 2, 2, 1, TextToBit},
+    {"t_str_to_float", 2, 2, 1, TextToFloat},
+    {"t_to_real", 1, 1, 1, NumberToReal},
+    {"t_str_to_dt", 1, 1, 1, TextToDateTime},
+    {"t_str_to_sdt", 1, 1, 1, TextToSmallDateTime},
+    {"t_dt_to_sdt", 1, 1, 1, DateTimeToSmall},
+    {"t_num_to_dt", 1, 1, 1, NumberToDateTime},
+    {"t_dt_to_num", 1, 1, 1, DateTimeToNumber},
+    {"t_int_to_str", 3, 3, 1, IntegerToText},
+    {"t_float_to_str", 2, 2, 1, FloatToText},
+    {"t_fit", 4, 4, 1, FitNumber},
+    {"t_dt_to_str", 3, 3, 2, DateTimeToText},
+    {"t_isnumeric", 1, 1, 0, IsNumeric},
     {"t_isdate", 1, 1, 0, IsDateText},
 });
 
 }  // namespace
+
+TypeKind TypeOfInteger(const char* name) {
+  switch (*name) {
+    case 't':
+      return TypeKind::TinyInt;
+    case 's':
+      return TypeKind::SmallInt;
+    case 'b':
+      return name[1] == 'i' && name[2] == 't' ? TypeKind::Bit : TypeKind::BigInt;
+    default:
+      return TypeKind::Int;
+  }
+}
 
 std::span<const FunctionRow> ConversionFunctions() { return kFunctions; }
 

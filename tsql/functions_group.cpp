@@ -4,7 +4,8 @@
 //   SELECT … FROM t_groups((SELECT t_group('2s', k1, k2, v1) FROM … WHERE …))
 //
 // The first argument says how many keys follow, and then for each value whether it is summed up
-// ("s") or counted ("n"). The table's columns are c1, c2, …: the keys and then the totals.
+// ("s"), summed up as a decimal's units ("d") or counted ("n"). The table's columns are c1, c2, …:
+// the keys and then the totals.
 #include <sqlite3.h>
 
 #include <charconv>
@@ -26,7 +27,7 @@ constexpr int kMostColumns = 127;
 // The groups of one query and what their values are for.
 struct Groups {
   std::size_t keys;
-  std::string values;  // 's' or 'n' for each
+  std::string values;  // 's', 'd' or 'n' for each
   GroupTable table;
   std::vector<StoredValue> row;  // the one that is being added
 };
@@ -54,6 +55,8 @@ StoredValue Stored(sqlite3_value* value) {
       return sqlite3_value_double(value);
     case SQLITE_NULL:
       return std::monostate();
+    case SQLITE_BLOB:
+      return UnitsOf(value);
     default: {
       // As a blob a text need not be zero-terminated, which would copy it.
       const auto* text = static_cast<const char*>(sqlite3_value_blob(value));
@@ -187,15 +190,21 @@ void ReturnKey(sqlite3_context* context, const StoredValue& key) {
     sqlite3_result_int64(context, *whole);
   } else if (const auto* real = std::get_if<double>(&key)) {
     sqlite3_result_double(context, *real);
+  } else if (const auto* units = std::get_if<Int128>(&key)) {
+    ReturnUnits(context, *units, kMostDigits);
   }
 }
 
-// As SQLite's sum() does.
-void ReturnSum(sqlite3_context* context, const Total& total) {
+// As SQLite's sum() does, or t_sum_dec().
+void ReturnSum(sqlite3_context* context, const Total& total, bool units) {
   if (total.count == 0) return;
   if (total.has_fraction) return sqlite3_result_double(context, total.real);
-  if (total.overflow) return sqlite3_result_error(context, "integer overflow", -1);
-  sqlite3_result_int64(context, total.whole);
+  const auto narrow = static_cast<std::int64_t>(total.whole);
+  if (total.overflow || (!units && narrow != total.whole)) {
+    return sqlite3_result_error(context, "integer overflow", -1);
+  }
+  if (units) return ReturnUnits(context, total.whole, kMostDigits);
+  sqlite3_result_int64(context, narrow);
 }
 
 int Column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int column) {
@@ -208,7 +217,7 @@ int Column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int column) {
     if (groups.values[i - groups.keys] == 'n') {
       sqlite3_result_int64(context, total.count);
     } else {
-      ReturnSum(context, total);
+      ReturnSum(context, total, groups.values[i - groups.keys] == 'd');
     }
   }
   return SQLITE_OK;

@@ -22,11 +22,6 @@ SqlError InvalidOperation() {
 // t_div0()
 void DivideByZero(Call&) { throw errors::DivideByZero(); }
 
-// t_div(dividend, divisor, scale): the quotient of decimals
-void Divide(Call& call) {
-  call.Return(DivideDecimal(call.Real(0), call.Real(1), static_cast<int>(call.Integer(2))));
-}
-
 // `number` cut or rounded to a multiple of 10^`zeros`, half away from zero.
 std::int64_t RoundInteger(std::int64_t number, std::int64_t zeros, bool truncate) {
   constexpr std::int64_t kMostZeros = 18;
@@ -125,7 +120,6 @@ void NumberAsText(Call& call) {
 
 constexpr auto kFunctions = std::to_array<FunctionRow>({
     {"t_div0", 0, 0, 0, DivideByZero, Purity::kStaysInPlace},
-    {"t_div", 3, 3, 2, Divide},
     {"t_round", 2, 3, 3, Round},
     {"t_finite", 1, 1, 1, CheckFinite},
     {"t_abs", 1, 1, 1, Absolute},

@@ -13,6 +13,7 @@ namespace {
 constexpr char kNull = 'n';
 constexpr char kWhole = 'i';
 constexpr char kReal = 'r';
+constexpr char kUnits = 'd';
 constexpr char kText = 't';
 
 constexpr std::size_t kFirstSlots = 1024;  // a power of 2, as all their numbers are
@@ -47,6 +48,9 @@ void AppendKey(std::string& out, const StoredValue& key) {
   } else if (const auto* real = std::get_if<double>(&key)) {
     out += kReal;
     AppendBytes(out, *real);
+  } else if (const auto* units = std::get_if<Int128>(&key)) {
+    out += kUnits;
+    AppendBytes(out, *units);
   } else {
     out += kNull;
   }
@@ -56,6 +60,7 @@ StoredValue TakeKey(std::string_view& in) noexcept {
   const char tag = in.front();
   in.remove_prefix(1);
   if (tag == kWhole) return TakeBytes<std::int64_t>(in);
+  if (tag == kUnits) return TakeBytes<Int128>(in);
   if (tag == kReal) return TakeBytes<double>(in);
   if (tag != kText) return std::monostate();
   const auto size = TakeBytes<std::uint32_t>(in);
@@ -98,7 +103,9 @@ bool Read(std::FILE* file, void* data, std::size_t size) {
 void Total::Add(const StoredValue& value) noexcept {
   if (const auto* number = std::get_if<std::int64_t>(&value)) {
     real += static_cast<double>(*number);
-    overflow = overflow || __builtin_add_overflow(whole, *number, &whole);
+    overflow = __builtin_add_overflow(whole, *number, &whole) || overflow;
+  } else if (const auto* units = std::get_if<Int128>(&value)) {
+    overflow = __builtin_add_overflow(whole, *units, &whole) || overflow;
   } else if (const auto* fraction = std::get_if<double>(&value)) {
     real += *fraction;
     has_fraction = true;
@@ -110,7 +117,7 @@ void Total::Add(const StoredValue& value) noexcept {
 
 void Total::Add(const Total& other) noexcept {
   real += other.real;
-  overflow = overflow || other.overflow || __builtin_add_overflow(whole, other.whole, &whole);
+  overflow = __builtin_add_overflow(whole, other.whole, &whole) || overflow || other.overflow;
   has_fraction = has_fraction || other.has_fraction;
   count += other.count;
 }

@@ -12,15 +12,18 @@
 #include <variant>
 #include <vector>
 
+#include "tsql/exact.h"
+
 namespace ledgerwick::tsql {
 
-// A value of a row as the storage has it. Text lives as long as the row.
-using StoredValue = std::variant<std::monostate, std::int64_t, double, std::string_view>;
+// A value of a row as the storage has it. Text lives as long as the row. A decimal of more than 18
+// digits is its units, a shorter one an integer.
+using StoredValue = std::variant<std::monostate, std::int64_t, double, std::string_view, Int128>;
 
 // A sum in the making. Whole numbers stay whole until a fraction joins them.
 struct Total {
+  Int128 whole = 0;
   double real = 0;
-  std::int64_t whole = 0;
   std::int64_t count = 0;  // of the values that are not NULL
   bool has_fraction = false;
   bool overflow = false;

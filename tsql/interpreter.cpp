@@ -1,11 +1,13 @@
 #include "tsql/interpreter.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 
 #include "tsql/characters.h"
 #include "tsql/datetime.h"
 #include "tsql/emitter.h"
-#include "tsql/functions.h"
+#include "tsql/function_table.h"
 #include "tsql/parser.h"
 #include "tsql/plan.h"
 
@@ -32,15 +34,31 @@ std::vector<ResultColumn> DescribeColumns(const Query& query) {
   return columns;
 }
 
-Value ReadValue(sqlite3_stmt* row, int column, ColumnKind kind) {
+// A real's digits are those of its single precision: 0.1, not 0.10000000149011612.
+double ReadReal(double number) {
+  std::array<char, 32> digits;
+  const auto end =
+      std::to_chars(digits.data(), digits.data() + digits.size(), static_cast<float>(number)).ptr;
+  double shown = 0;
+  std::from_chars(digits.data(), end, shown);
+  return shown;
+}
+
+Value ReadValue(sqlite3_stmt* row, int column, const Type& type) {
   if (sqlite3_column_type(row, column) == SQLITE_NULL) return Null{};
-  switch (kind) {
+  switch (KindOf(type.kind)) {
     case ColumnKind::Boolean:
     case ColumnKind::Integer:
       return std::int64_t{sqlite3_column_int64(row, column)};
-    case ColumnKind::Float:
-    case ColumnKind::Decimal:
-      return Finite(sqlite3_column_double(row, column));
+    case ColumnKind::Float: {
+      const double number = sqlite3_column_double(row, column);
+      return type.kind == TypeKind::Real ? ReadReal(number) : Finite(number);
+    }
+    case ColumnKind::Decimal: {
+      const std::string digits =
+          FormatExact({UnitsOf(sqlite3_column_value(row, column)), type.scale});
+      return Text(digits.begin(), digits.end());
+    }
     case ColumnKind::DateTime:
       return DateFromDateTime(sqlite3_column_int64(row, column));
     default:
@@ -279,9 +297,12 @@ SqliteStatement Interpreter::Prepare(const std::string& sql) {
 
 std::int64_t Interpreter::Change(const std::string& sql) {
   const SqliteStatement statement = Prepare(sql);
+  Transaction transaction(storage_);
   while (storage_.Step(statement.get())) {
   }
-  return sqlite3_changes64(storage_.db());
+  const std::int64_t changes = sqlite3_changes64(storage_.db());
+  transaction.Commit();
+  return changes;
 }
 
 void Interpreter::SelectQuery(Query& query) {
@@ -320,7 +341,7 @@ void Interpreter::SendRows(sqlite3_stmt* statement, const Query& query) {
     for (; more; more = storage_.Step(statement), ++count) {
       if (!sink_->WantsRow()) continue;
       for (std::size_t i = 0; i < columns.size(); ++i) {
-        values[i] = ReadValue(statement, static_cast<int>(i), columns[i].kind);
+        values[i] = ReadValue(statement, static_cast<int>(i), query.types[i]);
       }
       sink_->Row(values);
     }

@@ -217,6 +217,11 @@ class Lexer {
     const std::size_t start = at_;
     token.kind = TokenKind::Integer;
     while (IsDigit(Peek())) ++at_;
+    // A binary constant, which must not become a 0 with a name.
+    if ((Peek() == u'x' || Peek() == u'X') && batch_.substr(start, at_ - start) == u"0") {
+      while (IsNamePart(Peek())) ++at_;
+      throw errors::IncorrectSyntax(batch_.substr(start, at_ - start), Here(start));
+    }
     if (Peek() == u'.') {
       token.kind = TokenKind::Decimal;
       ++at_;

@@ -18,13 +18,13 @@ constexpr TypeWord kTypes[] = {
     {u"bit", TypeKind::Bit},           {u"tinyint", TypeKind::TinyInt},
     {u"smallint", TypeKind::SmallInt}, {u"bigint", TypeKind::BigInt},
     {u"decimal", TypeKind::Decimal},   {u"numeric", TypeKind::Decimal},
-    {u"money", TypeKind::Money},       {u"text", TypeKind::VarChar},
-    {u"ntext", TypeKind::NVarChar},    {u"sysname", TypeKind::NVarChar},
+    {u"money", TypeKind::Money},       {u"smallmoney", TypeKind::SmallMoney},
+    {u"text", TypeKind::VarChar},      {u"ntext", TypeKind::NVarChar},
+    {u"sysname", TypeKind::NVarChar},
 };
 
 constexpr std::int32_t kLongestVarChar = 8000;
 constexpr std::int32_t kLongestNVarChar = 4000;
-constexpr std::int64_t kMostPrecision = 38;
 constexpr std::int32_t kLongestName = 128;
 
 }  // namespace
@@ -186,7 +186,7 @@ Type Parser::TypeRule() {
     if (EqualText(name.text, known.word)) type.kind = known.kind;
   }
   if (type.kind == TypeKind::Null) throw errors::UnknownType(name.text, At(name.offset));
-  if (type.kind == TypeKind::Money) type.scale = 4;
+  if (IsMoney(type.kind)) type.scale = kMoneyScale;
   if (type.kind == TypeKind::Decimal) type.precision = 18;
   // Without a length a column holds 1 character; a conversion's 30 is set where it is read.
   if (IsText(type.kind)) type.length = 0;
@@ -212,7 +212,7 @@ Type Parser::TypeRule() {
   } else if (type.kind == TypeKind::Decimal) {
     const std::int64_t precision = ExpectInteger();
     const std::int64_t scale = Accept(Symbol::Comma) ? ExpectInteger() : 0;
-    if (precision < 1 || precision > kMostPrecision || scale > precision) Fail();
+    if (precision < 1 || precision > kMostDigits || scale > precision) Fail();
     type.precision = static_cast<std::uint8_t>(precision);
     type.scale = static_cast<std::uint8_t>(scale);
   } else if (type.kind == TypeKind::Float) {

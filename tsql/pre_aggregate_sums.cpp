@@ -25,6 +25,13 @@ bool AddsNothing(const Expr& expr) noexcept {
          (expr.kind == ExprKind::Number && !IsNonZeroLiteral(expr));
 }
 
+// True for numbers whose sum a decimal of 38 digits holds, however many they are.
+bool CannotOverflow(const Type& type) noexcept {
+  constexpr int kDigitsOfAnyCount = 19;
+  return IsMoney(type.kind) ||
+         (type.kind == TypeKind::Decimal && type.precision <= kMostDigits - kDigitsOfAnyCount);
+}
+
 bool HasSame(const std::vector<const Expr*>& list, const Expr& expr) {
   return std::any_of(list.begin(), list.end(), [&](const Expr* e) { return SameExpr(*e, expr); });
 }
@@ -164,7 +171,9 @@ Expr* PreAggregation::AggregateOutside(const Expr& call) {
       value = InnerCall(call.function, call, type);
       break;
     case FunctionId::Sum:
-      if (call.distinct || !(IsFloat(type) || IsInteger(type))) return Fail(call);
+      if (call.distinct || !(IsFloat(type) || IsInteger(type) || CannotOverflow(arg.type))) {
+        return Fail(call);
+      }
       strict_ = summed_ = true;
       value = SumOutside(&arg);
       strict_ = summed_ = false;
@@ -187,6 +196,10 @@ Expr* PreAggregation::SumOutside(Expr* expr) {
     sum->type = expr->type;
     sum->args = context_.arena.Copy(std::vector<Expr*>{expr});
     // Wide enough for what only the statement's own sum is checked for.
+    if (IsExactFraction(expr->type.kind)) {
+      sum->type.precision = kMostDigits;
+      return InnerCall(FunctionId::Sum, *sum, TypeKind::Decimal);
+    }
     const bool whole = IsInteger(expr->type.kind);
     return InnerCall(FunctionId::Sum, *sum, whole ? TypeKind::BigInt : TypeKind::Float);
   }
@@ -226,7 +239,10 @@ Expr* PreAggregation::SumOutside(Expr* expr) {
       return sum;
     case ExprKind::Function:
       // ISNULL(x, 0): a group without any x sums up to 0.
-      if (expr->function != FunctionId::IsNull || !AddsNothing(*expr->args[1]) || !is_float) break;
+      if (expr->function != FunctionId::IsNull || !AddsNothing(*expr->args[1]) ||
+          !(is_float || IsExactFraction(expr->type.kind))) {
+        break;
+      }
       sum->args[0] = SumOutside(sum->args[0]);
       return sum;
     default:

@@ -1,6 +1,7 @@
 #include "tsql/storage.h"
 
 #include <algorithm>
+#include <cfenv>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -101,11 +102,14 @@ SqliteStatement Storage::Prepare(const std::string& sql) {
 
 bool Storage::Step(sqlite3_stmt* statement) {
   if (sqlite3_stmt_readonly(statement) == 0) TakeTurns(statement);
+  // SQLite reckons floats on to infinity. The processor notes where that happens, which costs a
+  // statement nothing; checking each operation would take a call.
+  if (std::fetestexcept(FE_OVERFLOW) != 0) std::feclearexcept(FE_OVERFLOW);
   const int result = sqlite3_step(statement);
-  if (result == SQLITE_ROW) return true;
-  EndTurns();
-  if (result == SQLITE_DONE) return false;
-  Fail(result);
+  if (result != SQLITE_ROW) EndTurns();
+  if (result != SQLITE_ROW && result != SQLITE_DONE) Fail(result);
+  if (std::fetestexcept(FE_OVERFLOW) != 0) throw errors::Overflow(u"float");
+  return result == SQLITE_ROW;
 }
 
 std::int64_t Storage::Execute(const std::string& sql) {

@@ -41,7 +41,8 @@ class Storage {
 
   SqliteStatement Prepare(const std::string& sql);
 
-  // True while there is a row.
+  // True while there is a row. Throws the statement's error, and 8115 where a float has overflowed;
+  // a statement that ends with that has taken effect already, so changes stand in a Transaction.
   bool Step(sqlite3_stmt* statement);
 
   // Runs statements that give no rows. Returns how many rows the last of them changed.
@@ -72,6 +73,7 @@ class Storage {
   void OpenMain();
   bool OpenTempdb();
   void SetUpMain();
+  void CheckFormat();
   void SetUp(const char* schema, int page_size);
   void MakeTempdb();
   void CloseFiles() noexcept;

@@ -199,13 +199,21 @@ void Storage::SetUpMain() {
   if (result == SQLITE_NOTADB && !IsFailedRead(db(), result))
     Refuse(path_, "the file is not a database. Check the path.");
   if (result != SQLITE_ROW) Fail(result);
-  if (sqlite3_column_int(prepared, 0) == kApplicationId) return;
+  const bool ours = sqlite3_column_int(prepared, 0) == kApplicationId;
   id.reset();
+  if (ours) return CheckFormat();
   SqliteStatement pages = Prepare("PRAGMA main.page_count");
   const bool empty = Step(pages.get()) && sqlite3_column_int(pages.get(), 0) == 0;
   pages.reset();
   if (!empty) Refuse(path_, "the file is an SQLite database, but not one of Ledgerwick's.");
   SetUp("main", 4096);
+}
+
+void Storage::CheckFormat() {
+  const SqliteStatement version = Prepare("PRAGMA main.user_version");
+  if (Step(version.get()) && sqlite3_column_int(version.get(), 0) == kFormatVersion) return;
+  Refuse(path_, "the file has the format of another version. `ledgerwick upgrade " +
+                    path_.string() + "` brings one of an older version to today's.");
 }
 
 // Makes an empty file a database of ours.
@@ -220,6 +228,7 @@ void Storage::SetUp(const char* schema, int page_size) {
   Execute(std::string("CREATE TABLE IF NOT EXISTS ") + schema + "." + kModulesTable +
           " (name TEXT NOT NULL, kind TEXT NOT NULL, definition TEXT NOT NULL)");
   Execute(prefix + "application_id = " + std::to_string(kApplicationId));
+  Execute(prefix + "user_version = " + std::to_string(kFormatVersion));
   transaction.Commit();
 }
 

@@ -32,14 +32,17 @@ TempdbState InspectTempdb(sqlite3* db, int attached, int& result) {
   std::optional<std::int64_t> id;
   std::optional<std::int64_t> objects;
   std::optional<std::int64_t> vacuum;
+  std::optional<std::int64_t> format;
   if (result == SQLITE_OK) id = ValueOf(db, "PRAGMA tempdb.application_id", result);
   if (id) objects = ValueOf(db, "SELECT COUNT(*) FROM tempdb.sqlite_schema", result);
   if (objects) vacuum = ValueOf(db, "PRAGMA tempdb.auto_vacuum", result);
-  if (!vacuum) {
+  if (vacuum) format = ValueOf(db, "PRAGMA tempdb.user_version", result);
+  if (!format) {
     if (IsDamage(result)) result = SQLITE_OK;
     return TempdbState::Damaged;
   }
   if (*id == kApplicationId) {
+    if (*format != kFormatVersion) return TempdbState::Unmade;
     return *vacuum == kIncremental ? TempdbState::Sound : TempdbState::Outdated;
   }
   return *id == 0 && *objects == 0 ? TempdbState::Unmade : TempdbState::Foreign;

@@ -13,7 +13,7 @@ namespace ledgerwick::tsql {
 enum class TempdbState {
   Sound,
   Outdated,  // of an older version: it never shrinks
-  Unmade,    // without content, or left half made
+  Unmade,    // without content, left half made, or of another format
   Damaged,
   Foreign,  // a database of somebody else's
 };

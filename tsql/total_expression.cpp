@@ -22,6 +22,7 @@ bool ConvertsAlways(const Expr& expr) noexcept {
   if (expr.args[0]->kind == ExprKind::Null) return true;
   if (expr.conversion == Conversion::Store) return false;
   if (IsText(to)) return IsText(from) || (IsInteger(from) && !IsUnicode(to));
+  if (to == TypeKind::Real) return IsInteger(from) || from == TypeKind::Real;
   if (IsFloat(to)) return IsNumber(from);
   return IsInteger(to) && IsInteger(from) && (from <= to || to == TypeKind::Bit);
 }
@@ -40,6 +41,13 @@ bool CallsAlways(const Expr& expr) noexcept {
     default:
       return false;
   }
+}
+
+// What a sum, a difference or a product has room for by its type: a decimal that is not at its
+// longest has a digit for every carry. Whole numbers, money and long decimals overflow.
+bool HasRoom(const Type& type) noexcept {
+  return type.kind == TypeKind::Float ||
+         (type.kind == TypeKind::Decimal && type.precision < kMostDigits);
 }
 
 bool NodeCannotFail(const Expr& expr) noexcept {
@@ -65,9 +73,9 @@ bool NodeCannotFail(const Expr& expr) noexcept {
       [[fallthrough]];
     case ExprKind::Subtract:
     case ExprKind::Multiply:
-      return IsFloat(expr.type.kind);  // whole numbers and decimals overflow
+      return HasRoom(expr.type);
     case ExprKind::Add:
-      return IsFloat(expr.type.kind) || IsText(expr.type.kind);
+      return HasRoom(expr.type) || IsText(expr.type.kind);
     case ExprKind::Divide:
       return IsFloat(expr.type.kind) && IsNonZeroLiteral(*expr.args[1]);
     case ExprKind::Convert:

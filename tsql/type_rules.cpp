@@ -7,8 +7,14 @@
 namespace ledgerwick::tsql {
 namespace {
 
-constexpr int kMostDigits = 38;
 constexpr int kLeastScaleKept = 6;
+
+Type DecimalOf(int precision, int scale) noexcept {
+  Type type = MakeType(TypeKind::Decimal);
+  type.precision = static_cast<std::uint8_t>(precision);
+  type.scale = static_cast<std::uint8_t>(scale);
+  return type;
+}
 
 // Fits precision and scale into 38 digits: whole digits count more than the fraction, of which six
 // are kept where there are as many.
@@ -18,10 +24,12 @@ Type FitDecimal(int precision, int scale) noexcept {
     scale = std::max(std::min(scale, kMostDigits - whole), std::min(scale, kLeastScaleKept));
     precision = kMostDigits;
   }
-  Type type = MakeType(TypeKind::Decimal);
-  type.precision = static_cast<std::uint8_t>(precision);
-  type.scale = static_cast<std::uint8_t>(scale);
-  return type;
+  return DecimalOf(precision, scale);
+}
+
+// The digits in front of the point of a decimal that holds the values of both.
+int WholeDigits(const Type& x, const Type& y) noexcept {
+  return std::max(x.precision - x.scale, y.precision - y.scale);
 }
 
 std::int32_t LongerOf(std::int32_t a, std::int32_t b) noexcept {
@@ -46,7 +54,7 @@ Type MakeType(TypeKind kind, std::int32_t length) noexcept {
   Type type;
   type.kind = kind;
   type.length = length;
-  if (kind == TypeKind::Money) type.scale = 4;
+  if (IsMoney(kind)) type.scale = kMoneyScale;
   return type;
 }
 
@@ -73,9 +81,13 @@ Type AsDecimal(const Type& type) noexcept {
     case TypeKind::BigInt:
       decimal.precision = 19;
       break;
+    case TypeKind::SmallMoney:
+      decimal.precision = 10;
+      decimal.scale = kMoneyScale;
+      break;
     case TypeKind::Money:
       decimal.precision = 19;
-      decimal.scale = 4;
+      decimal.scale = kMoneyScale;
       break;
     default:
       return type;
@@ -99,8 +111,7 @@ Type CommonType(const Type& a, const Type& b) noexcept {
       const Type x = AsDecimal(a);
       const Type y = AsDecimal(b);
       const int scale = std::max(x.scale, y.scale);
-      const int whole = std::max(x.precision - x.scale, y.precision - y.scale);
-      type = FitDecimal(whole + scale, scale);
+      type = FitDecimal(WholeDigits(x, y) + scale, scale);
     }
   }
   type.nullable = a.nullable || b.nullable;
@@ -119,11 +130,26 @@ Type ArithmeticType(ExprKind kind, const Type& a, const Type& b) noexcept {
       const int scale = std::max(kLeastScaleKept, x.scale + y.precision + 1);
       return FitDecimal(x.precision - x.scale + y.scale + scale, scale);
     }
-    case ExprKind::Modulo:
-      return type;
-    default:
-      return FitDecimal(type.precision + 1, type.scale);
+    case ExprKind::Modulo: {
+      const int scale = std::max(x.scale, y.scale);
+      return FitDecimal(std::min(x.precision - x.scale, y.precision - y.scale) + scale, scale);
+    }
+    default: {
+      const int scale = std::max(x.scale, y.scale);
+      const int whole = WholeDigits(x, y);
+      if (whole + scale < kMostDigits) return DecimalOf(whole + scale + 1, scale);
+      return DecimalOf(kMostDigits, std::min(scale, kMostDigits - whole));
+    }
   }
+}
+
+Type ComparisonType(const Type& a, const Type& b) noexcept {
+  const Type type = CommonType(a, b);
+  if (type.kind != TypeKind::Decimal || !IsNumber(a.kind) || !IsNumber(b.kind)) return type;
+  const Type x = AsDecimal(a);
+  const Type y = AsDecimal(b);
+  const int scale = std::max(x.scale, y.scale);
+  return DecimalOf(WholeDigits(x, y) + scale, scale);
 }
 
 Type LiteralType(const Expr& literal) {
@@ -172,6 +198,9 @@ bool SameExpr(const Expr& a, const Expr& b) {
       if (a.slot != b.slot) return false;
       break;
     case ExprKind::Number:
+      // A literal that was brought to a type counts in that type's units.
+      if (a.text != b.text || !(a.type == b.type)) return false;
+      break;
     case ExprKind::String:
       if (a.text != b.text) return false;
       break;

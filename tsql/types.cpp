@@ -14,12 +14,10 @@ struct KindNames {
   const char* declaration;
 };
 
-constexpr std::uint8_t kMoneyScale = 4;
 constexpr std::int32_t kLongestText = 8000;
-constexpr std::uint8_t kMostDigits = 38;
 
 // In the order of TypeKind.
-constexpr std::array<KindNames, 16> kKinds = {{
+constexpr std::array<KindNames, 17> kKinds = {{
     {TypeKind::Null, "NULL", "null"},
     {TypeKind::Char, "char", "char"},
     {TypeKind::VarChar, "varchar", "varchar"},
@@ -30,6 +28,7 @@ constexpr std::array<KindNames, 16> kKinds = {{
     {TypeKind::SmallInt, "smallint", "smallint"},
     {TypeKind::Int, "int", "int"},
     {TypeKind::BigInt, "bigint", "bigint"},
+    {TypeKind::SmallMoney, "smallmoney", "smallmoney"},
     {TypeKind::Money, "money", "money"},
     {TypeKind::Decimal, "numeric", "decimal"},
     {TypeKind::Real, "real", "real"},
@@ -91,7 +90,7 @@ Type ParseTypeName(const std::string& declaration) {
   const std::size_t open = text.find('(');
   Type type;
   type.kind = KindOf(text.substr(0, open));
-  if (type.kind == TypeKind::Money) type.scale = kMoneyScale;
+  if (IsMoney(type.kind)) type.scale = kMoneyScale;
   const bool has_arguments = open != std::string_view::npos;
   if (has_arguments != TakesArguments(type.kind)) return {};
   if (!has_arguments) return type;

@@ -20,6 +20,7 @@ enum class TypeKind : std::uint8_t {
   SmallInt,
   Int,
   BigInt,
+  SmallMoney,
   Money,
   Decimal,
   Real,
@@ -29,15 +30,18 @@ enum class TypeKind : std::uint8_t {
 };
 
 inline constexpr std::int32_t kMaxLength = -1;  // varchar(max)
+inline constexpr int kMostDigits = 38;          // of a decimal
+inline constexpr std::uint8_t kMoneyScale = 4;
 
-// A T-SQL type. The storage keeps bit and the integers as INTEGER, float, real, money and decimal
-// as REAL (decimals rounded to their scale), text as UTF-8 TEXT, and datetimes as INTEGER:
+// A T-SQL type. The storage keeps bit and the integers as INTEGER, float and real as REAL, decimal
+// and money as whole numbers of units (exact.h), text as UTF-8 TEXT, and datetimes as INTEGER:
 // milliseconds since 1900-01-01.
 struct Type {
   TypeKind kind = TypeKind::Null;
-  std::int32_t length = 0;     // of text: bytes of the ANSI code page, or UTF-16 units for n-types
-  std::uint8_t precision = 0;  // of decimal
-  std::uint8_t scale = 0;      // of decimal and money
+  std::int32_t length = 0;  // of text: bytes of the ANSI code page, or UTF-16 units for n-types
+  // Of decimal; beyond 38 digits of what decimals of different scales are compared in.
+  std::uint8_t precision = 0;
+  std::uint8_t scale = 0;  // of decimal and money
   bool nullable = true;
 
   friend bool operator==(const Type&, const Type&) = default;
@@ -53,7 +57,15 @@ constexpr bool IsInteger(TypeKind kind) noexcept {
   return kind >= TypeKind::Bit && kind <= TypeKind::BigInt;
 }
 constexpr bool IsExactFraction(TypeKind kind) noexcept {
-  return kind == TypeKind::Money || kind == TypeKind::Decimal;
+  return kind >= TypeKind::SmallMoney && kind <= TypeKind::Decimal;
+}
+constexpr bool IsMoney(TypeKind kind) noexcept {
+  return kind == TypeKind::SmallMoney || kind == TypeKind::Money;
+}
+// True for a decimal that 64 bits do not hold in every case; exact.h says how it is kept.
+constexpr bool IsLongDecimal(const Type& type) noexcept {
+  constexpr int kMostIntegerDigits = 18;
+  return type.kind == TypeKind::Decimal && type.precision > kMostIntegerDigits;
 }
 constexpr bool IsFloat(TypeKind kind) noexcept {
   return kind == TypeKind::Real || kind == TypeKind::Float;

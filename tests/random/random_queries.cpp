@@ -54,8 +54,11 @@ std::string ShowText(std::string text) {
   return "'" + text + "'";
 }
 
+// With every digit: decimals are exact.
 std::string ShowHundredths(std::int64_t hundredths) {
-  return ShowReal(static_cast<double>(hundredths) / 100);
+  const std::int64_t size = std::abs(hundredths);
+  return (hundredths < 0 ? "-" : "") + std::to_string(size / 100) + "." +
+         std::to_string(100 + size % 100).substr(1);
 }
 
 std::string Show(const Value& value) {
@@ -74,10 +77,18 @@ std::string Show(const Value& value) {
 class Sink : public ResultSink {
  public:
   explicit Sink(Rows& rows) : rows_(rows) {}
-  void Columns(std::span<const ResultColumn>) override { rows_.clear(); }
+  void Columns(std::span<const ResultColumn> columns) override {
+    rows_.clear();
+    kinds_.clear();
+    for (const ResultColumn& column : columns) kinds_.push_back(column.kind);
+  }
   void Row(std::span<const Value> values) override {
     std::string row;
-    for (const Value& value : values) row += Show(value) + "|";
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const auto* digits = values[i].If<Text>();
+      const bool decimal = digits != nullptr && kinds_[i] == ColumnKind::Decimal;
+      row += (decimal ? ToUtf8(*digits) : Show(values[i])) + "|";
+    }
     rows_.push_back(row);
   }
   void EndRows(std::int64_t) override {}
@@ -86,6 +97,7 @@ class Sink : public ResultSink {
 
  private:
   Rows& rows_;
+  std::vector<ColumnKind> kinds_;
 };
 
 // --- The two engines

@@ -19,12 +19,17 @@ class RowSink final : public ResultSink {
  public:
   void Columns(std::span<const ResultColumn> columns) override {
     names_.clear();
-    for (const ResultColumn& column : columns) names_.push_back(ToUtf8(column.name));
+    decimal_.clear();
+    for (const ResultColumn& column : columns) {
+      names_.push_back(ToUtf8(column.name));
+      decimal_.push_back(column.kind == ColumnKind::Decimal);
+    }
   }
   void Row(std::span<const Value> values) override {
     ResultRow& row = rows.emplace_back();
     for (std::size_t i = 0; i < values.size(); ++i) {
-      if (!values[i].IsNull()) row[names_[i]] = ToUtf8(values[i].ToText());
+      if (values[i].IsNull()) continue;
+      row[names_[i]] = decimal_[i] ? NumberText(ToNumber(values[i])) : ToUtf8(values[i].ToText());
     }
   }
   void EndRows(std::int64_t) override {}
@@ -35,6 +40,7 @@ class RowSink final : public ResultSink {
 
  private:
   std::vector<std::string> names_;
+  std::vector<bool> decimal_;
 };
 
 class EmbeddedSystem final : public System {

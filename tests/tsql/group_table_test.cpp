@@ -50,8 +50,13 @@ TEST_CASE("a total is whole until a fraction joins it, and NULL does not count")
   other.Add(StoredValue(INT64_MAX));
   total.Add(other);
   CHECK(total.has_fraction);
-  CHECK(total.overflow);
+  CHECK(total.whole == Int128{INT64_MAX} + 7);
   CHECK(total.count == 3);
+  const Int128 limit = Int128{1} << 126;
+  total.Add(StoredValue(limit));
+  CHECK_FALSE(total.overflow);
+  total.Add(StoredValue(limit));
+  CHECK(total.overflow);
 }
 
 }  // namespace

@@ -96,20 +96,15 @@ std::string ShowDate(Date date) {
   return text;
 }
 
-std::string ShowNumber(double number, const ResultColumn& column) {
+std::string ShowNumber(double number) {
   std::array<char, 400> buffer;
-  char* const last = buffer.data() + buffer.size();
-  const auto result =
-      column.kind == ColumnKind::Decimal
-          ? std::to_chars(buffer.data(), last, number, std::chars_format::fixed, column.scale)
-          : std::to_chars(buffer.data(), last, number);
-  return {buffer.data(), result.ptr};
+  return {buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr};
 }
 
-std::string Show(const Value& value, const ResultColumn& column) {
+std::string Show(const Value& value) {
   if (value.IsNull()) return "NULL";
   if (const auto* number = value.If<std::int64_t>()) return std::to_string(*number);
-  if (const auto* number = value.If<double>()) return ShowNumber(*number, column);
+  if (const auto* number = value.If<double>()) return ShowNumber(*number);
   if (const auto* date = value.If<Date>()) return ShowDate(*date);
   if (const auto* text = value.If<Text>()) return ShowText(ToUtf8(*text));
   return "(no value of a column)";
@@ -131,7 +126,7 @@ class Results : public ResultSink {
   void Row(std::span<const Value> values) override {
     std::string row;
     for (std::size_t i = 0; i < values.size(); ++i) {
-      row += (i == 0 ? "" : "|") + Show(values[i], columns_[i]);
+      row += (i == 0 ? "" : "|") + Show(values[i]);
     }
     rows.push_back(row);
   }

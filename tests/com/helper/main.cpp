@@ -30,6 +30,7 @@ std::string Encode(const Value& value, ColumnKind kind) {
   if (value.IsNull() || value.IsEmpty()) return "n";
   if (const auto* date = value.If<Date>()) return 't' + Digits(date->serial);
   if (const auto* number = value.If<double>()) return 'd' + Digits(*number);
+  if (kind == ColumnKind::Decimal) return 'd' + Digits(ToNumber(value));
   const char letter = kind == ColumnKind::Boolean ? 'b' : value.If<std::int64_t>() ? 'i' : 's';
   return letter + ToUtf8(value.ToText());
 }
