@@ -5,12 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <iostream>
 #include <new>
 #include <stdexcept>
 
-#include "calls.h"
 #include "frame/error.h"
 #include "sample/sample.h"
 #include "tsql/functions.h"
@@ -41,36 +41,25 @@ class FirstValue final : public ResultSink {
   std::string value;
 };
 
-// A read-write connection of SQLite's own, which recovers what others left.
-class Plain {
- public:
-  explicit Plain(const fs::path& path) {
-    sqlite3* db = nullptr;
-    const int result = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
-    db_.reset(db);
-    if (result != SQLITE_OK) throw std::runtime_error(sqlite3_errmsg(db));
-    tsql::RegisterFunctions(db, functions_);
-    sqlite3_busy_timeout(db, 60'000);
-  }
-
-  // Every row's first column.
-  std::vector<std::string> Rows(const std::string& sql) {
-    sqlite3_stmt* raw = nullptr;
-    if (sqlite3_prepare_v2(db_.get(), sql.c_str(), -1, &raw, nullptr) != SQLITE_OK) Fail();
-    const tsql::SqliteStatement statement(raw);
-    std::vector<std::string> rows;
-    int result = SQLITE_ROW;
-    while ((result = sqlite3_step(raw)) == SQLITE_ROW) rows.emplace_back(tsql::ColumnText(raw, 0));
-    if (result != SQLITE_DONE) Fail();
-    return rows;
-  }
-
- private:
-  void Fail() { throw std::runtime_error(sqlite3_errmsg(db_.get())); }
-
-  tsql::FunctionState functions_;
-  tsql::SqliteHandle db_;
-};
+// Every row's first column, read through a connection of SQLite's own that recovers what others
+// left.
+std::vector<std::string> Rows(const fs::path& path, const std::string& sql) {
+  tsql::FunctionState functions;
+  sqlite3* opened = nullptr;
+  const int result = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+  const tsql::SqliteHandle db(opened);
+  Require(result == SQLITE_OK, sqlite3_errmsg(opened));
+  tsql::RegisterFunctions(opened, functions);
+  sqlite3_busy_timeout(opened, 60'000);
+  std::vector<std::string> rows;
+  const auto keep = [](void* to, int, char** values, char**) {
+    static_cast<std::vector<std::string>*>(to)->emplace_back(values[0]);
+    return 0;
+  };
+  const bool done = sqlite3_exec(opened, sql.c_str(), keep, &rows, nullptr) == SQLITE_OK;
+  Require(done, sqlite3_errmsg(opened));
+  return rows;
+}
 
 // The SQLite query that finds what is wrong with the books, a text for each fault.
 const std::string kWrong =
@@ -84,53 +73,81 @@ const std::string kWrong =
     " UNION ALL SELECT 'the journal of ' || writer || ' has gaps' FROM Journal GROUP BY writer "
     "HAVING count(*) <> max(number) OR min(number) <> 1";
 
-std::string FaultsOf(const std::vector<std::string>& rows) {
-  std::string faults;
-  for (const std::string& row : rows) faults.append(faults.empty() ? "" : "; ").append(row);
-  return faults;
+void CheckIntegrity(const fs::path& path) {
+  const std::string answer = Rows(path, "PRAGMA integrity_check").at(0);
+  Require(answer == "ok", path.filename().string() + ": " + answer);
 }
 
-std::string IntegrityOf(Plain& plain) {
-  const std::string answer = FaultsOf(plain.Rows("PRAGMA integrity_check"));
-  return answer == "ok" ? "" : answer;
-}
-
-// "" if the report's table holds one state of the accounts, every row whole.
-std::string FaultOfResult(tsql::Database& database) {
+// The report's table must hold one state of the accounts, every row whole.
+void CheckResult(tsql::Database& database) {
   const std::string sum = Answer(database,
                                  "SELECT SUM(balance) FROM tempdb..Result WHERE filler = "
                                  "REPLICATE(CHAR(65 + balance % 26), 3000)");
   const std::string count = Answer(database, "SELECT COUNT(*) FROM tempdb..Result");
-  const bool whole =
-      sum == std::to_string(kAccounts * kOpening) && count == std::to_string(kAccounts);
-  return whole ? "" : "a result mixes states: " + count + " rows of " + sum;
+  Require(sum == std::to_string(kAccounts * kOpening) && count == std::to_string(kAccounts),
+          "a result mixes states: " + count + " rows of " + sum);
 }
 
-void Run(tsql::Database& database, const std::string& sql) {
-  FirstValue ignored;
-  database.Run(FromUtf8(sql), ignored);
+// Besides its tempdb and its lock file nothing may be beside the database at `path`, which nobody
+// uses.
+void CheckLeftovers(const fs::path& path) {
+  const std::string own = path.filename().string();
+  std::string left;
+  for (const auto& entry : fs::directory_iterator(path.parent_path())) {
+    const std::string name = entry.path().filename().string();
+    if (name.starts_with(own) && name != own && name != own + ".tempdb" &&
+        name != own + ".tempdb.lock") {
+      left += name + " was left; ";
+      fs::remove(entry);
+    }
+  }
+  Require(left.empty(), left);
+}
+
+// What is in the database must be one of the two samples.
+void CheckWhole(const fs::path& path) {
+  CheckIntegrity(path);
+  const auto database = tsql::Database::Open(path);
+  const std::string lines = Answer(*database, "SELECT COUNT(*) FROM RdRecords");
+  // The last thing that is made.
+  Answer(*database, "EXEC Sa_MoveTrustDetail 'Sample', ' ', '2002-03-01', '2002-03-31'");
+  Require(lines == std::to_string(kLines[0]) || lines == std::to_string(kLines[1]),
+          "the sample is neither old nor new: " + lines + " lines");
 }
 
 }  // namespace
 
-void Shared::Tell(const char* what, std::int32_t number, const char* text) {
-  const int at = told_count.fetch_add(1);
-  if (at >= static_cast<int>(std::size(told))) return;
-  std::strncpy(told[at].what, what, sizeof told[at].what - 1);
-  told[at].number = number;
-  std::strncpy(told[at].text, text, sizeof told[at].text - 1);
+bool Shared::Try(const char* step, const std::function<void()>& run) {
+  // Without allocations: there may be no memory.
+  const auto tell = [&](std::int32_t number, const char* text) {
+    Told& kept = told[std::min(told_count++, std::size(told) - 1)];
+    std::strncpy(kept.step, step, sizeof kept.step - 1);
+    kept.number = number;
+    std::strncpy(kept.text, text, sizeof kept.text - 1);
+    return false;
+  };
+  try {
+    run();
+    return true;
+  } catch (const DatabaseError& error) {
+    return tell(error.native, error.what());
+  } catch (const std::bad_alloc&) {
+    return tell(701, "out of memory");
+  } catch (const std::exception& error) {
+    return tell(0, error.what());
+  }
 }
 
-SharedMemory::SharedMemory()
-    : shared_(new (mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
-                        -1, 0)) Shared{}) {}
-SharedMemory::~SharedMemory() { munmap(shared_, sizeof(Shared)); }
-void SharedMemory::Clear() { new (shared_) Shared{}; }
+std::shared_ptr<Shared> NewShared() {
+  void* memory =
+      mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  return {new (memory) Shared{}, [](Shared* shared) { munmap(shared, sizeof *shared); }};
+}
 
 int Start(const std::function<void()>& work) {
   std::cout.flush();
   const int process = fork();
-  if (process < 0) throw std::runtime_error("cannot start a process");
+  Require(process >= 0, "cannot start a process");
   if (process > 0) return process;
   alarm(kLongestProcess);
   int code = 0;
@@ -143,44 +160,37 @@ int Start(const std::function<void()>& work) {
   _exit(code);
 }
 
-std::string Wait(int process, bool may_be_killed) {
-  int status = 0;
-  waitpid(process, &status, 0);
-  if (WIFEXITED(status)) {
-    const int code = WEXITSTATUS(status);
-    return code == 0 ? "" : "a process ended with " + std::to_string(code);
+void Wait(const std::vector<int>& processes, bool may_be_killed) {
+  std::string fault;
+  for (const int process : processes) {
+    int status = 0;
+    waitpid(process, &status, 0);
+    if (WIFSIGNALED(status) && !(may_be_killed && WTERMSIG(status) == SIGKILL)) {
+      fault = std::string("a process died: ") + strsignal(WTERMSIG(status));
+    } else if (WIFEXITED(status) && WEXITSTATUS(status) != 0) {
+      fault = "a process ended with " + std::to_string(WEXITSTATUS(status));
+    }
   }
-  if (may_be_killed && WTERMSIG(status) == SIGKILL) return {};
-  return std::string("a process died: ") + strsignal(WTERMSIG(status));
+  Require(fault.empty(), fault);
 }
 
-bool Try(Shared& shared, const char* what, const std::function<void()>& step) {
-  try {
-    step();
-    return true;
-  } catch (const DatabaseError& error) {
-    shared.Tell(what, error.native, error.what());
-  } catch (const std::bad_alloc&) {
-    shared.Tell(what, 701, "out of memory");
-  } catch (const std::exception& error) {
-    shared.Tell(what, 0, error.what());
-  }
-  return false;
+void Require(bool sound, const std::string& fault) {
+  if (!sound) throw std::runtime_error(fault);
 }
 
 void CreateBooks(const fs::path& path) {
   tsql::DatabaseOptions options;
   options.create = !fs::exists(path);
   const auto database = tsql::Database::Open(path, options);
-  Run(*database,
-      "CREATE TABLE Accounts (id int NOT NULL PRIMARY KEY, balance int NOT NULL) "
-      "CREATE TABLE Journal (writer int NOT NULL, number int NOT NULL, source int NOT NULL, target "
-      "int "
-      "NOT NULL, amount int NOT NULL, memo varchar(400) NULL, PRIMARY KEY (writer, number)) "
-      "CREATE INDEX JournalByAmount ON Journal (amount, source)");
+  Answer(*database,
+         "CREATE TABLE Accounts (id int NOT NULL PRIMARY KEY, balance int NOT NULL) "
+         "CREATE TABLE Journal (writer int NOT NULL, number int NOT NULL, source int NOT NULL, "
+         "target int NOT NULL, amount int NOT NULL, memo varchar(400) NULL, "
+         "PRIMARY KEY (writer, number)) "
+         "CREATE INDEX JournalByAmount ON Journal (amount, source)");
   for (int id = 0; id < kAccounts; ++id) {
-    Run(*database, "INSERT INTO Accounts VALUES (" + std::to_string(id) + ", " +
-                       std::to_string(kOpening) + ")");
+    Answer(*database, "INSERT INTO Accounts VALUES (" + std::to_string(id) + ", " +
+                          std::to_string(kOpening) + ")");
   }
 }
 
@@ -191,22 +201,23 @@ void Post(tsql::Database& database, Shared& shared, int writer, std::int64_t num
   const std::string amount = std::to_string(Draw(random, 1, 90));
   const std::string length = std::to_string(Draw(random, 0, 400));
   shared.begun[writer] = number;
-  Run(database, "BEGIN TRAN UPDATE Accounts SET balance = balance - " + amount +
-                    " WHERE id = " + source + " UPDATE Accounts SET balance = balance + " + amount +
-                    " WHERE id = " + target + " INSERT INTO Journal VALUES (" +
-                    std::to_string(writer) + ", " + std::to_string(number) + ", " + source + ", " +
-                    target + ", " + amount + ", REPLICATE('x', " + length + ")) COMMIT");
+  Answer(database, "BEGIN TRAN UPDATE Accounts SET balance = balance - " + amount +
+                       " WHERE id = " + source + " UPDATE Accounts SET balance = balance + " +
+                       amount + " WHERE id = " + target + " INSERT INTO Journal VALUES (" +
+                       std::to_string(writer) + ", " + std::to_string(number) + ", " + source +
+                       ", " + target + ", " + amount + ", REPLICATE('x', " + length + ")) COMMIT");
   shared.done[writer] = number;
+  ++shared.successes;
 }
 
-void Report(tsql::Database& database) {
+void Report(tsql::Database& database, Shared& shared) {
   const auto lease = database.Lease(u"Result", {});
-  Run(database, "DROP TABLE IF EXISTS tempdb..Result");
-  Run(database,
-      "SELECT id, balance, REPLICATE(CHAR(65 + balance % 26), 3000) AS filler INTO tempdb..Result "
-      "FROM Accounts");
-  const std::string fault = FaultOfResult(database);
-  if (!fault.empty()) throw std::runtime_error(fault);
+  Answer(database, "DROP TABLE IF EXISTS tempdb..Result");
+  Answer(database,
+         "SELECT id, balance, REPLICATE(CHAR(65 + balance % 26), 3000) AS filler INTO "
+         "tempdb..Result FROM Accounts");
+  CheckResult(database);
+  ++shared.successes;
 }
 
 std::string Answer(tsql::Database& database, const std::string& sql) {
@@ -215,70 +226,31 @@ std::string Answer(tsql::Database& database, const std::string& sql) {
   return first.value;
 }
 
-State Examine(const fs::path& path) {
-  State state;
-  state.posted.assign(kWriters, 0);
-  try {
-    Plain plain(path);
-    state.fault = IntegrityOf(plain);
-    if (state.fault.empty()) state.fault = FaultsOf(plain.Rows(kWrong));
-    for (std::size_t i = 0; i < kWriters; ++i) {
-      const auto rows =
-          plain.Rows("SELECT count(*) FROM Journal WHERE writer = " + std::to_string(i));
-      state.posted[i] = std::stoll(rows.at(0));
-    }
-  } catch (const std::exception& error) {
-    state.fault = error.what();
+std::vector<std::int64_t> Examine(const fs::path& path) {
+  CheckIntegrity(path);
+  for (const std::string& fault : Rows(path, kWrong)) Require(false, fault);
+  std::vector<std::int64_t> posted(kWriters);
+  for (const std::string& writer : Rows(path, "SELECT writer FROM Journal")) {
+    ++posted[std::stoul(writer)];
   }
-  return state;
+  return posted;
 }
 
-std::string Compare(const State& state, const Shared& shared) {
-  if (!state.fault.empty()) return state.fault;
+void CheckBooks(const fs::path& path, Shared& shared) {
+  const std::vector<std::int64_t> posted = Examine(path);
   for (std::size_t i = 0; i < kWriters; ++i) {
-    const std::string which = " of writer " + std::to_string(i) + ": " +
-                              std::to_string(state.posted[i]) + " in the journal, " +
-                              std::to_string(shared.done[i]) + " acknowledged, " +
-                              std::to_string(shared.begun[i]) + " begun";
-    if (state.posted[i] < shared.done[i]) return "lost a transaction" + which;
-    if (state.posted[i] > shared.begun[i]) return "a transaction from nowhere" + which;
+    Require(posted[i] >= shared.done[i] && posted[i] <= shared.begun[i],
+            "lost, or from nowhere: of writer " + std::to_string(i) + " " +
+                std::to_string(posted[i]) + " transactions, " + std::to_string(shared.done[i]) +
+                " acknowledged, " + std::to_string(shared.begun[i]) + " begun");
   }
-  return {};
-}
-
-std::string Leftovers(const fs::path& path) {
-  std::string left;
-  for (const auto& entry : fs::directory_iterator(path.parent_path())) {
-    const std::string name = entry.path().filename().string();
-    const std::string own = path.filename().string();
-    if (!name.starts_with(own) || name == own || name == own + ".tempdb" ||
-        name == own + ".tempdb.lock") {
-      continue;
-    }
-    left += name + " was left; ";
-    fs::remove(entry);
-  }
-  return left;
-}
-
-std::string UseAgain(const fs::path& path, Shared& shared) {
-  try {
-    auto database = tsql::Database::Open(path);
-    // What an earlier user's report left is whole or not there at all.
-    if (!Answer(*database, "SELECT OBJECT_ID('tempdb..Result')").empty()) {
-      const std::string fault = FaultOfResult(*database);
-      if (!fault.empty()) return fault;
-    }
-    const std::string writer = std::to_string(kWriters - 1);
-    const std::string last =
-        Answer(*database, "SELECT COUNT(*) FROM Journal WHERE writer = " + writer);
-    Post(*database, shared, kWriters - 1, std::stoll(last) + 1);
-    Report(*database);
-    database.reset();
-    return Leftovers(path);
-  } catch (const std::exception& error) {
-    return std::string("the next user cannot work: ") + error.what();
-  }
+  auto database = tsql::Database::Open(path);
+  // What an earlier user's report left is whole or not there at all.
+  if (!Answer(*database, "SELECT OBJECT_ID('tempdb..Result')").empty()) CheckResult(*database);
+  Post(*database, shared, kWriters - 1, posted.back() + 1);
+  Report(*database, shared);
+  database.reset();
+  CheckLeftovers(path);
 }
 
 void MakeSample(const fs::path& path, int which, Shared& shared) {
@@ -286,66 +258,49 @@ void MakeSample(const fs::path& path, int which, Shared& shared) {
   options.voucher_lines = kLines[which];
   options.seed = static_cast<std::uint64_t>(which + 1);
   options.force = true;
-  Try(shared, "replace", [&] {
-    CreateSample(path, options);
-    ++shared.replaced;
-  });
+  if (shared.Try("replace", [&] { CreateSample(path, options); })) ++shared.successes;
 }
 
-std::string CheckSample(const fs::path& path) {
+void CheckSample(const fs::path& path) {
+  CheckWhole(path);
+  const auto shared = NewShared();
+  MakeSample(path, 0, *shared);
+  Require(shared->told_count == 0, std::string("cannot be replaced: ") + shared->told[0].text);
+  CheckLeftovers(path);
+  CheckWhole(path);
+}
+
+void Verdict::Round(const std::string& what, const std::function<void()>& round) {
+  ++rounds_;
   try {
-    const std::string fault = IntegrityOf(*std::make_unique<Plain>(path));
-    if (!fault.empty()) return "the sample: " + fault;
-    const auto database = tsql::Database::Open(path);
-    const auto ask = [&](const char* sql) { return Answer(*database, sql); };
-    const std::string lines = ask("SELECT COUNT(*) FROM RdRecords");
-    // The last thing that is made.
-    ask("EXEC Sa_MoveTrustDetail 'Sample', ' ', '2002-03-01', '2002-03-31'");
-    const bool is_one = lines == std::to_string(kLines[0]) || lines == std::to_string(kLines[1]);
-    return is_one ? "" : "the sample is neither old nor new: " + lines + " lines";
+    round();
   } catch (const std::exception& error) {
-    return std::string("the sample: ") + error.what();
+    ++wrong_;
+    std::cout << command_ << ": " << what << ": " << error.what() << '\n';
   }
 }
 
-std::string ReplaceAgain(const fs::path& path) {
-  SharedMemory shared;
-  MakeSample(path, 0, *shared);
-  if (shared->replaced == 0) return std::string("cannot be replaced: ") + shared->told[0].text;
-  const std::string left = Leftovers(path);
-  if (!left.empty()) return left;
-  return CheckSample(path);
-}
-
-void Verdict::Round(const std::string& what, const std::string& fault) {
-  ++rounds_;
-  if (fault.empty()) return;
-  ++faults_;
-  std::cout << name_ << " --seed " << seed_ << ": " << what << ": " << fault << '\n';
-}
-
-int Verdict::End(const std::string& more) const {
-  std::cout << name_ << ", seed " << seed_ << ": " << rounds_ << " rounds, " << more << ", "
-            << faults_ << " wrong\n";
-  return faults_ == 0 ? 0 : 1;
+int Verdict::End(const std::string& unit) const {
+  std::cout << command_ << ": " << rounds_ << " rounds, " << counted << " " << unit << ", "
+            << wrong_ << " wrong\n";
+  return wrong_ == 0 ? 0 : 1;
 }
 
 Folder::Folder() {
   // In memory where it can be: nothing here relies on the disk itself.
   const fs::path parent = fs::exists("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();
   std::string name = (parent / "ledgerwick-reliability-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a folder");
-  path_ = fs::canonical(name);
+  Require(mkdtemp(name.data()) != nullptr, "cannot make a folder");
+  path = fs::canonical(name);
 }
 
 Folder::~Folder() {
   std::error_code ignored;
-  fs::remove_all(path_, ignored);
+  fs::remove_all(path, ignored);
 }
 
-void Folder::Become(const Folder& other) const {
-  for (const auto& entry : fs::directory_iterator(path_)) fs::remove_all(entry);
-  fs::copy(other.path_, path_);
+void Folder::Clear() const {
+  for (const auto& entry : fs::directory_iterator(path)) fs::remove_all(entry);
 }
 
 }  // namespace ledgerwick::reliability

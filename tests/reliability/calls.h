@@ -27,21 +27,23 @@ struct Fault {
   int error = kKill;      // errno
 };
 
+inline constexpr int kFolder = -2;  // among files: the folder itself
+
 // What befell the folder, in order. Content belongs to a file, whatever it is called meanwhile.
 struct Event {
-  enum Kind { Create, Write, Truncate, Sync, SyncFolder, Rename, Unlink, Mark } kind;
-  int file = -1;           // Create, Write, Truncate, Sync
+  enum Kind { Create, Write, Truncate, Sync, Rename, Unlink, Mark } kind;
+  int file = kFolder;      // Create, Write, Truncate, Sync
   std::int64_t at = 0;     // Write: where; Truncate: the size; Mark: the caller's
-  std::string name;        // Create, Rename, Unlink
-  std::string to;          // Rename
+  std::string name = {};   // Create, Rename, Unlink
+  std::string to = {};     // Rename
   std::string bytes = {};  // Write
 };
 
 struct Log {
-  std::map<std::string, int> names;   // of the beginning
-  std::map<std::string, int> now;     // the names as they are while it is written
-  std::vector<std::string> contents;  // of the beginning; by file
-  std::vector<Event> events;
+  std::vector<Event> events;         // first those that make what was there already
+  std::size_t begin = 0;             // the first of the others
+  std::map<std::string, int> names;  // as they are while it is written
+  int files = 0;
 };
 
 // Calls that touch `folder`, an absolute path, count from now on. Nothing fails yet.
@@ -55,9 +57,6 @@ void Disarm() noexcept;
 
 // How many calls there were since Arm.
 std::array<std::int64_t, kCalls> Counts() noexcept;
-
-// Whether the fault of Arm has happened.
-bool HasFailed() noexcept;
 
 // Writes down in `log`, which is empty, what happens in the watched folder until EndLog.
 void BeginLog(Log& log);

@@ -3,7 +3,6 @@
 #include "books.h"
 #include "cli/connections.h"
 #include "frame/class_table.h"
-#include "harnesses.h"
 #include "host/filter_argument.h"
 #include "host/request.h"
 #include "host/runner.h"
@@ -17,7 +16,15 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::int64_t kLines = 400;
 
-// Adds up a column of the report's rows.
+// A report, and a column whose sum over all rows stays as it is while stock moves between two
+// receipts.
+struct Watched {
+  TextView name;
+  TextView column;
+  std::string expected;
+};
+
+// Adds up the column.
 class Sum final : public ResultSink, public RunListener {
  public:
   explicit Sum(TextView column) : column_(column) {}
@@ -28,37 +35,27 @@ class Sum final : public ResultSink, public RunListener {
     }
   }
   void Row(std::span<const Value> values) override {
-    ++rows_;
-    if (!values[index_].IsNull()) sum_ += ToNumber(values[index_]);
+    ++rows;
+    if (!values[index_].IsNull()) sum += ToNumber(values[index_]);
   }
   void EndRows(std::int64_t) override {}
   void RowsAffected(std::int64_t) override {}
   void Message(const Text&) override {}
 
   void Statement(const Text&) override {}
-  void Failed(const DatabaseError& error) override { error_ = error.what(); }
+  void Failed(const DatabaseError& failure) override { error = failure.what(); }
   void Filled(const Text&, const std::optional<Text>&) override {}
   void MessageBox(const Text&, const Text&) override {}
   void Beep() override {}
 
-  std::string Text() const { return std::to_string(rows_) + " rows of " + std::to_string(sum_); }
-  const std::string& error() const { return error_; }
+  std::int64_t rows = 0;
+  double sum = 0;
+  std::string error;
 
  private:
   TextView column_;
   std::size_t index_ = 0;
-  std::int64_t rows_ = 0;
-  double sum_ = 0;
-  std::string error_;
 };
-
-// A report whose sum over all rows stays as it is while stock moves between two receipts.
-struct Watched {
-  TextView name;
-  TextView column;
-};
-constexpr Watched kSummary{u"clsRepSFC", u"总计_入库数量"};
-constexpr Watched kJournal{u"clsRepLsz", u"RKSL"};
 
 // What the report gives now, with connections of its own. Throws when it gives up.
 std::string RunWatched(const fs::path& path, const Watched& watched) {
@@ -70,21 +67,11 @@ std::string RunWatched(const fs::path& path, const Watched& watched) {
   request.login->CurDate = Value(Text(u"2002-12-31"));
   const auto database = OpenReportDatabase(request.connectionString, {});
   Sum sum(watched.column);
-  if (!RunReport(request, *database, sum, sum)) {
-    throw std::runtime_error("a report gave up: " + sum.error());
-  }
-  return sum.Text();
+  Require(RunReport(request, *database, sum, sum), "a report gave up: " + sum.error);
+  return std::to_string(sum.rows) + " rows of " + std::to_string(sum.sum);
 }
 
-// Moves stock from one receipt to another, in one transaction.
-void MoveStock(tsql::Database& database, const std::string& from, const std::string& to) {
-  Answer(database,
-         "BEGIN TRAN UPDATE RdRecords SET iQuantity = iQuantity - 1 WHERE AutoID = " + from +
-             " UPDATE RdRecords SET iQuantity = iQuantity + 1 WHERE AutoID = " + to + " COMMIT");
-}
-
-// The books and a sample in one database, another sample beside it, and what processes do there
-// until the time is over.
+// The books and a sample in one database, another sample beside it, and what processes do there.
 class Company {
  public:
   Company() {
@@ -92,123 +79,89 @@ class Company {
     options.voucher_lines = kLines;
     CreateSample(path_, options);
     CreateBooks(path_);
-    MakeSample(sample_, 0, *shared_);
-    shared_->replaced = 0;
+    MakeSample(sample_, 0, *shared);
     const auto database = tsql::Database::Open(path_);
     const std::string receipts =
-        " FROM RdRecords s INNER JOIN RdRecord r ON s.ID = r.ID WHERE r.bRdFlag = 1 AND r.dDate >= "
-        "'2001-11-01' AND "
-        "r.cVouchType = "
-        "'01' AND s.iQuantity > 10";
+        " FROM RdRecords s INNER JOIN RdRecord r ON s.ID = r.ID WHERE r.bRdFlag = 1 AND "
+        "r.dDate >= '2001-11-01' AND r.cVouchType = '01' AND s.iQuantity > 10";
     first_ = Answer(*database, "SELECT MIN(s.AutoID)" + receipts);
     last_ = Answer(*database, "SELECT MAX(s.AutoID)" + receipts);
-  }
-
-  // What the reports give whatever happens. Throws when moving stock changes it.
-  void Expect() {
-    summary_ = RunWatched(path_, kSummary);
-    journal_ = RunWatched(path_, kJournal);
-    MoveStock(*tsql::Database::Open(path_), first_, last_);
-    CheckReport(kSummary, summary_);
-    CheckReport(kJournal, journal_);
-  }
-
-  void Work(int process, Clock::time_point end) {
-    std::int64_t posted = 0;
-    for (int i = 0; Clock::now() < end; ++i) {
-      if (!Try(*shared_, "crowd", [&] { Step(process, i, posted); })) return;
-    }
-  }
-
-  Shared& shared() { return *shared_; }
-  std::string Check() {
-    if (shared_->told_count > 0) return std::string(shared_->told[0].text);
-    std::string fault = Compare(Examine(path_), *shared_);
-    if (fault.empty()) fault = UseAgain(path_, *shared_);
-    if (fault.empty()) fault = CheckSample(sample_);
-    return fault.empty() ? ReplaceAgain(sample_) : fault;
-  }
-
- private:
-  void CheckReport(const Watched& watched, const std::string& expected) {
-    const std::string seen = RunWatched(path_, watched);
-    ++shared_->reports;
-    if (seen != expected) {
-      throw std::runtime_error(ToUtf8(watched.name) + " mixes states: " + seen + " instead of " +
-                               expected);
-    }
+    for (Watched& watched : watched_) watched.expected = RunWatched(path_, watched);
+    MoveStock(*database, first_, last_);
+    for (const Watched& watched : watched_) CheckReport(watched);
   }
 
   // Every other process writes; the others report, replace the sample or open it.
-  void Step(int process, int turn, std::int64_t& posted) {
+  void Step(int process, int turn) {
     if (process % 2 == 0) {
       const auto database = tsql::Database::Open(path_);
-      for (int i = 0; i < 5; ++i) Post(*database, *shared_, process, ++posted);
+      for (int i = 1; i <= 5; ++i) Post(*database, *shared, process, turn * 5 + i);
       const bool forth = turn % 2 == 0;
-      MoveStock(*database, forth ? first_ : last_, forth ? last_ : first_);
-      return;
+      return MoveStock(*database, forth ? first_ : last_, forth ? last_ : first_);
     }
-    switch ((process / 2 + turn) % 5) {
-      case 0:
-      case 1:
-        return CheckReport(kSummary, summary_);
-      case 2:
-        return CheckReport(kJournal, journal_);
-      case 3:
-        Report(*tsql::Database::Open(path_));
-        ++shared_->reports;
-        return;
-      default:
-        if (process == 1) return MakeSample(sample_, turn % 2, *shared_);
-        const auto database = tsql::Database::Open(sample_);
-        const std::string lines = Answer(*database, "SELECT COUNT(*) FROM RdRecords");
-        if (lines != "3" && lines != "4")
-          throw std::runtime_error("a sample of " + lines + " lines");
-    }
+    const int what = (process / 2 + turn) % 5;
+    if (what < 3) return CheckReport(watched_[what / 2]);
+    if (what == 3) return Report(*tsql::Database::Open(path_), *shared);
+    if (process == 1) return MakeSample(sample_, turn % 2, *shared);
+    const std::string lines =
+        Answer(*tsql::Database::Open(sample_), "SELECT COUNT(*) FROM RdRecords");
+    Require(lines == "3" || lines == "4", "a sample of " + lines + " lines");
+  }
+
+  void Check() {
+    Require(shared->told_count == 0, shared->told[0].text);
+    CheckBooks(path_, *shared);
+    CheckSample(sample_);
+  }
+
+  std::shared_ptr<Shared> shared = NewShared();
+
+ private:
+  // Moves stock from one receipt to another, in one transaction.
+  static void MoveStock(tsql::Database& database, const std::string& from, const std::string& to) {
+    Answer(database,
+           "BEGIN TRAN UPDATE RdRecords SET iQuantity = iQuantity - 1 WHERE AutoID = " + from +
+               " UPDATE RdRecords SET iQuantity = iQuantity + 1 WHERE AutoID = " + to + " COMMIT");
+  }
+
+  void CheckReport(const Watched& watched) {
+    const std::string seen = RunWatched(path_, watched);
+    Require(seen == watched.expected,
+            ToUtf8(watched.name) + " mixes states: " + seen + " instead of " + watched.expected);
+    ++shared->successes;
   }
 
   Folder folder_;
-  fs::path path_ = folder_ / "company.db";
-  fs::path sample_ = folder_ / "sample.db";
-  SharedMemory shared_;
+  fs::path path_ = folder_.path / "company.db";
+  fs::path sample_ = folder_.path / "sample.db";
   std::string first_;
   std::string last_;
-  std::string summary_;
-  std::string journal_;
+  Watched watched_[2] = {{u"clsRepSFC", u"总计_入库数量", {}}, {u"clsRepLsz", u"RKSL", {}}};
 };
 
 }  // namespace
 
-int Crowd(const Settings& settings) {
-  const bool one = settings.processes != 0;
-  const int least = one ? settings.processes : 2;
-  const int most = one ? settings.processes : 9;
-  const auto time = std::chrono::milliseconds(settings.seconds * 1000 / (most - least + 1));
-  Verdict verdict("crowd", settings.seed);
-  std::int64_t posted = 0;
-  std::int64_t reports = 0;
-  std::int64_t replaced = 0;
-  for (int count = least; count <= most; ++count) {
-    Company company;
-    company.Expect();
-    std::vector<int> processes;
-    const auto end = Clock::now() + time;
-    for (int i = 0; i < count; ++i) {
-      processes.push_back(Start([&, i] { company.Work(i, end); }));
-    }
-    std::string fault;
-    for (const int process : processes) {
-      const std::string ended = Wait(process);
-      if (fault.empty()) fault = ended;
-    }
-    for (const auto& done : company.shared().done) posted += done;
-    reports += company.shared().reports;
-    replaced += company.shared().replaced;
-    if (fault.empty()) fault = company.Check();
-    verdict.Round(std::to_string(count) + " processes", fault);
+void Crowd(Verdict& verdict, std::uint64_t, std::int64_t seconds) {
+  constexpr int kLeast = 2;
+  constexpr int kMost = 9;
+  for (int count = kLeast; count <= kMost; ++count) {
+    verdict.Round(std::to_string(count) + " processes", [&] {
+      Company company;
+      std::vector<int> processes;
+      const auto end =
+          Clock::now() + std::chrono::milliseconds(seconds * 1000 / (kMost - kLeast + 1));
+      for (int i = 0; i < count; ++i) {
+        processes.push_back(Start([&, i] {
+          for (int turn = 0; Clock::now() < end; ++turn) {
+            if (!company.shared->Try("crowd", [&] { company.Step(i, turn); })) return;
+          }
+        }));
+      }
+      Wait(processes);
+      verdict.counted += company.shared->successes;
+      company.Check();
+    });
   }
-  return verdict.End(std::to_string(posted) + " transactions, " + std::to_string(reports) +
-                     " reports, " + std::to_string(replaced) + " replacements");
 }
 
 }  // namespace ledgerwick::reliability
