@@ -4,20 +4,22 @@
 //   random_queries [SEED [COUNT [SECONDS]]]
 //
 // runs COUNT statements from SEED on, or as many as there is time for, and prints the first
-// difference as small as it can be made. What does not fit its type or its column is passed over.
+// difference as small as it can be made. What does not fit its type or its column, or takes too
+// long, is passed over.
 #include <sqlite3.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <random>
 #include <stdexcept>
+#include <utility>
 
 #include "frame/error.h"
 #include "tests/random/statement.h"
@@ -34,8 +36,12 @@ using Rows = std::vector<std::string>;
 struct Outcome {
   Rows rows;
   std::string error;
-  std::int64_t number = 0;  // the server's, of the error
+  bool is_passed_over = false;  // the error is none of the embedded database's
 };
+
+// What takes more steps in either engine is passed over: about a second.
+constexpr int kMostSteps = 2'000;
+constexpr int kInstructionsPerStep = 20'000;  // as the embedded database counts them
 
 std::string ShowReal(double number) {
   std::array<char, 40> buffer;
@@ -79,17 +85,15 @@ class Sink : public ResultSink {
   explicit Sink(Rows& rows) : rows_(rows) {}
   void Columns(std::span<const ResultColumn> columns) override {
     rows_.clear();
-    kinds_.clear();
-    for (const ResultColumn& column : columns) kinds_.push_back(column.kind);
+    columns_.assign(columns.begin(), columns.end());
   }
   void Row(std::span<const Value> values) override {
-    std::string row;
+    std::string& row = rows_.emplace_back();
     for (std::size_t i = 0; i < values.size(); ++i) {
       const auto* digits = values[i].If<Text>();
-      const bool decimal = digits != nullptr && kinds_[i] == ColumnKind::Decimal;
+      const bool decimal = digits != nullptr && columns_[i].kind == ColumnKind::Decimal;
       row += (decimal ? ToUtf8(*digits) : Show(values[i])) + "|";
     }
-    rows_.push_back(row);
   }
   void EndRows(std::int64_t) override {}
   void RowsAffected(std::int64_t) override {}
@@ -97,25 +101,55 @@ class Sink : public ResultSink {
 
  private:
   Rows& rows_;
-  std::vector<ColumnKind> kinds_;
+  std::vector<ResultColumn> columns_;
 };
 
 // --- The two engines
 
-Outcome RunEmbedded(tsql::Database& database, const Statement& statement) {
-  Outcome outcome;
-  Sink sink(outcome.rows);
-  const auto run = [&](const std::string& sql) { database.Run(FromUtf8(sql), sink); };
-  try {
-    run("BEGIN TRAN " + statement.tables.tsql);
-    run("DECLARE @v int SET @v = 2 " + statement.sql.tsql);
-    if (!statement.changed.empty()) run("SELECT * FROM " + statement.changed);
-  } catch (const DatabaseError& error) {
-    outcome.error = std::to_string(error.native) + " " + error.what();
-    outcome.number = error.native;
+class Embedded {
+ public:
+  Embedded(const fs::path& path, tsql::Planning planning) {
+    tsql::DatabaseOptions options;
+    options.create = true;
+    options.planning = planning;
+    options.cancel = &too_long_;
+    options.progress = [this] { too_long_ = ++steps_ > kMostSteps; };
+    database_ = tsql::Database::Open(path, options);
   }
-  run("IF @@TRANCOUNT > 0 ROLLBACK");
-  return outcome;
+
+  Outcome Run(const Statement& statement) {
+    Outcome outcome;
+    Sink sink(outcome.rows);
+    steps_ = 0;
+    const auto run = [&](const std::string& sql) { database_->Run(FromUtf8(sql), sink); };
+    try {
+      run("BEGIN TRAN " + statement.tables.tsql);
+      run("DECLARE @v int SET @v = 2 " + statement.sql.tsql);
+      if (!statement.changed.empty()) run("SELECT * FROM " + statement.changed);
+    } catch (const DatabaseError& error) {
+      constexpr std::array kPassedOver = {220, 515, 8115, 8152};
+      outcome.error = too_long_ ? "too long" : std::to_string(error.native) + " " + error.what();
+      outcome.is_passed_over =
+          too_long_ || std::count(kPassedOver.begin(), kPassedOver.end(), error.native) > 0;
+    }
+    too_long_ = false;
+    steps_ = 0;
+    run("IF @@TRANCOUNT > 0 ROLLBACK");
+    return outcome;
+  }
+
+ private:
+  std::atomic<bool> too_long_ = false;
+  int steps_ = 0;
+  std::unique_ptr<tsql::Database> database_;
+};
+
+// SQLite's text as the embedded database's value is shown.
+std::string Show(Kind kind, const char* value) {
+  if (value == nullptr) return "NULL";
+  if (kind == Kind::Float) return ShowReal(std::stod(value));
+  if (kind == Kind::Dec) return ShowHundredths(std::stoll(value));
+  return kind == Kind::Int ? value : ShowText(value);
 }
 
 Outcome RunLite(const Statement& statement) {
@@ -124,33 +158,25 @@ Outcome RunLite(const Statement& statement) {
   const std::unique_ptr<sqlite3, int (*)(sqlite3*)> db(opened, sqlite3_close);
   constexpr int kAllOptimizations = -1;
   sqlite3_test_control(SQLITE_TESTCTRL_OPTIMIZATIONS, opened, kAllOptimizations);
-  Outcome outcome;
+  int steps = 0;
+  const auto is_late = [](void* count) { return ++*static_cast<int*>(count) > kMostSteps ? 1 : 0; };
+  sqlite3_progress_handler(opened, kInstructionsPerStep, is_late, &steps);
   std::string sql = statement.tables.lite + statement.sql.lite;
   if (!statement.changed.empty()) sql += "; SELECT * FROM " + statement.changed;
-  struct Receiver {
-    const Statement& statement;
-    Rows& rows;
-  } receiver{statement, outcome.rows};
+  Outcome outcome;
+  std::pair<const Statement&, Rows&> receiver{statement, outcome.rows};
   const auto receive = [](void* to, int count, char** values, char**) {
-    auto& [said, rows] = *static_cast<Receiver*>(to);
-    std::string row;
+    const auto& [said, rows] = *static_cast<decltype(receiver)*>(to);
+    std::string& row = rows.emplace_back();
     for (int i = 0; i < count; ++i) {
-      const Kind kind = said.kinds[static_cast<std::size_t>(i)];
-      const std::string value = values[i] == nullptr ? "NULL" : values[i];
-      row += values[i] == nullptr  ? value
-             : kind == Kind::Float ? ShowReal(std::stod(value))
-             : kind == Kind::Dec   ? ShowHundredths(std::stoll(value))
-             : kind == Kind::Int   ? value
-                                   : ShowText(value);
-      row += "|";
+      row += Show(said.kinds[static_cast<std::size_t>(i)], values[i]) + "|";
     }
-    rows.push_back(row);
     return 0;
   };
-  char* message = nullptr;
-  if (sqlite3_exec(opened, sql.c_str(), receive, &receiver, &message) != SQLITE_OK) {
-    outcome.error = message;
-    sqlite3_free(message);
+  const int result = sqlite3_exec(opened, sql.c_str(), receive, &receiver, nullptr);
+  if (result != SQLITE_OK) {
+    outcome.error = result == SQLITE_INTERRUPT ? "too long" : sqlite3_errmsg(opened);
+    outcome.is_passed_over = result == SQLITE_INTERRUPT || outcome.error == "integer overflow";
   }
   return outcome;
 }
@@ -159,16 +185,10 @@ Outcome RunLite(const Statement& statement) {
 
 class Comparison {
  public:
-  explicit Comparison(const fs::path& directory) {
-    for (const tsql::Planning planning :
-         {tsql::Planning::Plain, tsql::Planning::Usual, tsql::Planning::Eager}) {
-      tsql::DatabaseOptions options;
-      options.create = true;
-      options.planning = planning;
-      const std::string name = std::to_string(databases_.size()) + ".db";
-      databases_.push_back(tsql::Database::Open(directory / name, options));
-    }
-  }
+  explicit Comparison(const fs::path& directory)
+      : databases_{{{directory / "plain.db", tsql::Planning::Plain},
+                    {directory / "usual.db", tsql::Planning::Usual},
+                    {directory / "eager.db", tsql::Planning::Eager}}} {}
 
   // What differs; empty when nothing does.
   std::string Run(const std::vector<unsigned>& tape) {
@@ -178,34 +198,26 @@ class Comparison {
 
   std::string Run(const Statement& statement) {
     Outcome lite = RunLite(statement);
-    ++outcomes[statement.changed.empty() ? "queries" : "changes"];
     if (!statement.ordered) std::sort(lite.rows.begin(), lite.rows.end());
-    bool passed_over = !lite.error.empty();
-    if (passed_over) ++outcomes["SQLite: " + lite.error];
-    if (passed_over && lite.error != "integer overflow") return lite.error;
+    if (!lite.error.empty() && !lite.is_passed_over) return lite.error;
+    std::string passed_over = lite.error;
     for (std::size_t i = 0; i < databases_.size(); ++i) {
-      Outcome seen = RunEmbedded(*databases_[i], statement);
-      if (!seen.error.empty()) {
-        ++outcomes["error " + std::to_string(seen.number)];
-        constexpr std::array kPassedOver = {220, 515, 8115, 8152};
-        if (std::find(kPassedOver.begin(), kPassedOver.end(), seen.number) == kPassedOver.end()) {
-          return "planning " + std::to_string(i) + ": " + seen.error + "\n";
-        }
-        passed_over = true;
-        continue;
-      }
+      Outcome seen = databases_[i].Run(statement);
+      const std::string planning = "planning " + std::to_string(i);
       if (!statement.ordered) std::sort(seen.rows.begin(), seen.rows.end());
-      if (!passed_over && seen.rows != lite.rows) {
-        return "planning " + std::to_string(i) + " gives\n" + Lines(seen.rows) + "SQLite gives\n" +
-               Lines(lite.rows);
+      if (!seen.error.empty() && !seen.is_passed_over) return planning + ": " + seen.error + "\n";
+      if (!seen.error.empty()) passed_over = seen.error;
+      if (passed_over.empty() && seen.rows != lite.rows) {
+        return planning + " gives\n" + Lines(seen.rows) + "SQLite gives\n" + Lines(lite.rows);
       }
     }
-    with_rows += lite.rows.empty() ? 0 : 1;
+    if (passed_over == "too long") ++too_long;
+    if (passed_over.empty() && !lite.rows.empty()) ++with_rows;
     return {};
   }
 
-  std::map<std::string, std::int64_t> outcomes;
   std::int64_t with_rows = 0;
+  std::int64_t too_long = 0;
 
  private:
   static std::string Lines(const Rows& rows) {
@@ -214,30 +226,25 @@ class Comparison {
     return lines;
   }
 
-  std::vector<std::unique_ptr<tsql::Database>> databases_;
+  std::array<Embedded, 3> databases_;
 };
 
-// Takes choices away, and makes them smaller, as long as there is a difference.
+// Takes choices away, and makes them 0, as long as there is a difference.
 std::vector<unsigned> Shrink(std::vector<unsigned> tape, Comparison& comparison) {
   const auto deadline = Clock::now() + std::chrono::seconds(30);
   const auto differs = [&](const std::vector<unsigned>& smaller) {
-    return Clock::now() < deadline && !comparison.Run(smaller).empty();
+    return smaller != tape && Clock::now() < deadline && !comparison.Run(smaller).empty();
   };
-  for (bool changed = true; changed;) {
-    changed = false;
-    for (std::size_t size = 32; size > 0; size /= 2) {
-      for (std::size_t at = 0; at + size <= tape.size();) {
-        const auto from = tape.begin() + static_cast<std::ptrdiff_t>(at);
-        const auto to = from + static_cast<std::ptrdiff_t>(size);
-        std::vector<unsigned> shorter(tape.begin(), from);
-        shorter.insert(shorter.end(), to, tape.end());
+  for (bool changed = true; std::exchange(changed, false);) {
+    for (std::ptrdiff_t size = 32; size > 0; size /= 2) {
+      for (std::ptrdiff_t at = 0; at + size <= std::ssize(tape);) {
+        std::vector<unsigned> shorter = tape;
+        shorter.erase(shorter.begin() + at, shorter.begin() + at + size);
         std::vector<unsigned> lower = tape;
-        std::fill_n(lower.begin() + static_cast<std::ptrdiff_t>(at), size, 0U);
-        if (differs(shorter)) {
-          tape = shorter;
-          changed = true;
-        } else if (lower != tape && differs(lower)) {
-          tape = lower;
+        std::fill_n(lower.begin() + at, size, 0U);
+        const bool shortens = differs(shorter);
+        if (shortens || differs(lower)) {
+          tape = shortens ? shorter : lower;
           changed = true;
         } else {
           ++at;
@@ -248,28 +255,25 @@ std::vector<unsigned> Shrink(std::vector<unsigned> tape, Comparison& comparison)
   return tape;
 }
 
-int Main(std::uint64_t seed, std::int64_t count, std::chrono::seconds limit,
+int Main(std::uint64_t seed, std::uint64_t count, std::chrono::seconds limit,
          const fs::path& directory) {
   Comparison comparison(directory);
   const auto end = Clock::now() + limit;
-  std::int64_t done = 0;
+  std::uint64_t done = 0;
   for (; done < count && Clock::now() < end; ++done) {
-    Tape tape(seed + static_cast<std::uint64_t>(done));
+    Tape tape(seed + done);
     if (comparison.Run(MakeStatement(tape)).empty()) continue;
-    std::cout << "seed " << seed + static_cast<std::uint64_t>(done) << ":\n";
     const std::vector<unsigned> smallest = Shrink(tape.drawn(), comparison);
     Tape again(smallest);
     const Statement statement = MakeStatement(again);
-    std::cout << statement.tables.tsql << statement.sql.tsql << "\nfor SQLite:\n"
+    std::cout << "seed " << seed + done << ":\n"
+              << statement.tables.tsql << statement.sql.tsql << "\nfor SQLite:\n"
               << statement.sql.lite << "\n"
               << comparison.Run(smallest);
     return 1;
   }
   std::cout << done << " statements from seed " << seed << ", " << comparison.with_rows
-            << " gave rows that were compared\n";
-  for (const auto& [outcome, times] : comparison.outcomes) {
-    std::cout << "  " << times << " " << outcome << "\n";
-  }
+            << " gave rows that were compared, " << comparison.too_long << " took too long\n";
   return 0;
 }
 
@@ -277,16 +281,16 @@ int Main(std::uint64_t seed, std::int64_t count, std::chrono::seconds limit,
 }  // namespace ledgerwick::random_queries
 
 int main(int argc, char** argv) {
-  const auto argument = [&](int i, std::int64_t usual) {
-    return argc > i ? std::stoll(argv[i]) : usual;
+  const auto argument = [&](int i, std::uint64_t usual) {
+    return argc > i ? std::stoull(argv[i]) : usual;
   };
   std::random_device random;
   const auto directory =
       std::filesystem::temp_directory_path() / ("ledgerwick-random-" + std::to_string(random()));
   std::filesystem::create_directory(directory);
   const int result = ledgerwick::random_queries::Main(
-      static_cast<std::uint64_t>(argument(1, 1)), argument(2, 1000),
-      std::chrono::seconds(argument(3, 1'000'000)), directory);
+      argument(1, 1), argument(2, 1000),
+      std::chrono::seconds(std::stoll(argc > 3 ? argv[3] : "1000000")), directory);
   std::filesystem::remove_all(directory);
   return result;
 }

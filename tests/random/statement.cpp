@@ -73,14 +73,94 @@ bool IsNumber(Kind kind) noexcept { return kind <= Kind::Float; }
 
 // The value as one of `kind`, which is of no lower precedence; T-SQL converts by itself.
 Term As(Term term, Kind kind) {
-  if (term.kind == Kind::Int && kind == Kind::Dec) term.sql = Fill("$1", "($1 * 100)", {term.sql});
-  if (term.kind == Kind::Int && kind == Kind::Float)
-    term.sql = Fill("$1", "($1 * 1.0)", {term.sql});
-  if (term.kind == Kind::Dec && kind == Kind::Float)
-    term.sql = Fill("$1", "($1 / 100.0)", {term.sql});
-  term.kind = kind;
-  return term;
+  const char* lite = term.kind == kind        ? "$1"
+                     : kind == Kind::Dec      ? "($1 * 100)"
+                     : term.kind == Kind::Dec ? "($1 / 100.0)"
+                                              : "($1 * 1.0)";
+  return {Fill("$1", lite, {term.sql}), kind};
 }
+
+// What a table is made of, by Kind; no second text where SQLite's is the same.
+struct Type {
+  char letter;
+  std::vector<std::string> declarations;
+  std::vector<Sql> literals;
+};
+const std::vector<Type> kTypes = {
+    {'i', {"int", "smallint", "bigint"}, {{"0"}, {"1"}, {"2"}, {"3"}, {"4"}, {"(-1)"}}},
+    {'d',
+     {"decimal(12,2)"},
+     {{"0.50", "50"}, {"1.50", "150"}, {"2.50", "250"}, {"(-1.25)", "(-125)"}}},
+    // Powers of two, so that sums and quotients are exact.
+    {'f', {"float"}, {{"1e0"}, {"2e0"}, {"0e0"}, {"0.5e0"}, {"4e0"}, {"(-2e0)"}}},
+    {'t',
+     {"varchar(40)", "char(6)", "nvarchar(40)"},
+     {{"'a'"}, {"'A '", "'a'"}, {"'b'"}, {"''"}, {"' '", "''"}, {"N'b C'", "'b c'"}}},
+    {'z',
+     {"datetime"},
+     {{"CONVERT(datetime, '20200101')", "'2020-01-01'"},
+      {"CONVERT(datetime, '20200102')", "'2020-01-02'"},
+      {"CONVERT(datetime, '20200103')", "'2020-01-03'"}}},
+};
+const Type& TypeOf(Kind kind) { return kTypes[static_cast<std::size_t>(kind)]; }
+
+// How something is written, with a part for each $, letter and digit. The letters are those of the
+// kinds, of which the part then is, and
+//   k  a value of the form's own kind         a  values of one more kind
+//   n  one of it or of a lower number         c  a column or literal of the form's own kind
+//   p  a predicate                            v  a query of one value
+//   q  a query of the form's own kind         o  an operator that compares
+//   N  NOT or nothing                         D  DISTINCT or nothing
+struct Form {
+  std::string gives;  // the letters of the kinds it may be of
+  Sql sql;
+};
+
+const std::vector<Form> kValues = {
+    {"idf", {"($n1 + $k1)"}},
+    {"idf", {"($k1 - $n1)"}},
+    {"if", {"($k1 * $k2)"}},
+    {"d", {"($d1 * $i1)"}},  // it has its two digits only times a whole number
+    {"d", {"(-$c1)", "(- $c1)"}},
+    {"f", {"($c1 / NULLIF($c2, 0))"}},
+    {"i", {"($i1 / NULLIF($i2, 0))"}},
+    {"i", {"($i1 % NULLIF($i2, 0))"}},
+    {"i", {"LEN($t1)", "length($t1)"}},
+    {"t", {"RTRIM($t1) + $t2", "($t1 || $t2)"}},
+    {"t", {"UPPER($t1)", "$t1"}},
+    {"t", {"LEFT($t1, 1)", "rtrim(substr($t1, 1, 1))"}},
+    {"t", {"LTRIM(RTRIM($t1))", "ltrim($t1)"}},
+    {"t", {"CAST($i1 AS varchar(12))", "CAST($i1 AS TEXT)"}},
+    {"i", {"CAST($f1 AS int)", "CAST($f1 AS INTEGER)"}},
+    {"i", {"CAST($d1 AS int)", "($d1 / 100)"}},
+    {"d", {"CAST($i1 AS decimal(14,2))", "($i1 * 100)"}},
+    {"idftz", {"CASE WHEN $p1 THEN $n1 ELSE $k1 END"}},
+    {"idftz", {"CASE $a1 WHEN $a2 THEN $k1 END"}},
+    {"idfz", {"ISNULL($k1, $k2)", "ifnull($k1, $k2)"}},  // would cut a text at the first's length
+    {"idftz", {"COALESCE($n1, $k1)"}},
+    {"idftz", {"NULLIF($k1, $k2)"}},
+    {"idftz", {"($v1)"}},
+};
+
+const std::vector<Form> kAggregates = {
+    {"idftz", {"MIN($k1)"}}, {"idftz", {"MAX($k1)"}},  {"idf", {"SUM($D1$k1)"}},
+    {"i", {"COUNT(*)"}},     {"i", {"COUNT($D1$a1)"}},
+};
+
+const std::vector<Form> kPredicates = {
+    {"idftz", {"$n1$o1$n2"}},
+    {"idftz", {"$n1$o1$n2"}},
+    {"idftz", {"$k1 IS $N1NULL"}},
+    {"idftz", {"$k1 $N1BETWEEN $k2 AND $k3"}},
+    {"idftz", {"$k1 $N1IN ($k2, $k3)"}},
+    {"t", {"$t1 $N1LIKE '[AB]%'", "$N1($t1 LIKE 'a%' OR $t1 LIKE 'b%')"}},
+    {"t", {"$t1 $N1LIKE '%a%'"}},
+    {"idftz", {"($p1 AND $p2)"}},
+    {"idftz", {"($p1 OR $p2)"}},
+    {"idftz", {"NOT ($p1)"}},
+    {"idftz", {"$N1EXISTS ($q1)"}},
+    {"idftz", {"$k1 $N1IN ($q1)"}},
+};
 
 class Maker {
  public:
@@ -102,9 +182,7 @@ class Maker {
   }
 
  private:
-  static constexpr std::array kKinds = {Kind::Int, Kind::Dec, Kind::Text, Kind::Float, Kind::Date};
-
-  Kind AnyKind() { return kKinds[tape_.Draw(kKinds.size())]; }
+  Kind AnyKind() { return static_cast<Kind>(tape_.Draw(static_cast<unsigned>(kTypes.size()))); }
   Kind NumberUpTo(Kind kind) {
     return static_cast<Kind>(tape_.Draw(static_cast<unsigned>(kind) + 1));
   }
@@ -127,7 +205,8 @@ class Maker {
       nullable.push_back(!tape_.Once(4));
       const std::string column = ", c" + std::to_string(i);
       lite += column;
-      tsql += column + " " + Declaration(table.kinds.back()) + (nullable.back() ? "" : " NOT NULL");
+      tsql += column + " " + OneOf(TypeOf(table.kinds.back()).declarations) +
+              (nullable.back() ? "" : " NOT NULL");
     }
     sql.tsql += "CREATE TABLE " + name + " (" + tsql + ")\n";
     sql.lite += "CREATE TABLE " + name + " (" + lite + ");\n";
@@ -148,50 +227,11 @@ class Maker {
     tables_.push_back(table);
   }
 
-  std::string Declaration(Kind kind) {
-    const std::vector<std::string> texts = {"varchar(40)", "char(6)", "nvarchar(40)"};
-    switch (kind) {
-      case Kind::Int:
-        return OneOf<std::string>({"int", "smallint", "bigint"});
-      case Kind::Dec:
-        return "decimal(12,2)";
-      case Kind::Float:
-        return "float";
-      case Kind::Text:
-        return OneOf(texts);
-      case Kind::Date:
-        return "datetime";
-    }
-    return {};
-  }
-
   // --- Expressions
 
   Term Literal(Kind kind) {
-    const unsigned n = tape_.Draw(6);
-    const std::string digit = std::to_string(n);
-    switch (kind) {
-      case Kind::Int:
-        return {n == 5 ? Both("(-1)") : Both(digit), kind};
-      case Kind::Dec:
-        return {n == 5 ? Sql{"(-1.25)", "(-125)"} : Sql{digit + ".50", digit + "50"}, kind};
-      case Kind::Float: {  // powers of two, so that sums and quotients are exact
-        static const std::vector<std::string> kNumbers = {"1e0",   "2e0", "0e0",
-                                                          "0.5e0", "4e0", "(-2e0)"};
-        return {Both(kNumbers[n]), kind};
-      }
-      case Kind::Text: {
-        static const std::vector<Sql> kTexts = {{"'a'", "'a'"}, {"'A '", "'a'"},
-                                                {"'b'", "'b'"}, {"''", "''"},
-                                                {"' '", "''"},  {"N'b C'", "'b c'"}};
-        return {kTexts[n], kind};
-      }
-      case Kind::Date:
-        return {Sql{"CONVERT(datetime, '2020010" + std::to_string(n + 1) + "')",
-                    "'2020-01-0" + std::to_string(n + 1) + "'"},
-                kind};
-    }
-    return {};
+    const Sql& literal = OneOf(TypeOf(kind).literals);
+    return {literal.lite.empty() ? Both(literal.tsql) : literal, kind};
   }
 
   Term Leaf(Kind kind, const Scope& scope) {
@@ -216,133 +256,73 @@ class Maker {
 
   Term Scalar(Kind kind, const Scope& scope, int depth) {
     if (depth <= 0 || !tape_.Once(2)) return Leaf(kind, scope);
-    const auto part = [&](Kind of) { return Scalar(of, scope, depth - 1).sql; };
-    const auto value = [&] {
-      return (IsNumber(kind) ? Number(kind, scope, depth - 1) : Scalar(kind, scope, depth - 1)).sql;
-    };
-    switch (tape_.Draw(9)) {
-      case 0:
-      case 1:
-        return Computed(kind, scope, depth - 1);
-      case 2:
-        return {Fill("CASE WHEN $1 THEN $2 ELSE $3 END",
-                     {Predicate(scope, depth - 1), value(), part(kind)}),
-                kind};
-      case 3: {
-        const Kind of = AnyKind();
-        return {Fill("CASE $1 WHEN $2 THEN $3 END", {part(of), part(of), part(kind)}), kind};
-      }
-      case 4:
-        // The second has the first's type, which would cut a text.
-        if (kind != Kind::Text)
-          return {Fill("ISNULL($1, $2)", "ifnull($1, $2)", {part(kind), part(kind)}), kind};
-        [[fallthrough]];
-      case 5:
-        return {Fill("COALESCE($1, $2)", {value(), part(kind)}), kind};
-      case 6:
-        return {Fill("NULLIF($1, $2)", {part(kind), part(kind)}), kind};
-      case 7:
-        return kind <= Kind::Dec ? Cast(kind, scope, depth - 1) : Leaf(kind, scope);
-      default:
-        if (!scope.asks || depth < 2) return Leaf(kind, scope);
-        return {Fill("($1)", {OneValue(kind, scope, depth - 2)}), kind};
-    }
-  }
-
-  Term Cast(Kind kind, const Scope& scope, int depth) {
-    if (kind == Kind::Dec)
-      return {
-          Fill("CAST($1 AS decimal(14,2))", "($1 * 100)", {Scalar(Kind::Int, scope, depth).sql}),
-          kind};
-    if (tape_.Once(2))
-      return {
-          Fill("CAST($1 AS int)", "CAST($1 AS INTEGER)", {Scalar(Kind::Float, scope, depth).sql}),
-          kind};
-    return {Fill("CAST($1 AS int)", "($1 / 100)", {Scalar(Kind::Dec, scope, depth).sql}), kind};
-  }
-
-  Term Computed(Kind kind, const Scope& scope, int depth) {
-    const auto part = [&](Kind of) { return Scalar(of, scope, depth).sql; };
-    const unsigned choice = tape_.Draw(5);
-    if (kind == Kind::Date) return Leaf(kind, scope);
-    if (kind == Kind::Text) {
-      switch (choice) {
-        case 0:
-          return {Fill("RTRIM($1) + $2", "($1 || $2)", {part(kind), part(kind)}), kind};
-        case 1:
-          return {Fill("UPPER($1)", "$1", {part(kind)}), kind};
-        case 2:
-          return {Fill("LEFT($1, 1)", "rtrim(substr($1, 1, 1))", {part(kind)}), kind};
-        case 3:
-          return {Fill("CAST($1 AS varchar(12))", "CAST($1 AS TEXT)", {part(Kind::Int)}), kind};
-        default:
-          return {Fill("LTRIM(RTRIM($1))", "ltrim($1)", {part(kind)}), kind};
-      }
-    }
-    if (choice == 0) return {Fill("($1 + $2)", {Number(kind, scope, depth).sql, part(kind)}), kind};
-    if (choice == 1) return {Fill("($1 - $2)", {part(kind), Number(kind, scope, depth).sql}), kind};
-    // A decimal has its two digits only times a whole number.
-    const Kind factor = kind == Kind::Dec ? Kind::Int : kind;
-    if (choice == 2) return {Fill("($1 * $2)", {part(kind), part(factor)}), kind};
-    if (kind == Kind::Dec) return {Fill("(-$1)", "(- $1)", {Leaf(kind, scope).sql}), kind};
-    if (kind == Kind::Float) {
-      const Term divisor = Leaf(kind, scope);
-      if (!divisor.is_column) return divisor;
-      return {Fill("($1 / NULLIF($2, 0))", {Leaf(kind, scope).sql, divisor.sql}), kind};
-    }
-    if (choice == 3) return {Fill("LEN($1)", "length($1)", {part(Kind::Text)}), kind};
-    return {Fill(tape_.Once(2) ? "($1 / NULLIF($2, 0))" : "($1 % NULLIF($2, 0))",
-                 {part(kind), part(kind)}),
-            kind};
-  }
-
-  Sql Compared(const Scope& scope, int depth) {
-    static const std::vector<std::string> kOperators = {" = ",  " <> ", " < ",
-                                                        " >= ", " > ",  " <= "};
-    Term left = Scalar(AnyKind(), scope, depth);
-    Term right = Scalar(IsNumber(left.kind) && tape_.Once(3) ? NumberUpTo(Kind::Float) : left.kind,
-                        scope, depth);
-    const Kind common = std::max(left.kind, right.kind);
-    return Fill("$1" + OneOf(kOperators) + "$2", {As(left, common).sql, As(right, common).sql});
+    return {Written(kValues, kind, scope, depth), kind};
   }
 
   Sql Predicate(const Scope& scope, int depth) {
-    const unsigned choices = depth <= 0 ? 6 : scope.asks ? 11 : 9;
-    const auto predicate = [&] { return Predicate(scope, depth - 1); };
-    const std::string no = tape_.Once(4) ? "NOT " : "";
-    const Kind kind = AnyKind();
-    const auto value = [&] { return Scalar(kind, scope, depth - 1).sql; };
-    switch (tape_.Draw(choices)) {
-      case 0:
-      case 1:
-        return Compared(scope, depth - 1);
-      case 2:
-        return Fill("$1 IS " + no + "NULL", {value()});
-      case 3:
-        return Fill("$1 " + no + "BETWEEN $2 AND $3", {value(), value(), value()});
-      case 4:
-        return Fill("$1 " + no + "IN ($2, $3)", {value(), value(), value()});
-      case 5: {
-        const Sql text = Scalar(Kind::Text, scope, depth - 1).sql;
-        if (tape_.Once(2))
-          return Fill("$1 " + no + "LIKE '[AB]%'", no + "($1 LIKE 'a%' OR $1 LIKE 'b%')", {text});
-        return Fill("$1 " + no + "LIKE '%a%'", {text});
-      }
-      case 6:
-        return Fill("($1 AND $2)", {predicate(), predicate()});
-      case 7:
-        return Fill("($1 OR $2)", {predicate(), predicate()});
-      case 8:
-        return Fill("NOT ($1)", {predicate()});
-      case 9: {
-        const Sql query = Query({Kind::Int}, Outside(scope), depth - 1, false, false);
-        return Fill(no + "EXISTS ($1)", {query});
-      }
-      default: {
-        const Sql query = Query({kind}, Outside(scope), depth - 1, false, false);
-        return Fill("$1 " + no + "IN ($2)", {value(), query});
-      }
+    return Written(kPredicates, AnyKind(), scope, depth);
+  }
+
+  // One of the forms, as far as it fits; its parts are less deep.
+  Sql Written(const std::vector<Form>& forms, Kind kind, const Scope& scope, int depth) {
+    std::vector<Sql> fitting;
+    for (const Form& form : forms) {
+      const auto has = [&](const char* part) {
+        return form.sql.tsql.find(part) != std::string::npos;
+      };
+      const bool asks = has("$q") || has("$v");
+      const int deep = has("$v") ? 2 : asks || has("$p") ? 1 : 0;
+      if (form.gives.find(TypeOf(kind).letter) == std::string::npos) continue;
+      if (std::max(depth, 0) >= deep && (scope.asks || !asks)) fitting.push_back(form.sql);
     }
+    Sql sql = OneOf(fitting);
+    if (sql.lite.empty()) sql.lite = sql.tsql;
+    const Kind another = AnyKind();
+    for (std::size_t at = 0; (at = sql.tsql.find('$')) != std::string::npos;) {
+      const std::string name = sql.tsql.substr(at, 3);
+      const Sql part = Part(name[1], kind, another, scope, depth - 1);
+      Replace(sql.tsql, name, part.tsql);
+      Replace(sql.lite, name, part.lite);
+    }
+    return sql;
+  }
+
+  static void Replace(std::string& text, const std::string& what, const std::string& by) {
+    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size()) {
+      text.replace(at, what.size(), by);
+    }
+  }
+
+  Sql Part(char letter, Kind kind, Kind another, const Scope& scope, int depth) {
+    static const std::vector<std::string> kOperators = {" = ",  " <> ", " < ",
+                                                        " >= ", " > ",  " <= "};
+    switch (letter) {
+      case 'k':
+        return Scalar(kind, scope, depth).sql;
+      case 'a':
+        return Scalar(another, scope, depth).sql;
+      case 'n':
+        return (IsNumber(kind) ? Number(kind, scope, depth) : Scalar(kind, scope, depth)).sql;
+      case 'c':
+        return Leaf(kind, scope).sql;
+      case 'p':
+        return Predicate(scope, depth);
+      case 'v':
+        return OneValue(kind, scope, depth - 1);
+      case 'q':
+        return Query({kind}, Outside(scope), depth, false, false);
+      case 'o':
+        return Both(OneOf(kOperators));
+      case 'N':
+        return Both(tape_.Once(4) ? "NOT " : "");
+      case 'D':
+        return Both(tape_.Once(5) ? "DISTINCT " : "");
+      default:
+        break;
+    }
+    const auto type = std::find_if(kTypes.begin(), kTypes.end(),
+                                   [&](const Type& t) { return t.letter == letter; });
+    return Scalar(static_cast<Kind>(type - kTypes.begin()), scope, depth).sql;
   }
 
   // The columns that a subquery sees from outside.
@@ -462,15 +442,7 @@ class Maker {
   }
 
   Term Aggregate(Kind kind, const std::vector<Term>& columns, int depth) {
-    const Scope scope{columns, {}, false};
-    const auto argument = [&](Kind of) { return Scalar(of, scope, std::min(depth, 2)).sql; };
-    const std::string distinct = tape_.Once(5) ? "DISTINCT " : "";
-    const unsigned choice = tape_.Draw(kind == Kind::Int ? 6 : IsNumber(kind) ? 4 : 2);
-    if (choice == 0) return {Fill("MIN($1)", {argument(kind)}), kind};
-    if (choice == 1) return {Fill("MAX($1)", {argument(kind)}), kind};
-    if (choice <= 3) return {Fill("SUM(" + distinct + "$1)", {argument(kind)}), kind};
-    if (choice == 4) return {Both("COUNT(*)"), kind};
-    return {Fill("COUNT(" + distinct + "$1)", {argument(AnyKind())}), kind};
+    return {Written(kAggregates, kind, {columns, {}, false}, std::min(depth, 2) + 1), kind};
   }
 
   // What is left of a scope's rows when they are grouped: FROM and WHERE are followed by GROUP BY.

@@ -38,7 +38,7 @@ class Tape {
 // The same in both dialects.
 struct Sql {
   std::string tsql;
-  std::string lite;
+  std::string lite = {};
 };
 
 // Numbers stand in rising precedence. Decimals have two digits behind the point.

@@ -20,6 +20,11 @@ class Double {
     world_.Called({std::move(text), through, connection});
     ++calls_;
   }
+  template <typename T>
+  T Answer(const char* name, T answer, Through through = Through::None) {
+    Called(name, through);
+    return answer;
+  }
   DoubleWorld& world() const { return world_; }
 
  private:
@@ -31,30 +36,20 @@ class DoubleFilter final : public ReportFilter, Double {
  public:
   DoubleFilter(DoubleWorld& world, std::size_t index) : Double(world), index_(index) {}
 
-  Text Name() override { return Read("Name", &FilterItem::Name); }
-  Text strcaption() override { return Read("strcaption", &FilterItem::strcaption); }
-  Value varValue() override { return Read("varValue", &FilterItem::varValue); }
-  Value varValue2() override { return Read("varValue2", &FilterItem::varValue2); }
-  Text strSqlString() override { return *Read("strSqlString", &FilterItem::strSqlString); }
-  std::int32_t LngGrouptoken() override {
-    Called("LngGrouptoken");
-    return 0;
-  }
-  void set_varValue(const Value& value) override {
-    Called("Put varValue");
-    world().items[index_].varValue = value;
-  }
-  void set_strSqlString(const Text& sql) override {
-    Called("Put strSqlString");
-    world().items[index_].strSqlString = sql;
-  }
+  Text Name() override { return Read("Name").Name; }
+  Text strcaption() override { return Read("strcaption").strcaption; }
+  Value varValue() override { return Read("varValue").varValue; }
+  Value varValue2() override { return Read("varValue2").varValue2; }
+  Text strSqlString() override { return *Read("strSqlString").strSqlString; }
+  std::int32_t LngGrouptoken() override { return Answer("LngGrouptoken", 0); }
+  void set_varValue(const Value& value) override { Read("Put varValue").varValue = value; }
+  void set_strSqlString(const Text& sql) override { Read("Put strSqlString").strSqlString = sql; }
   void set_LngGrouptoken(std::int32_t) override { Called("Put LngGrouptoken"); }
 
  private:
-  template <typename T>
-  T Read(const char* name, T FilterItem::*member) {
+  FilterItem& Read(const char* name) {
     Called(name);
-    return world().items[index_].*member;
+    return world().items[index_];
   }
 
   std::size_t index_;
@@ -65,25 +60,15 @@ class DoubleSet final : public ReportFilterSet, Double {
   using Double::Double;
 
   std::int32_t Count() override {
-    Called("Count");
-    return static_cast<std::int32_t>(world().items.size());
+    return Answer("Count", static_cast<std::int32_t>(world().items.size()));
   }
   std::shared_ptr<ReportFilter> Item(std::int32_t index) override {
     Called("Item");
     return std::make_shared<DoubleFilter>(world(), static_cast<std::size_t>(index) - 1);
   }
-  Text ConditionText() override {
-    Called("ConditionText");
-    return Text(201, u'c');
-  }
-  Text GroupConditionText(std::int32_t) override {
-    Called("GroupConditionText");
-    return u"g = 1";
-  }
-  Value ValueByName(const Text&, std::int32_t) override {
-    Called("ValueByName");
-    return u"v";
-  }
+  Text ConditionText() override { return Answer("ConditionText", Text(201, u'c')); }
+  Text GroupConditionText(std::int32_t) override { return Answer("GroupConditionText", u"g = 1"); }
+  Value ValueByName(const Text&, std::int32_t) override { return Answer("ValueByName", u"v"); }
 };
 
 class DoubleManager final : public ReportManager, Double {
@@ -101,14 +86,8 @@ class DoubleLogin final : public Login, Double {
  public:
   using Double::Double;
 
-  Value CurDate() override { return Answer("CurDate"); }
-  Value cAcc_Id() override { return Answer("cAcc_Id"); }
-
- private:
-  Value Answer(const char* name) {
-    Called(name, Through::objLogin);
-    return u"2002-03-31";
-  }
+  Value CurDate() override { return Answer("CurDate", u"2002-03-31", Through::objLogin); }
+  Value cAcc_Id() override { return Answer("cAcc_Id", u"2002-03-31", Through::objLogin); }
 };
 
 // One row, whatever was asked.
@@ -117,22 +96,10 @@ class DoubleRecordset final : public Recordset, Double {
   using Double::Double;
 
   void SetFilter(const Text&) override { Called("Filter"); }
-  std::int32_t RecordCount() override {
-    Called("RecordCount");
-    return 1;
-  }
-  bool AtEnd() override {
-    Called("EOF");
-    return at_end_;
-  }
-  void MoveNext() override {
-    Called("MoveNext");
-    at_end_ = true;
-  }
-  Value Field(const Text&) override {
-    Called("Field");
-    return u"12";
-  }
+  std::int32_t RecordCount() override { return Answer("RecordCount", 1); }
+  bool AtEnd() override { return Answer("EOF", at_end_); }
+  void MoveNext() override { at_end_ = Answer("MoveNext", true); }
+  Value Field(const Text&) override { return Answer("Field", u"12"); }
   void Close() override { Called("Close recordset"); }
 
  private:
@@ -235,7 +202,7 @@ void DoubleWorld::Called(DoubleCall call) {
   const std::size_t index = calls.size();
   calls.push_back(std::move(call));
   if (index != deed_at) return;
-  deed_at = kNever;
+  deed_at = SIZE_MAX;
   deed();
 }
 

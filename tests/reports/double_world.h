@@ -2,9 +2,8 @@
 // makes, and the test can do something in the middle of any of them.
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,8 +24,6 @@ struct DoubleCall {
 
 class DoubleWorld final : public System {
  public:
-  static constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
-
   // Each filter that the reference host knows of the class, with values and a condition.
   explicit DoubleWorld(const ClassInfo& info);
 
@@ -48,7 +45,7 @@ class DoubleWorld final : public System {
 
   std::vector<FilterItem> items;  // as the report leaves them
   std::vector<DoubleCall> calls;
-  std::size_t deed_at = kNever;
+  std::size_t deed_at = SIZE_MAX;
   std::function<void()> deed;          // done once
   std::string shown;                   // beeps and boxes
   int sets = 1000;                     // how often the manager still has a filter set
