@@ -11,89 +11,53 @@
 namespace ledgerwick {
 namespace {
 
-enum class Reaction { Raised, RaisedAgain, Silent, Conflict, NumberedConflict };
+// Whose connection the report uses: a new one in mconn, which it leaves open or closes, or the
+// host's, which it opens.
+enum class Uses { Open, Closed, Hosts };
+using enum Uses;
 
-// How errors end, and whose connection the report uses: a new one in mconn, which the class closes
-// or leaves open, or the host's, which it opens.
+// What becomes of errors.
+enum class Reaction { Raised, Again, Silent, Conflict, Numbered };
+using enum Reaction;
+
 struct Ways {
   TextView name;
-  enum { LeavesOpen, Closes, OpensHosts } connection;
+  Uses connection;
   Reaction reaction;
-  int sets;                              // how often the filter set is asked for
-  std::vector<TextView> read = {};       // the items, by name or caption, whose varValue is read
-  std::vector<TextView> read_both = {};  // those whose varValue2 is read as well
-  std::string_view recordset = "";       // cursor location, cursor type, lock type, command type
+  int sets;                         // how often the filter set is asked for
+  TextView read = u"";              // the items, by name or caption, whose varValue is read
+  TextView read_both = u"";         // those whose varValue2 is read as well
+  std::string_view recordset = "";  // cursor location, cursor type, lock type, command type
 };
-const Ways kWays[] = {
-    {u"newclsReportDataSaleTotal",
-     Ways::Closes,
-     Reaction::Raised,
-     3,
-     {u"cWhCode", u"cChecker", u"Inventory.bService"},
-     {u"dDate"}},
-    {u"newclsReportDataSaleDetail",
-     Ways::Closes,
-     Reaction::RaisedAgain,
-     3,
-     {u"cWhCode", u"cChecker", u"Inventory.bService"},
-     {u"dDate"}},
-    {u"newClsReportDaoSaleInCome", Ways::OpensHosts, Reaction::Silent, 1, {u"复核", u"劳务"}},
-    {u"newClsReportDaoSaleCost", Ways::OpensHosts, Reaction::Conflict, 1},
-    {u"newClsReportDaoConsignment",
-     Ways::Closes,
-     Reaction::Raised,
-     3,
-     {},
-     {u"发货日期", u"开票日期", u"收款日期"}},
-    {u"newclsReportDaoOut",
-     Ways::Closes,
-     Reaction::Raised,
-     2,
-     {u"cVerifier", u"cVouchType"},
-     {u"dDate"}},
-    {u"newClsReportDaoOutIncome",
-     Ways::Closes,
-     Reaction::NumberedConflict,
-     2,
-     {u"审核", u"单据类型"}},
-    {u"newclsReportDAOSRM",
-     Ways::Closes,
-     Reaction::Raised,
-     2,
-     {u"cChecker", u"cWhCode"},
-     {u"dDate"}},
-    {u"newclsReportDaotrust", Ways::Closes, Reaction::NumberedConflict, 2, {}, {u"dDate"}},
-    {u"clsInventroy", Ways::Closes, Reaction::Raised, 0},
-    {u"clsRepAQKCYJ", Ways::Closes, Reaction::Raised, 1, {u"def_queryType"}},
-    {u"clsRepBzqyj", Ways::Closes, Reaction::Raised, 1, {u"InvType"}, {u"PassDays", u"CloserDays"}},
-    {u"clsRepPcch", Ways::Closes, Reaction::Raised, 1, {}, {u"dDate", u"dVeriDate"}},
-    {u"clsRepHwhz", Ways::LeavesOpen, Reaction::Raised, 2, {u"Warehouse.cWhCode"}, {u"JCQuantity"}},
-    {u"clsRepLsz",
-     Ways::LeavesOpen,
-     Reaction::Raised,
-     1,
-     {u"VeriType", u"R.cWhCode", u"R.cRdCode"}},
-    {u"clsRepSFC",
-     Ways::LeavesOpen,
-     Reaction::Raised,
-     1,
-     {u"RdRecord.cWhCode", u"cInvType", u"cRdCode", u"iAssUnitGrade", u"BusCond", u"DispZeroInv",
-      u"ExtAcc", u"VeriType"},
-     {u"dDate", u"dVeriDate", u"JCQuantity"},
-     "334-1"},
-    {u"clsRepXCL",
-     Ways::LeavesOpen,
-     Reaction::Raised,
-     1,
-     {u"I.cBarCode", u"CS.cBatch", u"def_iInvCGrade", u"def_iPosCGrade", u"def_bStop"},
-     {u"iNum"},
-     "2311"},
+constexpr Ways kWays[] = {
+    {u"newclsReportDataSaleTotal", Closed, Raised, 3, u"cWhCode cChecker Inventory.bService",
+     u"dDate"},
+    {u"newclsReportDataSaleDetail", Closed, Again, 3, u"cWhCode cChecker Inventory.bService",
+     u"dDate"},
+    {u"newClsReportDaoSaleInCome", Hosts, Silent, 1, u"复核 劳务"},
+    {u"newClsReportDaoSaleCost", Hosts, Conflict, 1},
+    {u"newClsReportDaoConsignment", Closed, Raised, 3, u"", u"发货日期 开票日期 收款日期"},
+    {u"newclsReportDaoOut", Closed, Raised, 2, u"cVerifier cVouchType", u"dDate"},
+    {u"newClsReportDaoOutIncome", Closed, Numbered, 2, u"审核 单据类型"},
+    {u"newclsReportDAOSRM", Closed, Raised, 2, u"cChecker cWhCode", u"dDate"},
+    {u"newclsReportDaotrust", Closed, Numbered, 2, u"", u"dDate"},
+    {u"clsInventroy", Closed, Raised, 0},
+    {u"clsRepAQKCYJ", Closed, Raised, 1, u"def_queryType"},
+    {u"clsRepBzqyj", Closed, Raised, 1, u"InvType", u"PassDays CloserDays"},
+    {u"clsRepPcch", Closed, Raised, 1, u"", u"dDate dVeriDate"},
+    {u"clsRepHwhz", Open, Raised, 2, u"Warehouse.cWhCode", u"JCQuantity"},
+    {u"clsRepLsz", Open, Raised, 1, u"VeriType R.cWhCode R.cRdCode"},
+    {u"clsRepSFC", Open, Raised, 1,
+     u"RdRecord.cWhCode cInvType cRdCode iAssUnitGrade BusCond DispZeroInv ExtAcc VeriType",
+     u"dDate dVeriDate JCQuantity", "334-1"},
+    {u"clsRepXCL", Open, Raised, 1, u"I.cBarCode CS.cBatch def_iInvCGrade def_iPosCGrade def_bStop",
+     u"iNum", "2311"},
 };
 static_assert(std::size(kWays) == 17);  // all but the sales profit
 
 constexpr TextView kPlace = u"\r\n错误位于模块：newclsReportDataSaleDetail.MoveSaleDetail()";
 
-std::string Raised(const DatabaseError& error, TextView source, TextView help_file) {
+std::string Told(const DatabaseError& error, TextView source, TextView help_file) {
   return "error " + std::to_string(error.number) + ' ' + ToUtf8(error.description) + " of " +
          ToUtf8(source) + ", help " + ToUtf8(help_file);
 }
@@ -106,7 +70,7 @@ std::string EndOf(DoubleWorld& world, ReportProvider& report) {
   try {
     end = report.MoveDataDetail() ? "True" : "False";
   } catch (const DatabaseError& error) {
-    end = Raised(error, error.source, error.help_file);
+    end = Told(error, error.source, error.help_file);
   } catch (const std::bad_alloc&) {
     end = "no memory";
   }
@@ -119,18 +83,18 @@ std::string EndOf(DoubleWorld& world, ReportProvider& report) {
 std::string EndWith(const Ways& ways, const DatabaseError& error) {
   const std::string number = std::to_string(error.number);
   switch (ways.reaction) {
-    case Reaction::Silent:
+    case Silent:
       return "False";
-    case Reaction::Conflict:
+    case Conflict:
       return "False beep box 网络冲突，稍侯请重新刷新...";
-    case Reaction::NumberedConflict:
+    case Numbered:
       return "False box " + number + "网络冲突，稍侯请重新刷新...";
-    case Reaction::RaisedAgain:
-      return Raised({1000, {}, error.description + Text(kPlace)}, u"", u"64");
-    case Reaction::Raised:
+    case Again:
+      return Told({1000, {}, error.description + Text(kPlace)}, u"", u"64");
+    case Raised:
       break;
   }
-  return Raised(error, error.source, u"");
+  return Told(error, error.source, u"");
 }
 
 // True for the calls whose failure the class passes over.
@@ -200,10 +164,16 @@ void ForEachCall(const std::function<void(Disturbed&)>& test) {
   }
 }
 
-bool Holds(const std::vector<TextView>& names, const FilterItem& item) {
-  return std::any_of(names.begin(), names.end(), [&](TextView name) {
-    return EqualText(item.Name, name) || EqualText(item.strcaption, name);
-  });
+// Whether the item stands, by name or caption, in a list of names between blanks.
+bool Holds(TextView names, const FilterItem& item) {
+  const auto has = [&](const Text& name) {
+    return (u" " + Text(names) + u" ").find(u" " + name + u" ") != Text::npos;
+  };
+  return has(item.Name) || has(item.strcaption);
+}
+
+std::ptrdiff_t CountOf(TextView names) {
+  return names.empty() ? 0 : 1 + std::count(names.begin(), names.end(), u' ');
 }
 
 }  // namespace
@@ -252,7 +222,7 @@ TEST_CASE(
 TEST_CASE("a value that cannot be read hurts where a step reads it, and comes back as it was") {
   const Value array(std::make_shared<OpaqueValue>());
   for (const Ways& ways : kWays) {
-    std::size_t read = 0;
+    std::ptrdiff_t read = 0;
     for (std::size_t i = 0; i < DoubleWorld(*FindClass(ways.name)).items.size(); ++i) {
       for (const auto value : {&FilterItem::varValue, &FilterItem::varValue2}) {
         DoubleWorld world(*FindClass(ways.name));
@@ -270,7 +240,7 @@ TEST_CASE("a value that cannot be read hurts where a step reads it, and comes ba
         CHECK((is_read ? hurts : end == "True" && item.*value == array));
       }
     }
-    CHECK(read >= ways.read.size() + 2 * ways.read_both.size());
+    CHECK(read >= CountOf(ways.read) + 2 * CountOf(ways.read_both));
   }
 }
 
@@ -316,8 +286,8 @@ TEST_CASE("a run within a run leaves its connection to the outer one") {
     run.world.deed = [&] { inner = EndOf(run.world, *run.report); };
     // A host's connection is open from the first call on; one that the inner run has made is
     // closed again, except where the class leaves that to the host.
-    const bool finds_closed = run.ways.connection == Ways::Closes && run.Needs(Through::mconn);
-    const bool finds_open = run.ways.connection == Ways::OpensHosts && run.k > 0;
+    const bool finds_closed = run.ways.connection == Closed && run.Needs(Through::mconn);
+    const bool finds_open = run.ways.connection == Hosts && run.k > 0;
     run.CheckEnd(finds_closed ? EndWith(run.ways, closed) : "True");
     CHECK(inner == (finds_open ? EndWith(run.ways, open) : "True"));
   });
@@ -336,7 +306,7 @@ TEST_CASE("an error in any call ends as the class has it, and so does memory tha
       };
       std::string end = EndWith(ways, memory ? DatabaseError(7, {}, u"Out of memory") : error);
       // Where nothing is trapped, the component's border tells the host.
-      if (memory && ways.reaction == Reaction::Raised) end = "no memory";
+      if (memory && ways.reaction == Raised) end = "no memory";
       const bool goes_on = IsPassedOver(ways, call);
       if (goes_on) end = "True";
       // The journal then finds its connection closed.
@@ -360,7 +330,7 @@ TEST_CASE("without any connection every step that needs one is error 91") {
     const std::vector<DoubleCall> calls = UndisturbedCalls(ways);
     const std::ptrdiff_t made = Made(calls);
     if (made < std::ssize(calls)) world.deed_at = static_cast<std::size_t>(made);
-    const bool goes_on = ways.connection == Ways::OpensHosts || ways.name == u"clsRepLsz";
+    const bool goes_on = ways.connection == Hosts || ways.name == u"clsRepLsz";
     CHECK(EndOf(world, *report) == EndWith(ways, goes_on ? ObjectNotSet() : none));
   }
 }
