@@ -1,7 +1,8 @@
 #include "tests/random/statement.h"
 
 #include <algorithm>
-#include <array>
+#include <functional>
+#include <map>
 #include <string_view>
 #include <utility>
 
@@ -26,7 +27,6 @@ struct Scope {
 struct Table {
   std::string name;
   std::vector<Kind> kinds;
-  bool has_key = false;
 };
 
 // Tables, joins and derived tables behind FROM, with their columns.
@@ -142,6 +142,8 @@ const std::vector<Form> kValues = {
     {"idftz", {"($v1)"}},
 };
 
+const std::vector<std::string> kOperators = {" = ", " <> ", " < ", " >= ", " > ", " <= "};
+
 const std::vector<Form> kAggregates = {
     {"idftz", {"MIN($k1)"}}, {"idftz", {"MAX($k1)"}},  {"idf", {"SUM($D1$k1)"}},
     {"i", {"COUNT(*)"}},     {"i", {"COUNT($D1$a1)"}},
@@ -183,9 +185,6 @@ class Maker {
 
  private:
   Kind AnyKind() { return static_cast<Kind>(tape_.Draw(static_cast<unsigned>(kTypes.size()))); }
-  Kind NumberUpTo(Kind kind) {
-    return static_cast<Kind>(tape_.Draw(static_cast<unsigned>(kind) + 1));
-  }
   template <typename T>
   const T& OneOf(const std::vector<T>& items) {
     return items[tape_.Draw(static_cast<unsigned>(items.size()))];
@@ -194,35 +193,31 @@ class Maker {
   // --- Tables
 
   void MakeTable(const std::string& name) {
-    Table table{name, {Kind::Int}, tape_.Once(2)};
+    Table table{name, {}};
     Sql& sql = statement_.tables;
-    std::string tsql = table.has_key ? "c0 int NOT NULL PRIMARY KEY" : "c0 int NULL";
-    std::string lite = "c0";
-    std::vector<bool> nullable{!table.has_key};
-    const unsigned more = 1 + tape_.Draw(4);
-    for (unsigned i = 1; i <= more; ++i) {
-      table.kinds.push_back(AnyKind());
-      nullable.push_back(!tape_.Once(4));
-      const std::string column = ", c" + std::to_string(i);
-      lite += column;
-      tsql += column + " " + OneOf(TypeOf(table.kinds.back()).declarations) +
-              (nullable.back() ? "" : " NOT NULL");
+    const bool has_key = tape_.Once(2);
+    std::vector<bool> nullable;
+    std::vector<Sql> columns;
+    const unsigned count = 2 + tape_.Draw(4);
+    for (unsigned i = 0; i < count; ++i) {
+      const bool key = i == 0 && has_key;
+      table.kinds.push_back(i == 0 ? Kind::Int : AnyKind());
+      nullable.push_back(!key && !tape_.Once(4));
+      const std::string column = "c" + std::to_string(i);
+      columns.push_back({column + " " + OneOf(TypeOf(table.kinds[i]).declarations) +
+                             (nullable[i] ? " NULL" : " NOT NULL") + (key ? " PRIMARY KEY" : ""),
+                         column});
     }
-    sql.tsql += "CREATE TABLE " + name + " (" + tsql + ")\n";
-    sql.lite += "CREATE TABLE " + name + " (" + lite + ");\n";
+    sql = Fill("$1CREATE TABLE " + name + " ($2);\n", {sql, Join(columns, ", ")});
     if (tape_.Once(3)) sql.tsql += "CREATE INDEX i_" + name + " ON " + name + " (c1)\n";
     const unsigned rows = tape_.Draw(10);
     for (unsigned row = 0; row < rows; ++row) {
       std::vector<Sql> values;
-      for (std::size_t i = 0; i < table.kinds.size(); ++i) {
-        const bool key = i == 0 && table.has_key;
-        values.push_back(key                            ? Both(std::to_string(row))
-                         : nullable[i] && tape_.Once(5) ? Both("NULL")
-                                                        : Literal(table.kinds[i]).sql);
+      for (std::size_t i = 0; i < count; ++i) {
+        const Sql value = nullable[i] && tape_.Once(5) ? Both("NULL") : Literal(table.kinds[i]).sql;
+        values.push_back(i == 0 && has_key ? Both(std::to_string(row)) : value);
       }
-      const Sql insert = Fill("INSERT INTO " + name + " VALUES ($1)\n",
-                              "INSERT INTO " + name + " VALUES ($1);\n", {Join(values, ", ")});
-      sql = Fill("$1$2", {sql, insert});
+      sql = Fill("$1INSERT INTO " + name + " VALUES ($2);\n", {sql, Join(values, ", ")});
     }
     tables_.push_back(table);
   }
@@ -249,9 +244,12 @@ class Maker {
     return OneOf(fitting);
   }
 
-  // A number of `kind`, or of a lower one that becomes one.
+  // A value of `kind`, or a number of a lower one that becomes one.
   Term Number(Kind kind, const Scope& scope, int depth) {
-    return As(Scalar(tape_.Once(3) ? NumberUpTo(kind) : kind, scope, depth), kind);
+    const bool lower = IsNumber(kind) && tape_.Once(3);
+    const auto of =
+        lower ? tape_.Draw(static_cast<unsigned>(kind) + 1) : static_cast<unsigned>(kind);
+    return As(Scalar(static_cast<Kind>(of), scope, depth), kind);
   }
 
   Term Scalar(Kind kind, const Scope& scope, int depth) {
@@ -294,35 +292,22 @@ class Maker {
   }
 
   Sql Part(char letter, Kind kind, Kind another, const Scope& scope, int depth) {
-    static const std::vector<std::string> kOperators = {" = ",  " <> ", " < ",
-                                                        " >= ", " > ",  " <= "};
-    switch (letter) {
-      case 'k':
-        return Scalar(kind, scope, depth).sql;
-      case 'a':
-        return Scalar(another, scope, depth).sql;
-      case 'n':
-        return (IsNumber(kind) ? Number(kind, scope, depth) : Scalar(kind, scope, depth)).sql;
-      case 'c':
-        return Leaf(kind, scope).sql;
-      case 'p':
-        return Predicate(scope, depth);
-      case 'v':
-        return OneValue(kind, scope, depth - 1);
-      case 'q':
-        return Query({kind}, Outside(scope), depth, false, false);
-      case 'o':
-        return Both(OneOf(kOperators));
-      case 'N':
-        return Both(tape_.Once(4) ? "NOT " : "");
-      case 'D':
-        return Both(tape_.Once(5) ? "DISTINCT " : "");
-      default:
-        break;
-    }
-    const auto type = std::find_if(kTypes.begin(), kTypes.end(),
-                                   [&](const Type& t) { return t.letter == letter; });
-    return Scalar(static_cast<Kind>(type - kTypes.begin()), scope, depth).sql;
+    using Parts = std::map<char, std::function<Sql()>>;
+    const Parts parts = {
+        {'k', [&] { return Scalar(kind, scope, depth).sql; }},
+        {'a', [&] { return Scalar(another, scope, depth).sql; }},
+        {'n', [&] { return Number(kind, scope, depth).sql; }},
+        {'c', [&] { return Leaf(kind, scope).sql; }},
+        {'p', [&] { return Predicate(scope, depth); }},
+        {'v', [&] { return OneValue(kind, scope, depth - 1); }},
+        {'q', [&] { return Query({kind}, Outside(scope), depth, false, false); }},
+        {'o', [&] { return Both(OneOf(kOperators)); }},
+        {'N', [&] { return Both(tape_.Once(4) ? "NOT " : ""); }},
+        {'D', [&] { return Both(tape_.Once(5) ? "DISTINCT " : ""); }},
+    };
+    if (const auto part = parts.find(letter); part != parts.end()) return part->second();
+    const std::size_t of = std::string_view("idftz").find(letter);
+    return Scalar(static_cast<Kind>(of), scope, depth).sql;
   }
 
   // The columns that a subquery sees from outside.
@@ -341,7 +326,6 @@ class Maker {
     }
     Scope inner{{}, Outside(scope)};
     const Sql from = From(inner, depth);
-    Scope totals{{}, inner.outer, false};
     return Fill("SELECT $1$2", {Aggregate(kind, inner.own, depth).sql, from});
   }
 
@@ -453,7 +437,6 @@ class Maker {
     const unsigned count = tape_.Draw(3);
     for (unsigned i = 0; i < count; ++i) {
       Term key = OneOf(scope.own);
-      const Scope plain{{key}, {}, false};
       if (tape_.Once(4) && key.kind == Kind::Int) key = {Fill("($1 + 1)", {key.sql}), Kind::Int};
       if (tape_.Once(6))
         key = {Fill("ISNULL(2, $1)", "ifnull(2, $1)", {OneOf(scope.own).sql}), Kind::Int};
@@ -481,8 +464,7 @@ class Maker {
     for (std::size_t i = 0; i < kinds.size(); ++i) {
       // The first select of a union decides over the column's type.
       const int deep = std::min(depth, 2);
-      const Term item = mixed && IsNumber(kinds[i]) ? Number(kinds[i], scope, deep)
-                                                    : Scalar(kinds[i], scope, deep);
+      const Term item = mixed ? Number(kinds[i], scope, deep) : Scalar(kinds[i], scope, deep);
       // SQLite makes rows one where it sees an aggregate in what it selects.
       const char* lite = single && i == 0 ? "CASE WHEN COUNT(*) >= 0 THEN $1 END" : "$1";
       items.push_back(Fill("$1 AS c" + std::to_string(i), {Fill("$1", lite, {item.sql})}));
