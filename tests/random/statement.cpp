@@ -82,27 +82,23 @@ Term As(Term term, Kind kind) {
 
 // What a table is made of, by Kind; no second text where SQLite's is the same.
 struct Type {
-  char letter;
   std::vector<std::string> declarations;
   std::vector<Sql> literals;
 };
 const std::vector<Type> kTypes = {
-    {'i', {"int", "smallint", "bigint"}, {{"0"}, {"1"}, {"2"}, {"3"}, {"4"}, {"(-1)"}}},
-    {'d',
-     {"decimal(12,2)"},
-     {{"0.50", "50"}, {"1.50", "150"}, {"2.50", "250"}, {"(-1.25)", "(-125)"}}},
+    {{"int", "smallint", "bigint"}, {{"0"}, {"1"}, {"2"}, {"3"}, {"4"}, {"(-1)"}}},
+    {{"decimal(12,2)"}, {{"0.50", "50"}, {"1.50", "150"}, {"2.50", "250"}, {"(-1.25)", "(-125)"}}},
     // Powers of two, so that sums and quotients are exact.
-    {'f', {"float"}, {{"1e0"}, {"2e0"}, {"0e0"}, {"0.5e0"}, {"4e0"}, {"(-2e0)"}}},
-    {'t',
-     {"varchar(40)", "char(6)", "nvarchar(40)"},
+    {{"float"}, {{"1e0"}, {"2e0"}, {"0e0"}, {"0.5e0"}, {"4e0"}, {"(-2e0)"}}},
+    {{"varchar(40)", "char(6)", "nvarchar(40)"},
      {{"'a'"}, {"'A '", "'a'"}, {"'b'"}, {"''"}, {"' '", "''"}, {"N'b C'", "'b c'"}}},
-    {'z',
-     {"datetime"},
+    {{"datetime"},
      {{"CONVERT(datetime, '20200101')", "'2020-01-01'"},
       {"CONVERT(datetime, '20200102')", "'2020-01-02'"},
       {"CONVERT(datetime, '20200103')", "'2020-01-03'"}}},
 };
 const Type& TypeOf(Kind kind) { return kTypes[static_cast<std::size_t>(kind)]; }
+constexpr std::string_view kLetters = "idftz";  // of the kinds
 
 // How something is written, with a part for each $, letter and digit. The letters are those of the
 // kinds, of which the part then is, and
@@ -270,7 +266,7 @@ class Maker {
       };
       const bool asks = has("$q") || has("$v");
       const int deep = has("$v") ? 2 : asks || has("$p") ? 1 : 0;
-      if (form.gives.find(TypeOf(kind).letter) == std::string::npos) continue;
+      if (form.gives.find(kLetters[static_cast<std::size_t>(kind)]) == std::string::npos) continue;
       if (std::max(depth, 0) >= deep && (scope.asks || !asks)) fitting.push_back(form.sql);
     }
     Sql sql = OneOf(fitting);
@@ -306,8 +302,7 @@ class Maker {
         {'D', [&] { return Both(tape_.Once(5) ? "DISTINCT " : ""); }},
     };
     if (const auto part = parts.find(letter); part != parts.end()) return part->second();
-    const std::size_t of = std::string_view("idftz").find(letter);
-    return Scalar(static_cast<Kind>(of), scope, depth).sql;
+    return Scalar(static_cast<Kind>(kLetters.find(letter)), scope, depth).sql;
   }
 
   // The columns that a subquery sees from outside.
@@ -419,9 +414,9 @@ class Maker {
 
   // FROM and WHERE; `scope` receives the columns.
   Sql From(Scope& scope, int depth) {
-    Source source = Joined(scope.outer, depth);
+    const Source source = Joined(scope.outer, depth);
     scope.own = source.columns;
-    Sql from = Fill(" FROM $1", {source.sql});
+    const Sql from = Fill(" FROM $1", {source.sql});
     return tape_.Once(2) ? Fill("$1 WHERE $2", {from, Predicate(scope, depth)}) : from;
   }
 
@@ -498,8 +493,7 @@ class Maker {
     std::vector<Sql> order;
     for (std::size_t i = 0; i < kinds.size(); ++i) {
       const std::string term = tape_.Once(2) ? std::to_string(i + 1) : "c" + std::to_string(i);
-      order.push_back({term + (tape_.Once(3) ? " DESC" : ""), ""});
-      order.back().lite = order.back().tsql;
+      order.push_back(Both(term + (tape_.Once(3) ? " DESC" : "")));
     }
     query = Fill("$1 ORDER BY $2$3", {query, hidden, Join(order, ", ")});
     if (limit > 0) query.lite += " LIMIT " + std::to_string(limit);
@@ -550,17 +544,13 @@ class Maker {
     const Sql found =
         Fill("CREATE TEMP TABLE found AS SELECT DISTINCT " + name + ".rowid AS r, $1 AS v$2$3;\n",
              {value.sql, from, where});
-    if (deletes) {
-      s.sql = Fill("DELETE " + target + "$1$2",
-                   "$3 DELETE FROM " + table.name + " WHERE rowid IN (SELECT r FROM found)",
-                   {from, where, found});
-    } else {
-      s.sql = Fill("UPDATE " + target + " SET " + set + " = $4$1$2",
-                   "$3 UPDATE " + table.name + " SET " + set +
-                       " = (SELECT v FROM found WHERE r = " + table.name +
-                       ".rowid) WHERE rowid IN (SELECT r FROM found)",
-                   {from, where, found, value.sql});
-    }
+    const std::string lite = deletes ? "DELETE FROM " + table.name
+                                     : "UPDATE " + table.name + " SET " + set +
+                                           " = (SELECT v FROM found WHERE r = " + table.name +
+                                           ".rowid)";
+    s.sql = Fill(
+        (deletes ? "DELETE " + target : "UPDATE " + target + " SET " + set + " = $4") + "$1$2",
+        "$3 " + lite + " WHERE rowid IN (SELECT r FROM found)", {from, where, found, value.sql});
     return s;
   }
 

@@ -10,13 +10,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The server's numbers.
-constexpr std::int32_t kCannotOpen = 4060;
-constexpr std::int32_t kNoSpace = 1105;
-constexpr std::int32_t kNoMemory = 701;
-constexpr std::int32_t kStorage = 823;
-constexpr std::int32_t kTimeOut = 1222;
-constexpr std::int32_t kReadOnly = 3906;  // what may be opened for reading alone
+// The server's numbers; read-only is what may be opened for reading alone.
+enum Number : std::int32_t {
+  kNoMemory = 701,
+  kStorage = 823,
+  kNoSpace = 1105,
+  kTimeOut = 1222,
+  kReadOnly = 3906,
+  kCannotOpen = 4060
+};
 
 // A cause, and how the work that it stops may tell of it.
 struct Cause {
