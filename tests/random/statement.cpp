@@ -141,8 +141,8 @@ const std::vector<Form> kValues = {
 const std::vector<std::string> kOperators = {" = ", " <> ", " < ", " >= ", " > ", " <= "};
 
 const std::vector<Form> kAggregates = {
-    {"idftz", {"MIN($k1)"}}, {"idftz", {"MAX($k1)"}},  {"idf", {"SUM($D1$k1)"}},
-    {"i", {"COUNT(*)"}},     {"i", {"COUNT($D1$a1)"}},
+    {"idftz", {"MIN($k1)"}}, {"idftz", {"MAX($k1)"}}, {"idf", {"SUM($D1$k1)"}},
+    {"idf", {"SUM($k1)"}},   {"i", {"COUNT(*)"}},     {"i", {"COUNT($D1$a1)"}},
 };
 
 const std::vector<Form> kPredicates = {
