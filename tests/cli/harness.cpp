@@ -5,9 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -82,18 +80,6 @@ Ended Program::Wait() {
   return {code, TakeFile(out_), TakeFile(err_)};
 }
 
-TemporaryFolder::TemporaryFolder() {
-  std::string name = (fs::temp_directory_path() / "ledgerwick-test-XXXXXX").string();
-  REQUIRE(mkdtemp(name.data()) != nullptr);
-  path_ = name;
-  fs::permissions(path_, fs::perms(0755));  // for a process without this one's rights
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
-}
-
 void Write(const std::string& path, const std::string& text) {
   std::ofstream(path, std::ios::binary) << text;
 }
@@ -101,15 +87,6 @@ void Write(const std::string& path, const std::string& text) {
 std::string Read(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-std::vector<std::string> FilesIn(const fs::path& folder) {
-  std::vector<std::string> names;
-  for (const auto& entry : fs::directory_iterator(folder)) {
-    names.push_back(entry.path().filename().string());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
 }
 
 void DropRights() {
@@ -125,6 +102,11 @@ void CopySample(const std::string& path) {
     return made;
   }();
   fs::copy_file(sample, path);
+}
+
+Arguments Sample::On(Arguments args) const {
+  args.insert(args.end(), {"--connection", "embedded:" + path});
+  return args;
 }
 
 }  // namespace ledgerwick::testing

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/temporary_folder.h"
+
 namespace ledgerwick::testing {
 
 // How a command ended.
@@ -39,31 +41,27 @@ class Program {
   std::filesystem::path err_;
 };
 
-// A folder that goes away with everything in it.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
-
 void Write(const std::string& path, const std::string& text);
 std::string Read(const std::string& path);
-
-// The names of the files in `folder`, sorted.
-std::vector<std::string> FilesIn(const std::filesystem::path& folder);
 
 // Gives up root's rights, where the process has them, so that permission bits bind.
 void DropRights();
 
 // A small sample database, made once and copied to `path`.
 void CopySample(const std::string& path);
+
+// A sample database of the test's own in a folder of its own.
+struct Sample {
+  Sample() { CopySample(path); }
+
+  // `args`, told to use the database.
+  Arguments On(Arguments args) const;
+  Ended Call(const Arguments& args, const std::string& input = {}) const {
+    return CallMain(On(args), input);
+  }
+
+  TemporaryFolder folder;
+  std::string path = folder / "s.db";
+};
 
 }  // namespace ledgerwick::testing

@@ -143,6 +143,7 @@ TEST_CASE("a script is parted by lines that are GO") {
       {"", {}},
       {"GO\n\n  \ngo", {}},
       {"a", {{"a", 1}}},
+      {"a\nGO", {{"a\n", 1}}},
       {"a\n Go \r\nb\nc\nGOTO x\n-- GO\nGO\n\nd",
        {{"a\n", 1}, {"b\nc\nGOTO x\n-- GO\n", 3}, {"\nd", 8}}},
       {"\xEF\xBB\xBF"

@@ -1,15 +1,12 @@
 // What must not end the process: memory that runs out, a batch that is cancelled while it is
 // prepared, callbacks that throw, and whatever a foreign hand has written into a file.
-#include <doctest/doctest.h>
 #include <sqlite3.h>
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
 #include <new>
-#include <random>
 
-#include "frame/error.h"
+#include "tests/tsql/scratch_database.h"
 #include "tests/tsql/sql_error.h"
 #include "tsql/allowance.h"
 #include "tsql/compile.h"
@@ -56,56 +53,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using testing::NoSink;
+
 constexpr std::int32_t kNoMemory = 701;
 
-class NoSink : public ResultSink {
- public:
-  void Columns(std::span<const ResultColumn>) override {}
-  void Row(std::span<const Value>) override {}
-  void EndRows(std::int64_t) override {}
-  void RowsAffected(std::int64_t) override {}
-  void Message(const Text&) override {}
-};
-
 // A database of its own.
-class Fixture {
- public:
-  Fixture() {
-    std::random_device random;
-    directory_ = fs::temp_directory_path() / ("ledgerwick-robust-" + std::to_string(random()));
-    fs::create_directory(directory_);
-    path = directory_ / "test.db";
-    DatabaseOptions create;
-    create.create = true;
-    Database::Open(path, create);
-    Reopen({});
-  }
-  ~Fixture() {
-    database.reset();
-    std::error_code ignored;
-    fs::remove_all(directory_, ignored);
-  }
-  Fixture(const Fixture&) = delete;
-  Fixture& operator=(const Fixture&) = delete;
-
+struct Fixture {
   void Reopen(const DatabaseOptions& options) {
     database.reset();
     database = Database::Open(path, options);
   }
 
   // The server's number of the batch's error, 0 without one.
-  std::int32_t Run(TextView batch) {
-    NoSink sink;
-    try {
-      database->Run(batch, sink);
-      return 0;
-    } catch (const DatabaseError& error) {
-      return error.native;
-    }
-  }
+  std::int32_t Run(TextView batch) { return testing::EndingOf(*database, batch).number; }
 
   // Writes into the file as anybody can.
-  void Write(const char* sql) {
+  void Write(const char* sql) const {
     sqlite3* db = nullptr;
     REQUIRE(sqlite3_open(path.c_str(), &db) == SQLITE_OK);
     CHECK_MESSAGE(sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK,
@@ -113,11 +76,9 @@ class Fixture {
     sqlite3_close(db);
   }
 
-  fs::path path;
-  std::unique_ptr<Database> database;
-
- private:
-  fs::path directory_;
+  testing::ScratchDatabase scratch;
+  fs::path path = scratch.path();
+  std::unique_ptr<Database> database = Database::Open(path);
 };
 
 // A batch, and the error that it ends with when there is memory.

@@ -1,5 +1,4 @@
 #include <doctest/doctest.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <iterator>
@@ -9,40 +8,16 @@
 
 #include "frame/error.h"
 #include "sample/sample.h"
-#include "tsql/database.h"
+#include "tests/no_sink.h"
+#include "tests/temporary_folder.h"
+#include "tsql/connection.h"
 
 namespace ledgerwick {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A directory that vanishes with the object.
-class Scratch {
- public:
-  Scratch() {
-    static int count = 0;
-    directory_ = fs::temp_directory_path() / ("ledgerwick-sample-" + std::to_string(::getpid()) +
-                                              '-' + std::to_string(++count));
-    fs::create_directory(directory_);
-  }
-  ~Scratch() {
-    std::error_code ignored;
-    fs::remove_all(directory_, ignored);
-  }
-
-  fs::path operator/(const char* name) const { return directory_ / name; }
-
-  std::set<std::string> Names() const {
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(directory_)) {
-      names.insert(entry.path().filename().string());
-    }
-    return names;
-  }
-
- private:
-  fs::path directory_;
-};
+using testing::FilesIn;
+using testing::TemporaryFolder;
 
 std::string Bytes(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -70,61 +45,46 @@ bool Contains(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
 }
 
-// The rows of a query, each as its values with bars between them.
-class Rows : public ResultSink {
- public:
-  void Columns(std::span<const ResultColumn>) override {}
-  void Row(std::span<const Value> values) override {
-    std::string row;
-    for (const Value& value : values) {
-      row += (row.empty() ? "" : "|") + ToUtf8(value.ToText());
-    }
-    rows.push_back(row);
-  }
-  void EndRows(std::int64_t) override {}
-  void RowsAffected(std::int64_t) override {}
-  void Message(const Text&) override {}
+// The number or text that a query gives first.
+std::string First(const fs::path& path, TextView query) {
+  const auto connection = tsql::EmbeddedConnection::New({});
+  connection->Open(u"embedded:" + FromUtf8(path.string()), {}, {}, -1);
+  return ToUtf8(connection->OpenRecordset(Text(query), {})->Field(u"x").ToText());
+}
 
-  std::vector<std::string> rows;
-};
-
-std::vector<std::string> Query(tsql::Database& database, TextView sql) {
-  Rows rows;
-  database.Run(sql, rows);
-  return rows.rows;
+long Count(const fs::path& path, TextView from) {
+  return std::stol(First(path, Text(u"SELECT COUNT(*) AS x FROM ") + Text(from)));
 }
 
 constexpr TextView kStockAgainstVouchers =
-    u"SELECT w, i, b, f, g, SUM(q), SUM(n) FROM ("
+    u"(SELECT w, i, b, f, g, SUM(q) AS q, SUM(n) AS n FROM ("
     u" SELECT R.cWhCode AS w, Rs.cInvCode AS i, Rs.cBatch AS b, Rs.cFree1 AS f, Rs.cFree2 AS g,"
     u" CASE WHEN R.bRdFlag <> 0 THEN Rs.iQuantity ELSE -Rs.iQuantity END AS q,"
     u" CASE WHEN R.bRdFlag <> 0 THEN Rs.iNum ELSE -Rs.iNum END AS n"
     u" FROM RdRecords Rs INNER JOIN RdRecord R ON Rs.ID = R.ID UNION ALL"
     u" SELECT cWhCode, cInvCode, cBatch, cFree1, cFree2, -iQuantity, -iNum FROM CurrentStock"
-    u") AS x GROUP BY w, i, b, f, g HAVING SUM(q) <> 0 OR SUM(n) <> 0";
+    u") AS x GROUP BY w, i, b, f, g HAVING SUM(q) <> 0 OR SUM(n) <> 0) AS y";
 
 constexpr TextView kStockAgainstLocations =
-    u"SELECT w, i, b, f, g, SUM(q), SUM(n) FROM ("
+    u"(SELECT w, i, b, f, g, SUM(q) AS q, SUM(n) AS n FROM ("
     u" SELECT cWhCode AS w, cInvCode AS i, cBatch AS b, cFree1 AS f, cFree2 AS g,"
     u" CASE WHEN bRdFlag <> 0 THEN iQuantity ELSE -iQuantity END AS q,"
     u" CASE WHEN bRdFlag <> 0 THEN iNum ELSE -iNum END AS n FROM InvPosition UNION ALL"
     u" SELECT C.cWhCode, cInvCode, cBatch, cFree1, cFree2, -iQuantity, -iNum FROM CurrentStock C"
     u" INNER JOIN Warehouse W ON C.cWhCode = W.cWhCode WHERE W.bWhPos = 1"
-    u") AS x GROUP BY w, i, b, f, g HAVING SUM(q) <> 0 OR SUM(n) <> 0";
+    u") AS x GROUP BY w, i, b, f, g HAVING SUM(q) <> 0 OR SUM(n) <> 0) AS y";
 
 TEST_CASE("stock is what vouchers and locations add up to, and no join multiplies its rows") {
-  const Scratch scratch;
+  const TemporaryFolder scratch;
   CreateSample(scratch / "sample.db", Small(1500));
-  const auto database = tsql::Database::Open(scratch / "sample.db");
-  CHECK(Query(*database, kStockAgainstVouchers).empty());
-  CHECK(Query(*database, kStockAgainstLocations).empty());
-
-  const auto count = [&](TextView from) {
-    return Query(*database, Text(u"SELECT COUNT(*) FROM ") + Text(from))[0];
-  };
-  CHECK(count(u"RdRecords") == "1500");
-  CHECK(count(u"CurrentStock WHERE iQuantity < 0 OR iNum < 0") == "0");
-  CHECK(count(u"ComputationUnit WHERE iChangRate = 0") == "0");
+  const auto count = [&](TextView from) { return Count(scratch / "sample.db", from); };
+  CHECK(count(kStockAgainstVouchers) == 0);
+  CHECK(count(kStockAgainstLocations) == 0);
+  CHECK(count(u"RdRecords") == 1500);
+  CHECK(count(u"CurrentStock WHERE iQuantity < 0 OR iNum < 0") == 0);
+  CHECK(count(u"ComputationUnit WHERE iChangRate = 0") == 0);
+  CHECK(count(u"AccInformation WHERE cSysID = 'AA' AND cName = 'cGoodClass' AND cValue = '222'") ==
+        1);
   CHECK(count(u"RdRecords Rs INNER JOIN RdRecord R ON Rs.ID = R.ID"
               u" INNER JOIN Inventory I ON Rs.cInvCode = I.cInvCode"
               u" INNER JOIN InventoryClass IC ON I.cInvCCode = IC.cInvCCode"
@@ -135,19 +95,16 @@ TEST_CASE("stock is what vouchers and locations add up to, and no join multiplie
               u" INNER JOIN Department D ON R.cDepCode = D.cDepCode"
               u" LEFT JOIN ComputationUnit CU ON I.cGroupCode = CU.cGroupCode"
               u" LEFT JOIN ComputationUnit A ON Rs.cAssUnit = A.cComUnitCode"
-              u" LEFT JOIN Position L ON I.cPosition = L.cPosCode") == "1500");
+              u" LEFT JOIN Position L ON I.cPosition = L.cPosCode") == 1500);
   CHECK(count(u"Inventory I INNER JOIN ComputationUnit U ON I.cGroupCode = U.cGroupCode"
               u" WHERE I.iGroupType <> 0") == count(u"Inventory WHERE iGroupType <> 0"));
 }
 
 TEST_CASE(
     "sales documents fit the vouchers, and every situation that reports tell apart is there") {
-  const Scratch scratch;
+  const TemporaryFolder scratch;
   CreateSample(scratch / "sample.db", Small(5000, 3));
-  const auto database = tsql::Database::Open(scratch / "sample.db");
-  const auto count = [&](TextView from) {
-    return std::stol(Query(*database, Text(u"SELECT COUNT(*) FROM ") + Text(from))[0]);
-  };
+  const auto count = [&](TextView from) { return Count(scratch / "sample.db", from); };
   // What moved goods has a note line of just that quantity, and no other voucher line has one.
   CHECK(count(u"RdRecords S INNER JOIN RdRecord R ON S.ID = R.ID LEFT JOIN SaleNoteView N"
               u" INNER JOIN SaleNoteLine L ON N.AutoID = L.AutoID ON S.AutoID = L.RdsID"
@@ -190,55 +147,8 @@ TEST_CASE(
   }
 }
 
-// Each statement stands for a report's way to join and to leave out table names.
-TEST_CASE("the tables take what reports ask of them") {
-  const Scratch scratch;
-  CreateSample(scratch / "sample.db", Small());
-  const auto database = tsql::Database::Open(scratch / "sample.db");
-  const TextView kMovements =
-      u" FROM RdRecord INNER JOIN RdRecords ON RdRecord.ID = RdRecords.ID"
-      u" INNER JOIN Inventory ON RdRecords.cInvCode = Inventory.cInvCode"
-      u" INNER JOIN Warehouse ON RdRecord.cWhCode = Warehouse.cWhCode"
-      u" INNER JOIN InventoryClass ON Inventory.cInvCCode = InventoryClass.cInvCCode";
-  const Text kStatements[] = {
-      u"SELECT * INTO tempdb..tempa FROM inventory",
-      // Opening balances have neither quantity nor type: the copied columns must let them in.
-      u"SELECT Warehouse.cWhCode, cWhName, RdRecord.cRdCode, iNum, iQuantity, iNum-iNum AS a,"
-      u" RdRecord.bRdFlag INTO work" +
-          Text(kMovements) +
-          u" WHERE dDate >= '2001-11-01' AND dVDate >= '2001-11-01' AND IsNull(cHandler,'') <> ''"
-          u" AND bInvOverStock = 0 AND bInvEntrust = 0 AND cFree10 IS NULL"
-          u" INSERT INTO work (cWhCode, cWhName, a, bRdFlag) SELECT RdRecord.cWhCode, cWhName,"
-          u" CASE WHEN bRdFlag <> 0 THEN iQuantity ELSE -iQuantity END, 1" +
-          Text(kMovements) + u" WHERE dDate < '2001-11-01'",
-      u"SELECT CASE WHEN R.bRdFlag <> 0 THEN Rs.iNum ELSE '' END AS a, R.cDefine16, Rs.cDefine37,"
-      u" CASE WHEN I.iGroupType = 2 THEN Rs.iQuantity / Rs.iNum ELSE 0 END AS b"
-      u" FROM Inventory I INNER JOIN RdRecords Rs INNER JOIN RdRecord R ON Rs.ID = R.ID"
-      u" ON I.cInvCode = Rs.cInvCode WHERE R.dVeriDate > '2001-02-01'",
-      u"SELECT cFree1, SUM(CASE WHEN dDate >= '2001-10-01' AND bRdFlag = 0 THEN iQuantity ELSE 0"
-      u" END), SUM(iQuantity / CU.iChangRate) FROM InvPosition INNER JOIN (SELECT cPosCode,"
-      u" cPosName FROM Position WHERE bPosEnd = 1 AND Position.cPosCode <> ' ') AS P"
-      u" ON InvPosition.cPosCode = P.cPosCode INNER JOIN Inventory AS I"
-      u" ON InvPosition.cInvCode = I.cInvCode LEFT JOIN ComputationUnit CU"
-      u" ON I.cGroupCode = CU.cGroupCode WHERE InvPosition.cInvCode <> '' GROUP BY cFree1",
-      u"SELECT cFree1, dVDate, POS.cPosName, CS.fAvaNum / CU2.iChangRate FROM [Position] POS"
-      u" RIGHT OUTER JOIN ComputationUnit CU2 RIGHT OUTER JOIN Inventory I"
-      u" ON CU2.cGroupCode = I.cGroupCode ON POS.cPosCode = I.cPosition"
-      u" RIGHT OUTER JOIN CurrentStock CS ON I.cInvCode = CS.cInvCode"
-      u" WHERE LEN(I.cPosition) <= 6 AND iQuantity > 0 AND DATEDIFF(day, '2002-12-31', dVDate) = 0",
-  };
-  for (const Text& sql : kStatements) {
-    CAPTURE(ToUtf8(sql));
-    CHECK_NOTHROW(Query(*database, sql));
-  }
-  CHECK(!Query(*database, kStatements[std::size(kStatements) - 1]).empty());
-  CHECK(Query(*database,
-              u"SELECT cValue FROM AccInformation WHERE cSysID = 'AA'"
-              u" AND cName = 'cGoodClass'") == std::vector<std::string>{"222"});
-}
-
 TEST_CASE("equal seeds make equal files, other seeds others") {
-  const Scratch scratch;
+  const TemporaryFolder scratch;
   CreateSample(scratch / "a.db", Small(600, 7));
   CreateSample(scratch / "b.db", Small(600, 7));
   CreateSample(scratch / "c.db", Small(600, 8));
@@ -248,12 +158,13 @@ TEST_CASE("equal seeds make equal files, other seeds others") {
 
 // The results that a report has left in the tempdb of `path`.
 void FillTempdb(const fs::path& path) {
-  Query(*tsql::Database::Open(path), u"SELECT 1 AS a INTO tempdb..old_results");
+  testing::NoSink sink;
+  tsql::Database::Open(path)->Run(u"SELECT 1 AS x INTO tempdb..old_results", sink);
 }
 
 TEST_CASE(
     "a database is replaced by force alone, when nobody uses it, and its results go with it") {
-  const Scratch scratch;
+  const TemporaryFolder scratch;
   const fs::path path = scratch / "sample.db";
   SampleOptions options = Small(600, 1);
   CreateSample(path, options);
@@ -273,7 +184,8 @@ TEST_CASE(
   const fs::path log = scratch / "sample.db-wal";
   {
     const auto killed = tsql::Database::Open(path);
-    Query(*killed, u"UPDATE Inventory SET cInvName = 'in the log'");
+    testing::NoSink sink;
+    killed->Run(u"UPDATE Inventory SET cInvName = 'in the log'", sink);
     fs::copy_file(log, scratch / "kept");
   }
   std::ofstream(path, std::ios::binary) << old;
@@ -282,37 +194,35 @@ TEST_CASE(
     std::ofstream(scratch / ("sample.db.partial-99999999" + std::string(end)).c_str());
   }
   CHECK(ErrorOf(path, options) == "");
-  CHECK(scratch.Names() == std::set<std::string>{"sample.db", "sample.db.tempdb.lock"});
+  CHECK(FilesIn(scratch.path()) == std::set<std::string>{"sample.db", "sample.db.tempdb.lock"});
   CHECK(fs::status(path).permissions() == fs::perms(0600));
-  const auto database = tsql::Database::Open(path);
-  CHECK(Query(*database, u"SELECT * FROM Inventory WHERE cInvName = 'in the log'").empty());
-  CHECK(
-      Query(*database, u"SELECT name FROM tempdb..sysobjects WHERE name = 'old_results'").empty());
+  CHECK(Count(path, u"Inventory WHERE cInvName = 'in the log'") == 0);
+  CHECK(Count(path, u"tempdb..sysobjects WHERE name = 'old_results'") == 0);
   CreateSample(scratch / "fresh.db", Small(600, 2));
   CHECK((Bytes(path) == Bytes(scratch / "fresh.db")));
 }
 
 TEST_CASE("nothing but a database of ours is replaced, nor one of its files") {
-  const Scratch scratch;
+  const TemporaryFolder scratch;
   CreateSample(scratch / "sample.db", Small());
   FillTempdb(scratch / "sample.db");
   std::ofstream(scratch / "text") << "precious";
   SampleOptions options = Small();
   options.force = true;
   const auto user = tsql::Database::Open(scratch / "sample.db");
-  const std::set<std::string> before = scratch.Names();
+  const std::set<std::string> before = FilesIn(scratch.path());
   for (const char* name : {"text", "sample.db-wal", "sample.db-shm", "sample.db.tempdb",
                            "sample.db.tempdb-wal", "sample.db.tempdb.lock"}) {
     CAPTURE(std::string(name));
     CHECK(!ErrorOf(scratch / name, options).empty());
   }
   CHECK(Bytes(scratch / "text") == "precious");
-  CHECK(scratch.Names() == before);
-  CHECK(Query(*user, u"SELECT a FROM tempdb..old_results")[0] == "1");
+  CHECK(FilesIn(scratch.path()) == before);
+  CHECK(First(scratch / "sample.db", u"SELECT x FROM tempdb..old_results") == "1");
 }
 
 TEST_CASE("cancelled, it leaves everything as it was") {
-  const Scratch scratch;
+  const TemporaryFolder scratch;
   const fs::path path = scratch / "sample.db";
   CreateSample(path, Small());
   const std::string old = Bytes(path);
@@ -320,7 +230,7 @@ TEST_CASE("cancelled, it leaves everything as it was") {
   SampleOptions options = Small(3000);
   options.force = true;
   options.cancel = &cancel;
-  const std::set<std::string> before = scratch.Names();
+  const std::set<std::string> before = FilesIn(scratch.path());
   for (const std::int64_t at : {1, 4000, 8000}) {
     CAPTURE(at);
     cancel = false;
@@ -330,19 +240,19 @@ TEST_CASE("cancelled, it leaves everything as it was") {
     };
     CHECK(Contains(ErrorOf(path, options), "ancelled"));
     CHECK((Bytes(path) == old));
-    CHECK(scratch.Names() == before);
+    CHECK(FilesIn(scratch.path()) == before);
   }
 }
 
 TEST_CASE("what cannot be created is refused with a reason") {
-  const Scratch scratch;
+  const TemporaryFolder scratch;
   fs::create_directory(scratch / "folder");
   const struct {
     fs::path path;
     std::int64_t lines;
     const char* reason;
   } kCases[] = {
-      {scratch / "missing" / "sample.db", 600, "create it first"},
+      {scratch / "missing/sample.db", 600, "create it first"},
       {scratch / "folder", 600, "not a file"},
       {scratch / "sample.db", 0, "from 1 to"},
       {scratch / "sample.db", kMostSampleLines + 1, "from 1 to"},
@@ -350,7 +260,7 @@ TEST_CASE("what cannot be created is refused with a reason") {
   for (const auto& c : kCases) {
     CAPTURE(c.path.string());
     CHECK(Contains(ErrorOf(c.path, Small(c.lines)), c.reason));
-    CHECK(scratch.Names() == std::set<std::string>{"folder"});
+    CHECK(FilesIn(scratch.path()) == std::set<std::string>{"folder"});
   }
 }
 

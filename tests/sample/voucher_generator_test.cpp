@@ -37,8 +37,6 @@ struct Bookkeeper : VoucherSink {
       CHECK(location.warehouse == slot.warehouse);
     }
     Book(head, line);
-    text += std::to_string(head.kind) + ':' + std::to_string(line.slot) + ':' +
-            std::to_string(line.lot.amount.quarters) + ' ';
   }
 
   void Book(const VoucherHead& head, const VoucherLine& line) {
@@ -67,7 +65,6 @@ struct Bookkeeper : VoucherSink {
   std::map<LotKey, std::int64_t> shifted;  // by location vouchers, over all locations
   std::deque<std::int32_t> left;           // the locations that wait for their other half
   std::set<TextView> types;
-  std::string text;
   std::int32_t heads = 0;
   std::int32_t lines = 0;
   std::int32_t last_day = kFirstDay;
@@ -101,12 +98,6 @@ TEST_CASE("the stock at the end is what the vouchers add up to, and is negative 
     CHECK(history.book.books == LotsOf(history.generator.stock()));
     for (const auto& [key, quarters] : history.book.shifted) CHECK(quarters == 0);
   }
-}
-
-TEST_CASE("equal seeds make equal histories, others make others") {
-  const History first(1, 2000);
-  CHECK(first.book.text == History(1, 2000).book.text);
-  CHECK(first.book.text != History(2, 2000).book.text);
 }
 
 TEST_CASE("the default size shows every situation that the reports look for") {

@@ -42,12 +42,12 @@
 #include <iterator>
 #include <map>
 #include <memory>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "frame/error.h"
+#include "tests/temporary_folder.h"
 #include "tsql/database.h"
 
 namespace ledgerwick::tsql {
@@ -179,22 +179,11 @@ std::vector<Record> ReadRecords(const fs::path& path) {
 class Script {
  public:
   Script(const fs::path& path, Planning planning) : path_(path) {
-    std::random_device random;
-    directory_ = fs::temp_directory_path() / ("ledgerwick-logic-" + std::to_string(random()));
-    fs::create_directory(directory_);
     options_.planning = planning;
     DatabaseOptions create = options_;
     create.create = true;
-    connections_[current_] = Database::Open(directory_ / "test.db", create);
+    connections_[current_] = Database::Open(folder_ / "test.db", create);
   }
-  ~Script() {
-    connections_.clear();
-    std::error_code ignored;
-    fs::remove_all(directory_, ignored);
-  }
-  Script(const Script&) = delete;
-  Script& operator=(const Script&) = delete;
-
   // Runs every record and reports each that fails. Returns how many there were.
   std::size_t Run() {
     const std::vector<Record> records = ReadRecords(path_);
@@ -227,7 +216,7 @@ class Script {
   std::string Connect(std::istream& head) {
     head >> current_;
     std::unique_ptr<Database>& connection = connections_[current_];
-    if (!connection) connection = Database::Open(directory_ / "test.db", options_);
+    if (!connection) connection = Database::Open(folder_ / "test.db", options_);
     return {};
   }
 
@@ -349,7 +338,7 @@ class Script {
   }
 
   fs::path path_;
-  fs::path directory_;
+  testing::TemporaryFolder folder_;
   DatabaseOptions options_;
   std::string current_ = "main";
   std::map<std::string, std::unique_ptr<Database>> connections_;

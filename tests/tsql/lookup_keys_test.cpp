@@ -1,26 +1,13 @@
 // A line finds what describes it by a key; the storage makes no index of the lines for that.
-#include <doctest/doctest.h>
-#include <unistd.h>
-
-#include <filesystem>
 #include <string>
 
+#include "tests/tsql/scratch_database.h"
 #include "tsql/catalogue.h"
 #include "tsql/compile.h"
-#include "tsql/database.h"
 #include "tsql/storage.h"
 
 namespace ledgerwick::tsql {
 namespace {
-
-class Ignore final : public ResultSink {
- public:
-  void Columns(std::span<const ResultColumn>) override {}
-  void Row(std::span<const Value>) override {}
-  void EndRows(std::int64_t) override {}
-  void RowsAffected(std::int64_t) override {}
-  void Message(const Text&) override {}
-};
 
 // How the storage goes about `sql`.
 std::string PlanOf(Storage& storage, TextView sql) {
@@ -36,12 +23,7 @@ std::string PlanOf(Storage& storage, TextView sql) {
 }
 
 TEST_CASE("lookups go by keys, the lines' own indexes stay in use") {
-  const std::filesystem::path path = std::filesystem::temp_directory_path() /
-                                     ("ledgerwick-keys-" + std::to_string(::getpid()) + ".db");
-  DatabaseOptions options;
-  options.create = true;
-  Ignore sink;
-  auto database = Database::Open(path, options);
+  const testing::ScratchDatabase scratch;
   for (const TextView batch : {
            u"CREATE TABLE Dep (code varchar(5) PRIMARY KEY, name varchar(20))"
            u" CREATE TABLE Cus (code varchar(5) PRIMARY KEY, name varchar(20))"
@@ -58,42 +40,37 @@ TEST_CASE("lookups go by keys, the lines' own indexes stay in use") {
            u" INSERT INTO Head VALUES (@i, @i % 9 + 1, @i % 24 + 1)"
            u" INSERT INTO Line VALUES (@i, @i, @i % 88 + 1, @i) END",
        }) {
-    database->Run(batch, sink);
+    scratch.Run(Text(batch));
   }
-  database->Compact();
-  database.reset();
-  {
-    Storage storage(path, {});
-    // As if there were many lines.
-    storage.Execute("UPDATE sqlite_stat1 SET stat = '124328' WHERE tbl = 'Head'");
-    storage.Execute("UPDATE sqlite_stat1 SET stat = '401144 4' WHERE tbl = 'Line'");
-    storage.Execute("ANALYZE sqlite_schema");
-    const struct {
-      const char* name;
-      const char16_t* sql;
-      const char* wanted;
-    } cases[] = {
-        {"tables",
-         u"SELECT q, Dep.name, Cus.name, Item.name FROM Head JOIN Line ON Head.id = Line.head"
-         u" JOIN Cus ON cus = Cus.code JOIN Dep ON Dep.code = dep JOIN Item ON item = Item.code",
-         "SCAN s1"},
-        {"a view",
-         u"SELECT q, dep_name, Cus.name, Item.name FROM Lines JOIN Cus ON cus = Cus.code"
-         u" JOIN Item ON item = Item.code",
-         "SCAN s2"},
-        {"an index of the lines", u"SELECT q FROM Line JOIN Head ON head = Head.id WHERE cus = '1'",
-         "INDEX Line.ix_line_head"},
-    };
-    for (const auto& c : cases) {
-      CAPTURE(std::string(c.name));
-      const std::string plan = PlanOf(storage, c.sql);
-      CAPTURE(plan);
-      CHECK(plan.find("AUTOMATIC") == std::string::npos);
-      CHECK(plan.find(c.wanted) != std::string::npos);
-    }
+  Database::Open(scratch.path())->Compact();
+  Storage storage(scratch.path(), {});
+  // As if there were many lines.
+  storage.Execute("UPDATE sqlite_stat1 SET stat = '124328' WHERE tbl = 'Head'");
+  storage.Execute("UPDATE sqlite_stat1 SET stat = '401144 4' WHERE tbl = 'Line'");
+  storage.Execute("ANALYZE sqlite_schema");
+  const struct {
+    const char* name;
+    const char16_t* sql;
+    const char* wanted;
+  } cases[] = {
+      {"tables",
+       u"SELECT q, Dep.name, Cus.name, Item.name FROM Head JOIN Line ON Head.id = Line.head"
+       u" JOIN Cus ON cus = Cus.code JOIN Dep ON Dep.code = dep JOIN Item ON item = Item.code",
+       "SCAN s1"},
+      {"a view",
+       u"SELECT q, dep_name, Cus.name, Item.name FROM Lines JOIN Cus ON cus = Cus.code"
+       u" JOIN Item ON item = Item.code",
+       "SCAN s2"},
+      {"an index of the lines", u"SELECT q FROM Line JOIN Head ON head = Head.id WHERE cus = '1'",
+       "INDEX Line.ix_line_head"},
+  };
+  for (const auto& c : cases) {
+    CAPTURE(std::string(c.name));
+    const std::string plan = PlanOf(storage, c.sql);
+    CAPTURE(plan);
+    CHECK(plan.find("AUTOMATIC") == std::string::npos);
+    CHECK(plan.find(c.wanted) != std::string::npos);
   }
-  for (const char* end : {"", ".tempdb", ".tempdb.lock"})
-    std::filesystem::remove(path.string() + end);
 }
 
 }  // namespace

@@ -1,67 +1,25 @@
 // Statements nested as deep as anybody likes: an answer or error 191, on any thread, never a crash.
-#include <doctest/doctest.h>
 #include <pthread.h>
 
-#include <filesystem>
 #include <functional>
-#include <random>
 
-#include "frame/error.h"
-#include "tsql/database.h"
+#include "tests/tsql/scratch_database.h"
 
 namespace ledgerwick::tsql {
 namespace {
 
-namespace fs = std::filesystem;
-
-class NoSink final : public ResultSink {
- public:
-  void Columns(std::span<const ResultColumn>) override {}
-  void Row(std::span<const Value>) override {}
-  void EndRows(std::int64_t) override {}
-  void RowsAffected(std::int64_t) override {}
-  void Message(const Text&) override {}
-};
-
-// A database of its own with a table t and 20 views, each of which reads the one before it.
-class Fixture {
- public:
+// A database of its own with a table t, a view v0 of it, and a procedure that calls itself.
+struct Fixture {
   Fixture() {
-    std::random_device random;
-    directory_ = fs::temp_directory_path() / ("ledgerwick-nesting-" + std::to_string(random()));
-    fs::create_directory(directory_);
-    DatabaseOptions create;
-    create.create = true;
-    database = Database::Open(directory_ / "test.db", create);
-    CHECK(Run(u"CREATE TABLE t (a int)") == 0);
-    CHECK(Run(u"CREATE VIEW v0 AS SELECT a FROM t") == 0);
-    CHECK(Run(u"CREATE PROCEDURE Again AS EXEC Again") == 0);
-  }
-  ~Fixture() {
-    database.reset();
-    std::error_code ignored;
-    fs::remove_all(directory_, ignored);
-  }
-  Fixture(const Fixture&) = delete;
-  Fixture& operator=(const Fixture&) = delete;
-
-  // The server's number of the batch's error, 0 without one.
-  std::int32_t Run(const Text& batch) {
-    NoSink sink;
-    try {
-      database->Run(batch, sink);
-      return 0;
-    } catch (const DatabaseError& error) {
-      place = error.line;
-      return error.native;
+    for (const TextView batch : {u"CREATE TABLE t (a int)", u"CREATE VIEW v0 AS SELECT a FROM t",
+                                 u"CREATE PROCEDURE Again AS EXEC Again"}) {
+      CHECK(Run(batch).number == 0);
     }
   }
+  testing::Ending Run(TextView batch) { return testing::EndingOf(*database, batch); }
 
-  std::unique_ptr<Database> database;
-  int place = 0;
-
- private:
-  fs::path directory_;
+  testing::ScratchDatabase scratch;
+  std::unique_ptr<Database> database = Database::Open(scratch.path());
 };
 
 // `before` and `after` so many times around `core`, between `head` and `tail`.
@@ -154,12 +112,12 @@ void RunAll(Fixture& fixture, std::initializer_list<int> depths) {
       const Text batch = Nested(production, depth);
       CAPTURE(ToUtf8(TextView(batch).substr(0, 60)));
       CAPTURE(depth);
-      const std::int32_t number = fixture.Run(batch);
+      const auto [number, line] = fixture.Run(batch);
       CHECK_MESSAGE(IsInOrder(number), number);
-      if (number == 191) CHECK(fixture.place == 1);
+      if (number == 191) CHECK(line == 1);
     }
   }
-  CHECK(fixture.Run(u"SELECT COUNT(*) FROM t") == 0);
+  CHECK(fixture.Run(u"SELECT COUNT(*) FROM t").number == 0);
 }
 
 // Runs `work` on a thread with a stack of so many bytes.
@@ -194,12 +152,14 @@ TEST_CASE("views and calls nest to their limits on a thread with little stack") 
     std::int32_t number = 0;
     while (number == 0 && deepest < 100) {
       const std::string before = "v" + std::to_string(deepest++);
-      number = fixture.Run(u"CREATE VIEW v" + FromUtf8(std::to_string(deepest)) +
-                           u" AS SELECT abs(a) AS a FROM " + FromUtf8(before));
+      number = fixture
+                   .Run(u"CREATE VIEW v" + FromUtf8(std::to_string(deepest)) +
+                        u" AS SELECT abs(a) AS a FROM " + FromUtf8(before))
+                   .number;
     }
     CHECK(IsInOrder(number));
-    CHECK(fixture.Run(u"EXEC Again") == 217);
-    CHECK(fixture.Run(u"SELECT * FROM v10") == 0);
+    CHECK(fixture.Run(u"EXEC Again").number == 217);
+    CHECK(fixture.Run(u"SELECT * FROM v10").number == 0);
   });
   CHECK(deepest > 10);
 }

@@ -8,33 +8,27 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <random>
 #include <string>
 
 #include "frame/error.h"
+#include "tests/no_sink.h"
+#include "tests/temporary_folder.h"
 #include "tsql/connection.h"
 
 namespace ledgerwick::tsql::testing {
 
+using ledgerwick::testing::NoSink;
+using ledgerwick::testing::TemporaryFolder;
+
 class ScratchDatabase {
  public:
   ScratchDatabase() {
-    std::random_device random;
-    folder_ =
-        std::filesystem::temp_directory_path() / ("ledgerwick-tsql-" + std::to_string(random()));
-    std::filesystem::create_directory(folder_);
     DatabaseOptions create;
     create.create = true;
     Database::Open(path(), create);
   }
-  ~ScratchDatabase() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-  ScratchDatabase(const ScratchDatabase&) = delete;
-  ScratchDatabase& operator=(const ScratchDatabase&) = delete;
 
-  const std::filesystem::path& folder() const { return folder_; }
+  const std::filesystem::path& folder() const { return folder_.path(); }
   std::filesystem::path path(const std::string& suffix = {}) const {
     return folder_ / ("x.db" + suffix);
   }
@@ -55,7 +49,7 @@ class ScratchDatabase {
   }
 
  private:
-  std::filesystem::path folder_;
+  TemporaryFolder folder_;
 };
 
 // "number: text" of the error that `work` ends with; empty without one.
@@ -66,6 +60,21 @@ std::string ErrorOf(Work work) {
     return {};
   } catch (const DatabaseError& error) {
     return std::to_string(error.native) + ": " + ToUtf8(error.description);
+  }
+}
+
+// The server's number of the error that `batch` ends with, and its line; 0 without one.
+struct Ending {
+  std::int32_t number = 0;
+  int line = 0;
+};
+inline Ending EndingOf(Database& database, TextView batch) {
+  NoSink sink;
+  try {
+    database.Run(batch, sink);
+    return {};
+  } catch (const DatabaseError& error) {
+    return {error.native, error.line};
   }
 }
 
