@@ -63,6 +63,7 @@ TEST_CASE("the last of several filter arguments for an item counts, in a set tha
       "--filter '存货编码=01' and --filter 'i.cinvcode=02' are both for I.cInvCode; the last one "
       "counts"));
   CHECK(has("--filter 'new=1' and --filter 'NEW=2' are both for NEW; the last one counts"));
+  REQUIRE(request.filters.has_value());
   REQUIRE(request.filters->size() == 2);
   CHECK(request.filters->front().varValue.ToText() == u"02");
 }

@@ -3,9 +3,7 @@
 
 #include <doctest/doctest.h>
 
-#include <algorithm>
 #include <functional>
-#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "frame/error.h"
@@ -83,10 +81,11 @@ TEST_CASE("the trace shows every operation in its fixed form") {
   const auto trace = nlohmann::ordered_json::parse(ToJson(TraceReport(ScriptedRequest())));
   std::vector<std::string> shown;
   for (const auto& [key, value] : trace.items()) {
-    if (key != "ops") shown.push_back(key + ": " + value.dump());
-    if (key == "ops")
-      std::ranges::transform(value, std::back_inserter(shown),
-                             [](const auto& op) { return op.dump(); });
+    if (key == "ops") {
+      for (const auto& operation : value) shown.push_back(operation.dump());
+    } else {
+      shown.push_back(key + ": " + value.dump());
+    }
   }
   CHECK(
       shown ==

@@ -102,6 +102,7 @@ TEST_CASE("the stock at the end is what the vouchers add up to, and is negative 
 
 TEST_CASE("the default size shows every situation that the reports look for") {
   const History history(1, 5000);
+  CHECK(history.book.books != History(2, 5000).book.books);
   CHECK(history.book.last_day == kLastDay);
   CHECK(history.book.types.size() == VoucherTypes().size());
   std::set<std::string> found;
