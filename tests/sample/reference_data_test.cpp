@@ -7,7 +7,6 @@
 
 #include "sample/locations.h"
 #include "sample/tables.h"
-#include "sample/voucher_kinds.h"
 
 namespace ledgerwick::sample {
 namespace {
@@ -26,8 +25,8 @@ TEST_CASE("every code that the tables refer to exists once") {
   const auto groups = Codes(UnitGroups(), &UnitGroup::code);
   const auto warehouses = Codes(Warehouses(), &WarehouseRow::code);
   const auto items = Codes(Items(), &Item::code);
-  const auto types = Codes(VoucherTypes(), &CodeName::code);
-  const auto receive_issue = Codes(ReceiveIssueTypes(), &CodeName::code);
+  Codes(VoucherTypes(), &CodeName::code);
+  Codes(ReceiveIssueTypes(), &CodeName::code);
   const auto departments = Codes(Departments(), &CodeName::code);
   Codes(ReceiveIssueTypes(), &CodeName::name);
   Codes(Customers(), &Partner::code);
@@ -54,10 +53,6 @@ TEST_CASE("every code that the tables refer to exists once") {
     CHECK(items.contains(part.part));
   }
   for (const Employee& employee : Employees()) CHECK(departments.contains(employee.department));
-  for (const VoucherKind& kind : VoucherKinds()) {
-    CHECK(types.contains(kind.voucher_type));
-    CHECK(receive_issue.contains(kind.receive_issue_type));
-  }
 }
 
 TEST_CASE("a fixed rate is even, so that half a piece is a whole number of units") {

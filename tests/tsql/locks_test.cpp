@@ -121,9 +121,7 @@ TEST_CASE("writers have their turns in the order in which they came, and are tol
   {
     const Writer second(database, u"INSERT INTO t VALUES ('second')");
     const Writer third(database, u"BEGIN TRAN INSERT INTO t VALUES ('third') COMMIT");
-    DatabaseOptions hasty;
-    hasty.lock_wait = {};
-    const auto impatient = database.Connect(hasty);
+    const auto impatient = database.Connect(testing::Hasty());
     const std::string busy =
         ErrorOf([&] { impatient->Execute(u"INSERT INTO t VALUES ('x')", -1); });
     CHECK_MESSAGE(busy.starts_with("1222: "), busy);
@@ -139,14 +137,12 @@ TEST_CASE("writers have their turns in the order in which they came, and are tol
     rows->MoveNext();
   }
   // A writer of tempdb alone keeps nobody from the books.
-  DatabaseOptions hasty;
-  hasty.lock_wait = {};
   const auto lease = Database::Open(database.path())->Lease(u"w", {});
   CHECK(ErrorOf([&] {
           database.Run(u"INSERT INTO t VALUES ('y') SELECT 1 AS a INTO tempdb..w");
         }).empty());
   const std::string held =
-      ErrorOf([&] { Database::Open(database.path(), hasty)->Lease(u"W", {}); });
+      ErrorOf([&] { Database::Open(database.path(), testing::Hasty())->Lease(u"W", {}); });
   CHECK_MESSAGE(held.find("Process ") != std::string::npos, held);
 }
 

@@ -52,6 +52,13 @@ class ScratchDatabase {
   TemporaryFolder folder_;
 };
 
+// A connection that waits for nobody.
+inline DatabaseOptions Hasty() {
+  DatabaseOptions options;
+  options.lock_wait = {};
+  return options;
+}
+
 // "number: text" of the error that `work` ends with; empty without one.
 template <typename Work>
 std::string ErrorOf(Work work) {
@@ -59,7 +66,8 @@ std::string ErrorOf(Work work) {
     work();
     return {};
   } catch (const DatabaseError& error) {
-    return std::to_string(error.native) + ": " + ToUtf8(error.description);
+    const std::int32_t number = error.native != 0 ? error.native : error.number;
+    return std::to_string(number) + ": " + ToUtf8(error.description);
   }
 }
 

@@ -74,9 +74,7 @@ TEST_CASE("damage is told of the file that has it; tempdb's is mended when its u
         [&] { user->Execute(u"SELECT COUNT(DISTINCT a) AS x INTO tempdb..v FROM tempdb..w", -1); });
     CHECK_MESSAGE(error.starts_with("824: The tempdb"), error);
     CHECK(error.find(database.path(".tempdb").string()) != std::string::npos);
-    DatabaseOptions hasty;
-    hasty.lock_wait = {};
-    const std::string opening = ErrorOf([&] { database.Connect(hasty); });
+    const std::string opening = ErrorOf([&] { database.Connect(testing::Hasty()); });
     CHECK_MESSAGE(opening.find("itself is not concerned") != std::string::npos, opening);
     CHECK(ScratchDatabase::ScalarOn(*user, u"SELECT a AS x FROM t") == "7");
   }
