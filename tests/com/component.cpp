@@ -82,7 +82,7 @@ DISPID NumberOf(IDispatch* object, const std::wstring& name) {
   return id;
 }
 
-Outcome Invoke(IDispatch* object, DISPID id, WORD flags, std::vector<Variant> arguments) {
+Outcome Invoke(IDispatch* object, DISPID id, WORD flags, const std::vector<Variant>& arguments) {
   std::vector<VARIANT> raw;
   for (auto argument = arguments.rbegin(); argument != arguments.rend(); ++argument) {
     raw.push_back(*argument->Get());
@@ -93,13 +93,13 @@ Outcome Invoke(IDispatch* object, DISPID id, WORD flags, std::vector<Variant> ar
                            writes ? 1U : 0U};
   Outcome outcome;
   outcome.code = object->Invoke(id, GUID{}, 0, flags, &parameters, outcome.result.Get(),
-                                &outcome.exception, &outcome.wrong_argument);
+                                &outcome.exception, nullptr);
   return outcome;
 }
 
 Outcome Invoke(IDispatch* object, const std::wstring& name, WORD flags,
-               std::vector<Variant> arguments) {
-  return Invoke(object, NumberOf(object, name), flags, std::move(arguments));
+               const std::vector<Variant>& arguments) {
+  return Invoke(object, NumberOf(object, name), flags, arguments);
 }
 
 }  // namespace ledgerwick::com::testing

@@ -40,22 +40,28 @@ auto Exported(HMODULE module, const char* name) {
   return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 
+// The entry at `index` of an object's function table.
+template <typename Function>
+Function EntryOf(IDispatch* object, std::size_t index) {
+  return reinterpret_cast<Function>((*reinterpret_cast<void***>(object))[index]);
+}
+
 // True when the loaded module agrees to be unloaded.
 bool MayUnload();
 
 // The number of the DatabaseError that `action` throws, 0 for none.
 std::int32_t NumberOfError(const std::function<void()>& action);
 
-// Calls a member by its number or name and gives the call's code.
+// Calls a member by its number or name, with the very arguments, and gives the call's code.
 struct Outcome {
   HRESULT code = S_OK;
   Variant result;
   EXCEPINFO exception = {};  // its strings are owned by nobody and leak in tests that look at them
-  UINT wrong_argument = 99;
 };
-Outcome Invoke(IDispatch* object, DISPID id, WORD flags, std::vector<Variant> arguments = {});
+Outcome Invoke(IDispatch* object, DISPID id, WORD flags,
+               const std::vector<Variant>& arguments = {});
 Outcome Invoke(IDispatch* object, const std::wstring& name, WORD flags,
-               std::vector<Variant> arguments = {});
+               const std::vector<Variant>& arguments = {});
 DISPID NumberOf(IDispatch* object, const std::wstring& name);
 
 }  // namespace ledgerwick::com::testing

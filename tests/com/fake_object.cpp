@@ -21,10 +21,7 @@ HRESULT Raise(const DatabaseError& error, EXCEPINFO* info) {
 }
 
 HRESULT Raise(const Script& script, EXCEPINFO* info) {
-  DatabaseError error(0, FromWide(kRaisedSource), FromWide(kRaisedText));
-  error.help_file = FromWide(kRaisedHelp);
-  error.help_context = kRaisedContext;
-  Raise(error, info);
+  Raise(RaisedError(), info);
   info->wCode = script.raised_code;
   info->scode = script.raised_code == 0 ? script.raised : 0;
   return DISP_E_EXCEPTION;
@@ -61,6 +58,13 @@ FakeCall ReadCall(WORD flags, const DISPPARAMS& parameters) {
 }
 
 }  // namespace
+
+DatabaseError RaisedError() {
+  DatabaseError error(kRaised, u"Provider", u"第 1 行: 语法错误");
+  error.help_file = u"C:\\help.chm";
+  error.help_context = 4711;
+  return error;
+}
 
 Variant AnArray() {
   Variant v;

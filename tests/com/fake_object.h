@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "com/com_types.h"
+#include "frame/error.h"
 
 namespace ledgerwick::com::testing {
 
@@ -26,12 +27,9 @@ using Handler = std::function<Variant(const FakeCall&)>;
 // What a scripted call does instead of its work.
 enum class Mishap { None, Error, Null, WrongType, NoMember };
 
-// The error that a Mishap::Error raises.
+// The error that a Mishap::Error raises, with everything that an error can say.
 inline constexpr HRESULT kRaised = static_cast<HRESULT>(0x80040E14);
-inline constexpr const wchar_t* kRaisedSource = L"Provider";
-inline constexpr const wchar_t* kRaisedText = L"第 1 行: 语法错误";
-inline constexpr const wchar_t* kRaisedHelp = L"C:\\help.chm";
-inline constexpr DWORD kRaisedContext = 4711;
+DatabaseError RaisedError();
 
 // Counts the calls of all scripted objects and lets one of them go wrong.
 struct Script {

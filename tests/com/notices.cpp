@@ -67,8 +67,6 @@ NoticeWatch::NoticeWatch(HMODULE module)
   noted.clear();
 }
 
-NoticeWatch::~NoticeWatch() = default;
-
 const std::vector<Notice>& NoticeWatch::notices() const noexcept { return noted; }
 
 }  // namespace ledgerwick::com::testing

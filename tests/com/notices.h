@@ -35,9 +35,6 @@ struct Notice {
 class NoticeWatch {
  public:
   explicit NoticeWatch(HMODULE module);
-  ~NoticeWatch();
-  NoticeWatch(const NoticeWatch&) = delete;
-  NoticeWatch& operator=(const NoticeWatch&) = delete;
 
   // In their order.
   const std::vector<Notice>& notices() const noexcept;

@@ -18,12 +18,6 @@ constexpr WORD kMethod = DISPATCH_METHOD;
 
 std::wstring Wide(TextView text) { return {text.begin(), text.end()}; }
 
-// The address of an entry of an object's function table.
-template <typename Function>
-Function EntryOf(IDispatch* object, std::size_t index) {
-  return reinterpret_cast<Function>((*reinterpret_cast<void***>(object))[index]);
-}
-
 using ReadText = HRESULT(STDMETHODCALLTYPE*)(IDispatch*, BSTR*);
 using WriteText = HRESULT(STDMETHODCALLTYPE*)(IDispatch*, BSTR);
 using ReadObject = HRESULT(STDMETHODCALLTYPE*)(IDispatch*, IDispatch**);
@@ -87,60 +81,52 @@ void CheckProperties(IDispatch* object, const ClassInfo& info) {
     CAPTURE(ToUtf8(member.name));
     const std::wstring name = Wide(member.name);
     CHECK(NumberOf(object, name) != DISPID_UNKNOWN);
-    if (!member.is_property) {
-      entry += 1;
-      continue;
+    if (member.is_property) {
+      const bool is_text = member.type == MemberType::String;
+      (is_text ? CheckTextProperty : CheckObjectProperty)(object, name, entry);
     }
-    if (member.type == MemberType::String) {
-      CheckTextProperty(object, name, entry);
-    } else {
-      CheckObjectProperty(object, name, entry);
-    }
-    entry += 2;
+    entry += member.is_property ? 2 : 1;
   }
 }
 
+// Every interface leads to every other one, and to one identity.
+void CheckInterfaces(IDispatch* object, const IID& own) {
+  const auto query = [](IUnknown* from, REFIID iid, HRESULT wanted) {
+    ComPtr<IUnknown> to;
+    CHECK(from->QueryInterface(iid, reinterpret_cast<void**>(to.Receive())) == wanted);
+    return to;
+  };
+  const ComPtr<IUnknown> identity = query(object, IID_IUnknown, S_OK);
+  const ComPtr<IUnknown> errors = query(object, IID_ISupportErrorInfo, S_OK);
+  const ComPtr<IUnknown> dual = query(errors.Get(), own, S_OK);
+  CHECK(query(errors.Get(), IID_IUnknown, S_OK).Get() == identity.Get());
+  CHECK(query(dual.Get(), IID_IUnknown, S_OK).Get() == identity.Get());
+  CHECK(query(errors.Get(), IID_IDispatch, S_OK).Get() == object);
+  CHECK_FALSE(query(object, IID_IClassFactory, E_NOINTERFACE));
+  auto* const support = static_cast<ISupportErrorInfo*>(errors.Get());
+  CHECK(support->InterfaceSupportsErrorInfo(own) == S_OK);
+  CHECK(support->InterfaceSupportsErrorInfo(IID_IPersist) == S_FALSE);
+}
+
 TEST_SUITE("objects") {
-  TEST_CASE("every class whose report is built can be created, the others say so") {
+  TEST_CASE("every class can be created, but that whose report is not built") {
     for (const ClassInfo& info : Classes()) {
       CAPTURE(ToUtf8(info.name));
       ComPtr<IDispatch> object;
       const HRESULT code = Create(info, object);
-      if (info.factory == nullptr) {
-        CHECK(code == CLASS_E_CLASSNOTAVAILABLE);
-        continue;
-      }
-      REQUIRE(code == S_OK);
+      CHECK(code == (info.factory == nullptr ? CLASS_E_CLASSNOTAVAILABLE : S_OK));
+      if (FAILED(code)) continue;
+      // A report's table has its name before any property is set.
+      const Text name = ToText(Invoke(object.Get(), L"TempTablename", kMethod).result);
+      const Text fixed = u"tempdb.." + Text(info.result_table);
+      CHECK(name.starts_with(fixed));
+      CHECK((name.size() > fixed.size()) == info.has_machine_suffix);
       CheckProperties(object.Get(), info);
+      CheckInterfaces(object.Get(), IdentifiersOf(info).interface_id);
       CHECK_FALSE(MayUnload());
       object.Reset();
       CHECK(MayUnload());
       CHECK(FakeObject::live == 0);
-    }
-  }
-
-  TEST_CASE("interfaces are handed out by the rules") {
-    for (const ClassInfo& info : Classes()) {
-      if (info.factory == nullptr) continue;
-      CAPTURE(ToUtf8(info.name));
-      ComPtr<IDispatch> object;
-      REQUIRE(Create(info, object) == S_OK);
-      const auto query = [](IUnknown* from, REFIID iid, HRESULT wanted) {
-        ComPtr<IUnknown> to;
-        CHECK(from->QueryInterface(iid, reinterpret_cast<void**>(to.Receive())) == wanted);
-        return to;
-      };
-      const ComPtr<IUnknown> identity = query(object.Get(), IID_IUnknown, S_OK);
-      const ComPtr<IUnknown> errors = query(object.Get(), IID_ISupportErrorInfo, S_OK);
-      const IID own = IdentifiersOf(info).interface_id;
-      const ComPtr<IUnknown> dual = query(errors.Get(), own, S_OK);
-      CHECK(query(errors.Get(), IID_IUnknown, S_OK).Get() == identity.Get());
-      CHECK(query(dual.Get(), IID_IUnknown, S_OK).Get() == identity.Get());
-      CHECK(query(errors.Get(), IID_IDispatch, S_OK).Get() == object.Get());
-      CHECK_FALSE(query(object.Get(), IID_IClassFactory, E_NOINTERFACE));
-      auto* const support = static_cast<ISupportErrorInfo*>(errors.Get());
-      CHECK(support->InterfaceSupportsErrorInfo(own) == S_OK);
-      CHECK(support->InterfaceSupportsErrorInfo(IID_IPersist) == S_FALSE);
     }
   }
 
@@ -231,28 +217,6 @@ TEST_SUITE("objects") {
     DISPPARAMS none = {};
     CHECK(object->Invoke(1, IID_IDispatch, 0, kGet, &none, nullptr, nullptr, nullptr) ==
           DISP_E_UNKNOWNINTERFACE);
-  }
-
-  TEST_CASE("a report's table has its name before any property is set") {
-    for (const ClassInfo& info : Classes()) {
-      if (info.factory == nullptr) continue;
-      CAPTURE(ToUtf8(info.name));
-      ComPtr<IDispatch> object;
-      REQUIRE(Create(info, object) == S_OK);
-      const Text name = ToText(Invoke(object.Get(), L"TempTablename", kMethod).result);
-      const Text fixed = u"tempdb.." + Text(info.result_table);
-      CHECK(name.substr(0, fixed.size()) == fixed);
-      CHECK((name.size() > fixed.size()) == info.has_machine_suffix);
-    }
-  }
-
-  TEST_CASE("a snapshot has an empty subtitle") {
-    ComPtr<IDispatch> object;
-    REQUIRE(Create(*FindClass(u"clsInventroy"), object) == S_OK);
-    const Outcome outcome = Invoke(object.Get(), L"GetSubTitle", kMethod);
-    CHECK(outcome.code == S_OK);
-    CHECK(V_VT(outcome.result.Get()) == VT_BSTR);
-    CHECK(ToText(outcome.result).empty());
   }
 }
 

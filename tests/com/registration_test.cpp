@@ -16,33 +16,29 @@ namespace {
 constexpr const wchar_t* kClasses = L"Software\\Classes";
 using Snapshot = std::set<std::wstring>;
 
-// Every key below `key`, which is at `path`, and the values.
-void Note(HKEY key, const std::wstring& path, Snapshot& snapshot) {
-  if (!path.empty()) snapshot.insert(path);
-  wchar_t name[512];
+// Adds the key `name` of `parent`, which is to be noted as `path`, all below it and the values.
+void Note(HKEY parent, const wchar_t* name, const std::wstring& path, Snapshot& snapshot) {
+  HKEY key = nullptr;
+  if (RegOpenKeyExW(parent, name, 0, KEY_READ, &key) != ERROR_SUCCESS) return;
+  snapshot.insert(path);
+  wchar_t child[512];
   BYTE bytes[4096];
   for (DWORD i = 0, size = 512, length = 4096;
-       RegEnumValueW(key, i, name, &size, nullptr, nullptr, bytes, &length) == ERROR_SUCCESS;
+       RegEnumValueW(key, i, child, &size, nullptr, nullptr, bytes, &length) == ERROR_SUCCESS;
        ++i, size = 512, length = 4096) {
-    snapshot.insert(path + L" " + name + L"=" +
+    snapshot.insert(path + L" " + child + L"=" +
                     std::wstring(reinterpret_cast<wchar_t*>(bytes), length / sizeof(wchar_t)));
   }
-  for (DWORD i = 0, size = 512;
-       RegEnumKeyExW(key, i, name, &size, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-       ++i, size = 512) {
-    HKEY child = nullptr;
-    if (RegOpenKeyExW(key, name, 0, KEY_READ, &child) != ERROR_SUCCESS) continue;
-    Note(child, path + L"\\" + name, snapshot);
-    RegCloseKey(child);
+  for (DWORD i = 0; RegEnumKeyW(key, i, child, 512) == ERROR_SUCCESS; ++i) {
+    Note(key, child, path + L"\\" + child, snapshot);
   }
+  RegCloseKey(key);
 }
 
 Snapshot UsersClasses() {
   Snapshot snapshot;
-  HKEY key = nullptr;
-  if (RegOpenKeyExW(HKEY_CURRENT_USER, kClasses, 0, KEY_READ, &key) != ERROR_SUCCESS) return {};
-  Note(key, L"", snapshot);
-  RegCloseKey(key);
+  Note(HKEY_CURRENT_USER, kClasses, L"", snapshot);
+  snapshot.erase(L"");  // a fresh user has no classes at all
   return snapshot;
 }
 
@@ -52,8 +48,8 @@ void CheckClasses(const Snapshot& wanted) {
   std::vector<std::wstring> differs;
   std::set_symmetric_difference(now.begin(), now.end(), wanted.begin(), wanted.end(),
                                 std::back_inserter(differs));
-  CHECK(differs.size() == 0);
-  if (!differs.empty()) CHECK(ToUtf8(FromWide(differs.front().c_str())) == "");
+  const std::wstring first = differs.empty() ? L"" : differs.front();
+  CHECK(ToUtf8(FromWide(first.c_str())) == "");
 }
 
 int writes_left = 0;

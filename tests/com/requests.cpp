@@ -1,7 +1,9 @@
 #include "requests.h"
 
-#include <cstdio>
-#include <memory>
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 #include "component.h"
@@ -10,10 +12,9 @@ namespace ledgerwick::com::testing {
 namespace {
 
 std::vector<Request> ReadRequests() {
-  const std::string text = ReadWhole(ProgramFolder() + L"requests.jsonl");
+  std::istringstream lines(ReadWhole(ProgramFolder() + L"requests.jsonl"));
   std::vector<Request> requests;
-  for (std::size_t from = 0; from < text.size(); from = text.find('\n', from) + 1) {
-    const std::string line = text.substr(from, text.find('\n', from) - from);
+  for (std::string line; std::getline(lines, line);) {
     requests.push_back(
         ParseRequest(line, "requests.jsonl, line " + std::to_string(requests.size() + 1)));
   }
@@ -23,15 +24,11 @@ std::vector<Request> ReadRequests() {
 }  // namespace
 
 std::string ReadWhole(const std::wstring& path) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(_wfopen(path.c_str(), L"rb"),
-                                                             &std::fclose);
+  const std::ifstream file(std::filesystem::path(path), std::ios::binary);
   if (!file) throw std::runtime_error("cannot read " + ToUtf8(FromWide(path.c_str())));
-  std::string text;
-  char buffer[65536];
-  while (const std::size_t n = std::fread(buffer, 1, sizeof buffer, file.get())) {
-    text.append(buffer, n);
-  }
-  return text;
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
 }
 
 const std::vector<Request>& Requests() {
@@ -39,13 +36,9 @@ const std::vector<Request>& Requests() {
   return requests;
 }
 
-Request RequestFor(const ClassInfo& info) {
-  for (const Request& request : Requests()) {
-    if (request.report == &info) return request;
-  }
-  Request bare;
-  bare.report = &info;
-  return bare;
+const Request& RequestFor(TextView class_name) {
+  return *std::find_if(Requests().begin(), Requests().end(),
+                       [&](const Request& request) { return request.report->name == class_name; });
 }
 
 }  // namespace ledgerwick::com::testing

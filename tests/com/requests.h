@@ -13,10 +13,10 @@ namespace ledgerwick::com::testing {
 // The content of a file. Throws std::runtime_error when it cannot be read.
 std::string ReadWhole(const std::wstring& path);
 
-// All requests, those for reports that are not built included, in the order of the file.
+// All requests, in the order of the file.
 const std::vector<Request>& Requests();
 
-// The first request for that class; one without filters when the file has none.
-Request RequestFor(const ClassInfo& info);
+// The first request for the class of that name.
+const Request& RequestFor(TextView class_name);
 
 }  // namespace ledgerwick::com::testing

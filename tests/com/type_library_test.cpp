@@ -1,5 +1,5 @@
-// The type library read back, against what hosts were built to: the tables here are its own, and
-// nothing is made from them.
+// The type library read back: classes and members as the class table has them, whose order
+// tests/frame/class_table_test.cpp lays down, and signatures as hosts were built to them.
 #include <doctest/doctest.h>
 
 #include <map>
@@ -9,57 +9,6 @@
 
 namespace ledgerwick::com::testing {
 namespace {
-
-// Members in the order of the function table, where several classes have the same.
-constexpr const char* kInventory =
-    "ObjReportManager ReportTitle mconn mConnectionString TempTablename MoveDataDetail ";
-constexpr const char* kSubTitleFirst =
-    "ObjReportManager ReportTitle mConnectionString mconn strSubTitle TempTablename "
-    "MoveDataDetail ";
-
-struct Interface {
-  const char* name;
-  TextView help;
-  const char* members;
-  const char* more = "";  // behind `members`
-};
-constexpr Interface kInterfaces[] = {
-    {"newclsReportDataSaleTotal", u"", kSubTitleFirst},
-    {"clsInventroy", u"",
-     "ObjReportManager ReportTitle mConnectionString mconn TempTablename MoveDataDetail "
-     "GetSubTitle"},
-    {"newClsReportDaoConsignment", u"",
-     "ObjReportManager ReportTitle mconn mConnectionString strSubTitle TempTablename "
-     "MoveDataDetail:Variant"},
-    {"newclsReportDaoOut", u"",
-     "ObjReportManager ReportTitle mconn mConnectionString strSubTitle TempTablename "
-     "MoveDataDetail"},
-    {"newClsReportDaoOutIncome", u"",
-     "ObjReportManager ReportTitle mConnectionString mconn TempTablename strSubTitle "
-     "MoveDataDetail"},
-    {"newClsReportDaoSaleCost", u"", kSubTitleFirst},
-    {"newClsReportDaoSaleInCome", u"",
-     "ObjReportManager ReportTitle mConnectionString mconn objLogin TempTablename strSubTitle "
-     "MoveDataDetail"},
-    {"newClsReportDaoSaleProfit", u"",
-     "ObjReportManager ReportTitle mconn mConnectionString TempTablename strSubTitle "
-     "MoveDataDetail"},
-    {"newclsReportDAOSRM", u"", kSubTitleFirst},
-    {"newclsReportDaotrust", u"", kSubTitleFirst},
-    {"newclsReportDataSaleDetail", u"",
-     "ObjReportManager mConnectionString ReportTitle mconn TempTablename strSubTitle "
-     "MoveDataDetail"},
-    {"clsRepAQKCYJ", u"安全库存预警", kInventory},
-    {"clsRepBzqyj", u"保质期预警",
-     "ObjReportManager ReportTitle mconn objLogin mConnectionString TempTablename MoveDataDetail"},
-    {"clsRepHwhz", u"货位汇总表", kInventory},
-    {"clsRepLsz", u"实现出入库流水帐", kInventory},
-    {"clsRepPcch", u"实现批次存货汇总表", kInventory},
-    {"clsRepSFC", u"实现收发存汇总表", kInventory, "IsBlank SumString"},
-    {"clsRepXCL", u"现存量", kInventory,
-     "GetClassLength GetGoodClass GetInformation GetDigConditionString ExistsFuzzyChar "
-     "RepForFuzzy RepCharWithChar"},
-};
 
 // What a member takes and gives: its functions in the order of the function table.
 const std::map<std::string, std::string> kSignatures = {
@@ -84,23 +33,13 @@ const std::map<std::string, std::string> kSignatures = {
     {"RepCharWithChar", "call(sToken:String*,cCh:String*,cCh2:String*):String"},
 };
 
+const std::map<VARTYPE, std::string> kTypeNames = {
+    {VT_BSTR, "String"},     {VT_BOOL, "Boolean"},    {VT_I4, "Long"},
+    {VT_VARIANT, "Variant"}, {VT_DISPATCH, "Object"}, {VT_VOID, ""},
+};
+
 std::string TypeName(const TYPEDESC& type) {
-  switch (type.vt) {
-    case VT_PTR:
-      return TypeName(*type.lptdesc) + "*";
-    case VT_BSTR:
-      return "String";
-    case VT_BOOL:
-      return "Boolean";
-    case VT_I4:
-      return "Long";
-    case VT_VARIANT:
-      return "Variant";
-    case VT_DISPATCH:
-      return "Object";
-    default:
-      return type.vt == VT_VOID ? "" : std::to_string(type.vt);
-  }
+  return type.vt == VT_PTR ? TypeName(*type.lptdesc) + "*" : kTypeNames.at(type.vt);
 }
 
 struct Names {
@@ -148,16 +87,17 @@ std::string FunctionOf(ITypeInfo* type, UINT index) {
   return line.str();
 }
 
-// The same lines for the members that an interface has to have, behind IUnknown and IDispatch.
-std::vector<std::string> WantedFunctions(const std::string& members) {
+// The same lines for the members that a class has to have, behind IUnknown and IDispatch.
+std::vector<std::string> WantedFunctions(const ClassInfo& info) {
   std::vector<std::string> lines;
-  std::istringstream in(members);
   std::size_t place = 7;
   int number = 0;
-  for (std::string member; in >> member;) {
+  for (const Member which : info.members) {
     ++number;
-    std::istringstream functions(kSignatures.at(member));
-    const std::string name = member.substr(0, member.find(':'));
+    const std::string name = ToUtf8(Describe(which).name);
+    const bool gives_variant =
+        name == "MoveDataDetail" && Describe(which).type == MemberType::Variant;
+    std::istringstream functions(kSignatures.at(gives_variant ? name + ":Variant" : name));
     for (std::string function; functions >> function;) {
       lines.push_back(std::to_string(place++) + ' ' + std::to_string(number) + ' ' + name + ' ' +
                       function);
@@ -174,7 +114,7 @@ void CheckAttributes(ITypeInfo* type, TYPEKIND kind, WORD flags) {
   type->ReleaseTypeAttr(attributes);
 }
 
-void CheckInterface(ITypeInfo* type, const Interface& wanted) {
+void CheckInterface(ITypeInfo* type, const ClassInfo& wanted) {
   constexpr WORD kFlags =
       TYPEFLAG_FHIDDEN | TYPEFLAG_FDUAL | TYPEFLAG_FNONEXTENSIBLE | TYPEFLAG_FDISPATCHABLE;
   CheckAttributes(type, TKIND_DISPATCH, kFlags);
@@ -184,7 +124,7 @@ void CheckInterface(ITypeInfo* type, const Interface& wanted) {
   REQUIRE(type->GetRefTypeInfo(reference, table.Receive()) == S_OK);
   CheckAttributes(table.Get(), TKIND_INTERFACE, kFlags | TYPEFLAG_FOLEAUTOMATION);
   UINT index = 7;
-  for (const std::string& function : WantedFunctions(wanted.members + std::string(wanted.more))) {
+  for (const std::string& function : WantedFunctions(wanted)) {
     CHECK(FunctionOf(type, index++) == function);
   }
   CHECK(FunctionOf(type, index).empty());
@@ -203,19 +143,19 @@ TEST_SUITE("type library") {
     CHECK(attributes->lcid == 0x409);
     CHECK(attributes->syskind == (sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32));
     library->ReleaseTLibAttr(attributes);
-    REQUIRE(library->GetTypeInfoCount() == 2 * std::size(kInterfaces));
+    REQUIRE(library->GetTypeInfoCount() == 2 * Classes().size());
 
     UINT next = 0;
-    for (const Interface& wanted : kInterfaces) {
-      CAPTURE(wanted.name);
+    for (const ClassInfo& wanted : Classes()) {
+      CAPTURE(ToUtf8(wanted.name));
       ComPtr<ITypeInfo> type;
       REQUIRE(library->GetTypeInfo(next++, type.Receive()) == S_OK);
-      CHECK(ToUtf8(NamesOf(type.Get(), MEMBERID_NIL).name) == '_' + std::string(wanted.name));
+      CHECK(NamesOf(type.Get(), MEMBERID_NIL).name == u"_" + Text(wanted.name));
       CheckInterface(type.Get(), wanted);
       ComPtr<ITypeInfo> coclass;
       REQUIRE(library->GetTypeInfo(next++, coclass.Receive()) == S_OK);
       const Names class_names = NamesOf(coclass.Get(), MEMBERID_NIL);
-      CHECK(ToUtf8(class_names.name) == wanted.name);
+      CHECK(class_names.name == wanted.name);
       CHECK(class_names.help == wanted.help);
       INT flags = 0;
       REQUIRE(coclass->GetImplTypeFlags(0, &flags) == S_OK);

@@ -1,4 +1,4 @@
-// Owns the embedded database for the tests under Wine: serves stand-in connections over the
+// Owns the embedded database for the tests under Wine: serves the ADO double over the
 // loopback until its standard input ends. Prints the port.
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -13,29 +13,24 @@
 
 #include "frame/error.h"
 #include "frame/result_sink.h"
-#include "tests/com/ado/wire.h"
+#include "host/value_text.h"
+#include "tests/com/helper/wire.h"
 #include "tsql/database.h"
 
 namespace ledgerwick::com::testing {
 namespace {
 
-std::string Digits(double number) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.17g", number);
-  return text;
-}
-
 // A value with a letter for its kind.
 std::string Encode(const Value& value, ColumnKind kind) {
   if (value.IsNull() || value.IsEmpty()) return "n";
-  if (const auto* date = value.If<Date>()) return 't' + Digits(date->serial);
-  if (const auto* number = value.If<double>()) return 'd' + Digits(*number);
-  if (kind == ColumnKind::Decimal) return 'd' + Digits(ToNumber(value));
+  if (const auto* date = value.If<Date>()) return 't' + ShortestNumber(date->serial);
+  if (const auto* number = value.If<double>()) return 'd' + ShortestNumber(*number);
+  if (kind == ColumnKind::Decimal) return 'd' + ToUtf8(value.ToText());
   const char letter = kind == ColumnKind::Boolean ? 'b' : value.If<std::int64_t>() ? 'i' : 's';
   return letter + ToUtf8(value.ToText());
 }
 
-// The first result: a row of names, then the rows.
+// A query's result: a row of names, then the rows.
 class EncodingSink final : public ResultSink {
  public:
   void Columns(std::span<const ResultColumn> columns) override {
@@ -50,25 +45,20 @@ class EncodingSink final : public ResultSink {
     for (std::size_t i = 0; i < values.size(); ++i) Add(Encode(values[i], kinds_[i]));
     EndRow();
   }
-  void EndRows(std::int64_t) override { complete_ = true; }
+  void EndRows(std::int64_t) override {}
   void RowsAffected(std::int64_t) override {}
   void Message(const Text&) override {}
 
   std::string text;
 
  private:
-  void Add(const std::string& field) {
-    if (!complete_) text += field + kFieldEnd;
-  }
-  void EndRow() {
-    if (!complete_) text += kRowEnd;
-  }
+  void Add(const std::string& field) { text += field + kFieldEnd; }
+  void EndRow() { text += kRowEnd; }
 
   std::vector<ColumnKind> kinds_;
-  bool complete_ = false;
 };
 
-// One connection of the stand-in.
+// One connection of the double.
 class Session {
  public:
   std::string Answer(const std::string& request) {
@@ -82,17 +72,18 @@ class Session {
 
  private:
   std::string Perform(char operation, const std::string& text) {
+    // As ADO refuses them.
+    if (operation == 'O' && database_) throw DatabaseError(3705, u"ADODB", u"open already");
+    if (operation != 'O' && !database_) throw DatabaseError(3704, u"ADODB", u"closed");
+    EncodingSink sink;
     if (operation == 'O') {
       database_ = tsql::Database::Open(text);
-      return {};
-    }
-    if (operation == 'C') {
+    } else if (operation == 'C') {
       database_.reset();
-      return {};
+    } else {
+      database_->Run(FromUtf8(text), sink);
     }
-    EncodingSink sink;
-    database_->Run(FromUtf8(text), sink);
-    return operation == 'Q' ? sink.text : "";
+    return sink.text;
   }
 
   std::unique_ptr<tsql::Database> database_;
@@ -100,14 +91,13 @@ class Session {
 
 void Serve(int socket) {
   Session session;
-  std::string request;
-  const auto read_all = [socket](char* buffer, std::size_t size) {
-    return recv(socket, buffer, size, MSG_WAITALL) == static_cast<ssize_t>(size);
+  const auto receive = [socket](char* buffer, std::size_t size) {
+    return recv(socket, buffer, size, 0);
   };
-  while (ReadFrame(read_all, request)) {
-    const std::string answer = Frame(session.Answer(request));
-    for (std::size_t sent = 0; sent < answer.size();) {
-      const ssize_t n = send(socket, answer.data() + sent, answer.size() - sent, MSG_NOSIGNAL);
+  for (std::string request; !(request = ReadMessage(receive)).empty();) {
+    const std::string answer = session.Answer(request);
+    for (std::size_t sent = 0; sent <= answer.size();) {  // with the null behind it
+      const ssize_t n = send(socket, answer.c_str() + sent, answer.size() + 1 - sent, MSG_NOSIGNAL);
       if (n <= 0) break;
       sent += static_cast<std::size_t>(n);
     }
@@ -138,13 +128,10 @@ int main() {
   using namespace ledgerwick::com::testing;
   const int listener = Listen();
   if (listener < 0) return 1;
-  std::thread([listener] {
-    while (true) {
-      const int connection = accept(listener, nullptr, nullptr);
-      if (connection >= 0) std::thread(Serve, connection).detach();
+  std::thread([] {
+    while (std::cin.get() != std::istream::traits_type::eof()) {
     }
+    std::_Exit(0);  // the listener waits for ever
   }).detach();
-  while (std::cin.get() != std::istream::traits_type::eof()) {
-  }
-  std::_Exit(0);  // the listener waits for ever
+  while (true) std::thread(Serve, accept(listener, nullptr, nullptr)).detach();
 }
