@@ -30,8 +30,10 @@ void Allowance::FailCancelled() { throw errors::Cancelled(); }
 void Allowance::FailMemory() { throw errors::OutOfMemory(); }
 
 std::pmr::memory_resource* ChargedMemory() noexcept {
-  static Charged memory;
-  return &memory;
+  // Never destroyed: a database may live until the process ends, behind every static object.
+  alignas(Charged) static std::byte storage[sizeof(Charged)];
+  static Charged* const memory = ::new (storage) Charged;
+  return memory;
 }
 
 }  // namespace ledgerwick::tsql

@@ -299,6 +299,9 @@ void* operator new(std::size_t size) {
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return Fails(Call::Memory) ? nullptr : std::malloc(size);
+}
 // Not inlined: the compiler would take free for the wrong partner of operator new.
 __attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
 __attribute__((noinline)) void operator delete(void* memory, std::size_t) noexcept {
