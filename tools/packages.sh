@@ -33,6 +33,8 @@ BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libboost-dev libcli11-dev n
 TEST_PACKAGES=(doctest-dev clang-format git)
 # What makes a bare machine to try the first commands on (tools/bare).
 BARE_PACKAGES=(debootstrap git)
+# What fuzz targets are built with (fuzz/run).
+FUZZ_PACKAGES=(clang libclang-rt-14-dev doctest-dev)
 # What finds faults without running anything.
 TIDY_PACKAGES=(clang-tidy)
 # What the COM server is cross-built and tested with.

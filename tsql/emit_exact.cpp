@@ -7,8 +7,6 @@
 namespace ledgerwick::tsql {
 namespace {
 
-constexpr int kMostIntegerDigits = 18;
-
 // True for a value that the storage keeps as an integer that has at most 18 digits.
 bool IsShort(const Type& type) noexcept {
   if (type.kind == TypeKind::BigInt || type.kind == TypeKind::Money) return false;
