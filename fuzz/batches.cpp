@@ -7,6 +7,7 @@
 #include <string>
 
 #include "frame/error.h"
+#include "frame/null_sink.h"
 #include "fuzz/target.h"
 #include "tsql/characters.h"
 #include "tsql/database.h"
@@ -15,15 +16,6 @@ namespace {
 
 using namespace ledgerwick;
 namespace fs = std::filesystem;
-
-class NoSink final : public ResultSink {
- public:
-  void Columns(std::span<const ResultColumn>) override {}
-  void Row(std::span<const Value>) override {}
-  void EndRows(std::int64_t) override {}
-  void RowsAffected(std::int64_t) override {}
-  void Message(const Text&) override {}
-};
 
 constexpr std::u16string_view kSetUp[] = {
     u"CREATE TABLE t (a int PRIMARY KEY, b varchar(10), c decimal(18,4), d datetime, e float, f "
@@ -79,7 +71,7 @@ class Bench {
     constexpr std::int32_t kInternal = 8624;
     cancel_ = false;
     calls_ = 0;
-    NoSink sink;
+    NullSink sink;
     try {
       database_->Run(batch, sink);
     } catch (const DatabaseError& error) {

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "frame/result_sink.h"
+#include "frame/null_sink.h"
 #include "frame/text.h"
 #include "sample/file_swap.h"
 #include "sample/tables.h"
@@ -18,16 +18,6 @@ namespace ledgerwick {
 namespace {
 
 constexpr std::int64_t kLinesBetweenReports = 1024;
-
-// The scripts yield no results.
-class NoResults : public ResultSink {
- public:
-  void Columns(std::span<const ResultColumn>) override {}
-  void Row(std::span<const Value>) override {}
-  void EndRows(std::int64_t) override {}
-  void RowsAffected(std::int64_t) override {}
-  void Message(const Text&) override {}
-};
 
 void CheckCancelled(const SampleOptions& options) {
   if (options.cancel != nullptr && options.cancel->load()) {
@@ -79,7 +69,7 @@ class SampleWriter {
 
  private:
   void RunScript(std::string_view name) {
-    NoResults sink;
+    NullSink sink;  // the scripts yield no results
     for (std::string_view batch : tsql::SplitBatches(sample_files::Find(name))) {
       database_.Run(FromUtf8(batch), sink);
     }

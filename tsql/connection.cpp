@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "frame/error.h"
+#include "frame/null_sink.h"
 #include "frame/result_sink.h"
 
 namespace ledgerwick::tsql {
@@ -24,14 +25,9 @@ DatabaseError Closed() {
 }
 
 // Passes everything over: an Execute whose rows nobody reads.
-class NullSink final : public ResultSink {
+class UnreadRows final : public NullSink {
  public:
-  void Columns(std::span<const ResultColumn>) override {}
   bool WantsRow() override { return false; }
-  void Row(std::span<const Value>) override {}
-  void EndRows(std::int64_t) override {}
-  void RowsAffected(std::int64_t) override {}
-  void Message(const Text&) override {}
 };
 
 // A client-side recordset: all rows, with a filter.
@@ -210,7 +206,7 @@ class Embedded final : public EmbeddedConnection {
   }
 
   void Execute(const Text& sql, std::int32_t) override {
-    NullSink sink;
+    UnreadRows sink;
     database().Run(sql, sink);
   }
 

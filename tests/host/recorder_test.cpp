@@ -7,12 +7,12 @@
 #include <nlohmann/json.hpp>
 
 #include "frame/error.h"
+#include "frame/null_sink.h"
 #include "frame/report_provider.h"
 #include "host/canned_recordset.h"
 #include "host/runner.h"
 #include "host/trace.h"
 #include "host/watched_connection.h"
-#include "tests/no_sink.h"
 
 namespace ledgerwick {
 namespace {
@@ -256,7 +256,7 @@ TEST_CASE("the runner holds the table from before the filling until it is read")
     if (!built) request.fail_at = PlannedFailure{3, -5, u"kept"};
     FakeDatabase database(request);
     EventListener listener(database.events);
-    testing::NoSink sink;
+    NullSink sink;
     CHECK(RunReport(request, database, listener, sink) == built);
     return database.events;
   };

@@ -53,8 +53,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using testing::NoSink;
-
 constexpr std::int32_t kNoMemory = 701;
 
 // A database of its own.
@@ -126,7 +124,7 @@ void CheckUnharmed(Fixture& fixture) {
 
 // Runs the batch with the allocation `n` failing. Returns its error.
 std::int32_t RunFailing(Fixture& fixture, TextView sql, std::int64_t n, bool for_good) {
-  NoSink sink;
+  NullSink sink;
   std::int32_t number = 0;
   fails_for_good = for_good;
   has_failed = false;
@@ -225,7 +223,7 @@ TEST_CASE("what is being read, bound or prepared stops when it is cancelled") {
 
 TEST_CASE("what a sink or a callback throws leaves as it is, and the transaction is taken back") {
   struct Own {};
-  class Thrower final : public NoSink {
+  class Thrower final : public NullSink {
     void Row(std::span<const Value>) override { throw Own(); }
   };
   Fixture fixture;
@@ -240,7 +238,7 @@ TEST_CASE("what a sink or a callback throws leaves as it is, and the transaction
   };
   fixture.Reopen(options);
   throws = true;
-  NoSink quiet;
+  NullSink quiet;
   for (const TextView batch :
        {TextView(u"BEGIN TRAN DELETE FROM d WHILE 1 = 1 PRINT 'x'"),
         TextView(u"BEGIN TRAN DELETE FROM d SELECT COUNT(*) FROM sysobjects a, sysobjects b, "

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "frame/error.h"
+#include "frame/null_sink.h"
 #include "sample/sample.h"
-#include "tests/no_sink.h"
 #include "tests/temporary_folder.h"
 #include "tsql/connection.h"
 
@@ -158,7 +158,7 @@ TEST_CASE("equal seeds make equal files, other seeds others") {
 
 // The results that a report has left in the tempdb of `path`.
 void FillTempdb(const fs::path& path) {
-  testing::NoSink sink;
+  NullSink sink;
   tsql::Database::Open(path)->Run(u"SELECT 1 AS x INTO tempdb..old_results", sink);
 }
 
@@ -184,7 +184,7 @@ TEST_CASE(
   const fs::path log = scratch / "sample.db-wal";
   {
     const auto killed = tsql::Database::Open(path);
-    testing::NoSink sink;
+    NullSink sink;
     killed->Run(u"UPDATE Inventory SET cInvName = 'in the log'", sink);
     fs::copy_file(log, scratch / "kept");
   }

@@ -11,13 +11,12 @@
 #include <string>
 
 #include "frame/error.h"
-#include "tests/no_sink.h"
+#include "frame/null_sink.h"
 #include "tests/temporary_folder.h"
 #include "tsql/connection.h"
 
 namespace ledgerwick::tsql::testing {
 
-using ledgerwick::testing::NoSink;
 using ledgerwick::testing::TemporaryFolder;
 
 class ScratchDatabase {
@@ -77,7 +76,7 @@ struct Ending {
   int line = 0;
 };
 inline Ending EndingOf(Database& database, TextView batch) {
-  NoSink sink;
+  NullSink sink;
   try {
     database.Run(batch, sink);
     return {};

@@ -3,9 +3,10 @@
 
 #include "frame/result_sink.h"
 
-namespace ledgerwick::testing {
+namespace ledgerwick {
 
-class NoSink : public ResultSink {
+// Takes every row and passes everything over.
+class NullSink : public ResultSink {
  public:
   void Columns(std::span<const ResultColumn>) override {}
   void Row(std::span<const Value>) override {}
@@ -14,4 +15,4 @@ class NoSink : public ResultSink {
   void Message(const Text&) override {}
 };
 
-}  // namespace ledgerwick::testing
+}  // namespace ledgerwick
