@@ -20,7 +20,7 @@
 #include "host/request.h"
 #include "sample/sample.h"
 #include "tsql/connection.h"
-#include "tsql/storage.h"
+#include "tsql/storage/storage.h"
 
 namespace {
 

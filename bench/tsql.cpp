@@ -16,8 +16,8 @@
 #include "host/recorder.h"
 #include "host/trace.h"
 #include "sample/sample.h"
-#include "tsql/compile.h"
-#include "tsql/storage.h"
+#include "tsql/compile/compile.h"
+#include "tsql/storage/storage.h"
 
 namespace {
 

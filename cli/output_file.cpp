@@ -8,7 +8,7 @@
 #include <system_error>
 
 #include "host/result_writer.h"
-#include "tsql/database_lock.h"
+#include "tsql/storage/database_lock.h"
 
 namespace ledgerwick {
 namespace {

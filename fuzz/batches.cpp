@@ -9,7 +9,7 @@
 #include "frame/error.h"
 #include "frame/null_sink.h"
 #include "fuzz/target.h"
-#include "tsql/characters.h"
+#include "tsql/base/characters.h"
 #include "tsql/database.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "tsql/errors.h"
+#include "tsql/base/errors.h"
 
 // One input. The fuzzer calls it as often as it can, the replay driver once for each known input.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -7,14 +7,14 @@
 #include <string_view>
 
 #include "fuzz/target.h"
-#include "tsql/characters.h"
-#include "tsql/collation.h"
-#include "tsql/convert.h"
-#include "tsql/datetime.h"
-#include "tsql/errors.h"
-#include "tsql/format_message.h"
-#include "tsql/like.h"
-#include "tsql/types.h"
+#include "tsql/base/characters.h"
+#include "tsql/base/errors.h"
+#include "tsql/base/types.h"
+#include "tsql/values/collation.h"
+#include "tsql/values/convert.h"
+#include "tsql/values/datetime.h"
+#include "tsql/values/format_message.h"
+#include "tsql/values/like.h"
 
 namespace {
 

@@ -17,10 +17,10 @@
 #include <utility>
 #include <vector>
 
-#include "tsql/database_files.h"
-#include "tsql/errors.h"
-#include "tsql/sqlite.h"
-#include "tsql/storage_error.h"
+#include "tsql/base/errors.h"
+#include "tsql/storage/database_files.h"
+#include "tsql/storage/sqlite.h"
+#include "tsql/storage/storage_error.h"
 
 namespace ledgerwick::sample {
 namespace {

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <memory>
 
-#include "tsql/database_lock.h"
-#include "tsql/fair_lock.h"
+#include "tsql/storage/database_lock.h"
+#include "tsql/storage/fair_lock.h"
 
 namespace ledgerwick::sample {
 

@@ -10,8 +10,8 @@
 #include "sample/voucher_generator.h"
 #include "sample/voucher_rows.h"
 #include "sample_files.h"
+#include "tsql/base/errors.h"
 #include "tsql/database.h"
-#include "tsql/errors.h"
 #include "tsql/script.h"
 
 namespace ledgerwick {

@@ -1,12 +1,12 @@
 #include "tsql/bulk_loader.h"
-#include "tsql/functions.h"
+#include "tsql/storage/register_functions.h"
 
 #include <vector>
 
-#include "tsql/border.h"
-#include "tsql/convert.h"
-#include "tsql/datetime.h"
-#include "tsql/errors.h"
+#include "tsql/base/border.h"
+#include "tsql/base/errors.h"
+#include "tsql/values/convert.h"
+#include "tsql/values/datetime.h"
 
 namespace ledgerwick::tsql {
 namespace {

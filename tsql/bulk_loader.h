@@ -4,9 +4,9 @@
 #include <memory>
 #include <span>
 
-#include "tsql/catalogue.h"
 #include "tsql/database.h"
-#include "tsql/storage.h"
+#include "tsql/storage/catalogue.h"
+#include "tsql/storage/storage.h"
 
 namespace ledgerwick::tsql {
 

@@ -1,12 +1,12 @@
 #include "tsql/database.h"
 
-#include "tsql/allowance.h"
-#include "tsql/border.h"
+#include "tsql/base/allowance.h"
+#include "tsql/base/border.h"
+#include "tsql/base/errors.h"
 #include "tsql/bulk_loader.h"
-#include "tsql/catalogue.h"
-#include "tsql/errors.h"
-#include "tsql/interpreter.h"
-#include "tsql/storage.h"
+#include "tsql/run/interpreter.h"
+#include "tsql/storage/catalogue.h"
+#include "tsql/storage/storage.h"
 #include "tsql/table_lease.h"
 
 namespace ledgerwick::tsql {

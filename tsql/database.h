@@ -2,8 +2,6 @@
 // second file beside it, shared by every connection and process.
 #pragma once
 
-#include <atomic>
-#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -12,39 +10,9 @@
 #include "frame/result_sink.h"
 #include "frame/text.h"
 #include "frame/value.h"
-#include "tsql/planning.h"
+#include "tsql/base/options.h"
 
 namespace ledgerwick::tsql {
-
-struct DatabaseOptions {
-  // Makes a new, empty database; the file must not exist. Otherwise the file must exist.
-  bool create = false;
-
-  // Of a new database: the file whose mode and owner its files get, where there is one; empty for
-  // those that the process gives.
-  std::filesystem::path rights_of;
-
-  // How long a statement waits for another that writes, before it fails: since it began to wait or
-  // the writer last changed.
-  std::chrono::milliseconds lock_wait = std::chrono::seconds(60);
-
-  // When it turns true, the running statement stops, leaves nothing half done and fails. May be
-  // set from a signal handler. Outlives the database.
-  const std::atomic<bool>* cancel = nullptr;
-
-  // Called every so often while a statement runs; may be empty.
-  std::function<void()> progress;
-
-  // Told in a sentence what opening the database has mended; may be empty.
-  std::function<void(const Text& text)> note;
-
-  // The bytes that a batch may use while it is prepared and run, SQLite's share and the pages that
-  // it reads included; 0 for no limit. Beyond it the statement fails with 701 and the batch ends.
-  std::int64_t memory_limit = std::int64_t{1} << 30;
-
-  // How freely queries are rewritten.
-  Planning planning = Planning::Usual;
-};
 
 // Fills a table with rows at the speed of the storage. Every row goes in or none: a loader that is
 // destroyed before Finish takes its rows back.
@@ -69,9 +37,6 @@ class TableLease {
 // but what a sink or a callback of the caller's throws itself; the connection stays usable.
 class Database : public BatchRunner {
  public:
-  // The file beside `path` that holds its tempdb.
-  static std::filesystem::path TempdbPath(const std::filesystem::path& path);
-
   // Opens or creates the database at `path`. The error says which file could not be opened and why:
   // it is missing, unreadable, no database, or in a directory without write permission.
   static std::unique_ptr<Database> Open(const std::filesystem::path& path,

@@ -1,7 +1,7 @@
 #include "tsql/table_lease.h"
 
-#include "tsql/database_lock.h"
-#include "tsql/fair_lock.h"
+#include "tsql/storage/database_lock.h"
+#include "tsql/storage/fair_lock.h"
 
 namespace ledgerwick::tsql {
 namespace {

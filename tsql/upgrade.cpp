@@ -9,13 +9,13 @@
 #include <utility>
 #include <vector>
 
-#include "tsql/convert.h"
-#include "tsql/database_files.h"
-#include "tsql/database_lock.h"
-#include "tsql/emitter.h"
-#include "tsql/errors.h"
-#include "tsql/function_table.h"
-#include "tsql/sqlite.h"
+#include "tsql/base/errors.h"
+#include "tsql/emit/emitter.h"
+#include "tsql/storage/aggregates.h"
+#include "tsql/storage/database_files.h"
+#include "tsql/storage/database_lock.h"
+#include "tsql/storage/sqlite.h"
+#include "tsql/values/convert.h"
 
 namespace ledgerwick::tsql {
 namespace {

@@ -8,9 +8,9 @@
 
 #include "tests/tsql/scratch_database.h"
 #include "tests/tsql/sql_error.h"
-#include "tsql/allowance.h"
-#include "tsql/compile.h"
-#include "tsql/storage.h"
+#include "tsql/base/allowance.h"
+#include "tsql/compile/compile.h"
+#include "tsql/storage/storage.h"
 
 namespace {
 

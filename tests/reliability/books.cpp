@@ -13,8 +13,8 @@
 
 #include "frame/error.h"
 #include "sample/sample.h"
-#include "tsql/functions.h"
-#include "tsql/sqlite.h"
+#include "tsql/storage/register_functions.h"
+#include "tsql/storage/sqlite.h"
 
 namespace ledgerwick::reliability {
 namespace {

@@ -1,4 +1,4 @@
-#include "tsql/collation.h"
+#include "tsql/values/collation.h"
 
 #include <doctest/doctest.h>
 

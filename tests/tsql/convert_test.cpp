@@ -1,4 +1,4 @@
-#include "tsql/convert.h"
+#include "tsql/values/convert.h"
 
 #include <doctest/doctest.h>
 

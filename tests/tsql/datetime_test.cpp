@@ -1,4 +1,4 @@
-#include "tsql/datetime.h"
+#include "tsql/values/datetime.h"
 
 #include <doctest/doctest.h>
 

@@ -1,5 +1,5 @@
 // Exact numbers against Boost's integers of any length, which know nothing of how they are kept.
-#include "tsql/exact.h"
+#include "tsql/values/exact.h"
 
 #include <doctest/doctest.h>
 
@@ -11,7 +11,7 @@
 
 #include "frame/result_sink.h"
 #include "tests/tsql/sql_error.h"
-#include "tsql/binder.h"
+#include "tsql/binder/binder.h"
 #include "tsql/database.h"
 
 namespace ledgerwick::tsql {

@@ -1,4 +1,4 @@
-#include "tsql/group_table.h"
+#include "tsql/storage/group_table.h"
 
 #include <doctest/doctest.h>
 

@@ -1,4 +1,4 @@
-#include "tsql/like.h"
+#include "tsql/values/like.h"
 
 #include <doctest/doctest.h>
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "tests/tsql/scratch_database.h"
-#include "tsql/database_lock.h"
-#include "tsql/errors.h"
-#include "tsql/fair_lock.h"
+#include "tsql/base/errors.h"
+#include "tsql/storage/database_lock.h"
+#include "tsql/storage/fair_lock.h"
 
 namespace ledgerwick::tsql {
 namespace {

@@ -2,9 +2,9 @@
 #include <string>
 
 #include "tests/tsql/scratch_database.h"
-#include "tsql/catalogue.h"
-#include "tsql/compile.h"
-#include "tsql/storage.h"
+#include "tsql/compile/compile.h"
+#include "tsql/storage/catalogue.h"
+#include "tsql/storage/storage.h"
 
 namespace ledgerwick::tsql {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tsql/errors.h"
+#include "tsql/base/errors.h"
 
 namespace ledgerwick::tsql {
 

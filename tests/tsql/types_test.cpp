@@ -1,9 +1,9 @@
-#include "tsql/types.h"
+#include "tsql/base/types.h"
 
 #include <doctest/doctest.h>
 
-#include "tsql/convert.h"
-#include "tsql/errors.h"
+#include "tsql/base/errors.h"
+#include "tsql/values/convert.h"
 
 namespace ledgerwick::tsql {
 namespace {

@@ -10,9 +10,9 @@
 #include <iterator>
 
 #include "frame/error.h"
-#include "tsql/catalogue.h"
-#include "tsql/functions.h"
-#include "tsql/sqlite.h"
+#include "tsql/storage/catalogue.h"
+#include "tsql/storage/register_functions.h"
+#include "tsql/storage/sqlite.h"
 
 namespace ledgerwick::tsql {
 namespace {

@@ -1,0 +1,55 @@
+// Memory for one batch's syntax tree, freed as a whole.
+#pragma once
+
+#include <algorithm>
+#include <memory_resource>
+#include <new>
+#include <span>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "frame/text.h"
+#include "tsql/base/allowance.h"
+
+namespace ledgerwick::tsql {
+
+// Owns what it makes until it dies; what it makes needs no destructor. Its memory is charged to the
+// batch that runs: each member throws SqlError 701 beyond its allowance.
+class Arena {
+ public:
+  // A T made from `arguments`, valid as long as the arena.
+  template <typename T, typename... Arguments>
+  T* Make(Arguments&&... arguments) {
+    static_assert(std::is_trivially_destructible_v<T>);
+    return ::new (memory_.allocate(sizeof(T), alignof(T))) T{std::forward<Arguments>(arguments)...};
+  }
+
+  // A copy of `items`, valid as long as the arena.
+  template <typename T>
+  std::span<T> Copy(std::span<const T> items) {
+    static_assert(std::is_trivially_destructible_v<T>);
+    if (items.empty()) return {};
+    T* copy = static_cast<T*>(memory_.allocate(items.size() * sizeof(T), alignof(T)));
+    std::uninitialized_copy(items.begin(), items.end(), copy);
+    return {copy, items.size()};
+  }
+  template <typename T>
+  std::span<T> Copy(const std::vector<T>& items) {
+    return Copy(std::span<const T>(items));
+  }
+
+  // A copy of `text`, valid as long as the arena.
+  TextView Copy(TextView text) {
+    if (text.empty()) return {};
+    auto* copy =
+        static_cast<char16_t*>(memory_.allocate(text.size() * sizeof(char16_t), alignof(char16_t)));
+    std::copy(text.begin(), text.end(), copy);
+    return {copy, text.size()};
+  }
+
+ private:
+  std::pmr::monotonic_buffer_resource memory_{std::size_t{64} * 1024, ChargedMemory()};
+};
+
+}  // namespace ledgerwick::tsql

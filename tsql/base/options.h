@@ -1,0 +1,45 @@
+// What an embedded database is opened with.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+
+#include "frame/text.h"
+#include "tsql/base/planning.h"
+
+namespace ledgerwick::tsql {
+
+struct DatabaseOptions {
+  // Makes a new, empty database; the file must not exist. Otherwise the file must exist.
+  bool create = false;
+
+  // Of a new database: the file whose mode and owner its files get, where there is one; empty for
+  // those that the process gives.
+  std::filesystem::path rights_of;
+
+  // How long a statement waits for another that writes, before it fails: since it began to wait or
+  // the writer last changed.
+  std::chrono::milliseconds lock_wait = std::chrono::seconds(60);
+
+  // When it turns true, the running statement stops, leaves nothing half done and fails. May be
+  // set from a signal handler. Outlives the database.
+  const std::atomic<bool>* cancel = nullptr;
+
+  // Called every so often while a statement runs; may be empty.
+  std::function<void()> progress;
+
+  // Told in a sentence what opening the database has mended; may be empty.
+  std::function<void(const Text& text)> note;
+
+  // The bytes that a batch may use while it is prepared and run, SQLite's share and the pages that
+  // it reads included; 0 for no limit. Beyond it the statement fails with 701 and the batch ends.
+  std::int64_t memory_limit = std::int64_t{1} << 30;
+
+  // How freely queries are rewritten.
+  Planning planning = Planning::Usual;
+};
+
+}  // namespace ledgerwick::tsql

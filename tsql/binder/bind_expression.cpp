@@ -1,0 +1,484 @@
+// Binding of expressions: what names stand for, which type a value has, where conversions go.
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include "tsql/binder/binder.h"
+#include "tsql/syntax/lexer.h"
+#include "tsql/values/convert.h"
+#include "tsql/values/datetime.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+TextView OperatorName(ExprKind kind) noexcept {
+  switch (kind) {
+    case ExprKind::Add:
+      return u"add";
+    case ExprKind::Subtract:
+      return u"subtract";
+    case ExprKind::Multiply:
+      return u"multiply";
+    case ExprKind::Divide:
+      return u"divide";
+    case ExprKind::Modulo:
+      return u"modulo";
+    case ExprKind::BitAnd:
+      return u"'&'";
+    case ExprKind::BitOr:
+      return u"'|'";
+    default:
+      return u"'^'";
+  }
+}
+
+Text QualifiedName(const Expr& column) {
+  Text name;
+  for (const Name& part :
+       {column.qualifier.database, column.qualifier.schema, column.qualifier.object}) {
+    if (!part.text.empty() || !name.empty()) name.append(part.text) += u'.';
+  }
+  return name.append(column.text);
+}
+
+bool IsLiteral(const Expr& expr) noexcept {
+  return expr.kind == ExprKind::Integer || expr.kind == ExprKind::Number ||
+         expr.kind == ExprKind::String;
+}
+
+Text Widened(std::int64_t number) {
+  const std::string digits = std::to_string(number);
+  return {digits.begin(), digits.end()};
+}
+
+// The type with which `operand` meets `other` in arithmetic: a whole-number literal beside a
+// decimal has the digits that it is written with, not those of an int.
+Type OperandType(const Expr& operand, const Expr& other) {
+  if (operand.kind != ExprKind::Integer || other.type.kind != TypeKind::Decimal) {
+    return operand.type;
+  }
+  Type type = MakeType(TypeKind::Decimal);
+  type.precision = static_cast<std::uint8_t>(std::to_string(operand.integer).size());
+  type.nullable = false;
+  return type;
+}
+
+}  // namespace
+
+Position Binder::PositionOf_(std::uint32_t offset) const noexcept {
+  return in_view_ ? Position{} : PositionOf(batch_, offset);
+}
+
+void Binder::BindCondition(Expr& condition) {
+  Scope scope;
+  BindPredicate(condition, scope);
+}
+
+Type Binder::TypeOf(Expr*& value) {
+  Scope scope;
+  value = Bind(value, scope);
+  return value->type;
+}
+
+Expr* Binder::BindValue(Expr* value, Type target, Conversion conversion) {
+  Scope scope;
+  return Coerce(Bind(value, scope), target, conversion);
+}
+
+void Binder::BindPredicate(Expr& expr, Scope& scope) {
+  const Nesting nesting;
+  switch (expr.kind) {
+    case ExprKind::And:
+    case ExprKind::Or:
+    case ExprKind::Not:
+      for (Expr* arg : expr.args) {
+        BindPredicate(*arg, scope);
+        expr.has_aggregate |= arg->has_aggregate;
+      }
+      return;
+    case ExprKind::IsNull:
+      BindArguments(expr, scope);
+      return;
+    case ExprKind::Exists:
+      BindQueryIn(*expr.query, &scope, true);
+      return;
+    case ExprKind::InQuery:
+      BindInQuery(expr, scope);
+      return;
+    default:
+      BindCompare(expr, scope);
+  }
+}
+
+void Binder::BindArguments(Expr& expr, Scope& scope) {
+  for (Expr*& arg : expr.args) {
+    arg = Bind(arg, scope);
+    expr.has_aggregate |= arg->has_aggregate;
+  }
+}
+
+// Comparisons, LIKE, BETWEEN and IN lists: every operand meets the first in one type.
+void Binder::BindCompare(Expr& expr, Scope& scope) {
+  BindArguments(expr, scope);
+  if (expr.kind == ExprKind::Like) {
+    for (Expr*& arg : expr.args) {
+      if (!IsText(arg->type.kind)) arg = Coerce(arg, MakeType(TypeKind::VarChar, 8000));
+    }
+    return;
+  }
+  Type common;
+  for (const Expr* arg : expr.args) common = ComparisonType(common, arg->type);
+  if (common.kind == TypeKind::Null) return;  // NULL = NULL
+  if (IsExactFraction(common.kind) && BringLiterals(expr.args)) return;
+  for (Expr*& arg : expr.args) {
+    // Integers and floats compare as they are stored; others have units or a precision of their
+    // own.
+    if (IsNumber(common.kind) && IsNumber(arg->type.kind) && !IsExactFraction(common.kind) &&
+        !IsExactFraction(arg->type.kind) && common.kind != TypeKind::Real) {
+      continue;
+    }
+    if (IsText(common.kind) && IsText(arg->type.kind)) continue;
+    if (IsDate(common.kind) && IsDate(arg->type.kind)) continue;
+    arg = Coerce(arg, common);
+  }
+}
+
+void Binder::BindInQuery(Expr& expr, Scope& scope) {
+  BindArguments(expr, scope);
+  BindQueryIn(*expr.query, &scope, true);
+  if (expr.query->types.size() != 1) throw errors::OneExpressionInSubquery(At(expr.offset));
+  const Type common = ComparisonType(expr.args[0]->type, expr.query->types[0]);
+  if (!IsText(common.kind) || !IsText(expr.args[0]->type.kind)) {
+    expr.args[0] = Coerce(expr.args[0], common);
+  }
+  for (Select* select : expr.query->selects) {
+    Expr*& item = select->items[0].expr;
+    if (!IsText(common.kind) || !IsText(item->type.kind)) item = Coerce(item, common);
+  }
+}
+
+Expr* Binder::Bind(Expr* expr, Scope& scope) {
+  const Nesting nesting;
+  switch (expr->kind) {
+    case ExprKind::Null:
+      return expr;
+    case ExprKind::Integer:
+    case ExprKind::Number:
+    case ExprKind::String:
+      if (expr->kind == ExprKind::Number) CheckRange(*expr);
+      if (expr->type.kind == TypeKind::Null) {
+        if (expr->kind == ExprKind::Number) CheckRange(*expr);
+        expr->type = LiteralType(*expr);
+      }
+      return expr;
+    case ExprKind::Column:
+      return BindColumn(expr, scope);
+    case ExprKind::Variable:
+      return expr;
+    case ExprKind::Case:
+      return BindCase(expr, scope);
+    case ExprKind::Convert:
+      return BindConvert(expr, scope);
+    case ExprKind::Function:
+      return BindFunction(expr, scope);
+    case ExprKind::Scalar:
+      return BindScalar(expr, scope);
+    case ExprKind::Star:
+      throw errors::IncorrectSyntax(u"*", At(expr->offset));
+    default:
+      return BindArithmetic(expr, scope);
+  }
+}
+
+void Binder::CheckRange(const Expr& number) const {
+  const std::string text(number.text.begin(), number.text.end());
+  const std::size_t e = text.find_first_of("eE");
+  if (e != std::string::npos) {
+    double value = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (result.ec != std::errc::result_out_of_range) return;
+    try {
+      ParseFloat(number.text, "");
+    } catch (const SqlError&) {
+      throw errors::FloatOutOfRange(number.text, At(number.offset));
+    }
+    return;
+  }
+  const std::size_t first = std::min(text.find_first_not_of('0'), text.size());
+  const auto digits = std::count_if(text.begin() + static_cast<std::ptrdiff_t>(first), text.end(),
+                                    [](char c) { return c != '.'; });
+  if (digits > kMostDigits) throw errors::NumberOutOfRange(number.text, At(number.offset));
+}
+
+bool Binder::QualifierMatches(const Source& source, const ObjectName& qualifier) const {
+  if (!EqualText(source.exposed, qualifier.object.text)) return false;
+  if (qualifier.schema.text.empty() && qualifier.database.text.empty()) return true;
+  if (source.aliased) return false;
+  const auto database = catalogue_.FindDatabase(qualifier.database.text, qualifier.object.text);
+  return qualifier.database.text.empty() || (database && *database == source.database);
+}
+
+Source* Binder::ResolveColumn(const Expr& expr, Scope& scope, std::int32_t& column) {
+  const bool qualified = !expr.qualifier.object.text.empty();
+  Source* found = nullptr;
+  for (std::size_t i = scope.first_visible; i < scope.sources.size(); ++i) {
+    Source* source = scope.sources[i];
+    if (qualified && !QualifierMatches(*source, expr.qualifier)) continue;
+    const std::int32_t index = source->Find(expr.text);
+    if (index == -1 && qualified) throw errors::InvalidColumn(expr.text, At(expr.offset));
+    if (index == -1) continue;
+    if (index == -2 || found != nullptr) throw errors::AmbiguousColumn(expr.text, At(expr.offset));
+    found = source;
+    column = index;
+    if (qualified) break;
+  }
+  return found;
+}
+
+Expr* Binder::BindColumn(Expr* expr, Scope& scope) {
+  if (expr->source != nullptr) return expr;  // bound already: a column that a star stands for
+  for (Scope* at = &scope; at != nullptr; at = at->parent) {
+    std::int32_t column = 0;
+    Source* source = ResolveColumn(*expr, *at, column);
+    if (source == nullptr) continue;
+    expr->source = source;
+    expr->column = column;
+    expr->type = source->TypeOf(column);
+    if (source->may_be_missing) expr->type.nullable = true;
+    for (Scope* inner = &scope; inner != at; inner = inner->parent) {
+      inner->outer_columns.push_back(expr);
+    }
+    return expr;
+  }
+  if (!expr->qualifier.object.text.empty()) {
+    throw errors::MultiPartUnbound(QualifiedName(*expr), At(expr->offset));
+  }
+  throw errors::InvalidColumn(expr->text, At(expr->offset));
+}
+
+Expr* Binder::BindArithmetic(Expr* expr, Scope& scope) {
+  BindArguments(*expr, scope);
+  if (expr->kind == ExprKind::Negate || expr->kind == ExprKind::BitNot) {
+    const Type operand = expr->args[0]->type;
+    if (!IsNumber(operand.kind) || operand.kind == TypeKind::Bit ||
+        (expr->kind == ExprKind::BitNot && !IsInteger(operand.kind))) {
+      if (operand.kind == TypeKind::Null) return expr->args[0];
+      const TextView what = expr->kind == ExprKind::Negate ? u"minus" : u"'~'";
+      throw errors::InvalidOperand(KindText(operand.kind), what, At(expr->offset));
+    }
+    expr->type = operand;
+    if (operand.kind == TypeKind::TinyInt) expr->type.kind = TypeKind::SmallInt;
+    return expr;
+  }
+  Expr*& left = expr->args[0];
+  Expr*& right = expr->args[1];
+  const TextView what = OperatorName(expr->kind);
+  const Type common = CommonType(left->type, right->type);
+  if (common.kind == TypeKind::Null) {
+    expr->type = MakeType(TypeKind::Int);
+    return expr;
+  }
+  const bool bitwise = expr->kind >= ExprKind::BitAnd && expr->kind <= ExprKind::BitXor;
+  if (IsText(common.kind)) {
+    if (expr->kind != ExprKind::Add) {
+      throw errors::InvalidOperand(KindText(common.kind), what, At(expr->offset));
+    }
+    const std::int32_t most = IsUnicode(common.kind) ? 4000 : 8000;
+    const bool unlimited = left->type.length == kMaxLength || right->type.length == kMaxLength;
+    expr->type =
+        MakeType(IsUnicode(common.kind) ? TypeKind::NVarChar : TypeKind::VarChar,
+                 unlimited ? kMaxLength : std::min(left->type.length + right->type.length, most));
+    expr->type.nullable = common.nullable;
+    return expr;
+  }
+  if (IsDate(common.kind)) {
+    if (expr->kind != ExprKind::Add && expr->kind != ExprKind::Subtract) {
+      throw errors::IncompatibleTypes(KindText(left->type.kind), KindText(right->type.kind), what,
+                                      At(expr->offset));
+    }
+    left = Coerce(left, MakeType(TypeKind::DateTime));
+    right = Coerce(right, MakeType(TypeKind::DateTime));
+    expr->type = MakeType(TypeKind::DateTime);
+    return expr;
+  }
+  const bool whole_only = bitwise || expr->kind == ExprKind::Modulo;
+  if (common.kind == TypeKind::Bit || (whole_only && IsFloat(common.kind)) ||
+      (bitwise && !IsInteger(common.kind))) {
+    if (!bitwise || common.kind != TypeKind::Bit) {
+      throw errors::InvalidOperand(KindText(common.kind), what, At(expr->offset));
+    }
+  }
+  const auto to_number = [&](Expr* operand) {
+    return IsNumber(operand->type.kind) ? operand : Coerce(operand, common);
+  };
+  left = to_number(left);
+  right = to_number(right);
+  expr->type = ArithmeticType(expr->kind, OperandType(*left, *right), OperandType(*right, *left));
+  for (Expr** operand : {&left, &right}) {
+    if (IsFloat(expr->type.kind) && IsExactFraction((*operand)->type.kind)) {
+      *operand = Coerce(*operand, MakeType(TypeKind::Float));
+    }
+  }
+  expr->type.nullable = true;
+  return expr;
+}
+
+Expr* Binder::BindCase(Expr* expr, Scope& scope) {
+  const std::size_t first = expr->has_operand ? 1 : 0;
+  const std::size_t pairs_end = expr->args.size() - (expr->has_else ? 1 : 0);
+  if (expr->has_operand) expr->args[0] = Bind(expr->args[0], scope);
+  Type operand = expr->has_operand ? expr->args[0]->type : Type{};
+  Type result;
+  bool nullable = !expr->has_else;
+  for (std::size_t i = first; i < expr->args.size(); ++i) {
+    const bool is_when = i < pairs_end && (i - first) % 2 == 0;
+    Expr*& arg = expr->args[i];
+    if (is_when && !expr->has_operand) {
+      BindPredicate(*arg, scope);
+    } else {
+      arg = Bind(arg, scope);
+    }
+    if (is_when && expr->has_operand) operand = ComparisonType(operand, arg->type);
+    if (!is_when) {
+      nullable |= arg->kind == ExprKind::Null || arg->type.nullable;
+      result = CommonType(result, arg->type);
+    }
+  }
+  for (const Expr* arg : expr->args) expr->has_aggregate |= arg->has_aggregate;
+  if (result.kind == TypeKind::Null) throw errors::CaseOfNulls(At(expr->offset));
+  result.nullable = nullable;
+  for (std::size_t i = 0; i < expr->args.size(); ++i) {
+    const bool is_operand = expr->has_operand && i == 0;
+    const bool is_when = i < pairs_end && i >= first && (i - first) % 2 == 0;
+    if (is_operand || (is_when && expr->has_operand)) {
+      expr->args[i] = Coerce(expr->args[i], operand);
+    } else if (!is_when) {
+      expr->args[i] = Coerce(expr->args[i], result);
+    }
+  }
+  expr->type = result;
+  return expr;
+}
+
+Expr* Binder::BindScalar(Expr* expr, Scope& scope) {
+  BindQueryIn(*expr->query, &scope, true);
+  if (expr->query->types.size() != 1) throw errors::OneExpressionInSubquery(At(expr->offset));
+  expr->type = expr->query->types[0];
+  expr->type.nullable = true;
+  return expr;
+}
+
+Expr* Binder::BindConvert(Expr* expr, Scope& scope) {
+  constexpr std::int32_t kDefaultLength = 30;
+  BindArguments(*expr, scope);
+  const Type source = expr->args[0]->type;
+  Type& target = expr->type;
+  if (IsText(target.kind) && target.length == 0) target.length = kDefaultLength;
+  if (IsDate(source.kind) && (IsExactFraction(target.kind) || target.kind == TypeKind::Bit)) {
+    throw errors::ExplicitConversion(KindText(source.kind), KindText(target.kind),
+                                     At(expr->offset));
+  }
+  target.nullable = source.nullable || expr->args[0]->kind == ExprKind::Null;
+  return expr;
+}
+
+// A literal converted when the statement is compiled. A text that cannot be converted stays as it
+// is: it fails only if it is reached when the statement runs.
+Expr* Binder::FoldLiteral(Expr* expr, Type target) {
+  if (expr->kind == ExprKind::Null) {
+    expr->type = target;
+    expr->type.nullable = true;
+    return expr;
+  }
+  if (IsExactFraction(target.kind)) return FoldExact(expr, target);
+  if (!IsLiteral(*expr)) return nullptr;
+  target.nullable = false;
+  const auto folded = [&](ExprKind kind) {
+    Expr* literal = arena_.Make<Expr>(*expr);
+    literal->kind = kind;
+    literal->type = target;
+    return literal;
+  };
+  try {
+    if (expr->kind == ExprKind::String && IsDate(target.kind)) {
+      Expr* literal = folded(ExprKind::Integer);
+      literal->integer = target.kind == TypeKind::DateTime ? ParseDateTime(expr->text)
+                                                           : ParseSmallDateTime(expr->text);
+      return literal;
+    }
+    const char* source = KindName(expr->type.kind);
+    if (expr->kind == ExprKind::String && IsInteger(target.kind) && target.kind != TypeKind::Bit) {
+      Expr* literal = folded(ExprKind::Integer);
+      literal->integer = ParseInteger(expr->text, target.kind, source);
+      return literal;
+    }
+    const bool is_number = expr->kind != ExprKind::String && IsNumber(expr->type.kind);
+    if (IsFloat(target.kind) && (expr->kind == ExprKind::String || is_number)) {
+      std::array<char, 40> digits;
+      const Text text = expr->kind == ExprKind::Integer ? Widened(expr->integer) : Text(expr->text);
+      const double number = target.kind == TypeKind::Real ? ToReal(ParseFloat(text, source))
+                                                          : ParseFloat(text, source);
+      const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+      Expr* literal = folded(ExprKind::Number);
+      literal->text = arena_.Copy(Text(digits.data(), end));
+      return literal;
+    }
+    if (expr->kind == ExprKind::Integer && IsInteger(target.kind) && target.kind != TypeKind::Bit) {
+      Expr* literal = folded(ExprKind::Integer);
+      literal->integer = ToInteger(expr->integer, target.kind);
+      return literal;
+    }
+    if (expr->kind == ExprKind::Number && IsInteger(target.kind) && target.kind != TypeKind::Bit &&
+        expr->type.kind == TypeKind::Decimal) {
+      return FoldExact(expr, target);
+    }
+  } catch (const SqlError&) {
+    return nullptr;
+  }
+  return nullptr;
+}
+
+Expr* Binder::Coerce(Expr* expr, Type target, Conversion conversion) {
+  const Type& source = expr->type;
+  const bool same_kind = source.kind == target.kind && expr->kind != ExprKind::Null;
+  const bool computed =
+      !IsLiteral(*expr) && expr->kind != ExprKind::Column && expr->kind != ExprKind::Variable;
+  const bool checked = conversion == Conversion::Store && IsFloat(target.kind) && computed;
+  if (same_kind && !IsText(target.kind) && target.kind != TypeKind::Decimal && !checked) {
+    return expr;
+  }
+  if (same_kind && target.kind == TypeKind::Decimal && source.scale == target.scale &&
+      source.precision <= target.precision && IsLongDecimal(source) == IsLongDecimal(target) &&
+      target.precision <= kMostDigits) {
+    return expr;
+  }
+  if (same_kind && IsText(target.kind)) {
+    const bool padded = target.kind == TypeKind::Char || target.kind == TypeKind::NChar;
+    const bool fits = target.length == kMaxLength ||
+                      (source.length != kMaxLength && source.length <= target.length);
+    if (padded ? source.length == target.length && expr->kind != ExprKind::String : fits) {
+      return expr;
+    }
+  }
+  if (Expr* literal = FoldLiteral(expr, target)) return literal;
+  if (IsDate(source.kind) && (IsNumber(target.kind)) && conversion != Conversion::Cast) {
+    throw errors::ImplicitConversion(KindText(source.kind), KindText(target.kind),
+                                     At(expr->offset));
+  }
+  Expr* convert = arena_.Make<Expr>();
+  convert->kind = ExprKind::Convert;
+  convert->offset = expr->offset;
+  convert->length = expr->length;
+  convert->args = arena_.Copy(std::span<Expr* const>(&expr, 1));
+  convert->type = target;
+  convert->type.nullable = source.nullable;
+  convert->conversion = conversion;
+  convert->has_aggregate = expr->has_aggregate;
+  return convert;
+}
+
+void Binder::CoerceAll(std::span<Expr*> items, Type type) {
+  for (Expr*& item : items) item = Coerce(item, type);
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,110 @@
+// Arithmetic in SQLite's SQL: ranges, scales and division as the server has them.
+#include "tsql/emit/emitter.h"
+#include "tsql/plan/total_expression.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+std::string_view OperatorOf(ExprKind kind) noexcept {
+  switch (kind) {
+    case ExprKind::Add:
+      return " + ";
+    case ExprKind::Subtract:
+      return " - ";
+    case ExprKind::Multiply:
+      return " * ";
+    case ExprKind::Modulo:
+      return " % ";
+    case ExprKind::BitAnd:
+      return " & ";
+    default:
+      return " | ";
+  }
+}
+
+}  // namespace
+
+void Emitter::EmitArithmetic(const Expr& expr) {
+  if (IsExactFraction(expr.type.kind)) {
+    EmitExactArithmetic(expr);
+    return;
+  }
+  if (expr.kind == ExprKind::Negate || expr.kind == ExprKind::BitNot) {
+    // The least number has no opposite.
+    const bool checked = expr.kind == ExprKind::Negate && IsInteger(expr.type.kind) &&
+                         expr.args[0]->kind != ExprKind::Integer;
+    if (checked) Raw("t_to_int(");
+    Raw(expr.kind == ExprKind::Negate ? "(- " : "(~ ");
+    EmitExpr(*expr.args[0]);
+    Raw(")");
+    if (checked) Raw(", '").Raw(KindName(expr.type.kind)).Raw("')");
+    return;
+  }
+  const TypeKind kind = expr.type.kind;
+  if (IsText(kind)) {
+    Raw("(");
+    EmitExpr(*expr.args[0]);
+    Raw(" || ");
+    EmitExpr(*expr.args[1]);
+    Raw(")");
+    return;
+  }
+  // Results are kept in the range of their type. A float beyond its range is noticed where the
+  // statement runs (Storage::Step), without a call for each operation.
+  const bool checked = IsInteger(kind) && expr.kind <= ExprKind::Multiply;
+  if (checked) Raw("t_to_int(");
+  if (kind == TypeKind::Real) Raw("t_to_real(");
+  if (expr.kind == ExprKind::Divide || expr.kind == ExprKind::Modulo) {
+    EmitDivision(expr);
+  } else if (expr.kind == ExprKind::BitXor) {
+    // SQLite has no exclusive or: the bits of either less the bits of both.
+    for (const std::string_view bits : {"((", " - ("}) {
+      Raw(bits);
+      EmitExpr(*expr.args[0]);
+      Raw(bits == "((" ? " | " : " & ");
+      EmitExpr(*expr.args[1]);
+      Raw(")");
+    }
+    Raw(")");
+  } else {
+    Raw("(");
+    EmitExpr(*expr.args[0]);
+    Raw(OperatorOf(expr.kind));
+    EmitExpr(*expr.args[1]);
+    Raw(")");
+  }
+  if (checked) Raw(", '").Raw(KindName(kind)).Raw("')");
+  if (kind == TypeKind::Real) Raw(")");
+}
+
+// SQLite's division by zero is NULL; the server's is an error of whichever row reaches it.
+void Emitter::EmitDivision(const Expr& expr) {
+  const Expr& dividend = *expr.args[0];
+  const Expr& divisor = *expr.args[1];
+  const bool real = !IsInteger(expr.type.kind);
+  const auto emit_real = [&](const Expr& operand) {
+    const bool cast = real && !IsFloat(operand.type.kind);
+    if (cast) Raw("CAST(");
+    EmitExpr(operand);
+    if (cast) Raw(" AS REAL)");
+  };
+  Raw("(");
+  emit_real(dividend);
+  Raw(expr.kind == ExprKind::Modulo ? " % " : " / ");
+  if (IsNonZeroLiteral(divisor)) {
+    emit_real(divisor);
+  } else if (divisor.kind == ExprKind::Column) {
+    Raw("CASE ");
+    EmitExpr(divisor);
+    Raw(" WHEN 0 THEN t_div0() ELSE ");
+    EmitExpr(divisor);
+    Raw(" END");
+  } else {
+    Raw("t_nonzero(");
+    EmitExpr(divisor);
+    Raw(")");
+  }
+  Raw(")");
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,380 @@
+#include "tsql/emit/emitter.h"
+
+#include <algorithm>
+
+#include "tsql/values/collation.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+std::string_view OperatorOf(Comparison comparison) noexcept {
+  switch (comparison) {
+    case Comparison::Equal:
+      return " = ";
+    case Comparison::NotEqual:
+      return " <> ";
+    case Comparison::Less:
+      return " < ";
+    case Comparison::LessEqual:
+      return " <= ";
+    case Comparison::Greater:
+      return " > ";
+    default:
+      return " >= ";
+  }
+}
+
+// A column whose declaration carries the collation.
+bool IsStoredColumn(const Expr& expr) noexcept {
+  return expr.kind == ExprKind::Column && expr.source->query == nullptr &&
+         expr.source->table->kind == TableKind::Table;
+}
+
+}  // namespace
+
+std::string EmitToString(const Expr& expr) {
+  Emitter emitter;
+  emitter.EmitExpr(expr);
+  return emitter.Take();
+}
+
+void Emitter::EmitExpr(const Expr& expr) {
+  const Nesting nesting;
+  RequireRoom();
+  switch (expr.kind) {
+    case ExprKind::Null:
+      Raw("NULL");
+      return;
+    case ExprKind::Integer:
+      Raw(std::to_string(expr.integer));
+      return;
+    case ExprKind::Number:
+      EmitNumber(expr);
+      return;
+    case ExprKind::String:
+      EmitString(expr.text);
+      return;
+    case ExprKind::Column:
+      EmitColumn(expr);
+      return;
+    case ExprKind::Variable:
+      Raw(expr.live ? "t_variable(?" : "?").Raw(std::to_string(expr.slot + 1));
+      Raw(expr.live ? ")" : "");
+      return;
+    case ExprKind::Case:
+      EmitCase(expr);
+      return;
+    case ExprKind::Convert:
+      EmitConvert(expr);
+      return;
+    case ExprKind::Function:
+      EmitFunction(expr);
+      return;
+    case ExprKind::Scalar:
+      EmitScalar(expr);
+      return;
+    case ExprKind::Compare:
+      EmitCompare(expr);
+      return;
+    case ExprKind::And:
+      EmitConnective(expr.args, " AND ");
+      return;
+    case ExprKind::Or:
+      EmitConnective(expr.args, " OR ");
+      return;
+    case ExprKind::Like:
+      EmitLike(expr);
+      return;
+    case ExprKind::InList:
+    case ExprKind::InQuery:
+      EmitIn(expr);
+      return;
+    case ExprKind::Not:
+      Raw("(NOT ");
+      EmitExpr(*expr.args[0]);
+      Raw(")");
+      return;
+    case ExprKind::IsNull:
+      Raw("(");
+      EmitExpr(*expr.args[0]);
+      Raw(expr.negated ? " IS NOT NULL)" : " IS NULL)");
+      return;
+    case ExprKind::Between:
+      Raw("(");
+      EmitCollated(*expr.args[0]);
+      Raw(expr.negated ? " NOT BETWEEN " : " BETWEEN ");
+      EmitExpr(*expr.args[1]);
+      Raw(" AND ");
+      EmitExpr(*expr.args[2]);
+      Raw(")");
+      return;
+    case ExprKind::Exists:
+      Raw("EXISTS (");
+      EmitQuery(*expr.query);
+      Raw(")");
+      return;
+    default:
+      EmitArithmetic(expr);
+  }
+}
+
+void Emitter::EmitNumber(const Expr& expr) {
+  if (IsExactFraction(expr.type.kind)) {
+    EmitUnits(expr);
+    return;
+  }
+  std::string digits(expr.text.begin(), expr.text.end());
+  if (digits.front() == '.') digits.insert(0, "0");
+  // "1e" is T-SQL for 1.
+  if (digits.back() == 'e' || digits.back() == 'E') digits.pop_back();
+  if (digits.find_first_of(".eE") == std::string::npos) digits += ".0";
+  Raw(digits);
+}
+
+void Emitter::EmitString(TextView text) {
+  const std::string utf8 = ToUtf8(text);
+  if (utf8.find('\0') == std::string::npos) {
+    Raw(QuoteLiteral(utf8));
+    return;
+  }
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  Raw("CAST(X'");
+  for (const char c : utf8) {
+    const auto byte = static_cast<unsigned char>(c);
+    out_ += kDigits[byte >> 4];
+    out_ += kDigits[byte & 0xF];
+  }
+  Raw("' AS TEXT)");
+}
+
+void Emitter::EmitColumn(const Expr& expr) {
+  if (expr.unindexed) Raw("+");
+  Raw("s").Raw(std::to_string(expr.source->id)).Raw(".");
+  if (expr.source->query != nullptr) {
+    Raw("c").Raw(std::to_string(expr.column + 1));
+  } else {
+    Raw(expr.source->table->columns[static_cast<std::size_t>(expr.column)].sql);
+  }
+}
+
+void Emitter::EmitCollated(const Expr& expr) {
+  EmitExpr(expr);
+  if (IsText(expr.type.kind) && !IsStoredColumn(expr)) Raw(" COLLATE ").Raw(kCollation);
+}
+
+void Emitter::EmitCompare(const Expr& expr) {
+  const Expr& left = *expr.args[0];
+  const Expr& right = *expr.args[1];
+  Raw("(");
+  // A column on the left decides, even one of a derived table that has no collation of its own;
+  // otherwise the collation of a column on the right holds for both.
+  if (left.kind != ExprKind::Column && IsStoredColumn(right)) {
+    EmitExpr(left);
+  } else {
+    EmitCollated(left);
+  }
+  Raw(OperatorOf(expr.compare));
+  EmitExpr(right);
+  Raw(")");
+}
+
+// Balanced, because SQLite limits the depth of an expression and long conditions are usual.
+void Emitter::EmitConnective(std::span<Expr* const> terms, std::string_view word) {
+  if (terms.size() == 1) {
+    EmitExpr(*terms[0]);
+    return;
+  }
+  const std::size_t half = terms.size() / 2;
+  Raw("(");
+  EmitConnective(terms.first(half), word);
+  Raw(word);
+  EmitConnective(terms.subspan(half), word);
+  Raw(")");
+}
+
+void Emitter::EmitCase(const Expr& expr) {
+  Raw("CASE");
+  std::size_t i = 0;
+  if (expr.has_operand) {
+    Raw(" ");
+    EmitCollated(*expr.args[i++]);
+  }
+  const std::size_t pairs_end = expr.args.size() - (expr.has_else ? 1 : 0);
+  for (; i < pairs_end; i += 2) {
+    Raw(" WHEN ");
+    EmitExpr(*expr.args[i]);
+    Raw(" THEN ");
+    EmitExpr(*expr.args[i + 1]);
+  }
+  if (expr.has_else) {
+    Raw(" ELSE ");
+    EmitExpr(*expr.args.back());
+  }
+  Raw(" END");
+}
+
+void Emitter::EmitIn(const Expr& expr) {
+  Raw("(");
+  EmitCollated(*expr.args[0]);
+  Raw(expr.negated ? " NOT IN (" : " IN (");
+  if (expr.query == nullptr) {
+    for (std::size_t i = 1; i < expr.args.size(); ++i) {
+      if (i > 1) Raw(", ");
+      EmitMember(*expr.args[i]);
+    }
+  } else if (IsText(expr.query->selects[0]->items[0].expr->type.kind)) {
+    Raw("SELECT rtrim(c1) FROM (");
+    EmitQuery(*expr.query, true);
+    Raw(")");
+  } else {
+    EmitQuery(*expr.query);
+  }
+  Raw("))");
+}
+
+// In a list of IN. No text ends with blanks there: see TextsApart.
+void Emitter::EmitMember(const Expr& expr) {
+  if (!IsText(expr.type.kind)) {
+    EmitExpr(expr);
+  } else if (expr.kind == ExprKind::String) {
+    EmitString(expr.text.substr(0, expr.text.find_last_not_of(u' ') + 1));
+  } else {
+    Raw("rtrim(");
+    EmitExpr(expr);
+    Raw(")");
+  }
+}
+
+void Emitter::EmitLike(const Expr& expr) {
+  const bool unicode = IsUnicode(expr.args[0]->type.kind) || IsUnicode(expr.args[1]->type.kind);
+  if (expr.negated) Raw("(NOT ");
+  Raw("t_like(");
+  EmitExpr(*expr.args[0]);
+  Raw(", ");
+  EmitExpr(*expr.args[1]);
+  Raw(", ");
+  if (expr.args.size() == 3) {
+    EmitExpr(*expr.args[2]);
+  } else {
+    Raw("NULL");
+  }
+  Raw(unicode ? ", 1)" : ", 0)");
+  if (expr.negated) Raw(")");
+}
+
+// A subquery that may give several rows fails when it does; SQLite would take the first.
+void Emitter::EmitScalar(const Expr& expr) {
+  const Query& query = *expr.query;
+  const Select& first = *query.selects[0];
+  const bool single =
+      query.selects.size() == 1 &&
+      ((first.grouped && first.group_by.empty()) ||
+       (first.has_top && first.top_variable == nullptr && first.top <= 1) || first.from == nullptr);
+  Raw("(");
+  if (single) {
+    EmitQuery(query);
+  } else {
+    Raw("SELECT CASE WHEN count(*) > 1 THEN t_error_512() ELSE max(c1) END FROM (SELECT c1 FROM (");
+    EmitQuery(query, true);
+    Raw(") LIMIT 2)");
+  }
+  Raw(")");
+}
+
+void Emitter::EmitCall(std::string_view function, std::span<Expr* const> args) {
+  Raw(function).Raw("(");
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    if (i > 0) Raw(", ");
+    EmitExpr(*args[i]);
+  }
+  Raw(")");
+}
+
+void Emitter::EmitFunction(const Expr& expr) {
+  const std::span<Expr* const> args = expr.args;
+  switch (expr.function) {
+    case FunctionId::Count:
+    case FunctionId::Sum:
+    case FunctionId::Min:
+    case FunctionId::Max:
+    case FunctionId::Avg:
+      EmitAggregate(expr);
+      return;
+    case FunctionId::IsNull:
+      // An aggregate stays: it may be what makes all rows one.
+      if (args[0]->kind != ExprKind::Null && !args[0]->type.nullable && !args[1]->has_aggregate) {
+        EmitExpr(*args[0]);
+      } else {
+        EmitCall("ifnull", args);
+      }
+      return;
+    case FunctionId::Coalesce:
+      EmitCall("coalesce", args);
+      return;
+    case FunctionId::NullIf:
+      Raw("nullif(");
+      EmitCollated(*args[0]);
+      Raw(", ");
+      EmitExpr(*args[1]);
+      Raw(")");
+      return;
+    case FunctionId::Year:
+      Raw("t_datepart('").Raw(ToUtf8(expr.text)).Raw("', ");
+      EmitExpr(*args[0]);
+      Raw(")");
+      return;
+    default:
+      if (IsExactFraction(expr.type.kind)) {
+        EmitExactFunction(expr);
+      } else {
+        EmitCall("t_" + ToUtf8(expr.text), args);
+      }
+  }
+}
+
+void Emitter::EmitAggregate(const Expr& expr) {
+  const Expr& arg = *expr.args[0];
+  const TypeKind kind = expr.type.kind;
+  const std::string_view distinct = expr.distinct ? "DISTINCT " : "";
+  const auto call = [&](std::string_view function) {
+    Raw(function).Raw("(").Raw(distinct);
+    EmitCollated(arg);
+    Raw(")");
+  };
+  switch (expr.function) {
+    case FunctionId::Count:
+      if (arg.kind == ExprKind::Star) {
+        Raw("count(*)");
+      } else {
+        call("count");
+      }
+      return;
+    case FunctionId::Min:
+      call("min");
+      return;
+    case FunctionId::Max:
+      call("max");
+      return;
+    default:
+      break;
+  }
+  const bool average = expr.function == FunctionId::Avg;
+  if (IsInteger(kind)) {
+    // Whole numbers average to a whole number.
+    Raw("t_to_int(");
+    call("sum");
+    if (average) {
+      Raw(" / ");
+      call("count");
+    }
+    Raw(", '").Raw(KindName(kind)).Raw("')");
+    return;
+  }
+  if (IsFloat(kind)) {
+    call(average ? "avg" : "sum");
+    return;
+  }
+  EmitExactSum(expr);
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,91 @@
+// How a function that SQLite calls sees its arguments, gives its result, and what all of them
+// share. The storage makes the calls; a function knows nothing else of it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <utility>
+
+#include "tsql/base/errors.h"
+#include "tsql/values/exact.h"
+
+struct sqlite3_context;
+struct sqlite3_value;
+
+namespace ledgerwick::tsql {
+
+// What the functions share with whoever runs the statement.
+struct FunctionState {
+  // The error that a function raised while a statement ran: SQLite carries the text alone.
+  std::optional<SqlError> error;
+
+  // GETDATE's answer for the whole statement that runs; none before it is asked.
+  std::optional<std::int64_t> now;
+
+  // Keeps `raised` for whoever runs the statement.
+  void Keep(SqlError&& raised) noexcept { error.emplace(std::move(raised)); }
+
+  // Whether there is an object of that name ("tempdb..x"); empty until someone knows.
+  std::function<bool(TextView name)> object_exists;
+};
+
+// What a function keeps between the calls of one statement.
+struct KeptBetweenCalls {
+  virtual ~KeptBetweenCalls() = default;
+};
+
+// The arguments and the result of one call. The result is NULL until one is given.
+class Call {
+ public:
+  Call(sqlite3_context* context, std::span<sqlite3_value*> arguments, FunctionState& state)
+      : context_(context), arguments_(arguments), state_(state) {}
+
+  std::size_t size() const { return arguments_.size(); }
+  bool IsNull(std::size_t i) const;
+  bool IsInteger(std::size_t i) const;
+  bool IsText(std::size_t i) const;
+
+  // The argument; a view lives until the call ends. Real throws SqlError 8115 for what SQLite
+  // computes where a float overflows.
+  std::int64_t Integer(std::size_t i) const;
+  double Real(std::size_t i) const;
+  std::string_view Utf8(std::size_t i) const;
+
+  // The units of a decimal or of money.
+  Int128 Units(std::size_t i) const noexcept;
+
+  // The same as Utf8, zero-terminated: the names of types and date parts that the emitter writes.
+  const char* Name(std::size_t i) const;
+
+  // What the function kept with argument `i`, as long as the argument has not changed; nullptr for
+  // nothing. Keep takes it over, and may destroy it at once.
+  const KeptBetweenCalls* Kept(int i) const;
+  void Keep(int i, std::unique_ptr<KeptBetweenCalls> kept);
+
+  void Return(std::int64_t number);
+  void Return(double number);  // throws as Real does
+  void Return(std::string_view text);
+  void ReturnNull();
+  void ReturnArgument(std::size_t i);
+
+  // What the variable that is bound as argument `i` holds just now.
+  void ReturnVariable(std::size_t i);
+
+  // The units as a type of that precision keeps them (exact.h).
+  void ReturnUnits(Int128 units, int precision) noexcept;
+  void ReturnBytes(std::span<const unsigned char> bytes);
+
+  FunctionState& state() const { return state_; }
+
+ private:
+  sqlite3_context* context_;
+  std::span<sqlite3_value*> arguments_;
+  FunctionState& state_;
+};
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,138 @@
+// The functions that compute with numbers.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <string>
+
+#include "tsql/base/errors.h"
+#include "tsql/functions/function_table.h"
+#include "tsql/values/convert.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+constexpr std::int32_t kSeverity = 16;
+
+SqlError InvalidOperation() {
+  return {3623, kSeverity, "An invalid floating point operation occurred."};
+}
+
+// t_div0()
+void DivideByZero(Call&) { throw errors::DivideByZero(); }
+
+// `number` cut or rounded to a multiple of 10^`zeros`, half away from zero.
+std::int64_t RoundInteger(std::int64_t number, std::int64_t zeros, bool truncate) {
+  constexpr std::int64_t kMostZeros = 18;
+  if (zeros > kMostZeros) return 0;
+  std::int64_t unit = 1;
+  for (std::int64_t i = 0; i < zeros; ++i) unit *= 10;
+  const std::int64_t rest = number % unit;
+  std::int64_t rounded = number - rest;
+  const bool away = !truncate && std::abs(rest) >= unit - std::abs(rest);
+  if (away && __builtin_add_overflow(rounded, number < 0 ? -unit : unit, &rounded)) {
+    throw errors::Overflow(u"bigint");
+  }
+  return rounded;
+}
+
+// t_round(number, digits[, truncate])
+void Round(Call& call) {
+  constexpr std::int64_t kMostDigits = 400;  // beyond every number's
+  const std::int64_t digits = std::clamp(call.Integer(1), -kMostDigits, kMostDigits);
+  const bool truncate = call.size() > 2 && call.Integer(2) != 0;
+  if (call.IsInteger(0)) {
+    return call.Return(digits >= 0 ? call.Integer(0)
+                                   : RoundInteger(call.Integer(0), -digits, truncate));
+  }
+  const int scale = static_cast<int>(digits);
+  call.Return(truncate ? TruncateDecimal(call.Real(0), scale) : RoundDecimal(call.Real(0), scale));
+}
+
+// t_finite(number): before it is stored
+void CheckFinite(Call& call) { call.Return(call.Real(0)); }
+
+// t_abs(number)
+void Absolute(Call& call) {
+  if (!call.IsInteger(0)) return call.Return(std::fabs(call.Real(0)));
+  const std::int64_t number = call.Integer(0);
+  if (number == std::numeric_limits<std::int64_t>::min()) throw errors::Overflow(u"bigint");
+  call.Return(std::abs(number));
+}
+
+// t_ceiling(number), t_floor(number)
+void Ceiling(Call& call) {
+  if (call.IsInteger(0)) return call.Return(call.Integer(0));
+  call.Return(std::ceil(call.Real(0)) + 0.0);  // not a negative zero
+}
+void Floor(Call& call) {
+  if (call.IsInteger(0)) return call.Return(call.Integer(0));
+  call.Return(std::floor(call.Real(0)));
+}
+
+// t_sign(number): of the number's own type
+void Sign(Call& call) {
+  const double number = call.Real(0);
+  const int sign = (number > 0) - (number < 0);
+  if (call.IsInteger(0)) return call.Return(std::int64_t{sign});
+  call.Return(static_cast<double>(sign));
+}
+
+// t_power(base, exponent): of the base's own type
+void Power(Call& call) {
+  const double base = call.Real(0);
+  const double exponent = call.Real(1);
+  if (base == 0 && exponent < 0) throw errors::DivideByZero();
+  const double power = std::pow(base, exponent);
+  if (std::isnan(power)) throw InvalidOperation();
+  if (std::isinf(power)) throw errors::Overflow(u"float");
+  if (call.IsInteger(0)) return call.Return(ToInteger(power, TypeKind::BigInt));
+  call.Return(power);
+}
+
+// t_sqrt(number)
+void SquareRoot(Call& call) {
+  if (call.Real(0) < 0) throw InvalidOperation();
+  call.Return(std::sqrt(call.Real(0)));
+}
+
+// t_str(number[, length[, digits]]): right-justified; stars when it does not fit.
+void NumberAsText(Call& call) {
+  constexpr std::int64_t kLongest = 8000;
+  constexpr std::int64_t kMostDigits = 16;
+  const std::int64_t length = call.size() > 1 ? call.Integer(1) : 10;
+  const std::int64_t wanted = call.size() > 2 ? call.Integer(2) : 0;
+  if (length <= 0 || length > kLongest || wanted < 0) return call.ReturnNull();
+  const auto width = static_cast<std::size_t>(length);
+  const auto format = [&](std::int64_t digits) {
+    const int scale = static_cast<int>(digits);
+    return FormatDecimal(RoundDecimal(call.Real(0), scale), scale);
+  };
+  const std::size_t whole = format(0).size();
+  if (whole > width) return call.Return(std::string(width, '*'));
+  // Digits behind the point give way to a narrow field.
+  const std::int64_t room = static_cast<std::int64_t>(width - whole) - 1;
+  std::string text = format(std::max<std::int64_t>(0, std::min({wanted, kMostDigits, room})));
+  if (text.size() < width) text.insert(0, width - text.size(), ' ');
+  call.Return(text);
+}
+
+constexpr auto kFunctions = std::to_array<FunctionRow>({
+    {"t_div0", 0, 0, 0, DivideByZero, Purity::kStaysInPlace},
+    {"t_round", 2, 3, 3, Round},
+    {"t_finite", 1, 1, 1, CheckFinite},
+    {"t_abs", 1, 1, 1, Absolute},
+    {"t_ceiling", 1, 1, 1, Ceiling},
+    {"t_floor", 1, 1, 1, Floor},
+    {"t_sign", 1, 1, 1, Sign},
+    {"t_power", 2, 2, 2, Power},
+    {"t_sqrt", 1, 1, 1, SquareRoot},
+    {"t_str", 1, 3, 3, NumberAsText},
+});
+
+}  // namespace
+
+std::span<const FunctionRow> NumberFunctions() { return kFunctions; }
+
+}  // namespace ledgerwick::tsql

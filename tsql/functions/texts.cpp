@@ -1,0 +1,399 @@
+// The functions that compute with text. Lengths and positions count UTF-16 units, as the server's
+// n-types do; char and varchar are cut by bytes of the ANSI code page.
+#include <iconv.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "frame/letter_case.h"
+#include "tsql/base/characters.h"
+#include "tsql/base/errors.h"
+#include "tsql/functions/function_table.h"
+#include "tsql/values/collation.h"
+#include "tsql/values/like.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+constexpr std::int32_t kSeverity = 16;
+constexpr std::int64_t kLongestText = 8000;
+
+// The bytes that `c` takes in the ANSI code page.
+std::size_t AnsiBytesOf(char32_t c) {
+  if (c > 0 && c < 0x80) return 1;
+  if (c == 0 || c >= 0x10000) return UnitsOf(c);
+  const auto unit = static_cast<char16_t>(c);
+  return AnsiLength({&unit, 1});
+}
+
+// How the server measures a text's length.
+using Measure = std::size_t (*)(char32_t c);
+std::size_t Utf16UnitsOf(char32_t c) { return UnitsOf(c); }
+
+// A prefix of a text of whole characters.
+struct Prefix {
+  std::size_t bytes = 0;   // of UTF-8
+  std::size_t length = 0;  // as measured
+};
+
+// The longest prefix of `text` that is no longer than `most`.
+template <Measure kMeasure>
+Prefix LongestPrefix(std::string_view text, std::size_t most) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  Prefix prefix;
+  while (at != end) {
+    prefix.length += kMeasure(NextChar(at, end));
+    if (prefix.length > most) {
+      const char* back = text.data() + prefix.bytes;
+      prefix.length -= kMeasure(NextChar(back, end));
+      break;
+    }
+    prefix.bytes = static_cast<std::size_t>(at - text.data());
+  }
+  return prefix;
+}
+
+std::size_t Utf16Length(std::string_view text) {
+  // A character of four bytes is a pair of surrogates.
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), IsLead) +
+                                  std::count_if(text.begin(), text.end(), [](char c) {
+                                    return static_cast<unsigned char>(c) >= 0xF0;
+                                  }));
+}
+
+std::string_view WithoutTrailingBlanks(std::string_view text) {
+  return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+// A position or a length as an index: what is below 0 is 0.
+std::size_t Clamp(std::int64_t count) {
+  return static_cast<std::size_t>(std::max<std::int64_t>(count, 0));
+}
+
+// The first byte of a character of several bytes in the ANSI code page; that of '?' where the code
+// page lacks it.
+std::uint8_t FirstAnsiByte(std::string_view character) {
+  const iconv_t converter = iconv_open("GBK", "UTF-8");
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): how iconv says no
+  if (converter == reinterpret_cast<iconv_t>(-1)) return '?';
+  std::string in(character);
+  std::array<char, 8> out{'?'};
+  char* from = in.data();
+  char* to = out.data();
+  std::size_t in_left = in.size();
+  std::size_t out_left = out.size();
+  const bool known = iconv(converter, &from, &in_left, &to, &out_left) == 0;
+  iconv_close(converter);
+  return static_cast<std::uint8_t>(known ? out[0] : '?');
+}
+
+enum class Excess { kCut, kRefuse };
+
+// t_char and the like (text, length, pad): the text as a value of that length.
+template <Measure kMeasure, Excess kExcess>
+void FitText(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  const std::int64_t length = call.Integer(1);
+  const bool pad = call.Integer(2) != 0;
+  // No character measures more than its bytes of UTF-8, so that text fits without being looked at.
+  const bool fits = length < 0 || text.size() <= static_cast<std::size_t>(length);
+  if (fits && (!pad || length < 0 || text.size() == static_cast<std::size_t>(length))) {
+    const bool unchanged = !pad || length < 0 || Utf16Length(text) == text.size();
+    if (unchanged) return call.IsText(0) ? call.ReturnArgument(0) : call.Return(text);
+  }
+  const auto most = static_cast<std::size_t>(length);
+  const Prefix kept = LongestPrefix<kMeasure>(text, most);
+  const std::string_view excess = text.substr(kept.bytes);
+  if (kExcess == Excess::kRefuse && !WithoutTrailingBlanks(excess).empty()) {
+    throw errors::Truncated();
+  }
+  if (!pad || kept.length == most) return call.Return(text.substr(0, kept.bytes));
+  std::string padded(text.substr(0, kept.bytes));
+  padded.append(most - kept.length, ' ');
+  call.Return(padded);
+}
+
+// t_len(text)
+void Length(Call& call) {
+  const std::size_t length = Utf16Length(WithoutTrailingBlanks(call.Utf8(0)));
+  call.Return(static_cast<std::int64_t>(length));
+}
+
+// t_datalength(text, bytes per unit): 1 for char and varchar, 2 for n-types; a negative number is
+// the length of a type that has but one
+void DataLength(Call& call) {
+  if (call.Integer(1) < 0) return call.Return(-call.Integer(1));
+  const std::string_view text = call.Utf8(0);
+  const std::size_t length = call.Integer(1) == 2
+                                 ? 2 * Utf16Length(text)
+                                 : LongestPrefix<AnsiBytesOf>(text, std::string_view::npos).length;
+  call.Return(static_cast<std::int64_t>(length));
+}
+
+// The units of `text` from `from` on, at most `count`; halves of characters at the ends drop out.
+std::string_view Units(std::string_view text, std::size_t from, std::size_t count) {
+  if (from > 0) {
+    const Prefix before = LongestPrefix<Utf16UnitsOf>(text, from);
+    text.remove_prefix(before.bytes);
+    if (before.length < from && !text.empty()) {
+      const char* at = text.data();
+      NextChar(at, text.data() + text.size());
+      text.remove_prefix(static_cast<std::size_t>(at - text.data()));
+      count -= std::min<std::size_t>(count, 1);
+    }
+  }
+  return text.substr(0, LongestPrefix<Utf16UnitsOf>(text, count).bytes);
+}
+
+SqlError InvalidLength(const char* function) {
+  return {536, kSeverity,
+          std::string("Invalid length parameter passed to the ") + function + " function."};
+}
+
+// t_left(text, count), t_right(text, count)
+void Left(Call& call) {
+  if (call.Integer(1) < 0) throw InvalidLength("left");
+  call.Return(Units(call.Utf8(0), 0, Clamp(call.Integer(1))));
+}
+void Right(Call& call) {
+  if (call.Integer(1) < 0) throw InvalidLength("right");
+  const std::string_view text = call.Utf8(0);
+  const std::size_t length = Utf16Length(text);
+  const std::size_t count = std::min(length, Clamp(call.Integer(1)));
+  call.Return(Units(text, length - count, count));
+}
+
+// t_substring(text, start, length): characters before the first take up length.
+void Substring(Call& call) {
+  const std::int64_t start = call.Integer(1);
+  std::int64_t length = call.Integer(2);
+  if (length < 0) {
+    throw SqlError(537, kSeverity,
+                   "Invalid length parameter passed to the LEFT or SUBSTRING function.");
+  }
+  constexpr std::int64_t kFarAway = std::int64_t{1} << 40;  // keeps the sum from overflowing
+  if (start < 1) length += std::max(start, -kFarAway) - 1;
+  call.Return(Units(call.Utf8(0), Clamp(start - (start > 0)), Clamp(length)));
+}
+
+// t_ltrim(text), t_rtrim(text)
+void TrimLeft(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  call.Return(text.substr(std::min(text.find_first_not_of(' '), text.size())));
+}
+void TrimRight(Call& call) { call.Return(WithoutTrailingBlanks(call.Utf8(0))); }
+
+template <char32_t (*kChange)(char32_t) noexcept>
+void ChangeCase(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  std::string changed;
+  changed.reserve(text.size());
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) AppendChar(changed, kChange(NextChar(at, end)));
+  call.Return(changed);
+}
+
+// t_replace(text, from, to)
+void Replace(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  const std::string_view from = call.Utf8(1);
+  const std::string_view to = call.Utf8(2);
+  std::size_t length = 0;
+  std::size_t found = from.empty() ? std::string_view::npos : FindCollated(text, from, 0, length);
+  if (found == std::string_view::npos) return call.Return(text);
+  std::string result;
+  std::size_t copied = 0;
+  while (found != std::string_view::npos) {
+    result.append(text, copied, found - copied).append(to);
+    copied = found + length;
+    found = FindCollated(text, from, copied, length);
+  }
+  call.Return(result.append(text, copied));
+}
+
+// t_charindex(needle, text[, start]): the position of the first one from 1, or 0
+void CharIndex(Call& call) {
+  const std::string_view needle = call.Utf8(0);
+  const std::string_view text = call.Utf8(1);
+  const std::int64_t start = call.size() > 2 ? call.Integer(2) : 1;
+  if (needle.empty()) return call.Return(std::int64_t{0});
+  const std::size_t from = LongestPrefix<Utf16UnitsOf>(text, Clamp(start - (start > 0))).bytes;
+  std::size_t length = 0;
+  const std::size_t found = FindCollated(text, needle, from, length);
+  if (found == std::string_view::npos) return call.Return(std::int64_t{0});
+  call.Return(static_cast<std::int64_t>(Utf16Length(text.substr(0, found)) + 1));
+}
+
+// t_reverse(text)
+void Reverse(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  std::string reversed;
+  reversed.reserve(text.size());
+  for (std::size_t end = text.size(), at = end; at-- > 0;) {
+    if (!IsLead(text[at])) continue;
+    reversed.append(text, at, end - at);
+    end = at;
+  }
+  call.Return(reversed);
+}
+
+// t_stuff(text, start, length, insert): NULL where the start is not in the text
+void Stuff(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  const std::int64_t start = call.Integer(1);
+  const std::int64_t length = call.Integer(2);
+  const auto whole = static_cast<std::int64_t>(Utf16Length(text));
+  if (start < 1 || start > whole || length < 0) return call.ReturnNull();
+  std::string result(Units(text, 0, Clamp(start - 1)));
+  if (!call.IsNull(3)) result += call.Utf8(3);
+  result += Units(text, Clamp(std::min(start - 1 + length, whole)), Clamp(whole));
+  call.Return(result);
+}
+
+// t_quotename(name[, quote]): NULL for a quote that is none and for a text that is too long
+void QuoteName(Call& call) {
+  constexpr std::size_t kLongestName = 128;
+  const std::string_view name = call.Utf8(0);
+  const std::string_view quote = call.size() > 1 ? call.Utf8(1) : "[";
+  const char first = quote.empty() ? '\0' : quote.front();
+  const bool bracket = first == '[' || first == ']';
+  if (Utf16Length(name) > kLongestName || (!bracket && first != '\'' && first != '"')) {
+    return call.ReturnNull();
+  }
+  const char close = bracket ? ']' : first;
+  std::string quoted(1, bracket ? '[' : first);
+  for (const char c : name) {
+    if (c == close) quoted += c;
+    quoted += c;
+  }
+  call.Return(quoted += close);
+}
+
+// t_char(code), t_nchar(code): NULL for a code that is no character by itself
+template <std::int64_t kCodes>
+void CharacterOf(Call& call) {
+  const std::int64_t code = call.Integer(0);
+  if (code < 0 || code >= kCodes || (code >= 0xD800 && code < 0xE000)) return call.ReturnNull();
+  std::string text;
+  AppendChar(text, static_cast<char32_t>(code));
+  call.Return(text);
+}
+
+// t_unicode(text): the first UTF-16 unit
+void UnicodeOf(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  if (text.empty()) return call.ReturnNull();
+  const char* at = text.data();
+  const char32_t c = NextChar(at, at + text.size());
+  constexpr char32_t kFirstPair = 0x10000;
+  call.Return(static_cast<std::int64_t>(c < kFirstPair ? c : 0xD800 + ((c - kFirstPair) >> 10)));
+}
+
+// t_ascii(text): the first byte in the ANSI code page
+void AsciiOf(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  if (text.empty()) return call.ReturnNull();
+  const char* at = text.data();
+  const char32_t c = NextChar(at, at + text.size());
+  call.Return(static_cast<std::int64_t>(
+      c < 0x80 ? c : FirstAnsiByte(text.substr(0, static_cast<std::size_t>(at - text.data())))));
+}
+
+// t_space(count)
+void Space(Call& call) {
+  if (call.Integer(0) < 0) return call.ReturnNull();
+  call.Return(std::string(Clamp(std::min(call.Integer(0), kLongestText)), ' '));
+}
+
+// t_replicate(text, count)
+void Replicate(Call& call) {
+  const std::string_view text = call.Utf8(0);
+  if (call.Integer(1) < 0) return call.ReturnNull();
+  std::string result;
+  const auto longest = static_cast<std::size_t>(kLongestText);
+  for (std::int64_t i = 0; i < call.Integer(1) && result.size() < longest; ++i) {
+    if (text.empty()) break;
+    result += text;
+  }
+  call.Return(
+      std::string_view(result).substr(0, LongestPrefix<AnsiBytesOf>(result, longest).bytes));
+}
+
+// A pattern together with what it was compiled from beside its text.
+struct CachedPattern : KeptBetweenCalls {
+  CachedPattern(std::optional<char16_t> escape_character, LikePattern compiled)
+      : escape(escape_character), pattern(std::move(compiled)) {}
+
+  std::optional<char16_t> escape;
+  LikePattern pattern;
+};
+
+std::optional<char16_t> EscapeArgument(const Call& call, std::size_t i) {
+  if (call.IsNull(i)) return std::nullopt;
+  const std::string_view text = call.Utf8(i);
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  const char32_t c = at == end ? 0 : NextChar(at, end);
+  if (c == 0 || c >= 0x10000 || at != end) {
+    throw SqlError(506, kSeverity,
+                   "The invalid escape character \"" + std::string(text) +
+                       "\" was specified in a LIKE predicate.");
+  }
+  return static_cast<char16_t>(c);
+}
+
+// t_like(value, pattern, escape or NULL, blanks count)
+void Like(Call& call) {
+  constexpr int kPatternArgument = 1;
+  const std::optional<char16_t> escape = EscapeArgument(call, 2);
+  const std::string_view value = call.Utf8(0);
+  const bool blanks_count = call.Integer(3) != 0;
+  // SQLite keeps what belongs to an argument as long as the argument stays the same.
+  const auto* cached = static_cast<const CachedPattern*>(call.Kept(kPatternArgument));
+  if (cached != nullptr && cached->escape == escape) {
+    return call.Return(std::int64_t{cached->pattern.Matches(value, blanks_count)});
+  }
+  auto compiled =
+      std::make_unique<CachedPattern>(escape, LikePattern(call.Utf8(kPatternArgument), escape));
+  call.Return(std::int64_t{compiled->pattern.Matches(value, blanks_count)});
+  call.Keep(kPatternArgument, std::move(compiled));
+}
+
+constexpr auto kFunctions = std::to_array<FunctionRow>({
+    {"t_char", 3, 3, 1, FitText<AnsiBytesOf, Excess::kCut>},
+    {"t_nchar", 3, 3, 1, FitText<Utf16UnitsOf, Excess::kCut>},
+    {"t_store_char", 3, 3, 1, FitText<AnsiBytesOf, Excess::kRefuse>},
+    {"t_store_nchar", 3, 3, 1, FitText<Utf16UnitsOf, Excess::kRefuse>},
+    {"t_len", 1, 1, 1, Length},
+    {"t_datalength", 2, 2, 1, DataLength},
+    {"t_left", 2, 2, 2, Left},
+    {"t_right", 2, 2, 2, Right},
+    {"t_substring", 3, 3, 3, Substring},
+    {"t_ltrim", 1, 1, 1, TrimLeft},
+    {"t_rtrim", 1, 1, 1, TrimRight},
+    {"t_upper", 1, 1, 1, ChangeCase<ToUpper>},
+    {"t_lower", 1, 1, 1, ChangeCase<ToLower>},
+    {"t_replace", 3, 3, 3, Replace},
+    {"t_charindex", 2, 3, 3, CharIndex},
+    {"t_reverse", 1, 1, 1, Reverse},
+    {"t_stuff", 4, 4, 3, Stuff},
+    {"t_quotename", 1, 2, 2, QuoteName},
+    {"t_char", 1, 1, 1, CharacterOf<0x80>},
+    {"t_nchar", 1, 1, 1, CharacterOf<0x10000>},
+    {"t_unicode", 1, 1, 1, UnicodeOf},
+    {"t_ascii", 1, 1, 1, AsciiOf},
+    {"t_space", 1, 1, 1, Space},
+    {"t_replicate", 2, 2, 2, Replicate},
+    {"t_like", 4, 4, 2, Like},
+});
+
+}  // namespace
+
+std::span<const FunctionRow> TextFunctions() { return kFunctions; }
+
+}  // namespace ledgerwick::tsql

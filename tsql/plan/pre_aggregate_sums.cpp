@@ -1,0 +1,254 @@
+// What becomes of expressions when their rows are grouped before they are joined.
+#include <algorithm>
+
+#include "tsql/plan/pre_aggregation.h"
+#include "tsql/plan/total_expression.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+// An expression that aggregates ask for so many values is a pivot.
+constexpr std::size_t kPivotQuestions = 3;
+
+bool IsAggregateCall(const Expr& expr) noexcept {
+  return expr.kind == ExprKind::Function && IsAggregate(expr.function);
+}
+
+bool IsLiteral(const Expr& expr) noexcept {
+  return expr.kind == ExprKind::Null || expr.kind == ExprKind::Integer ||
+         expr.kind == ExprKind::Number || expr.kind == ExprKind::String;
+}
+
+// A number that adds nothing to a sum, or no number at all.
+bool AddsNothing(const Expr& expr) noexcept {
+  return expr.kind == ExprKind::Null || (expr.kind == ExprKind::Integer && expr.integer == 0) ||
+         (expr.kind == ExprKind::Number && !IsNonZeroLiteral(expr));
+}
+
+// True for numbers whose sum a decimal of 38 digits holds, however many they are.
+bool CannotOverflow(const Type& type) noexcept {
+  constexpr int kDigitsOfAnyCount = 19;
+  return IsMoney(type.kind) ||
+         (type.kind == TypeKind::Decimal && type.precision <= kMostDigits - kDigitsOfAnyCount);
+}
+
+bool HasSame(const std::vector<const Expr*>& list, const Expr& expr) {
+  return std::any_of(list.begin(), list.end(), [&](const Expr* e) { return SameExpr(*e, expr); });
+}
+
+}  // namespace
+
+Expr* PreAggregation::Fail(const Expr& expr) {
+  failed_ = true;
+  for (const Source* source : lookup_) {
+    if (Reads(expr, {source})) wanted_.push_back(source);
+  }
+  return const_cast<Expr*>(&expr);
+}
+
+// Collects the expressions on the detail that aggregates compare with several literals.
+void PreAggregation::FindPivots() {
+  struct Asked {
+    const Expr* expr;
+    std::vector<const Expr*> values;
+  };
+  std::vector<Asked> asked;
+  const auto visit = [&](const auto& self, const Expr& e, bool summed) -> void {
+    const Nesting nesting;
+    if (summed && e.kind == ExprKind::Compare && e.compare == Comparison::Equal &&
+        IsLiteral(*e.args[1]) && Reads(*e.args[0], detail_) && !Reads(*e.args[0], lookup_) &&
+        CannotFail(*e.args[0])) {
+      auto found = std::find_if(asked.begin(), asked.end(),
+                                [&](const Asked& a) { return SameExpr(*a.expr, *e.args[0]); });
+      if (found == asked.end()) found = asked.insert(asked.end(), {e.args[0], {}});
+      if (!HasSame(found->values, *e.args[1])) found->values.push_back(e.args[1]);
+    }
+    for (const Expr* arg : e.args) self(self, *arg, summed || IsAggregateCall(e));
+  };
+  ForEachShown([&](const Expr* expr) { visit(visit, *expr, false); });
+  for (const Asked& a : asked) {
+    if (a.values.size() >= kPivotQuestions) pivots_.push_back(a.expr);
+  }
+}
+
+bool PreAggregation::HasPivot(const Expr& expr) const {
+  const Nesting nesting;
+  return HasSame(pivots_, expr) || std::any_of(expr.args.begin(), expr.args.end(),
+                                               [&](const Expr* arg) { return HasPivot(*arg); });
+}
+
+Expr* PreAggregation::InnerColumn(const Expr& expr, bool is_key, Type type) {
+  std::size_t index = 0;
+  while (index < columns_.size() &&
+         !(columns_[index].is_key == is_key && SameExpr(*columns_[index].expr, expr))) {
+    ++index;
+  }
+  if (index < columns_.size()) return inner_columns_[index];
+  columns_.push_back({&expr, is_key});
+  Expr* column = context_.arena.Make<Expr>();
+  column->kind = ExprKind::Column;
+  column->offset = expr.offset;
+  column->source = &inner_;
+  column->column = static_cast<std::int32_t>(index);
+  column->type = type;
+  inner_columns_.push_back(column);
+  return column;
+}
+
+Expr* PreAggregation::Key(const Expr& expr) {
+  if (!CannotFail(expr)) return Fail(expr);
+  Type type = expr.type;
+  if (IsPredicate(expr.kind)) type.kind = TypeKind::Bit;
+  return InnerColumn(expr, true, type);
+}
+
+// An aggregate of the detail, computed inside.
+Expr* PreAggregation::InnerCall(FunctionId function, const Expr& call, TypeKind type) {
+  Expr* inner = context_.arena.Make<Expr>(call);
+  inner->function = function;
+  inner->type.kind = type;
+  inner->type.nullable = true;
+  return InnerColumn(*inner, false, inner->type);
+}
+
+Expr* PreAggregation::Outside(Expr* expr, bool spelling) {
+  const Nesting nesting;
+  if (IsAggregateCall(*expr)) return AggregateOutside(*expr);
+  if (!Reads(*expr, detail_) && !expr->has_aggregate) return expr;
+  if (expr->query != nullptr) return Fail(*expr);
+  if (!expr->has_aggregate && !Reads(*expr, lookup_)) {
+    const auto same = [&](const Expr* key) { return SameExpr(*key, *expr); };
+    const bool known = std::any_of(select_.group_by.begin(), select_.group_by.end(), same) ||
+                       (summed_ && HasSame(pivots_, *expr));
+    const bool is_column = expr->kind == ExprKind::Column;
+    // Other values inside a sum would part the groups too finely.
+    const bool fits = summed_   ? IsPredicate(expr->kind) && !HasPivot(*expr)
+                      : strict_ ? is_column || CannotFail(*expr)
+                                : is_column;
+    const bool any_spelling = !IsText(expr->type.kind) || !spelling;
+    if (any_spelling && (known || fits)) return Key(*expr);
+    if (is_column) return Fail(*expr);
+  }
+  return OutsideArguments(*expr, spelling);
+}
+
+Expr* PreAggregation::OutsideArguments(const Expr& expr, bool spelling) {
+  Expr* copy = context_.arena.Make<Expr>(expr);
+  copy->args = context_.arena.Copy(std::span<Expr* const>(expr.args));
+  const bool is_case = expr.kind == ExprKind::Case;
+  for (Expr*& arg : copy->args) {
+    // Comparing does not see the spelling; CASE hands its branches' on.
+    const bool matters = is_case ? spelling : strict_ && !IsPredicate(expr.kind);
+    arg = Outside(arg, expr.kind == ExprKind::Like ? strict_ : matters);
+  }
+  return copy;
+}
+
+Expr* PreAggregation::Outside(const Expr* expr) {
+  strict_ = true;
+  Expr* outside = Outside(const_cast<Expr*>(expr), false);
+  strict_ = false;
+  return outside;
+}
+
+Expr* PreAggregation::AggregateOutside(const Expr& call) {
+  Expr& arg = *call.args[0];
+  const TypeKind type = call.type.kind;
+  Expr* outside = context_.arena.Make<Expr>(call);
+  const bool inside =
+      !call.distinct && !Reads(arg, lookup_) && (arg.kind == ExprKind::Star || CannotFail(arg));
+  Expr* value = nullptr;
+  switch (call.function) {
+    case FunctionId::Count:
+      if (!inside) return Fail(call);
+      outside->function = FunctionId::Sum;
+      value = InnerCall(FunctionId::Count, call, TypeKind::BigInt);
+      break;
+    case FunctionId::Min:
+    case FunctionId::Max:
+      if (!Reads(arg, detail_)) return outside;
+      if (!inside) return Fail(call);
+      value = InnerCall(call.function, call, type);
+      break;
+    case FunctionId::Sum:
+      if (call.distinct || !(IsFloat(type) || IsInteger(type) || CannotOverflow(arg.type))) {
+        return Fail(call);
+      }
+      strict_ = summed_ = true;
+      value = SumOutside(&arg);
+      strict_ = summed_ = false;
+      break;
+    default:
+      return Fail(call);
+  }
+  outside->args = context_.arena.Copy(std::vector<Expr*>{value});
+  return outside;
+}
+
+Expr* PreAggregation::SumOutside(Expr* expr) {
+  const Nesting nesting;
+  if (AddsNothing(*expr)) return expr;
+  if (!Reads(*expr, lookup_) && !HasPivot(*expr)) {
+    if (!CannotFail(*expr)) return Fail(*expr);
+    Expr* sum = context_.arena.Make<Expr>();
+    sum->kind = ExprKind::Function;
+    sum->text = u"SUM";
+    sum->type = expr->type;
+    sum->args = context_.arena.Copy(std::vector<Expr*>{expr});
+    // Wide enough for what only the statement's own sum is checked for.
+    if (IsExactFraction(expr->type.kind)) {
+      sum->type.precision = kMostDigits;
+      return InnerCall(FunctionId::Sum, *sum, TypeKind::Decimal);
+    }
+    const bool whole = IsInteger(expr->type.kind);
+    return InnerCall(FunctionId::Sum, *sum, whole ? TypeKind::BigInt : TypeKind::Float);
+  }
+  const bool is_float = IsFloat(expr->type.kind);
+  Expr* sum = context_.arena.Make<Expr>(*expr);
+  sum->args = context_.arena.Copy(std::span<Expr* const>(expr->args));
+  const std::size_t last = sum->args.size() - 1;
+  switch (expr->kind) {
+    case ExprKind::Case:
+      for (std::size_t i = 0; i <= last; ++i) {
+        const std::size_t in_pair = i - (expr->has_operand ? 1 : 0);
+        const bool result = (expr->has_else && i == last) || in_pair % 2 == 1;
+        const bool operand = expr->has_operand && i == 0;
+        sum->args[i] = result && !operand ? SumOutside(sum->args[i]) : Outside(sum->args[i], false);
+      }
+      return sum;
+    case ExprKind::Negate:
+      if (!is_float) return Fail(*expr);
+      sum->args[0] = SumOutside(sum->args[0]);
+      return sum;
+    case ExprKind::Convert:
+      // A whole number as a float.
+      if (!is_float || !IsNumber(expr->args[0]->type.kind)) return Fail(*expr);
+      sum->args[0] = SumOutside(sum->args[0]);
+      return sum;
+    case ExprKind::Multiply: {
+      if (!is_float) return Fail(*expr);
+      const std::size_t factor = Reads(*expr->args[1], detail_) ? 0 : 1;
+      sum->args[factor] = Outside(sum->args[factor], true);
+      sum->args[1 - factor] = SumOutside(sum->args[1 - factor]);
+      return sum;
+    }
+    case ExprKind::Divide:
+      if (!is_float) return Fail(*expr);
+      sum->args[0] = SumOutside(sum->args[0]);
+      sum->args[1] = Outside(sum->args[1], true);
+      return sum;
+    case ExprKind::Function:
+      // ISNULL(x, 0): a group without any x sums up to 0.
+      if (expr->function != FunctionId::IsNull || !AddsNothing(*expr->args[1]) ||
+          !(is_float || IsExactFraction(expr->type.kind))) {
+        break;
+      }
+      sum->args[0] = SumOutside(sum->args[0]);
+      return sum;
+    default:
+      break;
+  }
+  return Fail(*expr);
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,101 @@
+#include "tsql/plan/total_expression.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "tsql/base/nesting.h"
+
+namespace ledgerwick::tsql {
+
+bool IsNonZeroLiteral(const Expr& expr) noexcept {
+  if (expr.kind == ExprKind::Integer) return expr.integer != 0;
+  return expr.kind == ExprKind::Number &&
+         expr.text.substr(0, expr.text.find_first_of(u"eE")).find_first_of(u"123456789") !=
+             TextView::npos;
+}
+
+namespace {
+
+bool ConvertsAlways(const Expr& expr) noexcept {
+  const TypeKind from = expr.args[0]->type.kind;
+  const TypeKind to = expr.type.kind;
+  if (expr.args[0]->kind == ExprKind::Null) return true;
+  if (expr.conversion == Conversion::Store) return false;
+  if (IsText(to)) return IsText(from) || (IsInteger(from) && !IsUnicode(to));
+  if (to == TypeKind::Real) return IsInteger(from) || from == TypeKind::Real;
+  if (IsFloat(to)) return IsNumber(from);
+  return IsInteger(to) && IsInteger(from) && (from <= to || to == TypeKind::Bit);
+}
+
+// Functions that have a result for every argument.
+bool CallsAlways(const Expr& expr) noexcept {
+  constexpr TextView kTotal[] = {u"len", u"ltrim", u"rtrim", u"upper", u"lower"};
+  switch (expr.function) {
+    case FunctionId::IsNull:
+    case FunctionId::Coalesce:
+    case FunctionId::NullIf:
+      return true;
+    case FunctionId::Scalar:
+      return std::any_of(std::begin(kTotal), std::end(kTotal),
+                         [&](TextView name) { return EqualText(name, expr.text); });
+    default:
+      return false;
+  }
+}
+
+// What a sum, a difference or a product has room for by its type: a decimal that is not at its
+// longest has a digit for every carry. Whole numbers, money and long decimals overflow.
+bool HasRoom(const Type& type) noexcept {
+  return type.kind == TypeKind::Float ||
+         (type.kind == TypeKind::Decimal && type.precision < kMostDigits);
+}
+
+bool NodeCannotFail(const Expr& expr) noexcept {
+  switch (expr.kind) {
+    case ExprKind::Null:
+    case ExprKind::Integer:
+    case ExprKind::Number:
+    case ExprKind::String:
+    case ExprKind::Column:
+    case ExprKind::Case:
+    case ExprKind::Compare:
+    case ExprKind::And:
+    case ExprKind::Or:
+    case ExprKind::Not:
+    case ExprKind::IsNull:
+    case ExprKind::Between:
+    case ExprKind::InList:
+      return true;
+    case ExprKind::Like:
+      return expr.args.size() == 2;  // an escape character may be an invalid one
+    case ExprKind::Negate:
+      if (expr.args[0]->kind == ExprKind::Integer) return true;
+      [[fallthrough]];
+    case ExprKind::Subtract:
+    case ExprKind::Multiply:
+      return HasRoom(expr.type);
+    case ExprKind::Add:
+      return HasRoom(expr.type) || IsText(expr.type.kind);
+    case ExprKind::Divide:
+      return IsFloat(expr.type.kind) && IsNonZeroLiteral(*expr.args[1]);
+    case ExprKind::Convert:
+      return ConvertsAlways(expr);
+    case ExprKind::Function:
+      // The smallest bigint has no absolute value.
+      return CallsAlways(expr) ||
+             (expr.function == FunctionId::Abs && expr.args[0]->type.kind != TypeKind::BigInt);
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+bool CannotFail(const Expr& expr) {
+  const Nesting nesting;
+  return expr.query == nullptr && NodeCannotFail(expr) &&
+         std::all_of(expr.args.begin(), expr.args.end(),
+                     [](const Expr* arg) { return CannotFail(*arg); });
+}
+
+}  // namespace ledgerwick::tsql

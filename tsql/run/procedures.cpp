@@ -1,0 +1,307 @@
+// Stored procedures and dynamic texts: how they are called and kept.
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "tsql/base/characters.h"
+#include "tsql/run/interpreter.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+constexpr TextView kExecuteSql = u"sp_executesql";
+
+// Makes `frame` the running one while it lives. The options that it sets end with it.
+class RunningFrame {
+ public:
+  RunningFrame(Session& session, Frame& frame)
+      : session_(session),
+        caller_(session.frame),
+        no_count_(session.no_count),
+        xact_abort_(session.xact_abort) {
+    session.frame = &frame;
+  }
+  ~RunningFrame() {
+    session_.frame = caller_;
+    session_.no_count = no_count_;
+    session_.xact_abort = xact_abort_;
+  }
+  RunningFrame(const RunningFrame&) = delete;
+  RunningFrame& operator=(const RunningFrame&) = delete;
+
+ private:
+  Session& session_;
+  Frame* caller_;
+  bool no_count_;
+  bool xact_abort_;
+};
+
+// A frame that `caller` calls.
+Frame CalledFrame(const Frame& caller, TextView text, std::size_t variables) {
+  Frame frame;
+  frame.text = text;
+  frame.level = caller.level + 1;
+  frame.variables = Variables(variables);
+  if (frame.level > kDeepestCall) throw errors::CallsTooDeep();
+  return frame;
+}
+
+// What the parser says of a dynamic text counts in that text.
+template <typename Parse>
+auto ParseText(const Frame& caller, Parse parse) {
+  try {
+    return parse();
+  } catch (SqlError& error) {
+    error.in_text = true;
+    error.level = caller.level + 1;
+    throw;
+  }
+}
+
+bool IsConversion(const SqlError& error) noexcept {
+  switch (error.number) {
+    case 235:
+    case 241:
+    case 242:
+    case 244:
+    case 245:
+    case 248:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// The argument of each parameter, none where the default holds.
+std::vector<const Argument*> MatchArguments(std::span<const Parameter> parameters,
+                                            std::span<const Argument> arguments, TextView procedure,
+                                            TextView text) {
+  std::vector<const Argument*> matched(parameters.size());
+  bool named = false;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const Argument& argument = arguments[i];
+    std::size_t index = i;
+    if (!argument.name.text.empty()) {
+      named = true;
+      const auto found =
+          std::find_if(parameters.begin(), parameters.end(), [&](const Parameter& parameter) {
+            return EqualText(parameter.name.text, argument.name.text);
+          });
+      if (found == parameters.end()) {
+        throw errors::NoSuchParameter(argument.name.text, procedure);
+      }
+      index = static_cast<std::size_t>(found - parameters.begin());
+    } else if (named) {
+      throw errors::PositionalAfterNamed(i + 1, PositionOf(text, argument.offset));
+    } else if (i >= parameters.size()) {
+      throw errors::TooManyArguments(procedure);
+    }
+    const Parameter& parameter = parameters[index];
+    if (matched[index] != nullptr) {
+      throw errors::ParameterTwice(parameter.name.text, procedure);
+    }
+    if (argument.output && !parameter.output) throw errors::NotOutput(parameter.name.text);
+    matched[index] = &argument;
+  }
+  return matched;
+}
+
+}  // namespace
+
+// Temporary tables live as long as the call that makes them.
+void Interpreter::Call(Frame& frame, std::span<Statement* const> body) {
+  const RunningFrame running(session_, frame);
+  const auto drop_temporaries = [&] {
+    for (const std::string& drop : frame.temporaries) storage_.Execute(drop);
+  };
+  try {
+    RunAll(body);
+  } catch (...) {
+    const Allowance::Pause pause;
+    drop_temporaries();
+    throw;
+  }
+  drop_temporaries();
+}
+
+// A literal as it is, a variable's value as text.
+std::string Interpreter::TextOfPart(Expr& part) {
+  if (part.kind == ExprKind::String) return ToUtf8(part.text);
+  const bool is_text = IsText(part.type.kind) && part.slot >= kSystemVariables;
+  if (is_text) return std::string(TextOf(session_.frame->variables[part.slot]));
+  return std::string(TextOf(Evaluate(&part, MakeType(TypeKind::NVarChar, kMaxLength))));
+}
+
+void Interpreter::ExecuteText(Statement& statement) {
+  std::string utf8;
+  for (Expr* part : statement.values) utf8 += TextOfPart(*part);
+  const Text text = ToText(utf8);
+  const Frame& caller = *session_.frame;
+  Arena arena;
+  const Batch batch = ParseText(caller, [&] { return ParseBatch(text, arena); });
+  Frame frame = CalledFrame(caller, text, batch.variables.size());
+  frame.arena = &arena;
+  frame.is_text = true;
+  Call(frame, batch.statements);
+}
+
+void Interpreter::ExecuteProcedure(Statement& statement) {
+  const Frame& caller = *session_.frame;
+  ObjectName name = statement.target;
+  Text name_text;
+  Arena arena;
+  if (statement.name_variable != nullptr) {
+    name_text = u"EXEC " + ToText(TextOfPart(*statement.name_variable));
+    try {
+      const Batch batch = ParseBatch(name_text, arena);
+      name = batch.statements[0]->target;
+    } catch (const SqlError&) {
+      throw errors::NoProcedure(TextView(name_text).substr(5), {});
+    }
+  }
+  if (EqualText(name.object.text, kExecuteSql)) {
+    ExecuteSql(statement);
+    AssignResult(statement, 0);
+    return;
+  }
+  const ProcedureText* found = NewBinder().FindProcedure(name);
+  if (found == nullptr) throw errors::NoProcedure(FullName(name), {});
+  const std::shared_ptr<const Procedure> procedure = Load(*found);
+  Frame frame = CalledFrame(caller, procedure->text, procedure->batch.variables.size());
+  frame.procedure = ToUtf8(procedure->name);
+  frame.runs_again = true;
+  const std::int64_t transactions = session_.transactions;
+  const Statement& definition = *procedure->statement;
+  CallWithArguments(frame, definition.body, definition.parameters, statement.arguments,
+                    procedure->name);
+  AssignResult(statement, frame.result);
+  if (session_.transactions != transactions) {
+    throw errors::TransactionCount(transactions, session_.transactions);
+  }
+}
+
+// EXEC @result = …
+void Interpreter::AssignResult(const Statement& statement, std::int64_t result) {
+  if (statement.result == nullptr) return;
+  Expr* value = session_.frame->arena->Make<Expr>();
+  value->kind = ExprKind::Integer;
+  value->integer = result;
+  session_.frame->variables[statement.result->slot] = Evaluate(value, statement.result->type);
+}
+
+// sp_executesql text[, parameters, arguments…]: a dynamic text with parameters.
+void Interpreter::ExecuteSql(Statement& statement) {
+  constexpr std::size_t kTexts = 2;
+  const std::span<Argument> arguments = statement.arguments;
+  if (arguments.empty() || arguments[0].value == nullptr) {
+    throw errors::ParameterMissing(kExecuteSql, u"@statement");
+  }
+  std::array<Text, kTexts> texts;
+  for (std::size_t i = 0; i < std::min(arguments.size(), kTexts); ++i) {
+    if (arguments[i].value != nullptr) texts[i] = ToText(TextOfPart(*arguments[i].value));
+  }
+  const Frame& caller = *session_.frame;
+  Arena arena;
+  const ParametrisedBatch parsed =
+      ParseText(caller, [&] { return ParseBatch(texts[0], texts[1], arena); });
+  Frame frame = CalledFrame(caller, texts[0], parsed.batch.variables.size());
+  frame.arena = &arena;
+  frame.is_text = true;
+  CallWithArguments(frame, parsed.batch.statements, parsed.parameters,
+                    arguments.subspan(std::min(arguments.size(), kTexts)), kExecuteSql);
+}
+
+// The values of the parameters, read where the caller's variables are seen.
+std::vector<SqliteValue> Interpreter::ArgumentValues(std::span<const Parameter> parameters,
+                                                     std::span<const Argument* const> arguments,
+                                                     TextView procedure) {
+  Binder binder = NewBinder();
+  std::vector<Expr*> values;
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    const Parameter& parameter = parameters[i];
+    Expr* value = arguments[i] != nullptr ? arguments[i]->value : nullptr;
+    if (value == nullptr) value = Clone(parameter.default_value, *session_.frame->arena);
+    if (value == nullptr) throw errors::ParameterMissing(procedure, parameter.name.text);
+    values.push_back(value);
+  }
+  std::vector<Type> sources;
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    sources.push_back(binder.TypeOf(values[i]));
+    values[i] = binder.Coerce(values[i], parameters[i].type);
+  }
+  try {
+    return Evaluate(values);
+  } catch (const SqlError& error) {
+    if (!IsConversion(error)) throw;
+    // The error of a parameter names the types alone.
+    std::size_t i = 0;
+    while (i + 1 < sources.size() &&
+           (!IsText(sources[i].kind) || IsText(parameters[i].type.kind))) {
+      ++i;
+    }
+    throw errors::ConvertDataType(KindText(sources[i].kind), KindText(parameters[i].type.kind));
+  }
+}
+
+// Calls `body` and hands the OUTPUT parameters back.
+void Interpreter::CallWithArguments(Frame& frame, std::span<Statement* const> body,
+                                    std::span<const Parameter> parameters,
+                                    std::span<const Argument> arguments, TextView name) {
+  Frame& caller = *session_.frame;
+  const auto matched = MatchArguments(parameters, arguments, name, caller.text);
+  std::vector<SqliteValue> values = ArgumentValues(parameters, matched, name);
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    frame.variables[parameters[i].slot] = std::move(values[i]);
+  }
+  Call(frame, body);
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    if (matched[i] == nullptr || !matched[i]->output) continue;
+    const Expr& receiver = *matched[i]->value;
+    Expr* given = caller.arena->Make<Expr>();
+    given->kind = ExprKind::Variable;
+    given->slot = parameters[i].slot;
+    given->type = parameters[i].type;
+    const RunningFrame running(session_, frame);
+    Arena* const before = std::exchange(frame.arena, caller.arena);
+    caller.variables[receiver.slot] = Evaluate(given, receiver.type);
+    frame.arena = before;
+  }
+}
+
+// The procedure's syntax tree: parsed once as long as its text stays the same.
+std::shared_ptr<const Procedure> Interpreter::Load(const ProcedureText& stored) {
+  constexpr std::size_t kMostKept = 256;
+  if (const auto known = procedures_.find(stored.definition); known != procedures_.end()) {
+    return known->second;
+  }
+  auto procedure = std::make_shared<Procedure>();
+  procedure->name = stored.name;
+  procedure->text = stored.definition;
+  procedure->batch = ParseBatch(procedure->text, procedure->arena);
+  // A foreign hand may have written anything there.
+  if (procedure->batch.statements.empty()) throw errors::NoProcedure(stored.name, {});
+  procedure->statement = procedure->batch.statements[0];
+  const StatementKind kind = procedure->statement->kind;
+  if (kind != StatementKind::CreateProcedure && kind != StatementKind::AlterProcedure) {
+    throw errors::NoProcedure(stored.name, {});
+  }
+  if (procedures_.size() >= kMostKept) procedures_.clear();
+  procedures_.emplace(stored.definition, procedure);
+  return procedure;
+}
+
+// CREATE and ALTER: the text is kept, its names are looked up when it runs.
+void Interpreter::CreateProcedure(Statement& statement) {
+  Binder binder = NewBinder();
+  const ObjectName& name = statement.target;
+  const Position at = binder.At(name.object.offset);
+  const bool alters = statement.kind == StatementKind::AlterProcedure;
+  const ProcedureText* existing = binder.FindProcedure(name);
+  if (alters && existing == nullptr) throw errors::InvalidObject(FullName(name), at);
+  const DatabaseId database = alters ? existing->database : binder.RequireNewName(name);
+  const std::string text = ToUtf8(statement.text);
+  const std::string stored = ToUtf8(alters ? TextView(existing->name) : name.object.text);
+  SaveModule(database, stored, 'P', &text);
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,109 @@
+#include "tsql/run/session.h"
+
+#include <algorithm>
+
+namespace ledgerwick::tsql {
+namespace {
+
+// Errors of one statement that leave the rest of the batch running: what a value did, not what was
+// written.
+constexpr std::int32_t kOfStatement[] = {
+    201,  220,  232,  266,  512,  515,  517,  535,  536,  537,  547,  1505, 2601, 2627,
+    2812, 3623, 3701, 3705, 3902, 3903, 8115, 8134, 8143, 8144, 8145, 8152, 8162, 18054,
+};
+
+// Values that cannot be converted, and what no statement can go on after.
+constexpr std::int32_t kOfBatch[] = {
+    0,   217, 234, 235,  241,  242,  244,  245,  248,   295,
+    701, 823, 824, 1105, 1222, 3906, 8114, 8631, 10704, 35100,
+};
+
+constexpr std::int32_t kCancelled = 0;
+constexpr std::int32_t kFirstUserNumber = 50000;
+
+template <std::size_t N>
+bool IsAmong(const std::int32_t (&numbers)[N], std::int32_t number) noexcept {
+  return std::find(std::begin(numbers), std::end(numbers), number) != std::end(numbers);
+}
+
+// How far an error goes without XACT_ABORT.
+Reach UsualReach(const SqlError& error) noexcept {
+  if (error.thrown || IsAmong(kOfBatch, error.number)) return Reach::Batch;
+  const bool raised = error.number >= kFirstUserNumber;
+  return raised || IsAmong(kOfStatement, error.number) ? Reach::Statement : Reach::Frame;
+}
+
+void BindText(sqlite3_stmt* statement, int index, const std::string& text) {
+  sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+}
+
+void BindCaught(sqlite3_stmt* statement, int index, SystemVariable variable,
+                const SqlError& error) {
+  switch (variable) {
+    case SystemVariable::ErrorMessage:
+      BindText(statement, index, error.message);
+      return;
+    case SystemVariable::ErrorNumber:
+      sqlite3_bind_int(statement, index, error.number);
+      return;
+    case SystemVariable::ErrorSeverity:
+      sqlite3_bind_int(statement, index, error.severity);
+      return;
+    case SystemVariable::ErrorState:
+      sqlite3_bind_int(statement, index, error.state);
+      return;
+    case SystemVariable::ErrorProcedure:
+      if (!error.procedure.empty()) BindText(statement, index, error.procedure);
+      return;
+    default:
+      sqlite3_bind_int(statement, index, error.position.line);
+  }
+}
+
+}  // namespace
+
+void Session::BeginBatch() {
+  frame = nullptr;
+  tries = 0;
+  caught.clear();
+  first_error.reset();
+}
+
+Reach Session::ReachOf(const SqlError& error) const noexcept {
+  const bool raised = error.number >= kFirstUserNumber && !error.thrown;
+  return xact_abort && !raised ? Reach::Batch : UsualReach(error);
+}
+
+bool Session::PassesCatch(const SqlError& error, std::int32_t level) const noexcept {
+  if (error.number == kCancelled) return true;
+  return UsualReach(error) == Reach::Frame && error.level == level;
+}
+
+void Session::Bind(sqlite3_stmt* statement) const {
+  const int count = sqlite3_bind_parameter_count(statement);
+  if (count == 0) return;
+  for (int i = 1; i <= std::min(count, kSystemVariables); ++i) {
+    if (sqlite3_bind_parameter_name(statement, i) == nullptr) continue;
+    const auto variable = static_cast<SystemVariable>(i - 1);
+    switch (variable) {
+      case SystemVariable::RowCount:
+        sqlite3_bind_int64(statement, i, row_count);
+        break;
+      case SystemVariable::Error:
+        sqlite3_bind_int(statement, i, last_error);
+        break;
+      case SystemVariable::TranCount:
+        sqlite3_bind_int64(statement, i, transactions);
+        break;
+      case SystemVariable::NestLevel:
+        sqlite3_bind_int(statement, i, frame->level);
+        break;
+      default:
+        // Outside a CATCH they are null.
+        if (!caught.empty()) BindCaught(statement, i, variable, caught.back());
+    }
+  }
+  frame->variables.Bind(statement);
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,67 @@
+// What outlives a statement: how deep calls are nested, what the last statement did, what a CATCH
+// has caught. The state of one connection.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tsql/base/arena.h"
+#include "tsql/base/errors.h"
+#include "tsql/run/variables.h"
+
+namespace ledgerwick::tsql {
+
+// The server's limit of nested calls, dynamic texts included.
+inline constexpr std::int32_t kDeepestCall = 32;
+
+// A batch, a call of a procedure or a dynamic text while it runs.
+struct Frame {
+  TextView text;            // that the statements' offsets count in
+  Arena* arena = nullptr;   // for what binding makes
+  std::string procedure;    // its name; empty for a batch and a dynamic text
+  bool is_text = false;     // of EXEC ('…')
+  bool runs_again = false;  // its statements may run more than once: copy before binding
+  std::int32_t level = 0;   // 0 for the batch
+  std::int64_t result = 0;  // of RETURN
+  Variables variables;
+  std::vector<std::string> temporaries;  // what drops the session's tables that it made
+};
+
+// How far the effect of an error goes when nothing catches it.
+enum class Reach {
+  Statement,  // the next statement runs
+  Frame,      // the procedure or the dynamic text ends, its caller goes on
+  Batch,      // everything ends, an open transaction is rolled back
+};
+
+// The session's state. It knows no statement.
+struct Session {
+  std::int64_t row_count = 0;
+  std::int32_t last_error = 0;  // of the last statement; 0 for none
+  std::int64_t transactions = 0;
+  bool no_count = false;
+  bool xact_abort = false;
+
+  // Of the running batch.
+  Frame* frame = nullptr;
+  std::int32_t tries = 0;  // TRY blocks that run, of all frames
+  std::vector<SqlError> caught;
+  std::optional<SqlError> first_error;
+
+  // Where a new batch begins.
+  void BeginBatch();
+
+  // How far `error` goes.
+  Reach ReachOf(const SqlError& error) const noexcept;
+
+  // True for an error that no CATCH of the frame at `level` gets: a cancelled batch, and what was
+  // wrong with the frame's own text.
+  bool PassesCatch(const SqlError& error, std::int32_t level) const noexcept;
+
+  // Binds the system's variables that `statement` reads, then the frame's.
+  void Bind(sqlite3_stmt* statement) const;
+};
+
+}  // namespace ledgerwick::tsql

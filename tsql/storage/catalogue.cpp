@@ -1,0 +1,277 @@
+#include "tsql/storage/catalogue.h"
+
+#include <algorithm>
+
+#include "tsql/base/characters.h"
+#include "tsql/base/errors.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+struct SystemColumn {
+  const char* name;
+  Type type;
+};
+
+Type TextType(TypeKind kind, std::int32_t length) {
+  Type type;
+  type.kind = kind;
+  type.length = length;
+  type.nullable = false;
+  return type;
+}
+
+// SQLite gives some names of its own, INT and REAL, back in capitals.
+Type DeclaredType(std::string declaration) {
+  std::transform(declaration.begin(), declaration.end(), declaration.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return ParseTypeName(declaration);
+}
+
+// A table of the system's, read from SQLite's own catalogue.
+std::unique_ptr<Table> SystemTable(DatabaseId database, const char* name, const std::string& query,
+                                   const std::vector<SystemColumn>& columns) {
+  auto table = std::make_unique<Table>();
+  table->kind = TableKind::System;
+  table->database = database;
+  table->name = ToText(name);
+  table->sql = "(" + query + ")";
+  for (const SystemColumn& column : columns) {
+    const auto index = static_cast<std::int32_t>(table->columns.size());
+    table->columns.push_back({ToText(column.name), QuoteIdentifier(column.name), column.type, {}});
+    table->column_by_name.emplace(FoldText(table->columns.back().name), index);
+  }
+  return table;
+}
+
+// Every user table and module: name and kind, 'U' for a table.
+std::string ObjectsQuery(DatabaseId database) {
+  const std::string schema = SchemaName(database);
+  return "SELECT name, 'U' AS kind FROM " + schema +
+         ".sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite!_%' ESCAPE '!' AND name "
+         "NOT LIKE 'ledgerwick!_%' ESCAPE '!'" +
+         (database == DatabaseId::Session
+              ? ""  // which has no modules
+              : " UNION ALL SELECT name, kind FROM " + schema + "." + kModulesTable);
+}
+
+std::unique_ptr<Table> SysObjects(DatabaseId database) {
+  return SystemTable(database, "sysobjects",
+                     "SELECT name, kind || ' ' AS xtype, kind || ' ' AS type FROM (" +
+                         ObjectsQuery(database) + ")",
+                     {{"name", TextType(TypeKind::NVarChar, 128)},
+                      {"xtype", TextType(TypeKind::Char, 2)},
+                      {"type", TextType(TypeKind::Char, 2)}});
+}
+
+std::unique_ptr<Table> SchemaTables(DatabaseId database, const Text& database_name) {
+  return SystemTable(
+      database, "TABLES",
+      "SELECT " + QuoteLiteral(ToUtf8(database_name)) +
+          " AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, name AS TABLE_NAME, CASE kind WHEN 'U' THEN "
+          "'BASE TABLE' ELSE 'VIEW' END AS TABLE_TYPE FROM (" +
+          ObjectsQuery(database) + ") WHERE kind <> 'P'",
+      {{"TABLE_CATALOG", TextType(TypeKind::NVarChar, 128)},
+       {"TABLE_SCHEMA", TextType(TypeKind::NVarChar, 128)},
+       {"TABLE_NAME", TextType(TypeKind::NVarChar, 128)},
+       {"TABLE_TYPE", TextType(TypeKind::VarChar, 10)}});
+}
+
+}  // namespace
+
+std::int32_t Table::FindColumn(TextView column) const {
+  constexpr std::size_t kUsual = 128;
+  const auto find = [&](TextView folded) {
+    const auto found = column_by_name.find(folded);
+    return found == column_by_name.end() ? -1 : found->second;
+  };
+  if (column.size() > kUsual) return find(FoldText(column));
+  std::array<char16_t, kUsual> folded;
+  for (std::size_t i = 0; i < column.size(); ++i) folded[i] = FoldChar(column[i]);
+  return find({folded.data(), column.size()});
+}
+
+Catalogue::Catalogue(Storage& storage, Text main_name)
+    : storage_(storage), main_name_(std::move(main_name)) {}
+
+std::int64_t Catalogue::SchemaVersion(DatabaseId database) {
+  SqliteStatement& query = version_queries_[static_cast<std::size_t>(database)];
+  if (!query) {
+    query = storage_.Prepare(std::string("PRAGMA ") + SchemaName(database) + ".schema_version");
+  }
+  const int result = sqlite3_step(query.get());
+  const std::int64_t version = sqlite3_column_int64(query.get(), 0);
+  sqlite3_reset(query.get());
+  if (result != SQLITE_ROW) storage_.Fail(result);
+  return version;
+}
+
+void Catalogue::Refresh() {
+  for (const DatabaseId database : {DatabaseId::Main, DatabaseId::Tempdb, DatabaseId::Session}) {
+    Cache& cache = caches_[static_cast<std::size_t>(database)];
+    const std::int64_t version = SchemaVersion(database);
+    if (cache.version == version) continue;
+    cache = Cache{};
+    cache.version = version;
+  }
+}
+
+std::optional<DatabaseId> Catalogue::FindDatabase(TextView name, TextView object) const {
+  if (object.starts_with(u"##")) return DatabaseId::Tempdb;
+  if (object.starts_with(u'#')) return DatabaseId::Session;
+  if (name.empty() || EqualText(name, main_name_)) return DatabaseId::Main;
+  if (EqualText(name, u"tempdb")) return DatabaseId::Tempdb;
+  return std::nullopt;
+}
+
+void Catalogue::LoadNames(DatabaseId database, Cache& cache) {
+  const SqliteStatement query =
+      storage_.Prepare("SELECT name FROM (" + ObjectsQuery(database) + ") WHERE kind <> 'P'");
+  while (storage_.Step(query.get())) {
+    const std::string name(ColumnText(query.get(), 0));
+    cache.names.emplace(FoldText(ToText(name)), name);
+  }
+  cache.names_loaded = true;
+}
+
+const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name) {
+  Cache& cache = caches_[static_cast<std::size_t>(database)];
+  const bool information = EqualText(schema, u"INFORMATION_SCHEMA");
+  if (!schema.empty() && !information && !EqualText(schema, u"dbo") && !EqualText(schema, u"sys")) {
+    return nullptr;
+  }
+  const Text key = (information ? u"information_schema." : u"") + FoldText(name);
+  if (const auto found = cache.tables.find(key); found != cache.tables.end()) {
+    return found->second.get();
+  }
+  std::unique_ptr<Table> table;
+  if (information) {
+    const Text database_name = database == DatabaseId::Main ? main_name_ : Text(u"tempdb");
+    if (EqualText(name, u"TABLES")) table = SchemaTables(database, database_name);
+  } else if (EqualText(name, u"sysobjects")) {
+    table = SysObjects(database);
+  } else {
+    if (!cache.names_loaded) LoadNames(database, cache);
+    const auto stored = cache.names.find(key);
+    if (stored != cache.names.end()) {
+      table = LoadTable(database, stored->second);
+      if (table->columns.empty() && database != DatabaseId::Session)
+        table = LoadView(database, key);
+    }
+  }
+  if (!table) return nullptr;
+  return cache.tables.emplace(key, std::move(table)).first->second.get();
+}
+
+const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView schema, TextView name) {
+  if (!schema.empty() && !EqualText(schema, u"dbo")) return nullptr;
+  if (database == DatabaseId::Session) return nullptr;
+  Cache& cache = caches_[static_cast<std::size_t>(database)];
+  if (!cache.procedures_loaded) {
+    const SqliteStatement query =
+        storage_.Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
+                         kModulesTable + " WHERE kind = 'P'");
+    while (storage_.Step(query.get())) {
+      Text stored = ToText(ColumnText(query.get(), 0));
+      Text folded = FoldText(stored);
+      cache.procedures.emplace(
+          std::move(folded),
+          ProcedureText{database, std::move(stored), ToText(ColumnText(query.get(), 1))});
+    }
+    cache.procedures_loaded = true;
+  }
+  const auto found = cache.procedures.find(FoldText(name));
+  return found == cache.procedures.end() ? nullptr : &found->second;
+}
+
+std::int64_t Catalogue::RowEstimate(const Table& table) {
+  if (table.kind != TableKind::Table) return 0;
+  Cache& cache = caches_[static_cast<std::size_t>(table.database)];
+  if (const auto known = cache.row_estimates.find(&table); known != cache.row_estimates.end()) {
+    return known->second;
+  }
+  const SqliteStatement query = storage_.Prepare("SELECT max(_rowid_) FROM " + table.sql);
+  const std::int64_t estimate =
+      storage_.Step(query.get()) ? sqlite3_column_int64(query.get(), 0) : 0;
+  return cache.row_estimates.emplace(&table, estimate).first->second;
+}
+
+bool Catalogue::IsKey(const Table& table, std::int32_t column) {
+  return IndexesOf(table).keys[static_cast<std::size_t>(column)] != 0;
+}
+
+bool Catalogue::IsIndexed(const Table& table, std::int32_t column) {
+  return IndexesOf(table).leading[static_cast<std::size_t>(column)] != 0;
+}
+
+const Catalogue::Indexes& Catalogue::IndexesOf(const Table& table) {
+  Cache& cache = caches_[static_cast<std::size_t>(table.database)];
+  if (const auto known = cache.indexes.find(&table); known != cache.indexes.end()) {
+    return known->second;
+  }
+  Indexes indexes;
+  const auto keep = [&]() -> const Indexes& {
+    return cache.indexes.emplace(&table, std::move(indexes)).first->second;
+  };
+  indexes.keys.resize(table.columns.size());
+  indexes.leading.resize(table.columns.size());
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    indexes.keys[i] = indexes.leading[i] = table.columns[i].is_row_number ? 1 : 0;
+  }
+  if (table.kind != TableKind::Table) return keep();
+  const SqliteStatement query = storage_.Prepare(
+      "SELECT (SELECT cid FROM pragma_index_info(l.name, ?2) WHERE seqno = 0),"
+      " l.\"unique\" AND (SELECT COUNT(*) FROM pragma_index_info(l.name, ?2)) = 1"
+      " FROM pragma_index_list(?1, ?2) AS l WHERE NOT l.partial");
+  const std::string name = ToUtf8(table.name);
+  sqlite3_bind_text(query.get(), 1, name.data(), static_cast<int>(name.size()), SQLITE_STATIC);
+  sqlite3_bind_text(query.get(), 2, SchemaName(table.database), -1, SQLITE_STATIC);
+  while (storage_.Step(query.get())) {
+    const auto column = static_cast<std::size_t>(sqlite3_column_int(query.get(), 0));
+    if (column >= table.columns.size()) continue;
+    indexes.leading[column] = 1;
+    if (sqlite3_column_int(query.get(), 1) != 0) indexes.keys[column] = 1;
+  }
+  return keep();
+}
+
+std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::string& name) {
+  auto table = std::make_unique<Table>();
+  table->database = database;
+  table->name = ToText(name);
+  table->sql = std::string(SchemaName(database)) + "." + QuoteIdentifier(name);
+  const SqliteStatement query = storage_.Prepare(std::string("PRAGMA ") + SchemaName(database) +
+                                                 ".table_info(" + QuoteIdentifier(name) + ")");
+  while (storage_.Step(query.get())) {
+    const std::string column(ColumnText(query.get(), 1));
+    const std::string declaration(ColumnText(query.get(), 2));
+    TableColumn added{ToText(column), QuoteIdentifier(column), DeclaredType(declaration),
+                      std::string(ColumnText(query.get(), 4))};
+    added.is_row_number = declaration == kRowNumberType;
+    if (added.is_row_number) added.type.kind = TypeKind::Int;
+    added.type.nullable = sqlite3_column_int(query.get(), 3) == 0;
+    table->column_by_name.emplace(FoldText(added.name),
+                                  static_cast<std::int32_t>(table->columns.size()));
+    table->columns.push_back(std::move(added));
+  }
+  return table;
+}
+
+std::unique_ptr<Table> Catalogue::LoadView(DatabaseId database, TextView folded) {
+  const SqliteStatement query =
+      storage_.Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
+                       kModulesTable + " WHERE kind = 'V'");
+  while (storage_.Step(query.get())) {
+    const Text name = ToText(ColumnText(query.get(), 0));
+    if (FoldText(name) != folded) continue;
+    auto view = std::make_unique<Table>();
+    view->kind = TableKind::View;
+    view->database = database;
+    view->name = name;
+    view->definition = ToText(ColumnText(query.get(), 1));
+    return view;
+  }
+  return nullptr;
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,137 @@
+// What tables and views there are, with their columns' declared types.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "frame/text.h"
+#include "tsql/base/types.h"
+#include "tsql/storage/sqlite.h"
+#include "tsql/storage/storage.h"
+
+namespace ledgerwick::tsql {
+
+// The databases of a connection; Session holds its own temporary tables.
+enum class DatabaseId : std::uint8_t { Main, Tempdb, Session };
+inline constexpr std::size_t kDatabases = 3;
+
+// The name under which SQLite has the database attached.
+constexpr const char* SchemaName(DatabaseId id) noexcept {
+  return id == DatabaseId::Main ? "main" : id == DatabaseId::Tempdb ? "tempdb" : "temp";
+}
+
+// The table that keeps the texts of views and procedures; hidden from queries.
+inline constexpr const char* kModulesTable = "ledgerwick_modules";
+
+// Lets a map keyed by Text be searched with a view.
+struct TextHash {
+  using is_transparent = void;
+  std::size_t operator()(TextView text) const noexcept { return std::hash<TextView>()(text); }
+};
+template <typename T>
+using TextMap = std::unordered_map<Text, T, TextHash, std::equal_to<>>;
+
+// How a column is declared that is the storage's own row number. It is an int in T-SQL.
+inline constexpr const char* kRowNumberType = "INTEGER";
+
+struct TableColumn {
+  Text name;
+  std::string sql;  // the name as an SQLite identifier
+  Type type;
+  std::string default_sql;     // empty where there is none
+  bool is_row_number = false;  // an int that is the primary key: the storage's own row number
+};
+
+enum class TableKind : std::uint8_t { Table, View, System };
+
+struct Table {
+  TableKind kind = TableKind::Table;
+  DatabaseId database = DatabaseId::Main;
+  Text name;
+  std::string sql;  // what stands for it in an SQLite FROM clause
+  std::vector<TableColumn> columns;
+  TextMap<std::int32_t> column_by_name;  // keyed by the folded name
+  Text definition;                       // a view's CREATE VIEW statement
+
+  // The column's index, or -1.
+  std::int32_t FindColumn(TextView column) const;
+};
+
+// A stored procedure as it was created.
+struct ProcedureText {
+  DatabaseId database = DatabaseId::Main;
+  Text name;
+  Text definition;  // the whole batch that created it
+};
+
+// Reads the catalogue of one connection as it is asked for and keeps it until another connection or
+// a statement of this one changes the schema.
+class Catalogue {
+ public:
+  // `main_name` is the name by which statements may call the main database. `storage` outlives it.
+  Catalogue(Storage& storage, Text main_name);
+
+  // Forgets what has become stale. Tables that were found before stay valid until then. Throws
+  // SqlError when the storage cannot be read.
+  void Refresh();
+
+  // Forgets everything: a transaction was rolled back, and the schema's version with it.
+  void Forget() { caches_ = {}; }
+
+  // The database in which `object` is to be found when its name is written with `database`
+  // (possibly empty); nothing for an unknown one. A table "#name" is the session's and "##name" in
+  // tempdb, whatever is written.
+  std::optional<DatabaseId> FindDatabase(TextView database, TextView object) const;
+
+  // The table or view of that name, or nullptr. `schema` is as written: empty, dbo, sys or
+  // INFORMATION_SCHEMA.
+  const Table* Find(DatabaseId database, TextView schema, TextView name);
+
+  // The procedure of that name, or nullptr. `schema` is as written: empty or dbo.
+  const ProcedureText* FindProcedure(DatabaseId database, TextView schema, TextView name);
+
+  // About how many rows `table` has, as of when it was asked for first: its highest row number,
+  // which the storage knows without counting.
+  std::int64_t RowEstimate(const Table& table);
+
+  // True when no two rows of `table` have the same value in `column`, and an index finds them.
+  bool IsKey(const Table& table, std::int32_t column);
+
+  // True when an index finds the rows with a value of `column`.
+  bool IsIndexed(const Table& table, std::int32_t column);
+
+ private:
+  // By the columns of a table.
+  struct Indexes {
+    std::vector<char> keys;
+    std::vector<char> leading;
+  };
+
+  struct Cache {
+    std::int64_t version = -1;
+    bool names_loaded = false;
+    TextMap<std::string> names;  // folded name -> name as stored
+    TextMap<std::unique_ptr<Table>> tables;
+    bool procedures_loaded = false;
+    TextMap<ProcedureText> procedures;  // keyed by the folded name
+    std::unordered_map<const Table*, std::int64_t> row_estimates;
+    std::unordered_map<const Table*, Indexes> indexes;
+  };
+
+  std::int64_t SchemaVersion(DatabaseId database);
+  void LoadNames(DatabaseId database, Cache& cache);
+  std::unique_ptr<Table> LoadTable(DatabaseId database, const std::string& name);
+  std::unique_ptr<Table> LoadView(DatabaseId database, TextView folded);
+  const Indexes& IndexesOf(const Table& table);
+
+  Storage& storage_;
+  Text main_name_;
+  std::array<Cache, kDatabases> caches_;
+  std::array<SqliteStatement, kDatabases> version_queries_;
+};
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,279 @@
+// How the files of a database are opened: in what order, under which locks, and what is refused.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <system_error>
+#include <thread>
+
+#include "tsql/base/errors.h"
+#include "tsql/storage/catalogue.h"
+#include "tsql/storage/database_files.h"
+#include "tsql/storage/storage.h"
+#include "tsql/storage/storage_error.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kInstructionsPerCheck = 20'000;
+constexpr const char* kTempdb = "tempdb";
+
+// An open failure: the cause and what helps.
+[[noreturn]] void Refuse(const fs::path& path, const std::string& why) {
+  const std::string text = "Cannot open database '" + path.string() + "': " + why;
+  DatabaseError error(kErrorFailed, u"Ledgerwick",
+                      TryFromUtf8(text).value_or(u"Cannot open the database."));
+  error.native = 4060;  // the server's number for a database that cannot be opened
+  throw error;
+}
+
+bool HasNul(const fs::path& path) { return path.native().find('\0') != std::string::npos; }
+
+// The file itself where `path` is a link to it: what lies beside the file must not depend on the
+// name by which it is opened.
+fs::path WithoutLinks(const fs::path& path) {
+  std::error_code failure;
+  if (HasNul(path)) return path;  // refused later
+  fs::path real = fs::weakly_canonical(path, failure);
+  return failure ? path : real;
+}
+
+fs::path FolderOf(const fs::path& path) {
+  return path.has_parent_path() ? path.parent_path() : fs::path(".");
+}
+
+std::string AttachTempdb(const fs::path& database) {
+  return "ATTACH " + QuoteLiteral(TempdbPath(database).string()) + " AS tempdb";
+}
+
+}  // namespace
+
+Storage::Storage(const fs::path& path, const DatabaseOptions& options)
+    : path_(WithoutLinks(path)), options_(options) {
+  CheckFiles();
+  // Several who find tempdb damaged at once let go of it, so that one of them has it alone.
+  const auto patience =
+      std::min<std::chrono::milliseconds>(std::chrono::seconds(2), options_.lock_wait);
+  constexpr auto kPause = std::chrono::milliseconds(20);
+  const auto start = Clock::now();
+  try {
+    while (!OpenFiles()) {
+      CloseFiles();
+      if (Clock::now() - start >= patience) {
+        throw errors::TempdbDamaged(TempdbPath(path_).string());
+      }
+      std::this_thread::sleep_for(kPause);
+    }
+    lock_->Share();
+  } catch (const SqlError& error) {
+    CloseFiles();
+    Refuse(path_, error.message);
+  }
+}
+
+Storage::~Storage() {
+  if (sqlite3_get_autocommit(db()) == 0) return;  // nor does it wait for a transaction of its own
+  sqlite3_busy_handler(db(), nullptr, nullptr);   // or for readers
+  if (!HasMuchFreeSpace(db())) return;
+  try {
+    if (!tempdb_turn_->TryAcquire()) return;
+    ShrinkTempdb(db());
+    tempdb_turn_->Release();
+  } catch (...) {
+    // Without a turn, or the memory to take one, the next to close gives the space back.
+  }
+}
+
+void Storage::CloseFiles() noexcept {
+  db_.reset();
+  main_turn_.reset();
+  tempdb_turn_.reset();
+  lock_.reset();
+}
+
+void Storage::Note(const std::string& text) const {
+  if (options_.note) options_.note(TryFromUtf8(text).value_or(Text()));
+}
+
+// Before anything is opened: what cannot be a database must not be waited for.
+void Storage::CheckFiles() const {
+  if (HasNul(path_)) Refuse(path_.c_str(), "its name contains a NUL character.");
+  std::error_code ignored;
+  const bool exists = fs::exists(path_, ignored);
+  if (options_.create && exists) Refuse(path_, "the file exists already.");
+  if (!options_.create && !exists) {
+    Refuse(path_,
+           "there is no such file. `ledgerwick sample create PATH` makes a sample database.");
+  }
+  const std::string obstacle = ObstacleAt(path_, true);
+  if (!obstacle.empty()) Refuse(path_, "it is " + obstacle + ", not a database file.");
+  for (const int right : {R_OK, W_OK}) {
+    if (!exists || access(path_.c_str(), right) == 0) continue;
+    Refuse(path_, std::string(std::strerror(errno)) + ". Ask its owner for permission to " +
+                      (right == R_OK ? "read" : "write") + " it.");
+  }
+  if (exists) CheckContent();
+  const fs::path directory = FolderOf(path_);
+  if (!fs::is_directory(directory, ignored)) {
+    Refuse(path_, "there is no directory '" + directory.string() + "'.");
+  }
+  if (access(directory.c_str(), W_OK) != 0) {
+    Refuse(path_, "the directory '" + directory.string() + "' cannot be written (" +
+                      std::strerror(errno) +
+                      "), and the database keeps its tempdb there. Copy the database into a "
+                      "directory of your own.");
+  }
+  const fs::path tempdb = TempdbPath(path_);
+  const std::string beside = ObstacleAt(tempdb, false);
+  if (!beside.empty()) {
+    Refuse(path_, "its tempdb '" + tempdb.string() + "' is " + beside + ", not a file.");
+  }
+}
+
+// A file that nobody has used as a database yet gets nothing beside it unless it is one.
+void Storage::CheckContent() const {
+  if (access(LockPath(path_).c_str(), F_OK) == 0) return;
+  switch (ContentOf(path_)) {
+    case FileContent::Other:
+      Refuse(path_, "the file is not a database. Check the path.");
+    case FileContent::OtherSqlite:
+      Refuse(path_, "the file is an SQLite database, but not one of Ledgerwick's.");
+    default:
+      return;
+  }
+}
+
+bool Storage::OpenFiles() {
+  ConfigureSqlite();
+  lock_.emplace(path_, options_);
+  main_turn_.emplace(lock_->file(), LockSubject::Main(), "'" + path_.string() + "'");
+  tempdb_turn_.emplace(lock_->file(), LockSubject::Tempdb(),
+                       "'" + TempdbPath(path_).string() + "'");
+  OpenMain();
+  if (!OpenTempdb()) return false;
+  // A log that was once large does not stay so.
+  for (const char* sql :
+       {"PRAGMA main.synchronous = NORMAL",
+        // What is in tempdb is made afresh by the next run.
+        "PRAGMA tempdb.synchronous = OFF", "PRAGMA main.cache_size = -65536",
+        "PRAGMA tempdb.cache_size = -32768", "PRAGMA main.journal_size_limit = 33554432",
+        "PRAGMA tempdb.journal_size_limit = 33554432", "PRAGMA temp_store = FILE"}) {
+    Execute(sql);
+  }
+  return true;
+}
+
+void Storage::OpenMain() {
+  if (options_.create) {
+    const int reason = CreateLike(path_, options_.rights_of);
+    if (reason != 0) Refuse(path_, std::string(std::strerror(reason)) + ".");
+  }
+  sqlite3* db = nullptr;
+  // No links: path_ has none, and none may come between.
+  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
+  const int result = sqlite3_open_v2(path_.c_str(), &db, flags, nullptr);
+  db_.reset(db);
+  if (result != SQLITE_OK) Refuse(path_, FailureText(db) + ".");
+  sqlite3_extended_result_codes(db, 1);
+  sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+  sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+  sqlite3_busy_handler(db, &Storage::OnBusy, this);
+  sqlite3_progress_handler(db, kInstructionsPerCheck, &Storage::OnProgress, this);
+  RegisterFunctions(db, functions_);
+  SetUpMain();
+}
+
+// Makes a new file a database of ours, and refuses one that is not.
+void Storage::SetUpMain() {
+  sqlite3_stmt* prepared = nullptr;
+  int result = sqlite3_prepare_v2(db(), "PRAGMA main.application_id", -1, &prepared, nullptr);
+  SqliteStatement id(prepared);
+  if (result == SQLITE_OK) result = sqlite3_step(prepared);
+  if (result == SQLITE_NOTADB && !IsFailedRead(db(), result))
+    Refuse(path_, "the file is not a database. Check the path.");
+  if (result != SQLITE_ROW) Fail(result);
+  const bool ours = sqlite3_column_int(prepared, 0) == kApplicationId;
+  id.reset();
+  if (ours) return CheckFormat();
+  SqliteStatement pages = Prepare("PRAGMA main.page_count");
+  const bool empty = Step(pages.get()) && sqlite3_column_int(pages.get(), 0) == 0;
+  pages.reset();
+  if (!empty) Refuse(path_, "the file is an SQLite database, but not one of Ledgerwick's.");
+  SetUp("main", 4096);
+}
+
+void Storage::CheckFormat() {
+  const SqliteStatement version = Prepare("PRAGMA main.user_version");
+  if (Step(version.get()) && sqlite3_column_int(version.get(), 0) == kFormatVersion) return;
+  Refuse(path_, "the file has the format of another version. `ledgerwick upgrade " +
+                    path_.string() + "` brings one of an older version to today's.");
+}
+
+// Makes an empty file a database of ours.
+void Storage::SetUp(const char* schema, int page_size) {
+  const std::string prefix = std::string("PRAGMA ") + schema + ".";
+  Execute(prefix + "page_size = " + std::to_string(page_size));
+  // Tempdb alone shrinks; the books keep what they have had.
+  if (std::string_view(schema) == kTempdb) Execute(prefix + "auto_vacuum = INCREMENTAL");
+  // Readers go on while one connection writes.
+  Execute(prefix + "journal_mode = WAL");
+  Transaction transaction(*this);
+  Execute(std::string("CREATE TABLE IF NOT EXISTS ") + schema + "." + kModulesTable +
+          " (name TEXT NOT NULL, kind TEXT NOT NULL, definition TEXT NOT NULL)");
+  Execute(prefix + "application_id = " + std::to_string(kApplicationId));
+  Execute(prefix + "user_version = " + std::to_string(kFormatVersion));
+  transaction.Commit();
+}
+
+bool Storage::OpenTempdb() {
+  const fs::path tempdb = TempdbPath(path_);
+  TempdbState state = TempdbState::Unmade;
+  std::error_code ignored;
+  if (!fs::exists(fs::symlink_status(tempdb, ignored))) {
+    // A tempdb that was removed under its users is not to be mixed with theirs.
+  } else if (lock_->tempdb_damaged()) {
+    state = TempdbState::Damaged;
+  } else if (!lock_->alone() || lock_->tempdb_of_this_start()) {
+    KeepModeOf(tempdb, path_);
+    int result = sqlite3_exec(db(), AttachTempdb(path_).c_str(), nullptr, nullptr, nullptr);
+    state = InspectTempdb(db(), result, result);
+    if (result != SQLITE_OK) Fail(result);
+  }
+  if (state == TempdbState::Foreign) {
+    Refuse(path_, "its tempdb '" + tempdb.string() +
+                      "' is an SQLite database, but not one of Ledgerwick's. Move it away.");
+  }
+  if (state == TempdbState::Sound || (state == TempdbState::Outdated && !lock_->alone())) {
+    return true;
+  }
+  if (!lock_->alone()) return false;
+  MakeTempdb();
+  if (state == TempdbState::Damaged) {
+    Note("tempdb '" + tempdb.string() +
+         "' was damaged and has been made anew; what reports had put there has to be filled again");
+  }
+  return true;
+}
+
+// A new tempdb in the place of what is there. Only while alone.
+void Storage::MakeTempdb() {
+  sqlite3_exec(db(), "DETACH tempdb", nullptr, nullptr, nullptr);  // if it is attached at all
+  const fs::path tempdb = TempdbPath(path_);
+  int reason = RemoveFile(tempdb);
+  if (reason == 0) reason = CreateLike(tempdb, path_);
+  if (reason != 0) {
+    Refuse(path_,
+           "its tempdb '" + tempdb.string() + "' cannot be made: " + std::strerror(reason) + ".");
+  }
+  Execute(AttachTempdb(path_));
+  // Reports' rows are wide and are written and read one after another.
+  SetUp(kTempdb, 16384);
+  lock_->MarkTempdbMade();
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,355 @@
+#include "tsql/syntax/lexer.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace ledgerwick::tsql {
+namespace {
+
+// In the order of the enumeration, which is alphabetical.
+constexpr std::array<std::string_view, 93> kKeywords = {
+    "",         "add",       "all",          "alter",       "and",       "any",
+    "as",       "asc",       "begin",        "between",     "break",     "by",
+    "case",     "check",     "clustered",    "coalesce",    "commit",    "constraint",
+    "continue", "convert",   "create",       "cross",       "database",  "declare",
+    "default",  "delete",    "desc",         "distinct",    "drop",      "else",
+    "end",      "escape",    "except",       "exec",        "execute",   "exists",
+    "foreign",  "from",      "full",         "function",    "go",        "group",
+    "having",   "holdlock",  "if",           "in",          "index",     "inner",
+    "insert",   "intersect", "into",         "is",          "join",      "key",
+    "left",     "like",      "nonclustered", "not",         "null",      "nullif",
+    "of",       "on",        "or",           "order",       "outer",     "percent",
+    "primary",  "print",     "proc",         "procedure",   "raiserror", "references",
+    "return",   "right",     "rollback",     "select",      "set",       "table",
+    "then",     "top",       "tran",         "transaction", "truncate",  "union",
+    "unique",   "update",    "use",          "values",      "view",      "when",
+    "where",    "while",     "with"};
+constexpr std::size_t kLongestKeyword = 12;
+static_assert(static_cast<std::size_t>(Keyword::With) + 1 == kKeywords.size());
+static_assert(std::is_sorted(kKeywords.begin(), kKeywords.end()));
+
+// The first keyword of each letter: the words of one letter stand together.
+constexpr std::array<std::uint8_t, 27> kFirstOfLetter = [] {
+  std::array<std::uint8_t, 27> first{};
+  std::size_t keyword = 1;
+  for (std::size_t letter = 0; letter < 26; ++letter) {
+    first[letter] = static_cast<std::uint8_t>(keyword);
+    while (keyword < kKeywords.size() &&
+           kKeywords[keyword].front() == static_cast<char>('a' + letter)) {
+      ++keyword;
+    }
+  }
+  first[26] = static_cast<std::uint8_t>(keyword);
+  return first;
+}();
+
+Keyword FindKeyword(TextView word) noexcept {
+  if (word.size() > kLongestKeyword) return Keyword::None;
+  std::array<char, kLongestKeyword> lower{};
+  for (std::size_t i = 0; i < word.size(); ++i) {
+    const char16_t c = word[i] | 0x20;
+    if (c < u'a' || c > u'z') return Keyword::None;
+    lower[i] = static_cast<char>(c);
+  }
+  const std::string_view text(lower.data(), word.size());
+  const auto letter = static_cast<std::size_t>(text.front() - 'a');
+  for (std::size_t i = kFirstOfLetter[letter]; i < kFirstOfLetter[letter + 1]; ++i) {
+    if (kKeywords[i].size() == text.size() && kKeywords[i] == text) return static_cast<Keyword>(i);
+  }
+  return Keyword::None;
+}
+
+constexpr bool IsDigit(char16_t c) noexcept { return c >= u'0' && c <= u'9'; }
+
+// Letters of any script may stand in a name without brackets; punctuation and blanks of any width
+// may not.
+constexpr bool IsLetter(char16_t c) noexcept {
+  if (c < 0x80) return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_';
+  if (c < 0xC0) return c == 0xAA || c == 0xB5 || c == 0xBA;
+  if (c >= 0x2000 && c <= 0x206F) return false;
+  if (c >= 0x3000 && c <= 0x3020) return c >= 0x3005 && c <= 0x3007;
+  if (c >= 0xFF00 && c <= 0xFF65) {
+    return (c >= 0xFF21 && c <= 0xFF3A) || (c >= 0xFF41 && c <= 0xFF5A) ||
+           (c >= 0xFF10 && c <= 0xFF19) || c == 0xFF3F;
+  }
+  return c != 0xD7 && c != 0xF7 && c != 0xFEFF;
+}
+
+constexpr bool IsNameStart(char16_t c) noexcept { return IsLetter(c) || c == u'#'; }
+
+constexpr std::array<bool, 0x80> kAsciiNamePart = [] {
+  std::array<bool, 0x80> part{};
+  for (char16_t c = 0; c < 0x80; ++c) {
+    part[c] = IsLetter(c) || IsDigit(c) || c == u'@' || c == u'#' || c == u'$';
+  }
+  return part;
+}();
+
+constexpr bool IsNamePart(char16_t c) noexcept {
+  return c < 0x80 ? kAsciiNamePart[c] : IsLetter(c);
+}
+constexpr bool IsSpace(char16_t c) noexcept {
+  return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n' || c == u'\f' || c == u'\v' ||
+         c == 0xA0;
+}
+
+class Lexer {
+ public:
+  Lexer(TextView batch, Arena& arena) : batch_(batch), arena_(arena) {
+    tokens_.reserve(batch.size() / 5 + 8);
+  }
+
+  std::pmr::vector<Token> Run() {
+    for (;;) {
+      Allowance::Check();
+      SkipBlanksAndComments();
+      Token token = Next();
+      token.length = static_cast<std::uint32_t>(at_) - token.offset;
+      tokens_.push_back(token);
+      if (token.kind == TokenKind::End) return std::move(tokens_);
+    }
+  }
+
+ private:
+  char16_t Peek(std::size_t ahead = 0) const noexcept {
+    return at_ + ahead < batch_.size() ? batch_[at_ + ahead] : u'\0';
+  }
+  Position Here(std::size_t offset) const noexcept { return PositionOf(batch_, offset); }
+
+  void SkipBlanksAndComments() {
+    for (;;) {
+      while (at_ < batch_.size() && IsSpace(batch_[at_])) ++at_;
+      if (Peek() == u'-' && Peek(1) == u'-') {
+        while (at_ < batch_.size() && batch_[at_] != u'\n') ++at_;
+      } else if (Peek() == u'/' && Peek(1) == u'*') {
+        SkipComment();
+      } else {
+        return;
+      }
+    }
+  }
+
+  // Comments of the /* */ form nest.
+  void SkipComment() {
+    const std::size_t start = at_;
+    int depth = 0;
+    do {
+      if (at_ >= batch_.size()) throw errors::MissingEndComment(Here(start));
+      if (Peek() == u'/' && Peek(1) == u'*') {
+        ++depth;
+        at_ += 2;
+      } else if (Peek() == u'*' && Peek(1) == u'/') {
+        --depth;
+        at_ += 2;
+      } else {
+        ++at_;
+      }
+    } while (depth > 0);
+  }
+
+  Token Next() {
+    Token token;
+    token.offset = static_cast<std::uint32_t>(at_);
+    if (at_ >= batch_.size()) return token;
+    const char16_t c = Peek();
+    if ((c == u'N' || c == u'n') && Peek(1) == u'\'') {
+      ++at_;
+      token.text = Quoted(u'\'');
+      token.kind = TokenKind::NationalString;
+    } else if (c == u'\'') {
+      token.text = Quoted(u'\'');
+      token.kind = TokenKind::String;
+    } else if (c == u'[') {
+      ReadQuotedName(token, u']');
+    } else if (c == u'"') {
+      ReadQuotedName(token, u'"');
+    } else if (IsDigit(c) || (c == u'.' && IsDigit(Peek(1)))) {
+      ReadNumber(token);
+    } else if (IsNameStart(c) || c == u'@') {
+      ReadWord(token);
+    } else {
+      ReadSymbol(token);
+    }
+    return token;
+  }
+
+  // The storage's texts end at a NUL: the name would be another's.
+  void ReadQuotedName(Token& token, char16_t close) {
+    token.text = Quoted(close);
+    token.kind = TokenKind::QuotedIdentifier;
+    if (token.text.find(u'\0') != TextView::npos) {
+      throw errors::NameWithNul(token.text, Here(token.offset));
+    }
+  }
+
+  // The text behind a mark up to `close`, where a doubled `close` stands for one.
+  TextView Quoted(char16_t close) {
+    const std::size_t start = at_;
+    ++at_;
+    const std::size_t first = at_;
+    bool doubled = false;
+    for (;; ++at_) {
+      if (at_ >= batch_.size()) {
+        throw errors::UnclosedQuote(batch_.substr(first), Here(start));
+      }
+      if (batch_[at_] != close) continue;
+      if (Peek(1) != close) break;
+      doubled = true;
+      ++at_;
+    }
+    const TextView raw = batch_.substr(first, at_ - first);
+    ++at_;
+    return doubled ? Undouble(raw, close) : raw;
+  }
+
+  TextView Undouble(TextView raw, char16_t quote) {
+    Text text;
+    text.reserve(raw.size());
+    for (std::size_t i = 0; i < raw.size(); ++i) {
+      text += raw[i];
+      if (raw[i] == quote) ++i;
+    }
+    return arena_.Copy(text);
+  }
+
+  void ReadNumber(Token& token) {
+    const std::size_t start = at_;
+    token.kind = TokenKind::Integer;
+    while (IsDigit(Peek())) ++at_;
+    // A binary constant, which must not become a 0 with a name.
+    if ((Peek() == u'x' || Peek() == u'X') && batch_.substr(start, at_ - start) == u"0") {
+      while (IsNamePart(Peek())) ++at_;
+      throw errors::IncorrectSyntax(batch_.substr(start, at_ - start), Here(start));
+    }
+    if (Peek() == u'.') {
+      token.kind = TokenKind::Decimal;
+      ++at_;
+      while (IsDigit(Peek())) ++at_;
+    }
+    if (Peek() == u'e' || Peek() == u'E') {
+      const std::size_t sign = Peek(1) == u'+' || Peek(1) == u'-' ? 2 : 1;
+      token.kind = TokenKind::Float;
+      at_ += IsDigit(Peek(sign)) ? sign : 1;
+      while (IsDigit(Peek())) ++at_;
+    }
+    token.text = batch_.substr(start, at_ - start);
+  }
+
+  void ReadWord(Token& token) {
+    const std::size_t start = at_;
+    const bool variable = Peek() == u'@';
+    while (IsNamePart(Peek())) ++at_;
+    token.text = batch_.substr(start, at_ - start);
+    if (variable) {
+      token.kind = TokenKind::Variable;
+      return;
+    }
+    token.keyword = FindKeyword(token.text);
+    token.kind = token.keyword == Keyword::None ? TokenKind::Identifier : TokenKind::Keyword;
+  }
+
+  void ReadSymbol(Token& token) {
+    token.kind = TokenKind::Symbol;
+    const char16_t c = batch_[at_];
+    std::size_t length = 1;
+    const auto two = [&](char16_t second, Symbol symbol, Symbol otherwise) {
+      if (Peek(1) == second) {
+        length = 2;
+        return symbol;
+      }
+      return otherwise;
+    };
+    switch (c) {
+      case u'(':
+        token.symbol = Symbol::LeftParen;
+        break;
+      case u')':
+        token.symbol = Symbol::RightParen;
+        break;
+      case u',':
+        token.symbol = Symbol::Comma;
+        break;
+      case u'.':
+        token.symbol = Symbol::Dot;
+        break;
+      case u';':
+        token.symbol = Symbol::Semicolon;
+        break;
+      case u'*':
+        token.symbol = Symbol::Star;
+        break;
+      case u'/':
+        token.symbol = Symbol::Slash;
+        break;
+      case u'%':
+        token.symbol = Symbol::Percent;
+        break;
+      case u'+':
+        token.symbol = Symbol::Plus;
+        break;
+      case u'-':
+        token.symbol = Symbol::Minus;
+        break;
+      case u'=':
+        token.symbol = Symbol::Equal;
+        break;
+      case u'&':
+        token.symbol = Symbol::Ampersand;
+        break;
+      case u'|':
+        token.symbol = Symbol::Bar;
+        break;
+      case u'^':
+        token.symbol = Symbol::Caret;
+        break;
+      case u'~':
+        token.symbol = Symbol::Tilde;
+        break;
+      case u'<':
+        token.symbol = Peek(1) == u'>' ? two(u'>', Symbol::NotEqual, Symbol::Less)
+                                       : two(u'=', Symbol::LessEqual, Symbol::Less);
+        break;
+      case u'>':
+        token.symbol = two(u'=', Symbol::GreaterEqual, Symbol::Greater);
+        break;
+      case u'!':
+        token.symbol = Peek(1) == u'<'   ? two(u'<', Symbol::GreaterEqual, Symbol::None)
+                       : Peek(1) == u'>' ? two(u'>', Symbol::LessEqual, Symbol::None)
+                                         : two(u'=', Symbol::NotEqual, Symbol::None);
+        break;
+      default:
+        break;
+    }
+    if (token.symbol == Symbol::None) {
+      const std::size_t units = c >= 0xD800 && c < 0xDC00 ? 2 : 1;
+      throw errors::IncorrectSyntax(batch_.substr(at_, units), Here(at_));
+    }
+    token.text = batch_.substr(at_, length);
+    at_ += length;
+  }
+
+  TextView batch_;
+  Arena& arena_;
+  std::size_t at_ = 0;
+  std::pmr::vector<Token> tokens_{ChargedMemory()};
+};
+
+}  // namespace
+
+std::pmr::vector<Token> Tokenize(TextView batch, Arena& arena) { return Lexer(batch, arena).Run(); }
+
+Position PositionOf(TextView batch, std::size_t offset) noexcept {
+  Position position{1, 1};
+  for (std::size_t i = 0; i < offset && i < batch.size(); ++i) {
+    if (batch[i] == u'\n') {
+      ++position.line;
+      position.column = 1;
+    } else {
+      ++position.column;
+    }
+  }
+  return position;
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,261 @@
+// The grammar of statements that change the schema, and of types.
+#include "tsql/syntax/parser.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+struct TypeWord {
+  TextView word;
+  TypeKind kind;
+};
+
+constexpr TypeWord kTypes[] = {
+    {u"int", TypeKind::Int},           {u"integer", TypeKind::Int},
+    {u"varchar", TypeKind::VarChar},   {u"nvarchar", TypeKind::NVarChar},
+    {u"char", TypeKind::Char},         {u"nchar", TypeKind::NChar},
+    {u"float", TypeKind::Float},       {u"real", TypeKind::Real},
+    {u"datetime", TypeKind::DateTime}, {u"smalldatetime", TypeKind::SmallDateTime},
+    {u"bit", TypeKind::Bit},           {u"tinyint", TypeKind::TinyInt},
+    {u"smallint", TypeKind::SmallInt}, {u"bigint", TypeKind::BigInt},
+    {u"decimal", TypeKind::Decimal},   {u"numeric", TypeKind::Decimal},
+    {u"money", TypeKind::Money},       {u"smallmoney", TypeKind::SmallMoney},
+    {u"text", TypeKind::VarChar},      {u"ntext", TypeKind::NVarChar},
+    {u"sysname", TypeKind::NVarChar},
+};
+
+constexpr std::int32_t kLongestVarChar = 8000;
+constexpr std::int32_t kLongestNVarChar = 4000;
+constexpr std::int32_t kLongestName = 128;
+
+}  // namespace
+
+// At CREATE PROCEDURE and the like.
+bool Parser::AtProcedure() const noexcept {
+  return Ahead(1).keyword == Keyword::Procedure || Ahead(1).keyword == Keyword::Proc;
+}
+
+Statement* Parser::Create() {
+  const Keyword what = Ahead(1).keyword;
+  if (what == Keyword::Table) return CreateTable();
+  if (what == Keyword::View) return CreateView();
+  if (AtProcedure()) return Procedure(StatementKind::CreateProcedure);
+  Advance();
+  const bool unique = Accept(Keyword::Unique);
+  if (!Accept(Keyword::Clustered)) Accept(Keyword::Nonclustered);
+  return CreateIndex(unique);
+}
+
+// ALTER PROCEDURE, and ALTER TABLE … ADD of columns without keys.
+Statement* Parser::Alter() {
+  if (AtProcedure()) return Procedure(StatementKind::AlterProcedure);
+  Statement* statement = NewStatement(StatementKind::AlterTable);
+  Expect(Keyword::Alter);
+  Expect(Keyword::Table);
+  statement->target = ObjectNameRule();
+  Expect(Keyword::Add);
+  std::vector<ColumnDefinition> definitions;
+  do {
+    definitions.push_back(Definition(u"ALTER TABLE"));
+    if (definitions.back().primary_key || definitions.back().unique) Fail();
+  } while (Accept(Symbol::Comma));
+  statement->definitions = arena_.Copy(definitions);
+  return statement;
+}
+
+Statement* Parser::CreateIndex(bool unique) {
+  Statement* statement = NewStatement(StatementKind::CreateIndex);
+  Expect(Keyword::Index);
+  statement->unique = unique;
+  statement->index = ExpectName();
+  Expect(Keyword::On);
+  statement->target = ObjectNameRule();
+  statement->key_columns = KeyColumns();
+  return statement;
+}
+
+Statement* Parser::CreateView() {
+  Statement* statement = NewStatement(StatementKind::CreateView);
+  const std::uint32_t offset = Current().offset;
+  Advance();
+  Expect(Keyword::View);
+  statement->target = ObjectNameRule();
+  if (Is(Symbol::LeftParen)) statement->columns = NameList();
+  Expect(Keyword::As);
+  const std::size_t uses_before = variable_uses_.size();
+  statement->query = ParseQuery();
+  RequireNoVariables(uses_before, u"CREATE VIEW");
+  const Token& last = tokens_[at_ - 1];
+  statement->text = batch_.substr(offset, last.offset + last.length - offset);
+  return statement;
+}
+
+Statement* Parser::CreateTable() {
+  Statement* statement = NewStatement(StatementKind::CreateTable);
+  Expect(Keyword::Create);
+  Expect(Keyword::Table);
+  statement->target = ObjectNameRule();
+  Expect(Symbol::LeftParen);
+  std::vector<ColumnDefinition> definitions;
+  std::vector<TableKey> keys;
+  do {
+    if (Is(Symbol::RightParen) && !definitions.empty()) break;  // a comma may end the list
+    if (AtTableKey()) {
+      keys.push_back(Key());
+    } else {
+      definitions.push_back(Definition(u"CREATE TABLE"));
+    }
+  } while (Accept(Symbol::Comma));
+  Expect(Symbol::RightParen);
+  statement->definitions = arena_.Copy(definitions);
+  statement->keys = arena_.Copy(keys);
+  return statement;
+}
+
+bool Parser::AtTableKey() const noexcept {
+  return Is(Keyword::Constraint) || Is(Keyword::Primary) || Is(Keyword::Unique);
+}
+
+TableKey Parser::Key() {
+  if (Accept(Keyword::Constraint)) ExpectName();
+  TableKey key;
+  key.primary = Accept(Keyword::Primary);
+  if (key.primary) {
+    Expect(Keyword::Key);
+  } else {
+    Expect(Keyword::Unique);
+  }
+  if (!Accept(Keyword::Clustered)) Accept(Keyword::Nonclustered);
+  key.columns = KeyColumns();
+  return key;
+}
+
+std::span<KeyColumn> Parser::KeyColumns() {
+  Expect(Symbol::LeftParen);
+  std::vector<KeyColumn> columns;
+  do {
+    KeyColumn column;
+    column.name = ExpectName();
+    column.descending = Accept(Keyword::Desc);
+    if (!column.descending) Accept(Keyword::Asc);
+    columns.push_back(column);
+  } while (Accept(Symbol::Comma));
+  Expect(Symbol::RightParen);
+  return arena_.Copy(columns);
+}
+
+// What outlives the batch must not read its variables.
+void Parser::RequireNoVariables(std::size_t uses_before, TextView statement) const {
+  if (variable_uses_.size() == uses_before) return;
+  throw errors::VariableNotAllowed(statement, At(variable_uses_[uses_before]->offset));
+}
+
+ColumnDefinition Parser::Definition(TextView statement) {
+  ColumnDefinition definition;
+  definition.name = ExpectName();
+  definition.type = TypeRule();
+  definition.type.nullable = true;
+  for (;;) {
+    if (Accept(Keyword::Not)) {
+      Expect(Keyword::Null);
+      definition.type.nullable = false;
+    } else if (Accept(Keyword::Null)) {
+      definition.type.nullable = true;
+    } else if (Accept(Keyword::Default)) {
+      const std::size_t uses_before = variable_uses_.size();
+      definition.default_value = Value();
+      RequireNoVariables(uses_before, statement);
+    } else if (Accept(Keyword::Constraint)) {
+      ExpectName();
+    } else if (Accept(Keyword::Primary)) {
+      Expect(Keyword::Key);
+      if (!Accept(Keyword::Clustered)) Accept(Keyword::Nonclustered);
+      definition.primary_key = true;
+      definition.type.nullable = false;
+    } else if (Accept(Keyword::Unique)) {
+      definition.unique = true;
+    } else {
+      return definition;
+    }
+  }
+}
+
+Type Parser::TypeRule() {
+  const Name name = ExpectName();
+  Type type;
+  for (const TypeWord& known : kTypes) {
+    if (EqualText(name.text, known.word)) type.kind = known.kind;
+  }
+  if (type.kind == TypeKind::Null) throw errors::UnknownType(name.text, At(name.offset));
+  if (IsMoney(type.kind)) type.scale = kMoneyScale;
+  if (type.kind == TypeKind::Decimal) type.precision = 18;
+  // Without a length a column holds 1 character; a conversion's 30 is set where it is read.
+  if (IsText(type.kind)) type.length = 0;
+  if (EqualText(name.text, u"text") || EqualText(name.text, u"ntext")) {
+    type.length = kMaxLength;
+    return type;
+  }
+  if (EqualText(name.text, u"sysname")) {
+    type.length = kLongestName;
+    return type;
+  }
+  if (!Accept(Symbol::LeftParen)) return type;
+  if (IsText(type.kind)) {
+    if (AcceptWord(u"max")) {
+      type.length = kMaxLength;
+    } else {
+      const std::int64_t length = ExpectInteger();
+      const std::int64_t longest = IsUnicode(type.kind) ? kLongestNVarChar : kLongestVarChar;
+      if (length < 1 || length > longest)
+        throw errors::TypeLength(name.text, length, longest, At(name.offset));
+      type.length = static_cast<std::int32_t>(length);
+    }
+  } else if (type.kind == TypeKind::Decimal) {
+    const std::int64_t precision = ExpectInteger();
+    const std::int64_t scale = Accept(Symbol::Comma) ? ExpectInteger() : 0;
+    if (precision < 1 || precision > kMostDigits || scale > precision) Fail();
+    type.precision = static_cast<std::uint8_t>(precision);
+    type.scale = static_cast<std::uint8_t>(scale);
+  } else if (type.kind == TypeKind::Float) {
+    constexpr std::int64_t kRealBits = 24;
+    if (ExpectInteger() <= kRealBits) type.kind = TypeKind::Real;
+  } else {
+    Fail();
+  }
+  Expect(Symbol::RightParen);
+  return type;
+}
+
+Statement* Parser::Drop() {
+  Expect(Keyword::Drop);
+  StatementKind kind;
+  if (Accept(Keyword::Table)) {
+    kind = StatementKind::DropTable;
+  } else if (Accept(Keyword::View)) {
+    kind = StatementKind::DropView;
+  } else if (Accept(Keyword::Index)) {
+    kind = StatementKind::DropIndex;
+  } else if (Accept(Keyword::Procedure) || Accept(Keyword::Proc)) {
+    kind = StatementKind::DropProcedure;
+  } else {
+    Fail();
+  }
+  Statement* statement = NewStatement(kind);
+  if (Accept(Keyword::If)) {
+    Expect(Keyword::Exists);
+    statement->if_exists = true;
+  }
+  std::vector<ObjectName> targets;
+  do {
+    targets.push_back(ObjectNameRule());
+    if (kind == StatementKind::DropIndex && Accept(Keyword::On)) {
+      // DROP INDEX name ON table, the newer spelling of DROP INDEX table.name
+      const Name index = targets.back().object;
+      targets.back() = ObjectNameRule();
+      targets.back() = ObjectName{targets.back().database, targets.back().object, index};
+    }
+  } while (Accept(Symbol::Comma));
+  statement->targets = arena_.Copy(targets);
+  return statement;
+}
+
+}  // namespace ledgerwick::tsql

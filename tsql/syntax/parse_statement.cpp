@@ -1,0 +1,304 @@
+#include <algorithm>
+#include <charconv>
+
+#include "tsql/syntax/parser.h"
+
+namespace ledgerwick::tsql {
+
+Batch ParseBatch(TextView batch, Arena& arena) { return Parser(batch, arena).ParseAll(); }
+
+ParametrisedBatch ParseBatch(TextView batch, TextView parameters, Arena& arena) {
+  Parser parser(parameters, arena);
+  ParametrisedBatch result;
+  result.parameters = parser.ParseParameters();
+  parser.Restart(batch);
+  result.batch = parser.ParseAll();
+  return result;
+}
+
+Parser::Parser(TextView batch, Arena& arena)
+    : batch_(batch), arena_(arena), tokens_(Tokenize(batch, arena)) {}
+
+const Token& Parser::Ahead(std::size_t n) const noexcept {
+  return tokens_[std::min(at_ + n, tokens_.size() - 1)];
+}
+
+bool Parser::IsWord(TextView word) const noexcept {
+  return Current().kind == TokenKind::Identifier && EqualText(Current().text, word);
+}
+
+bool Parser::Accept(Keyword keyword) noexcept {
+  if (!Is(keyword)) return false;
+  Advance();
+  return true;
+}
+
+bool Parser::Accept(Symbol symbol) noexcept {
+  if (!Is(symbol)) return false;
+  Advance();
+  return true;
+}
+
+bool Parser::AcceptWord(TextView word) noexcept {
+  if (!IsWord(word)) return false;
+  Advance();
+  return true;
+}
+
+void Parser::Expect(Keyword keyword) {
+  if (!Accept(keyword)) Fail();
+}
+
+void Parser::Expect(Symbol symbol) {
+  if (!Accept(symbol)) Fail();
+}
+
+void Parser::Fail() const {
+  const Token& token = Current();
+  const TextView near = batch_.substr(token.offset, token.length);
+  if (token.kind == TokenKind::Keyword) {
+    throw errors::IncorrectSyntaxKeyword(near, At(token.offset));
+  }
+  if (token.kind == TokenKind::End && at_ > 0) {
+    // The batch ended too early: the last word is what stands out.
+    const Token& last = tokens_[at_ - 1];
+    const TextView word = batch_.substr(last.offset, last.length);
+    throw errors::IncorrectSyntax(word, At(last.offset));
+  }
+  const bool quoted = token.kind == TokenKind::String || token.kind == TokenKind::NationalString ||
+                      token.kind == TokenKind::QuotedIdentifier;
+  throw errors::IncorrectSyntax(quoted ? token.text : near, At(token.offset));
+}
+
+bool Parser::IsName() const noexcept {
+  return Current().kind == TokenKind::Identifier || Current().kind == TokenKind::QuotedIdentifier;
+}
+
+Name Parser::ExpectName() {
+  if (!IsName()) Fail();
+  const Name name{Current().text, Current().offset};
+  Advance();
+  return name;
+}
+
+std::int64_t Parser::ExpectInteger() {
+  if (Current().kind != TokenKind::Integer) Fail();
+  const TextView text = Current().text;
+  const std::string digits(text.begin(), text.end());
+  std::int64_t value = 0;
+  if (std::from_chars(digits.data(), digits.data() + digits.size(), value).ec != std::errc()) {
+    Fail();
+  }
+  Advance();
+  return value;
+}
+
+void Parser::Restart(TextView batch) {
+  batch_ = batch;
+  tokens_ = Tokenize(batch, arena_);
+  at_ = 0;
+}
+
+Batch Parser::ParseAll() {
+  std::vector<Statement*> statements;
+  try {
+    for (;;) {
+      while (Accept(Symbol::Semicolon)) {
+      }
+      if (Current().kind == TokenKind::End) break;
+      statements.push_back(ParseStatement());
+    }
+  } catch (SqlError& error) {
+    // What nests too deeply and what takes too much memory does so here.
+    if (error.position.line == 0) error.position = At(Current().offset);
+    throw;
+  }
+  return {arena_.Copy(statements), arena_.Copy(variable_types_)};
+}
+
+Statement* Parser::NewStatement(StatementKind kind) {
+  Statement* statement = arena_.Make<Statement>();
+  statement->kind = kind;
+  statement->offset = Current().offset;
+  return statement;
+}
+
+Statement* Parser::ParseStatement() {
+  constexpr int kDeepestStatement = 201;
+  const Nesting nesting(depth_, kDeepestStatement);
+  const std::uint32_t offset = Current().offset;
+  Statement* statement = StatementRule();
+  statement->offset = offset;
+  const Token& last = tokens_[at_ - 1];
+  statement->length = last.offset + last.length - offset;
+  return statement;
+}
+
+// One rule for each kind of statement.
+Statement* Parser::StatementRule() {
+  switch (Current().keyword) {
+    case Keyword::Select:
+      return SelectStatement();
+    case Keyword::Insert:
+      return Insert();
+    case Keyword::Update:
+      return Update();
+    case Keyword::Delete:
+      return Delete();
+    case Keyword::Truncate:
+      return Truncate();
+    case Keyword::Create:
+      return Create();
+    case Keyword::Alter:
+      return Alter();
+    case Keyword::Drop:
+      return Drop();
+    case Keyword::If:
+      return If();
+    case Keyword::While:
+      return While();
+    case Keyword::Break:
+    case Keyword::Continue:
+      return LoopControl();
+    case Keyword::Return:
+      return Return();
+    case Keyword::Begin:
+      return BeginRule();
+    case Keyword::Commit:
+      return Transaction(StatementKind::Commit);
+    case Keyword::Rollback:
+      return Transaction(StatementKind::Rollback);
+    case Keyword::Declare:
+      return Declare();
+    case Keyword::Set:
+      return Ahead(1).kind == TokenKind::Variable ? SetVariable() : SetOption();
+    case Keyword::Exec:
+    case Keyword::Execute:
+      return Execute();
+    case Keyword::Raiserror:
+      return RaiseError();
+    case Keyword::Print:
+      return Print();
+    default:
+      if (IsWord(u"THROW")) return Throw();
+      if (!Is(Symbol::LeftParen) || Ahead(1).keyword != Keyword::Select) Fail();
+      return SelectStatement();
+  }
+}
+
+Statement* Parser::SelectStatement() {
+  Statement* statement = NewStatement(StatementKind::Select);
+  statement->query = ParseQuery();
+  return statement;
+}
+
+Statement* Parser::Print() {
+  Statement* statement = NewStatement(StatementKind::Print);
+  Expect(Keyword::Print);
+  statement->value = Value();
+  return statement;
+}
+
+Statement* Parser::Insert() {
+  Statement* statement = NewStatement(StatementKind::Insert);
+  Expect(Keyword::Insert);
+  Accept(Keyword::Into);
+  statement->target = ObjectNameRule();
+  if (Is(Symbol::LeftParen) && Ahead(1).keyword != Keyword::Select) statement->columns = NameList();
+  if (Accept(Keyword::Default)) {
+    Expect(Keyword::Values);
+    statement->default_values = true;
+    return statement;
+  }
+  if (!Accept(Keyword::Values)) {
+    if (!Is(Keyword::Select) && !Is(Symbol::LeftParen)) Fail();
+    statement->query = ParseQuery();
+    return statement;
+  }
+  std::vector<std::span<Expr*>> rows;
+  do {
+    Expect(Symbol::LeftParen);
+    std::vector<Expr*> row;
+    do {
+      row.push_back(Accept(Keyword::Default) ? nullptr : Value());
+    } while (Accept(Symbol::Comma));
+    Expect(Symbol::RightParen);
+    rows.push_back(arena_.Copy(row));
+  } while (Accept(Symbol::Comma));
+  statement->rows = arena_.Copy(rows);
+  return statement;
+}
+
+Statement* Parser::Update() {
+  Statement* statement = NewStatement(StatementKind::Update);
+  Expect(Keyword::Update);
+  statement->target = ObjectNameRule();
+  Expect(Keyword::Set);
+  std::vector<Assignment> assignments;
+  do {
+    Assignment assignment;
+    assignment.column = ExpectName();
+    if (Accept(Symbol::Dot)) {
+      assignment.qualifier = assignment.column;
+      assignment.column = ExpectName();
+    }
+    Expect(Symbol::Equal);
+    assignment.value = Value();
+    assignments.push_back(assignment);
+  } while (Accept(Symbol::Comma));
+  statement->assignments = arena_.Copy(assignments);
+  if (Accept(Keyword::From)) statement->from = FromList();
+  if (Accept(Keyword::Where)) statement->where = Condition();
+  return statement;
+}
+
+Statement* Parser::Delete() {
+  Statement* statement = NewStatement(StatementKind::Delete);
+  Expect(Keyword::Delete);
+  Accept(Keyword::From);
+  statement->target = ObjectNameRule();
+  SkipTableHints();
+  if (Accept(Keyword::From)) statement->from = FromList();
+  if (Accept(Keyword::Where)) statement->where = Condition();
+  return statement;
+}
+
+Statement* Parser::Truncate() {
+  Statement* statement = NewStatement(StatementKind::Truncate);
+  Expect(Keyword::Truncate);
+  Expect(Keyword::Table);
+  statement->target = ObjectNameRule();
+  return statement;
+}
+// SET NOCOUNT ON and the like. Most options of the session change nothing here; those that would
+// are not known.
+Statement* Parser::SetOption() {
+  Statement* statement = NewStatement(StatementKind::SetOption);
+  Expect(Keyword::Set);
+  static constexpr TextView kOptions[] = {u"NOCOUNT",
+                                          u"XACT_ABORT",
+                                          u"ANSI_NULLS",
+                                          u"QUOTED_IDENTIFIER",
+                                          u"ANSI_WARNINGS",
+                                          u"ANSI_PADDING",
+                                          u"ANSI_DEFAULTS",
+                                          u"ANSI_NULL_DFLT_ON",
+                                          u"ARITHABORT",
+                                          u"ARITHIGNORE",
+                                          u"CURSOR_CLOSE_ON_COMMIT",
+                                          u"NUMERIC_ROUNDABORT",
+                                          u"CONCAT_NULL_YIELDS_NULL"};
+  std::vector<Name> options;
+  do {
+    const bool known = std::any_of(std::begin(kOptions), std::end(kOptions),
+                                   [&](TextView option) { return IsWord(option); });
+    if (!known) Fail();
+    options.push_back(ExpectName());
+  } while (Accept(Symbol::Comma));
+  statement->columns = arena_.Copy(options);
+  statement->on = Accept(Keyword::On);
+  if (!statement->on && !AcceptWord(u"OFF")) Fail();
+  return statement;
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,181 @@
+// Tokens to a syntax tree. A construct that the dialect lacks is error 102 or 156 at its first
+// token.
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+#include "tsql/base/arena.h"
+#include "tsql/base/nesting.h"
+#include "tsql/syntax/lexer.h"
+#include "tsql/syntax/syntax_tree.h"
+
+namespace ledgerwick::tsql {
+
+// What `batch` consists of; its text and `arena` outlive the result. Throws SqlError with the
+// position of what could not be read.
+Batch ParseBatch(TextView batch, Arena& arena);
+
+// A text with parameters, as sp_executesql takes it.
+struct ParametrisedBatch {
+  std::span<Parameter> parameters;
+  Batch batch;
+};
+
+// The same with the parameters that `parameters` ("@a int, @b varchar(10) OUTPUT") declares.
+ParametrisedBatch ParseBatch(TextView batch, TextView parameters, Arena& arena);
+
+// The binary operators of either precedence that symbols stand for; Null for other symbols.
+ExprKind AdditiveOf(Symbol symbol) noexcept;
+ExprKind MultiplicativeOf(Symbol symbol) noexcept;
+
+// The grammar, one member for each rule: statements in parse_statement.cpp, the schema's in
+// parse_ddl.cpp, control flow in parse_control.cpp, variables and procedures in
+// parse_procedure.cpp, queries in parse_query.cpp, expressions in parse_expression.cpp.
+class Parser {
+ public:
+  Parser(TextView batch, Arena& arena);
+
+  Batch ParseAll();
+
+  // The whole text as a list of parameters; declares them.
+  std::span<Parameter> ParseParameters();
+
+  // Goes on with `batch`; what is declared stays.
+  void Restart(TextView batch);
+
+ private:
+  // Tokens
+  const Token& Current() const noexcept { return tokens_[at_]; }
+  const Token& Ahead(std::size_t n) const noexcept;
+  void Advance() noexcept { ++at_; }
+  bool Is(Keyword keyword) const noexcept { return Current().keyword == keyword; }
+  bool Is(Symbol symbol) const noexcept { return Current().symbol == symbol; }
+  bool IsWord(TextView word) const noexcept;  // an identifier that is no reserved word
+  bool Accept(Keyword keyword) noexcept;
+  bool Accept(Symbol symbol) noexcept;
+  bool AcceptWord(TextView word) noexcept;
+  void Expect(Keyword keyword);
+  void Expect(Symbol symbol);
+  [[noreturn]] void Fail() const;  // at the current token
+  bool IsName() const noexcept;
+  Name ExpectName();
+  std::int64_t ExpectInteger();
+  Position At(std::uint32_t offset) const noexcept { return PositionOf(batch_, offset); }
+
+  // Statements
+  Statement* ParseStatement();
+  Statement* StatementRule();
+  Statement* SelectStatement();
+  Statement* Print();
+  Statement* NewStatement(StatementKind kind);
+  Statement* Block();
+  Statement* If();
+  Statement* Insert();
+  Statement* Update();
+  Statement* Delete();
+  Statement* Truncate();
+  Statement* Create();
+  Statement* Alter();
+  Statement* CreateTable();
+  Statement* CreateIndex(bool unique);
+  Statement* CreateView();
+  Statement* Drop();
+  Statement* SetOption();
+
+  // Variables, control flow and procedures
+  std::vector<Statement*> Statements();
+  Statement* Declare();
+  Statement* SetVariable();
+  Statement* While();
+  Statement* Return();
+  Statement* BeginRule();
+  Statement* TryCatch();
+  Statement* Transaction(StatementKind kind);
+  Statement* RaiseError();
+  Statement* Throw();
+  Statement* Execute();
+  Statement* ExecuteText();
+  Statement* ExecuteProcedure();
+  Statement* LoopControl();
+  Statement* Procedure(StatementKind kind);
+  bool AtProcedure() const noexcept;
+  Argument ArgumentRule();
+  Parameter ParameterRule();
+  std::span<Parameter> Parameters();
+  Expr* Constant();
+  Expr* VariableRule();
+  Expr* AssignedVariable();
+  void RequireAssignable(const Expr& variable) const;
+  Expr* AssignedValue(Expr* variable);
+  void RequireNoVariables(std::size_t uses_before, TextView statement) const;
+  bool AtAssignment() const noexcept;
+  std::int32_t DeclareVariable(const Name& name, const Type& type);
+  Name ExpectVariable();
+
+  ColumnDefinition Definition(TextView statement);
+  TableKey Key();
+  std::span<KeyColumn> KeyColumns();
+  bool AtTableKey() const noexcept;
+  void SkipTableHints();
+  std::span<Name> NameList();
+
+  // Queries
+  Query* ParseQuery();
+  Select* ParseSelect();
+  Select* SelectOrParenthesised();
+  SelectItem Item();
+  void MarkLive(const Select& select, std::size_t uses_before);
+  std::span<OrderItem> OrderBy();
+  From* FromList();
+  From* JoinTree();
+  From* JoinOperand();
+  bool AtDerivedTable() const;
+  bool AtJoin(FromKind& kind);
+  ObjectName ObjectNameRule();
+  Name Alias();
+
+  // Expressions
+  Expr* Condition();  // a predicate
+  Expr* Value();      // anything but a predicate
+  Expr* Disjunction();
+  Expr* Conjunction();
+  Expr* Negation();
+  Expr* Relation();
+  Expr* Additive();
+  Expr* Multiplicative();
+  Expr* Unary();
+  Expr* Primary();
+  Expr* Parenthesised();
+  Expr* Literal();
+  Expr* NameExpression();
+  Expr* Call(Name name);
+  Expr* Cast();
+  Expr* ConvertCall();
+  Expr* Case();
+  Expr* LikeRule(Expr* value, bool negated);
+  Expr* BetweenRule(Expr* value, bool negated);
+  Expr* InRule(Expr* value, bool negated);
+  Type TypeRule();
+  Expr* NewExpr(ExprKind kind, std::uint32_t offset);
+  Expr* NewExpr(ExprKind kind, std::initializer_list<Expr*> args);
+  Expr* RequireValue(Expr* expr);
+  Expr* RequireCondition(Expr* expr);
+  void Finish(Expr* expr) const noexcept;  // sets the length up to the last token read
+
+  TextView batch_;
+  Arena& arena_;
+  std::pmr::vector<Token> tokens_;
+  std::size_t at_ = 0;
+  int depth_ = 0;                                          // of what nests
+  std::unordered_map<Text, std::int32_t> variable_slots_;  // by the folded name
+  std::vector<Type> variable_types_;
+  std::vector<Expr*> variable_uses_;  // in the order in which they stand
+  int loops_ = 0;                     // WHILEs around the current token
+  bool in_procedure_ = false;
+};
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,36 @@
+// What T-SQL calls by a name of its own beside a batch's variables: @@ROWCOUNT, ERROR_MESSAGE() …
+#pragma once
+
+#include <cstdint>
+
+#include "frame/text.h"
+#include "tsql/base/types.h"
+
+namespace ledgerwick::tsql {
+
+// What the session knows by itself. They have the first slots; a batch's own variables follow.
+enum class SystemVariable : std::uint8_t {
+  RowCount,
+  Error,
+  TranCount,
+  NestLevel,
+  ErrorMessage,
+  ErrorNumber,
+  ErrorSeverity,
+  ErrorState,
+  ErrorProcedure,
+  ErrorLine,
+};
+inline constexpr std::int32_t kSystemVariables = 10;
+
+// The variable that is called so ("@@ROWCOUNT", "ERROR_LINE"), and its type.
+struct SystemVariableName {
+  TextView name;
+  SystemVariable variable;
+  Type type;
+};
+
+// The system variable of that name without regard to case, or nullptr.
+const SystemVariableName* FindSystemVariable(TextView name) noexcept;
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,25 @@
+// The order and the equality of text in the database.
+#pragma once
+
+#include <string_view>
+
+namespace ledgerwick::tsql {
+
+// The name of the collation that every text column is declared with: letter case, width, kana type
+// and trailing blanks do not count.
+inline constexpr const char* kCollation = "CHINESE_PRC_CI_AS";
+
+// Compares two texts in UTF-8 without regard to letter case, width, kana type and trailing blanks:
+// the shorter text counts as filled up with blanks. Negative, zero or positive; a total preorder.
+int CompareCollated(std::string_view a, std::string_view b) noexcept;
+
+// The length of the prefix of `text` that `needle` equals, case, width and kana type aside; npos
+// when there is none. An empty needle has length 0.
+std::size_t MatchCollatedPrefix(std::string_view text, std::string_view needle) noexcept;
+
+// The byte at which the first such prefix begins, at or after the character boundary `from`; npos
+// without one. `length` becomes the bytes that it takes.
+std::size_t FindCollated(std::string_view text, std::string_view needle, std::size_t from,
+                         std::size_t& length) noexcept;
+
+}  // namespace ledgerwick::tsql
