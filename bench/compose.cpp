@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "bench/stopwatch.h"
-#include "frame/class_table.h"
+#include "component/class_table.h"
 #include "frame/error.h"
 #include "frame/report_provider.h"
 #include "host/canned_recordset.h"

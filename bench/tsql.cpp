@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "bench/stopwatch.h"
-#include "frame/class_table.h"
+#include "component/class_table.h"
 #include "frame/error.h"
 #include "host/recorder.h"
 #include "host/trace.h"

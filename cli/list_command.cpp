@@ -3,7 +3,7 @@
 
 #include "cli/command_line.h"
 #include "cli/commands.h"
-#include "frame/class_table.h"
+#include "component/class_table.h"
 #include "host/filters.h"
 #include "host/request.h"
 

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "com/identifiers.h"
-#include "frame/class_table.h"
+#include "component/class_table.h"
 
 namespace ledgerwick::com {
 namespace {

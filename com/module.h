@@ -4,7 +4,7 @@
 #include <string>
 
 #include "com/com_types.h"
-#include "frame/class_table.h"
+#include "component/class_table.h"
 
 namespace ledgerwick::com {
 

@@ -6,7 +6,7 @@
 
 #include "com/errors.h"
 #include "com/module.h"
-#include "frame/class_table.h"
+#include "component/class_table.h"
 
 namespace ledgerwick::com {
 namespace {

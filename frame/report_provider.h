@@ -5,10 +5,10 @@
 #include <span>
 #include <variant>
 
-#include "frame/class_table.h"
 #include "frame/database.h"
 #include "frame/error.h"
 #include "frame/host.h"
+#include "frame/members.h"
 #include "frame/system.h"
 #include "frame/text.h"
 #include "frame/value.h"

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "frame/class_table.h"
+#include "component/class_table.h"
 #include "frame/text.h"
 #include "frame/value.h"
 #include "host/json_document.h"

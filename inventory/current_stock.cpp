@@ -6,9 +6,9 @@
 #include <optional>
 
 #include "frame/error.h"
-#include "frame/factories.h"
 #include "frame/filter_items.h"
 #include "frame/report_provider.h"
+#include "inventory/factories.h"
 #include "inventory/shared.h"
 
 namespace ledgerwick {

@@ -1,8 +1,8 @@
 // clsInventroy, the inventory snapshot: the item master table as it stands.
 #include <memory>
 
-#include "frame/factories.h"
 #include "frame/report_provider.h"
+#include "inventory/factories.h"
 
 namespace ledgerwick {
 namespace {

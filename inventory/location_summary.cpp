@@ -2,9 +2,9 @@
 // opening balance, the receipts and issues, and the closing balance, as quantities and as pieces.
 #include <memory>
 
-#include "frame/factories.h"
 #include "frame/filter_items.h"
 #include "frame/report_provider.h"
+#include "inventory/factories.h"
 #include "inventory/shared.h"
 
 namespace ledgerwick {

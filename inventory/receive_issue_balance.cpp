@@ -5,8 +5,8 @@
 #include <memory>
 #include <optional>
 
-#include "frame/factories.h"
 #include "frame/report_provider.h"
+#include "inventory/factories.h"
 #include "inventory/shared.h"
 #include "inventory/summary_filters.h"
 

@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "frame/error.h"
-#include "frame/factories.h"
 #include "frame/report_provider.h"
+#include "inventory/factories.h"
 
 namespace ledgerwick {
 namespace {

@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "frame/error.h"
-#include "frame/factories.h"
 #include "frame/filter_items.h"
 #include "frame/report_provider.h"
+#include "inventory/factories.h"
 #include "inventory/shared.h"
 
 namespace ledgerwick {

@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "frame/error.h"
-#include "frame/factories.h"
 #include "frame/mod_report_public.h"
 #include "frame/report_provider.h"
+#include "sales/factories.h"
 #include "sales/hand_off.h"
 #include "sales/sub_titles.h"
 

@@ -1,9 +1,9 @@
 // newclsReportDataSaleTotal, the sales summary: what was sold, summed by the procedure.
 #include <memory>
 
-#include "frame/factories.h"
 #include "frame/report_provider.h"
 #include "sales/conditions.h"
+#include "sales/factories.h"
 #include "sales/hand_off.h"
 #include "sales/sub_titles.h"
 

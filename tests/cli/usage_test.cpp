@@ -7,7 +7,7 @@
 #include "cli/command_line.h"
 #include "cli/console.h"
 #include "cli/sql_script.h"
-#include "frame/class_table.h"
+#include "component/class_table.h"
 #include "host/json_document.h"
 #include "tests/cli/harness.h"
 

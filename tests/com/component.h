@@ -6,7 +6,7 @@
 
 #include "com/com_types.h"
 #include "com/dispatch_object.h"
-#include "frame/class_table.h"
+#include "component/class_table.h"
 
 namespace ledgerwick::com::testing {
 

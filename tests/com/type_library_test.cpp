@@ -1,5 +1,5 @@
 // The type library read back: classes and members as the class table has them, whose order
-// tests/frame/class_table_test.cpp lays down, and signatures as hosts were built to them.
+// tests/component/class_table_test.cpp lays down, and signatures as hosts were built to them.
 #include <doctest/doctest.h>
 
 #include <map>

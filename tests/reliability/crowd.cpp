@@ -2,7 +2,7 @@
 
 #include "books.h"
 #include "cli/connections.h"
-#include "frame/class_table.h"
+#include "component/class_table.h"
 #include "host/filter_argument.h"
 #include "host/request.h"
 #include "host/runner.h"

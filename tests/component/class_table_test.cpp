@@ -1,6 +1,6 @@
 // The members of the classes in the order that hosts have been built against. Written out here: the
 // type library is made from the class table, so only a table of its own can tell when that changes.
-#include "frame/class_table.h"
+#include "component/class_table.h"
 
 #include <doctest/doctest.h>
 
