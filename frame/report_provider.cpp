@@ -18,35 +18,8 @@ void OpenNew(ReportProvider& report, System& system) {
   Open(report.mconn, report);
 }
 
-void DropIgnoringErrors(const std::shared_ptr<Connection>& connection, const Text& sql) {
-  const std::shared_ptr<Connection> held = connection;
-  // A missing connection fails the statement that follows.
-  if (held) held->ExecuteIgnoringErrors(sql, kOptionUnspecified);
-}
-
 std::shared_ptr<ReportFilterSet> FindFilterSet(ReportProvider& report) {
   return Held(report.ObjReportManager)->ReportFilterByName(report.ReportTitle);
-}
-
-std::shared_ptr<ReportFilterSet> RequireFilterSet(ReportProvider& report) {
-  return Held(FindFilterSet(report));
-}
-
-Text AndCondition(TextView condition) {
-  if (Trim(condition).empty()) return {};
-  return u" AND " + Text(condition);
-}
-
-Text InventoryDefineColumns(TextView qualifier) {
-  constexpr int kFirstLine = 10;
-  constexpr int kCount = 16;
-  Text columns = u" ";
-  for (int i = 1; i <= kCount; ++i) {
-    const std::string number = std::to_string(i);
-    columns.append(qualifier).append(u"cInvDefine").append(number.begin(), number.end()) += u',';
-    if (i == kFirstLine) columns += u"  ";
-  }
-  return columns;
 }
 
 }  // namespace ledgerwick

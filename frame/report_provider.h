@@ -72,22 +72,8 @@ void Open(const std::shared_ptr<Connection>& connection, const ReportProvider& r
 // Replaces `report.mconn` by a new connection and opens it so.
 void OpenNew(ReportProvider& report, System& system);
 
-// Has `connection` run `sql`, which drops a table that need not exist, with every error passed
-// over, a missing connection's and exhausted memory's too.
-void DropIgnoringErrors(const std::shared_ptr<Connection>& connection, const Text& sql);
-
-// The report's filter set. Throws error 91 when there is no report manager or it has no such set.
-std::shared_ptr<ReportFilterSet> RequireFilterSet(ReportProvider& report);
-
 // The report's filter set or nullptr. The host may write into the report's title. Throws error 91
 // when there is no report manager.
 std::shared_ptr<ReportFilterSet> FindFilterSet(ReportProvider& report);
-
-// " AND " and `condition` when the condition holds more than blanks, else nothing.
-Text AndCondition(TextView condition);
-
-// The user-defined item fields cInvDefine1 to cInvDefine16, each behind `qualifier`, as the
-// inventory reports write them: ten, a blank, and six with a comma at the end.
-Text InventoryDefineColumns(TextView qualifier);
 
 }  // namespace ledgerwick

@@ -8,13 +8,13 @@
 #include "frame/filter_items.h"
 #include "frame/report_provider.h"
 #include "inventory/factories.h"
-#include "inventory/shared.h"
+#include "inventory/steps.h"
+#include "inventory/wording.h"
 
 namespace ledgerwick {
 namespace {
 
 constexpr TextView kTable = u"tempdb..temPcch";
-constexpr const char16_t* kDrop = u"drop table tempdb..temPcch";
 
 // The expressions, each around the period's conditions. An item's unit group says what its pieces
 // are: 0 none, 1 the quantity over the group's rate, 2 counted by themselves. The opening sums
@@ -160,7 +160,7 @@ class clsRepPcch final : public ReportProvider {
   bool MoveDataDetail() override {
     const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
     OpenNew(*this, system());
-    DropIgnoringErrors(mconn, kDrop);
+    DropResultTable(mconn, kTable);
     if (!set) throw ObjectNotSet();
     const Period period = BuildPeriod(*set);
     Held(mconn)->Execute(Statement(period), kOptionUnspecified);

@@ -8,8 +8,10 @@
 #include "frame/error.h"
 #include "frame/filter_items.h"
 #include "frame/report_provider.h"
+#include "inventory/arguments.h"
 #include "inventory/factories.h"
-#include "inventory/shared.h"
+#include "inventory/steps.h"
+#include "inventory/wording.h"
 
 namespace ledgerwick {
 namespace {
@@ -190,7 +192,7 @@ class clsRepXCL final : public ReportProvider {
 
   bool MoveDataDetail() override {
     OpenNew(*this, system());
-    DropIgnoringErrors(mconn, u"drop table " + TempTablename());
+    DropResultTable(mconn, kTable);
     const Text condition = BuildCondition(*RequireFilterSet(*this));
     Held(mconn)->Execute(
         kSelect + Text(kQuantities) + kInto + TempTablename() + kFrom + kWhere + condition,

@@ -7,13 +7,13 @@
 #include "frame/filter_items.h"
 #include "frame/report_provider.h"
 #include "inventory/factories.h"
-#include "inventory/shared.h"
+#include "inventory/steps.h"
+#include "inventory/wording.h"
 
 namespace ledgerwick {
 namespace {
 
 constexpr TextView kTable = u"tempdb..temLsz";
-constexpr const char16_t* kDrop = u"drop table tempdb..temLsz";
 
 // The statement's pieces in the order in which they stand; the item's defined fields come between
 // the first and the second. Quantities, pieces and unit costs stand beside '' in one CASE, and the
@@ -139,7 +139,7 @@ class clsRepLsz final : public ReportProvider {
 
   bool MoveDataDetail() override {
     OpenIgnoringErrors();
-    DropIgnoringErrors(mconn, kDrop);
+    DropResultTable(mconn, kTable);
     const Text condition = BuildCondition(FindFilterSet(*this).get());
     Held(mconn)->Execute(Statement(condition), kOptionUnspecified);
     return true;  // the connection stays open, for the host to close

@@ -3,12 +3,12 @@
 
 #include "frame/report_provider.h"
 #include "inventory/factories.h"
+#include "inventory/steps.h"
 
 namespace ledgerwick {
 namespace {
 
 constexpr TextView kTable = u"tempdb..tempa";
-constexpr const char16_t* kDrop = u"drop table tempdb..tempa";
 constexpr const char16_t* kCopy = u"Select * into tempdb..tempa from inventory   ";
 
 class clsInventroy final : public ReportProvider {
@@ -20,7 +20,7 @@ class clsInventroy final : public ReportProvider {
   // No filter is read: the report manager and the title are accepted and unused.
   bool MoveDataDetail() override {
     OpenNew(*this, system());
-    DropIgnoringErrors(mconn, kDrop);
+    DropResultTable(mconn, kTable);
     Held(mconn)->Execute(kCopy, kOptionUnspecified);
     Held(mconn)->Close();
     return true;

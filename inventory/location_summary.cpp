@@ -5,13 +5,13 @@
 #include "frame/filter_items.h"
 #include "frame/report_provider.h"
 #include "inventory/factories.h"
-#include "inventory/shared.h"
+#include "inventory/steps.h"
+#include "inventory/wording.h"
 
 namespace ledgerwick {
 namespace {
 
 constexpr TextView kTable = u"tempdb..temHwhz";
-constexpr const char16_t* kDrop = u"drop table tempdb..temHwhz";
 
 // Groups that this report gives to filters.
 constexpr std::int32_t kFreeItems = 4;  // cFree1 to cFree10, iAssUnitGrade
@@ -224,7 +224,7 @@ class clsRepHwhz final : public ReportProvider {
     // Asked for before anything is opened: without a report manager nothing happens.
     FindFilterSet(*this);
     OpenNew(*this, system());
-    DropIgnoringErrors(mconn, kDrop);
+    DropResultTable(mconn, kTable);
     const Sums sums = BuildSums(kBefore, kAfter);
     const Conditions conditions = CollectConditions(FindFilterSet(*this).get(), sums);
     Held(mconn)->Execute(Statement(sums, conditions), kOptionUnspecified);

@@ -6,15 +6,16 @@
 #include <optional>
 
 #include "frame/report_provider.h"
+#include "inventory/arguments.h"
 #include "inventory/factories.h"
-#include "inventory/shared.h"
+#include "inventory/steps.h"
 #include "inventory/summary_filters.h"
+#include "inventory/wording.h"
 
 namespace ledgerwick {
 namespace {
 
 constexpr TextView kTable = u"tempdb..temSFC";
-constexpr const char16_t* kDrop = u"drop table tempdb..temSFC";
 
 // The work tables stand in the account's own database and stay there until the next run: first the
 // movements and opening balances, then their sums.
@@ -329,7 +330,7 @@ class clsRepSFC final : public ReportProvider {
 
  private:
   void DropTables() {
-    DropIgnoringErrors(connection_, kDrop);
+    DropResultTable(connection_, kTable);
     for (const TextView table : {kMovements, kSums}) {
       DropIgnoringErrors(connection_, DropIfThere(table));
     }

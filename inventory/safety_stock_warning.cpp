@@ -5,6 +5,8 @@
 #include "frame/error.h"
 #include "frame/report_provider.h"
 #include "inventory/factories.h"
+#include "inventory/steps.h"
+#include "inventory/wording.h"
 
 namespace ledgerwick {
 namespace {
@@ -82,7 +84,7 @@ class clsRepAQKCYJ final : public ReportProvider {
 
   bool MoveDataDetail() override {
     OpenNew(*this, system());
-    DropIgnoringErrors(mconn, u"drop table " + TempTablename());
+    DropResultTable(mconn, kTable);
     const Conditions conditions = ReadFilters(*RequireFilterSet(*this));
     Held(mconn)->Execute(Statement(conditions), kOptionUnspecified);
     Held(mconn)->Close();

@@ -6,7 +6,8 @@
 #include "frame/filter_items.h"
 #include "frame/report_provider.h"
 #include "inventory/factories.h"
-#include "inventory/shared.h"
+#include "inventory/steps.h"
+#include "inventory/wording.h"
 
 namespace ledgerwick {
 namespace {
@@ -100,7 +101,7 @@ class clsRepBzqyj final : public ReportProvider {
 
   bool MoveDataDetail() override {
     OpenNew(*this, system());
-    DropIgnoringErrors(mconn, u"drop table " + TempTablename());
+    DropResultTable(mconn, kTable);
     const Text condition = BuildCondition();
     Held(mconn)->Execute(
         kSelect + Text(kInto) + TempTablename() + kFrom + kWhere + AndCondition(condition),

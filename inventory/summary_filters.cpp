@@ -4,7 +4,7 @@
 
 #include "frame/filter_items.h"
 #include "frame/value.h"
-#include "inventory/shared.h"
+#include "inventory/wording.h"
 
 namespace ledgerwick {
 namespace {
