@@ -6,46 +6,7 @@ namespace ledgerwick {
 namespace {
 
 constexpr TextView kIsNull = u" isnull(";
-constexpr TextView kAnd = u" and ";
 constexpr std::size_t kLengthOfJoiner = 5;  // " and "
-constexpr std::size_t kLengthOfColumn = 8;  // "cDepCode"
-
-// The department's fragment without its column, whatever that is: the procedure puts the comparison
-// behind a column of its own.
-void TakeDepartment(Text& condition, ReportFilter& item) {
-  if (!HasFragment(item)) return;
-  const Text fragment = item.strSqlString();
-  const TextView trimmed = Trim(fragment);
-  condition = trimmed.size() > kLengthOfColumn ? trimmed.substr(kLengthOfColumn) : TextView();
-}
-
-void TakeChecker(Text& condition, ReportFilter& item) {
-  const std::optional<Text> test =
-      WordNullTest(item.Name(), TrimmedText(item.varValue()), kReviewed, kNullTest);
-  if (test) item.set_strSqlString(*test);
-  TakeFragment(condition, item);
-}
-
-void SortItem(ReportFilter& item, SalesConditions& conditions) {
-  const Text name = item.Name();
-  const TextView key = Trim(name);
-  if (EqualText(key, u"ddate")) {
-    TakeFragment(conditions.sale_date, item);
-  } else if (EqualText(key, u"dkeepdate")) {
-    TakeFragment(conditions.keep_date, item);
-  } else if (EqualText(key, u"cDepcode")) {
-    TakeDepartment(conditions.department, item);
-  } else if (EqualText(key, u"cWhCode")) {
-    if (HasFragment(item)) conditions.warehouse = TrimmedText(item.varValue());
-  } else if (EqualText(key, u"cChecker")) {
-    TakeChecker(conditions.checker, item);
-  } else if (EqualText(key, u"Inventory.bService")) {
-    item.set_strSqlString(ServiceCondition(name, TrimmedText(item.varValue())));
-    AppendFragment(conditions.general, item, kAnd);
-  } else {
-    AppendFragment(conditions.general, item, kAnd);
-  }
-}
 
 }  // namespace
 
@@ -81,13 +42,6 @@ void TakeDates(DateRange& dates, ReportFilter& item) {
   const Text end = TrimmedText(item.varValue2());
   if (!start.empty()) dates.start = start;
   if (!end.empty()) dates.end = end;
-}
-
-SalesConditions BuildSalesConditions(ReportProvider& report) {
-  SalesConditions conditions;
-  ForEachItemOf(report, [&](ReportFilter& item) { SortItem(item, conditions); });
-  CutLastJoiner(conditions.general);
-  return conditions;
 }
 
 }  // namespace ledgerwick

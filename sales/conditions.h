@@ -51,24 +51,24 @@ void TakeFragment(Text& condition, ReportFilter& item);
 // Cuts off the joiner of five characters (" and ") that a condition's last fragment ends in.
 void CutLastJoiner(Text& condition);
 
-// The first item of `set` for which `matches` holds, or nullptr.
-template <typename Matches>
-std::shared_ptr<ReportFilter> FirstItem(ReportFilterSet& set, Matches matches) {
-  const std::int32_t count = set.Count();
-  for (std::int32_t i = 1; i <= count; ++i) {
-    std::shared_ptr<ReportFilter> item = set.Item(i);
-    if (!item) throw ObjectNotSet();
-    if (matches(*item)) return item;
-  }
-  return nullptr;
+// What the items of `set` come to. `sort` takes up one item after the other; the joiner behind the
+// last fragment of the general condition, the member `general`, is cut off.
+template <typename Conditions>
+Conditions SortItems(ReportFilterSet& set,
+                     void (*sort)(ReportFilter& item, Conditions& conditions)) {
+  Conditions conditions;
+  ForEachItem(set, [&](ReportFilter& item) { sort(item, conditions); });
+  CutLastJoiner(conditions.general);
+  return conditions;
 }
 
-// Calls `visit` with each item of the report's filter set, which is asked for anew; with none where
-// there is no set. Throws error 91 without a report manager.
-template <typename Visit>
-void ForEachItemOf(ReportProvider& report, Visit visit) {
+// The same with the items of the report's filter set, which is asked for anew; no conditions
+// without a set. Throws error 91 without a report manager.
+template <typename Conditions>
+Conditions SortItems(ReportProvider& report,
+                     void (*sort)(ReportFilter& item, Conditions& conditions)) {
   const std::shared_ptr<ReportFilterSet> set = FindFilterSet(report);
-  if (set) ForEachItem(*set, visit);
+  return set ? SortItems(*set, sort) : Conditions();
 }
 
 // The ends of the date range as the user typed them.
@@ -79,19 +79,5 @@ struct DateRange {
 
 // Takes from the item ddate those ends that are given.
 void TakeDates(DateRange& dates, ReportFilter& item);
-
-// What the items of the sales summary's and the sales detail's dialogue come to.
-struct SalesConditions {
-  Text general;
-  Text sale_date;
-  Text keep_date;
-  Text department;
-  Text checker;
-  Text warehouse;  // the value, not a condition
-};
-
-// Sorts the items of the report's filter set, which is asked for anew. Those of the checker and of
-// the service get the condition that they come to.
-SalesConditions BuildSalesConditions(ReportProvider& report);
 
 }  // namespace ledgerwick

@@ -15,7 +15,8 @@ constexpr SalesReport kReport = {
     .table = u"Sa_TpConsignment",
     .procedure = u"Sa_MoveConsignment",
     .measure = Measure::AnsiBytes,
-    .place = u"\r\n错误位于模块：newClsReportDaoConsignment.MoveSaleDetail()",
+    .place = u"newClsReportDaoConsignment.MoveSaleDetail()",
+    .reads_sub_title = true,
 };
 
 // The items that the report knows, by their captions; the names do not matter.
@@ -26,15 +27,11 @@ constexpr TextView kWarehouse = u"仓库";
 
 constexpr TextView kAnd = u" AND ";
 
-// The subtitle's phrases in their order.
-struct Phrase {
-  TextView caption;
-  PhraseStart words;
-};
-constexpr Phrase kPhrases[] = {
-    {kDispatchDate, {u" 发货日期从：", u" 发货日期到："}},
-    {kInvoiceDate, {u" 开票日期从：", u" 开票日期到："}},
-    {kPaymentDate, {u" 收款日期从：", u" 收款日期到："}},
+// The subtitle's phrases; each needs a condition of the host's.
+constexpr CaptionedPhrase kPhrases[] = {
+    {kDispatchDate, {u" 发货日期从：", u" 发货日期到："}, true},
+    {kInvoiceDate, {u" 开票日期从：", u" 开票日期到："}, true},
+    {kPaymentDate, {u" 收款日期从：", u" 收款日期到："}, true},
 };
 
 struct Conditions {
@@ -78,22 +75,13 @@ void SortItem(ReportFilter& item, Conditions& conditions) {
   }
 }
 
-Conditions SortItems(ReportProvider& report) {
-  Conditions conditions;
-  ForEachItemOf(report, [&](ReportFilter& item) { SortItem(item, conditions); });
-  CutLastJoiner(conditions.general);
-  return conditions;
-}
-
-// A phrase needs a condition of the host's and a date.
-Text WordPhrase(ReportFilterSet& set, const Phrase& phrase) {
-  const auto item = FirstItem(
-      set, [&](ReportFilter& i) { return EqualText(Trim(i.strcaption()), phrase.caption); });
-  if (!item || !HasFragment(*item)) return {};
-  const Value start = item->varValue();
-  const Value end = item->varValue2();
-  if (start.ToText().empty() && end.ToText().empty()) return {};
-  return DatePhrase(phrase.words, start, end);
+TextParameters ParametersOf(const Text& table, const Conditions& conditions) {
+  return {{u"chrtable", kVarChar, table},
+          {u"chrWhere1", kLongVarChar, conditions.general},
+          {u"chrWhere2", kLongVarChar, conditions.warehouse},
+          {u"chrConDate", kLongVarChar, conditions.dispatch_date},
+          {u"chrSaleDate", kLongVarChar, conditions.invoice_date},
+          {u"chrPayDate", kLongVarChar, conditions.payment_date}};
 }
 
 // A new connection; errors reach the host and leave it open.
@@ -101,33 +89,13 @@ class newClsReportDaoConsignment final : public ReportProvider {
  public:
   using ReportProvider::ReportProvider;
 
-  Text TempTablename() override { return InTempdb(TableOnThisMachine(kReport, system())); }
+  Text TempTablename() override { return ResultTable(kReport, system()); }
 
-  Text strSubTitle() override {
-    const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
-    Text sub_title;
-    if (!set) return sub_title;
-    for (const Phrase& phrase : kPhrases) sub_title += WordPhrase(*set, phrase);
-    return sub_title;
-  }
+  Text strSubTitle() override { return CaptionedSubTitle(*this, kPhrases); }
 
   bool MoveDataDetail() override {
-    if (!FindFilterSet(*this)) return false;
-    OpenNew(*this, system());
-    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
-    Conditions conditions = SortItems(*this);
-    if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
-    strSubTitle();  // an item that cannot be read ends the run here
-    CallProcedure(*command, kReport.procedure,
-                  {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
-                   {u"chrWhere1", kLongVarChar, conditions.general},
-                   {u"chrWhere2", kLongVarChar, conditions.warehouse},
-                   {u"chrConDate", kLongVarChar, conditions.dispatch_date},
-                   {u"chrSaleDate", kLongVarChar, conditions.invoice_date},
-                   {u"chrPayDate", kLongVarChar, conditions.payment_date}},
-                  system());
-    Held(mconn)->Close();
-    return true;
+    return OpenNewIfFiltered(*this, system()) &&
+           HandOff(*this, system(), kReport, SortItem, ParametersOf);
   }
 };
 

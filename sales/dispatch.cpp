@@ -15,7 +15,7 @@ constexpr SalesReport kReport = {
     .table = u"Sa_TmpOutDetail",
     .procedure = u"Sa_MoveSaleOut",
     .measure = Measure::AnsiBytes,
-    .place = u"\r\n错误位于模块：newclsReportDaoOut.MoveSaleDetail()",
+    .place = u"newclsReportDaoOut.MoveSaleDetail()",
 };
 
 constexpr TextView kAnd = u" and ";
@@ -51,11 +51,12 @@ void SortItem(ReportFilter& item, Conditions& conditions) {
   }
 }
 
-Conditions SortItems(ReportProvider& report) {
-  Conditions conditions;
-  ForEachItemOf(report, [&](ReportFilter& item) { SortItem(item, conditions); });
-  CutLastJoiner(conditions.general);
-  return conditions;
+TextParameters ParametersOf(const Text& table, const Conditions& conditions) {
+  return {{u"chrtable", kVarChar, table},
+          {u"chrWhere1", kLongVarChar, conditions.general},
+          {u"chrChecked", kVarChar, conditions.audit},
+          {u"chrStartDate", kVarChar, conditions.dates.start},
+          {u"chrenddate", kVarChar, conditions.dates.end}};
 }
 
 // A new connection; errors reach the host and leave it open.
@@ -63,25 +64,13 @@ class newclsReportDaoOut final : public ReportProvider {
  public:
   using ReportProvider::ReportProvider;
 
-  Text TempTablename() override { return InTempdb(TableOnThisMachine(kReport, system())); }
+  Text TempTablename() override { return ResultTable(kReport, system()); }
 
   Text strSubTitle() override { return StartEndSubTitle(*this); }
 
   bool MoveDataDetail() override {
-    if (!FindFilterSet(*this)) return false;
-    OpenNew(*this, system());
-    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
-    Conditions conditions = SortItems(*this);
-    if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
-    CallProcedure(*command, kReport.procedure,
-                  {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
-                   {u"chrWhere1", kLongVarChar, conditions.general},
-                   {u"chrChecked", kVarChar, conditions.audit},
-                   {u"chrStartDate", kVarChar, conditions.dates.start},
-                   {u"chrenddate", kVarChar, conditions.dates.end}},
-                  system());
-    Held(mconn)->Close();
-    return true;
+    return OpenNewIfFiltered(*this, system()) &&
+           HandOff(*this, system(), kReport, SortItem, ParametersOf);
   }
 };
 

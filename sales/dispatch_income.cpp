@@ -15,7 +15,7 @@ constexpr SalesReport kReport = {
     .table = u"Sa_TpSaleOutIncome",
     .procedure = u"Sa_MoveOutIncome",
     .measure = Measure::AnsiBytes,
-    .place = u"\r\n错误位于模块：newClsReportDaoOutIncome.MoveSaleDetail()",
+    .place = u"newClsReportDaoOutIncome.MoveSaleDetail()",
 };
 
 // The items that the report knows, by their captions; the names do not matter.
@@ -26,9 +26,11 @@ constexpr TextView kInvoiceDate = u"开票日期";
 
 constexpr TextView kAnd = u" And ";
 
-// The subtitle's phrases; the blanks part them.
-constexpr PhraseStart kDispatchWords = {u"发货日期从：", u"发货日期到："};
-constexpr PhraseStart kInvoiceWords = {u"   开票日期从：", u"   开票日期到："};
+// The subtitle's phrases, which need no condition; the blanks part them.
+constexpr CaptionedPhrase kPhrases[] = {
+    {kDispatchDate, {u"发货日期从：", u"发货日期到："}, false},
+    {kInvoiceDate, {u"   开票日期从：", u"   开票日期到："}, false},
+};
 
 // How the report words the items that it rewrites.
 struct Wording {
@@ -86,25 +88,19 @@ void SortItem(ReportFilter& item, Conditions& conditions) {
   }
 }
 
-Conditions SortItems(ReportProvider& report) {
-  Conditions conditions;
+Conditions CollectConditions(ReportProvider& report) {
   const std::shared_ptr<ReportFilterSet> set = FindFilterSet(report);
-  if (!set) return conditions;
+  if (!set) return {};
   RewriteItems(*set);
-  ForEachItem(*set, [&](ReportFilter& item) { SortItem(item, conditions); });
-  CutLastJoiner(conditions.general);
-  return conditions;
+  return SortItems(*set, SortItem);
 }
 
-// A phrase needs a date and no condition.
-Text WordPhrase(ReportFilterSet& set, TextView caption, const PhraseStart& words) {
-  const auto item =
-      FirstItem(set, [&](ReportFilter& i) { return EqualText(Trim(i.strcaption()), caption); });
-  if (!item) return {};
-  const Value start = item->varValue();
-  const Value end = item->varValue2();
-  if (start.ToText().empty() && end.ToText().empty()) return {};
-  return DatePhrase(words, start, end);
+TextParameters ParametersOf(const Text& table, const Conditions& conditions) {
+  return {{u"chrtable", kVarChar, table},
+          {u"chrWhere1", kLongVarChar, conditions.general},
+          {u"chrOutDate", kVarChar, conditions.dispatch_date},
+          {u"chrSaleDate", kVarChar, conditions.invoice_date},
+          {u"chrVouchType", kVarChar, conditions.voucher_type}};
 }
 
 // A new connection; every error ends in a message with its number, and False.
@@ -112,39 +108,20 @@ class newClsReportDaoOutIncome final : public ReportProvider {
  public:
   using ReportProvider::ReportProvider;
 
-  Text TempTablename() override { return InTempdb(TableOnThisMachine(kReport, system())); }
+  Text TempTablename() override { return ResultTable(kReport, system()); }
 
-  Text strSubTitle() override {
-    const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
-    if (!set) return {};
-    return WordPhrase(*set, kDispatchDate, kDispatchWords) +
-           WordPhrase(*set, kInvoiceDate, kInvoiceWords);
-  }
+  Text strSubTitle() override { return CaptionedSubTitle(*this, kPhrases); }
 
   bool MoveDataDetail() override {
-    return Trapped([&] { return HandOff(); },
-                   [&](const DatabaseError& error) {
-                     ShowNumberedConflict(error, system());
-                     return false;
-                   });
+    return Trapped([&] { return Fill(); },
+                   [&](const DatabaseError& error) { return EndWithNumber(error, system()); });
   }
 
  private:
-  bool HandOff() {
-    if (!FindFilterSet(*this)) return false;
-    OpenNew(*this, system());
-    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
-    Conditions conditions = SortItems(*this);
-    if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
-    CallProcedure(*command, kReport.procedure,
-                  {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
-                   {u"chrWhere1", kLongVarChar, conditions.general},
-                   {u"chrOutDate", kVarChar, conditions.dispatch_date},
-                   {u"chrSaleDate", kVarChar, conditions.invoice_date},
-                   {u"chrVouchType", kVarChar, conditions.voucher_type}},
-                  system());
-    Held(mconn)->Close();
-    return true;
+  bool Fill() {
+    return OpenNewIfFiltered(*this, system()) &&
+           HandOff(
+               *this, system(), kReport, [&] { return CollectConditions(*this); }, ParametersOf);
   }
 };
 

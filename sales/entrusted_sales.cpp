@@ -15,7 +15,7 @@ constexpr SalesReport kReport = {
     .table = u"Sa_TmpTrustDetail",
     .procedure = u"Sa_MoveTrustDetail",
     .measure = Measure::AnsiBytes,
-    .place = u"\r\n错误位于模块：newclsReportDaotrust.MoveSaleDetail()",
+    .place = u"newclsReportDaotrust.MoveSaleDetail()",
 };
 
 constexpr TextView kAnd = u" and ";
@@ -25,17 +25,19 @@ struct Conditions {
   DateRange dates;  // values, not conditions
 };
 
-Conditions SortItems(ReportProvider& report) {
-  Conditions conditions;
-  ForEachItemOf(report, [&](ReportFilter& item) {
-    if (EqualText(Trim(item.Name()), u"ddate")) {
-      TakeDates(conditions.dates, item);
-    } else {
-      AppendFragment(conditions.general, item, kAnd);
-    }
-  });
-  CutLastJoiner(conditions.general);
-  return conditions;
+void SortItem(ReportFilter& item, Conditions& conditions) {
+  if (EqualText(Trim(item.Name()), u"ddate")) {
+    TakeDates(conditions.dates, item);
+  } else {
+    AppendFragment(conditions.general, item, kAnd);
+  }
+}
+
+TextParameters ParametersOf(const Text& table, const Conditions& conditions) {
+  return {{u"chrtable", kVarChar, table},
+          {u"chrWhere", kLongVarChar, conditions.general},
+          {u"chrStartDate", kVarChar, conditions.dates.start},
+          {u"chrEndDate", kVarChar, conditions.dates.end}};
 }
 
 // A new connection; every error ends in a message with its number, and False.
@@ -43,33 +45,17 @@ class newclsReportDaotrust final : public ReportProvider {
  public:
   using ReportProvider::ReportProvider;
 
-  Text TempTablename() override { return InTempdb(TableOnThisMachine(kReport, system())); }
+  Text TempTablename() override { return ResultTable(kReport, system()); }
 
   Text strSubTitle() override { return StartEndSubTitle(*this); }
 
   bool MoveDataDetail() override {
-    return Trapped([&] { return HandOff(); },
-                   [&](const DatabaseError& error) {
-                     ShowNumberedConflict(error, system());
-                     return false;
-                   });
-  }
-
- private:
-  bool HandOff() {
-    if (!FindFilterSet(*this)) return false;
-    OpenNew(*this, system());
-    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
-    Conditions conditions = SortItems(*this);
-    if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
-    CallProcedure(*command, kReport.procedure,
-                  {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
-                   {u"chrWhere", kLongVarChar, conditions.general},
-                   {u"chrStartDate", kVarChar, conditions.dates.start},
-                   {u"chrEndDate", kVarChar, conditions.dates.end}},
-                  system());
-    Held(mconn)->Close();
-    return true;
+    return Trapped(
+        [&] {
+          return OpenNewIfFiltered(*this, system()) &&
+                 HandOff(*this, system(), kReport, SortItem, ParametersOf);
+        },
+        [&](const DatabaseError& error) { return EndWithNumber(error, system()); });
   }
 };
 

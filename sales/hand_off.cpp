@@ -12,7 +12,8 @@ namespace {
 constexpr std::size_t kFirstStored = 200;
 constexpr std::size_t kLastStored = 600;
 
-constexpr TextView kTooLong = u"查询条件超过上限，系统不能处理...";
+constexpr TextView kPlace = u"\r\n错误位于模块：";
+constexpr const char16_t* kTooLong = u"查询条件超过上限，系统不能处理...";
 
 // All users of the server share the table: each hand-off empties it and writes its one row.
 constexpr const char16_t* kEmptyParameterTable =
@@ -36,10 +37,21 @@ void ExecuteText(Command& command, const Text& sql) {
 
 }  // namespace
 
-Text InTempdb(TextView table) { return u"tempdb.." + Text(table); }
+Text TableName(const SalesReport& report, System& system) {
+  const Text table(report.table);
+  return report.has_machine_suffix ? table + modReportPublic::MachineTableSuffix(system) : table;
+}
 
-Text TableOnThisMachine(const SalesReport& report, System& system) {
-  return Text(report.table) + modReportPublic::MachineTableSuffix(system);
+Text ResultTable(const SalesReport& report, System& system) {
+  return u"tempdb.." + TableName(report, system);
+}
+
+Text PlaceLine(const SalesReport& report) { return Text(kPlace).append(report.place); }
+
+bool OpenNewIfFiltered(ReportProvider& provider, System& system) {
+  if (!FindFilterSet(provider)) return false;
+  OpenNew(provider, system);
+  return true;
 }
 
 bool HandOverCondition(Text& condition, Command& command, const SalesReport& report,
@@ -47,7 +59,7 @@ bool HandOverCondition(Text& condition, Command& command, const SalesReport& rep
   const std::size_t size = SizeOf(condition, report.measure, system);
   if (size > kLastStored) {
     system.Beep();
-    system.MessageBox(Text(kTooLong).append(report.place), u"", kInformation);
+    system.MessageBox(kTooLong + PlaceLine(report), u"", kInformation);
     return false;
   }
   if (size < kFirstStored) {
@@ -61,21 +73,22 @@ bool HandOverCondition(Text& condition, Command& command, const SalesReport& rep
   return true;
 }
 
-void CallProcedure(Command& command, TextView procedure,
-                   std::initializer_list<TextParameter> parameters, System& system) {
+void CallProcedure(Command& command, const SalesReport& report, const TextParameters& parameters,
+                   System& system) {
   for (const TextParameter& p : parameters) {
     const auto size = static_cast<std::int32_t>(system.AnsiLength(p.value));
     command.AppendParameter(Text(p.name), p.type, size, p.value);
   }
-  command.SetCommandText(Text(procedure));
+  command.SetCommandText(Text(report.procedure));
   command.SetCommandType(kCommandStoredProcedure);
   command.SetCommandTimeout(0);
   command.Execute(kOptionUnspecified);
 }
 
-void ShowNumberedConflict(const DatabaseError& error, System& system) {
+bool EndWithNumber(const DatabaseError& error, System& system) {
   const std::string number = std::to_string(error.number);
   system.MessageBox(Text(number.begin(), number.end()).append(kNetworkConflict), u"", kInformation);
+  return false;
 }
 
 }  // namespace ledgerwick

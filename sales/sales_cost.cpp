@@ -14,8 +14,16 @@ constexpr SalesReport kReport = {
     .table = u"Sa_TempSaleCostDetail",
     .procedure = u"Sa_MoveSaleCostDetail",
     .measure = Measure::AnsiBytes,
-    .place = u"\r\n错误位于模块：newClsReportDaoSaleCost.MoveSaleDetail()",
+    .place = u"newClsReportDaoSaleCost.MoveSaleDetail()",
 };
+
+struct Conditions {
+  Text general;
+};
+
+TextParameters ParametersOf(const Text& table, const Conditions& conditions) {
+  return {{u"chrtable", kVarChar, table}, {u"chrWhere1", kLongVarChar, conditions.general}};
+}
 
 // The host's own connection, the host's own condition; every error ends in a message that does not
 // say which, and False.
@@ -23,12 +31,12 @@ class newClsReportDaoSaleCost final : public ReportProvider {
  public:
   using ReportProvider::ReportProvider;
 
-  Text TempTablename() override { return InTempdb(TableOnThisMachine(kReport, system())); }
+  Text TempTablename() override { return ResultTable(kReport, system()); }
 
   Text strSubTitle() override { return BuildDateSubTitle(*this); }
 
   bool MoveDataDetail() override {
-    return Trapped([&] { return HandOff(); },
+    return Trapped([&] { return Fill(); },
                    [&] {
                      system().Beep();
                      system().MessageBox(Text(kNetworkConflict), u"", kInformation);
@@ -37,19 +45,12 @@ class newClsReportDaoSaleCost final : public ReportProvider {
   }
 
  private:
-  bool HandOff() {
+  bool Fill() {
     Open(mconn, *this);  // the host's
     const std::shared_ptr<ReportFilterSet> set = FindFilterSet(*this);
     if (!set) return false;
-    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
-    Text condition = set->ConditionText();
-    if (!HandOverCondition(condition, *command, kReport, system())) return false;
-    CallProcedure(*command, kReport.procedure,
-                  {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
-                   {u"chrWhere1", kLongVarChar, condition}},
-                  system());
-    Held(mconn)->Close();
-    return true;
+    return HandOff(
+        *this, system(), kReport, [&] { return Conditions{set->ConditionText()}; }, ParametersOf);
   }
 };
 

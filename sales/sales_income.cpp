@@ -16,7 +16,7 @@ constexpr SalesReport kReport = {
     .procedure = u"Sa_MoveSaleInCome",
     .measure = Measure::AnsiBytes,
     // Spelt unlike the class: that is how users know it.
-    .place = u"\r\n错误位于模块：newclsReportDaoSaleIncome.MoveSaleDetail()",
+    .place = u"newclsReportDaoSaleIncome.MoveSaleDetail()",
 };
 
 // Words the conditions on checker and service, which are known by their captions; the host has
@@ -34,16 +34,20 @@ void RewriteItems(ReportFilterSet& set, const NullTest& test) {
   });
 }
 
+struct Conditions {
+  Text general;
+};
+
 // The host's condition of all items. The quotes of a long one are doubled once more on its way into
 // the parameter table: that is meant.
-Text BuildCondition(ReportProvider& report) {
+Conditions CollectConditions(ReportProvider& report) {
   const std::shared_ptr<ReportFilterSet> set = FindFilterSet(report);
   if (!set) return {};
   RewriteItems(*set, kNullTest);
   Text condition = set->ConditionText();
-  if (condition.size() < kFirstDoubled) return condition;
+  if (condition.size() < kFirstDoubled) return {condition};
   RewriteItems(*set, kNullTestDoubled);
-  return set->ConditionText();
+  return {set->ConditionText()};
 }
 
 // The host's own connection; without a filter set it goes on without a condition; every error ends
@@ -52,28 +56,25 @@ class newClsReportDaoSaleInCome final : public ReportProvider {
  public:
   using ReportProvider::ReportProvider;
 
-  Text TempTablename() override { return InTempdb(TableOnThisMachine(kReport, system())); }
+  Text TempTablename() override { return ResultTable(kReport, system()); }
 
   Text strSubTitle() override { return BuildDateSubTitle(*this); }
 
   bool MoveDataDetail() override {
     // The contract: the host learns no more than that.
-    return Trapped([&] { return HandOff(); }, [] { return false; });
+    return Trapped([&] { return Fill(); }, [] { return false; });
   }
 
  private:
-  bool HandOff() {
+  bool Fill() {
     Open(mconn, *this);  // the host's
-    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
-    Text condition = BuildCondition(*this);
-    if (!HandOverCondition(condition, *command, kReport, system())) return false;
-    CallProcedure(*command, kReport.procedure,
-                  {{u"chrtable", kVarChar, TableOnThisMachine(kReport, system())},
-                   {u"chrWhere1", kLongVarChar, condition},
-                   {u"chrZtCode", kVarChar, Held(objLogin)->cAcc_Id().ToText()}},
-                  system());
-    Held(mconn)->Close();
-    return true;
+    return HandOff(
+        *this, system(), kReport, [&] { return CollectConditions(*this); },
+        [&](const Text& table, const Conditions& conditions) -> TextParameters {
+          return {{u"chrtable", kVarChar, table},
+                  {u"chrWhere1", kLongVarChar, conditions.general},
+                  {u"chrZtCode", kVarChar, Held(objLogin)->cAcc_Id().ToText()}};
+        });
   }
 };
 

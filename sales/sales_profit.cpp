@@ -3,7 +3,6 @@
 #include <memory>
 
 #include "frame/error.h"
-#include "frame/mod_report_public.h"
 #include "frame/report_provider.h"
 #include "sales/factories.h"
 #include "sales/hand_off.h"
@@ -12,15 +11,13 @@
 namespace ledgerwick {
 namespace {
 
-constexpr TextView kTable = u"Sa_TpSaleProfit";
+constexpr SalesReport kReport = {.table = u"Sa_TpSaleProfit"};
 
 class newClsReportDaoSaleProfit final : public ReportProvider {
  public:
   using ReportProvider::ReportProvider;
 
-  Text TempTablename() override {
-    return InTempdb(kTable) + modReportPublic::MachineTableSuffix(system());
-  }
+  Text TempTablename() override { return ResultTable(kReport, system()); }
 
   Text strSubTitle() override { return BuildDateSubTitle(*this); }
 

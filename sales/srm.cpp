@@ -15,7 +15,7 @@ constexpr SalesReport kReport = {
     .procedure = u"Sa_MoveSRMDetail",
     .measure = Measure::AnsiBytes,
     // Spelt unlike the class: that is how users know it.
-    .place = u"\r\n错误位于模块：newclsReportDaoSRM.MoveSaleDetail()",
+    .place = u"newclsReportDaoSRM.MoveSaleDetail()",
 };
 
 constexpr TextView kDepartment = u"caccdep";
@@ -55,11 +55,14 @@ void SortItem(ReportFilter& item, Conditions& conditions) {
   }
 }
 
-Conditions SortItems(ReportProvider& report) {
-  Conditions conditions;
-  ForEachItemOf(report, [&](ReportFilter& item) { SortItem(item, conditions); });
-  CutLastJoiner(conditions.general);
-  return conditions;
+TextParameters ParametersOf(const Text& table, const Conditions& conditions) {
+  return {{u"chrtablename", kVarChar, table},
+          {u"chrWhere", kLongVarChar, conditions.general},
+          {u"chrStartDate", kVarChar, conditions.dates.start},
+          {u"chrenddate", kVarChar, conditions.dates.end},
+          {u"chrchecker", kVarChar, conditions.review},
+          {u"chrdep", kVarChar, conditions.department},
+          {u"chrWareHouse", kVarChar, conditions.warehouse}};
 }
 
 // A new connection; errors reach the host and leave it open.
@@ -67,27 +70,13 @@ class newclsReportDAOSRM final : public ReportProvider {
  public:
   using ReportProvider::ReportProvider;
 
-  Text TempTablename() override { return InTempdb(TableOnThisMachine(kReport, system())); }
+  Text TempTablename() override { return ResultTable(kReport, system()); }
 
   Text strSubTitle() override { return StartEndSubTitle(*this); }
 
   bool MoveDataDetail() override {
-    if (!FindFilterSet(*this)) return false;
-    OpenNew(*this, system());
-    const std::unique_ptr<Command> command = Held(mconn)->NewCommand();
-    Conditions conditions = SortItems(*this);
-    if (!HandOverCondition(conditions.general, *command, kReport, system())) return false;
-    CallProcedure(*command, kReport.procedure,
-                  {{u"chrtablename", kVarChar, TableOnThisMachine(kReport, system())},
-                   {u"chrWhere", kLongVarChar, conditions.general},
-                   {u"chrStartDate", kVarChar, conditions.dates.start},
-                   {u"chrenddate", kVarChar, conditions.dates.end},
-                   {u"chrchecker", kVarChar, conditions.review},
-                   {u"chrdep", kVarChar, conditions.department},
-                   {u"chrWareHouse", kVarChar, conditions.warehouse}},
-                  system());
-    Held(mconn)->Close();
-    return true;
+    return OpenNewIfFiltered(*this, system()) &&
+           HandOff(*this, system(), kReport, SortItem, ParametersOf);
   }
 };
 

@@ -1,8 +1,12 @@
 #include "sales/sub_titles.h"
 
+#include <cstdint>
 #include <memory>
 
-#include "sales/conditions.h"
+#include "frame/error.h"
+#include "frame/filter_items.h"
+#include "frame/host.h"
+#include "frame/value.h"
 
 namespace ledgerwick {
 namespace {
@@ -18,14 +22,46 @@ constexpr TextView kStart = u"开始日期：";
 constexpr TextView kAfterStart = u"  ";
 constexpr TextView kEnd = u"结束日期：";
 
-}  // namespace
+// The first item of `set` for which `matches` holds, or nullptr.
+template <typename Matches>
+std::shared_ptr<ReportFilter> FirstItem(ReportFilterSet& set, Matches matches) {
+  const std::int32_t count = set.Count();
+  for (std::int32_t i = 1; i <= count; ++i) {
+    std::shared_ptr<ReportFilter> item = set.Item(i);
+    if (!item) throw ObjectNotSet();
+    if (matches(*item)) return item;
+  }
+  return nullptr;
+}
 
+// The phrase on the dates from `start` to `end`, either of which may be empty. With neither, it
+// speaks of an end that is not there.
 Text DatePhrase(const PhraseStart& words, const Value& start, const Value& end) {
   const Text from = FormatIsoDate(start);
   const Text to = FormatIsoDate(end);
   if (!from.empty() && !to.empty()) return Text(words.from) + from + Text(kTo) + to;
   if (!from.empty()) return Text(words.from) + from + Text(kOnwards);
   return Text(words.until) + to + Text(kEnding);
+}
+
+Text WordPhrase(ReportFilterSet& set, const CaptionedPhrase& phrase) {
+  const auto item = FirstItem(
+      set, [&](ReportFilter& i) { return EqualText(Trim(i.strcaption()), phrase.caption); });
+  if (!item || (phrase.needs_condition && !HasFragment(*item))) return {};
+  const Value start = item->varValue();
+  const Value end = item->varValue2();
+  if (start.ToText().empty() && end.ToText().empty()) return {};
+  return DatePhrase(phrase.words, start, end);
+}
+
+}  // namespace
+
+Text CaptionedSubTitle(ReportProvider& report, std::span<const CaptionedPhrase> phrases) {
+  const std::shared_ptr<ReportFilterSet> set = FindFilterSet(report);
+  Text sub_title;
+  if (!set) return sub_title;
+  for (const CaptionedPhrase& phrase : phrases) sub_title += WordPhrase(*set, phrase);
+  return sub_title;
 }
 
 Text BuildDateSubTitle(ReportProvider& report) {

@@ -1,9 +1,10 @@
 // The subtitles of the sales reports.
 #pragma once
 
+#include <span>
+
 #include "frame/report_provider.h"
 #include "frame/text.h"
-#include "frame/value.h"
 
 namespace ledgerwick {
 
@@ -13,12 +14,20 @@ struct PhraseStart {
   TextView until;  // without one
 };
 
-// The phrase on the dates from `start` to `end`, either of which may be empty. With neither, it
-// speaks of an end that is not there.
-Text DatePhrase(const PhraseStart& words, const Value& start, const Value& end);
+// A phrase on the dates of the first item with a caption.
+struct CaptionedPhrase {
+  TextView caption;
+  PhraseStart words;
+  bool needs_condition;  // left out while the host has worded none for the item
+};
 
-// The phrase on the item ddate; empty while the host has worded no condition for it, and without a
-// filter set. Throws error 91 without a report manager.
+// The phrases in their order, each left out where the item or its dates are; empty without a filter
+// set. Throws error 91 without a report manager.
+Text CaptionedSubTitle(ReportProvider& report, std::span<const CaptionedPhrase> phrases);
+
+// The phrase on the item ddate, which speaks of an end even where there is no date; empty while the
+// host has worded no condition for it, and without a filter set. Throws error 91 without a report
+// manager.
 Text BuildDateSubTitle(ReportProvider& report);
 
 // Start and end of the item ddate as the user typed them, each where it is given; empty without a
