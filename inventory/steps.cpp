@@ -7,9 +7,8 @@ std::shared_ptr<ReportFilterSet> RequireFilterSet(ReportProvider& report) {
 }
 
 void DropIgnoringErrors(const std::shared_ptr<Connection>& connection, const Text& sql) {
-  const std::shared_ptr<Connection> held = connection;
   // A missing connection fails the statement that follows.
-  if (held) held->ExecuteIgnoringErrors(sql, kOptionUnspecified);
+  if (connection) Held(connection)->ExecuteIgnoringErrors(sql, kOptionUnspecified);
 }
 
 void DropResultTable(const std::shared_ptr<Connection>& connection, TextView table) {
