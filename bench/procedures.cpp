@@ -1,7 +1,9 @@
 // What calling a stored procedure costs on the embedded database, beside running its statement
-// directly, on one file in one run: the whole of two sales reports' procedures, and the call alone.
+// directly, on one file in one run: the whole of two sales reports' procedures, and the call alone;
+// then what a turn of a loop costs, in a procedure and around one.
 //
 //   bench_procedures [VOUCHER_LINES]     (20,000 unless told)
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -111,6 +113,53 @@ void Bench(Connection& connection, const Pair& pair) {
               rows_called == rows_direct ? "" : "  DIFFERENT ROWS");
 }
 
+constexpr int kTurns = 500;
+
+// Loops of kTurns turns.
+struct Loop {
+  const char* name;
+  const char16_t* batch;
+};
+
+constexpr Loop kLoops[] = {
+    {"counting", u"EXEC Bench_Count"},
+    {"a sum for each line", u"EXEC Bench_Sum"},
+    {"a change for each line", u"EXEC Bench_Change"},
+    {"calls of a procedure",
+     u"DECLARE @i int = 0, @n int WHILE @i < 500"
+     u" BEGIN SET @i += 1 EXEC Bench_Called @i, @n OUTPUT END"},
+};
+
+constexpr const char16_t* kLoopProcedures[] = {
+    u"CREATE TABLE bench_lines (id int PRIMARY KEY, item varchar(20), q float, m money)",
+    u"CREATE PROCEDURE Bench_Count AS DECLARE @i int = 0, @odd int = 0"
+    u" WHILE @i < 500 BEGIN SET @i += 1 IF @i % 2 = 1 SET @odd = @odd + 1 END",
+    u"CREATE PROCEDURE Bench_Sum AS DECLARE @i int = 0, @q float, @name varchar(60)"
+    u" WHILE @i < 500 BEGIN SET @i += 1"
+    u" SELECT @q = SUM(iQuantity), @name = MAX(cInvName) FROM RdRecords"
+    u" INNER JOIN Inventory ON RdRecords.cInvCode = Inventory.cInvCode WHERE RdRecords.AutoID = @i"
+    u" END",
+    u"CREATE PROCEDURE Bench_Change AS DECLARE @i int = 0 DELETE FROM bench_lines BEGIN TRAN"
+    u" WHILE @i < 500 BEGIN SET @i += 1"
+    u" INSERT INTO bench_lines (id, item, q, m) VALUES (@i, 'item', @i / 4.0, @i)"
+    u" UPDATE bench_lines SET q = q + 1, m = m * 2 WHERE id = @i END COMMIT",
+    u"CREATE PROCEDURE Bench_Called @i int, @n int OUTPUT AS"
+    u" IF EXISTS (SELECT * FROM Inventory WHERE cInvCode = 'none') SET @n = 0 ELSE SET @n = @i + 1",
+};
+
+void BenchLoops(Connection& connection) {
+  constexpr int kBest = 5;
+  std::printf("loops of %d turns, the best of %d\n", kTurns, kBest);
+  for (const char16_t* batch : kLoopProcedures) connection.Execute(batch, kOptionUnspecified);
+  for (const Loop& loop : kLoops) {
+    double best = 1e9;
+    for (int i = 0; i < kBest; ++i) {
+      best = std::min(best, Seconds([&] { connection.Execute(loop.batch, kOptionUnspecified); }));
+    }
+    std::printf("  %-26s %10.2f us a turn\n", loop.name, best * 1e6 / kTurns);
+  }
+}
+
 void Run(std::int64_t lines) {
   const fs::path path = fs::temp_directory_path() / "ledgerwick-bench-procedures.db";
   SampleOptions options;
@@ -127,6 +176,7 @@ void Run(std::int64_t lines) {
     std::printf("sample of %lld voucher lines; median of %d, in turn\n",
                 static_cast<long long>(lines), kRounds);
     for (const Pair& pair : Pairs()) Bench(*connection, pair);
+    BenchLoops(*connection);
     connection->Close();
   }
   for (const char* end : {"", ".tempdb", ".tempdb.lock"}) fs::remove(path.string() + end);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <memory>
 #include <memory_resource>
 #include <new>
 #include <span>
@@ -23,6 +24,16 @@ class Arena {
   T* Make(Arguments&&... arguments) {
     static_assert(std::is_trivially_destructible_v<T>);
     return ::new (memory_.allocate(sizeof(T), alignof(T))) T{std::forward<Arguments>(arguments)...};
+  }
+
+  // `count` Ts, valid as long as the arena.
+  template <typename T>
+  std::span<T> MakeSpan(std::size_t count) {
+    static_assert(std::is_trivially_destructible_v<T>);
+    if (count == 0) return {};
+    T* items = static_cast<T*>(memory_.allocate(count * sizeof(T), alignof(T)));
+    std::uninitialized_value_construct_n(items, count);
+    return {items, count};
   }
 
   // A copy of `items`, valid as long as the arena.

@@ -41,7 +41,7 @@ Text QualifiedName(const Expr& column) {
   return name.append(column.text);
 }
 
-bool IsLiteral(const Expr& expr) noexcept {
+bool IsLiteral(const BoundExpr& expr) noexcept {
   return expr.kind == ExprKind::Integer || expr.kind == ExprKind::Number ||
          expr.kind == ExprKind::String;
 }
@@ -53,7 +53,7 @@ Text Widened(std::int64_t number) {
 
 // The type with which `operand` meets `other` in arithmetic: a whole-number literal beside a
 // decimal has the digits that it is written with, not those of an int.
-Type OperandType(const Expr& operand, const Expr& other) {
+Type OperandType(const BoundExpr& operand, const BoundExpr& other) {
   if (operand.kind != ExprKind::Integer || other.type.kind != TypeKind::Decimal) {
     return operand.type;
   }
@@ -69,68 +69,116 @@ Position Binder::PositionOf_(std::uint32_t offset) const noexcept {
   return in_view_ ? Position{} : PositionOf(batch_, offset);
 }
 
-void Binder::BindCondition(Expr& condition) {
+BoundExpr* Binder::BindCondition(const Expr& condition) {
   Scope scope;
-  BindPredicate(condition, scope);
+  return BindPredicate(condition, scope);
 }
 
-Type Binder::TypeOf(Expr*& value) {
+BoundExpr* Binder::BindExpression(const Expr& value) {
   Scope scope;
-  value = Bind(value, scope);
-  return value->type;
+  return Bind(value, scope);
 }
 
-Expr* Binder::BindValue(Expr* value, Type target, Conversion conversion) {
-  Scope scope;
-  return Coerce(Bind(value, scope), target, conversion);
+BoundExpr* Binder::BindValue(const Expr& value, const Type& target, Conversion conversion) {
+  return Coerce(BindExpression(value), target, conversion);
 }
 
-void Binder::BindPredicate(Expr& expr, Scope& scope) {
+BoundExpr* Binder::NewExpr(const Expr& expr) {
+  auto* bound = arena_.Make<BoundExpr>();
+  bound->kind = expr.kind;
+  bound->offset = expr.offset;
+  bound->text = expr.text;
+  bound->integer = expr.integer;
+  bound->slot = expr.slot;
+  bound->style = expr.style;
+  bound->type = expr.type;
+  bound->compare = expr.compare;
+  bound->negated = expr.negated;
+  bound->distinct = expr.distinct;
+  bound->has_operand = expr.has_operand;
+  bound->has_else = expr.has_else;
+  bound->live = expr.live;
+  return bound;
+}
+
+BoundExpr* Binder::BindPredicate(const Expr& expr, Scope& scope) {
   const Nesting nesting;
   switch (expr.kind) {
     case ExprKind::And:
     case ExprKind::Or:
-    case ExprKind::Not:
-      for (Expr* arg : expr.args) {
-        BindPredicate(*arg, scope);
-        expr.has_aggregate |= arg->has_aggregate;
+    case ExprKind::Not: {
+      BoundExpr* bound = NewExpr(expr);
+      bound->args = arena_.MakeSpan<BoundExpr*>(expr.args.size());
+      for (std::size_t i = 0; i < expr.args.size(); ++i) {
+        bound->args[i] = BindPredicate(*expr.args[i], scope);
+        bound->has_aggregate |= bound->args[i]->has_aggregate;
       }
-      return;
+      return bound;
+    }
     case ExprKind::IsNull:
-      BindArguments(expr, scope);
-      return;
-    case ExprKind::Exists:
-      BindQueryIn(*expr.query, &scope, true);
-      return;
+      return BindArguments(expr, scope);
+    case ExprKind::Exists: {
+      BoundExpr* bound = NewExpr(expr);
+      bound->query = BindQueryIn(*expr.query, &scope, true);
+      return bound;
+    }
     case ExprKind::InQuery:
-      BindInQuery(expr, scope);
-      return;
-    default:
-      BindCompare(expr, scope);
+      return BindInQuery(expr, scope);
+    case ExprKind::Compare:
+    case ExprKind::Like:
+    case ExprKind::Between:
+    case ExprKind::InList:
+      return BindCompare(expr, scope);
+    case ExprKind::Null:
+    case ExprKind::Integer:
+    case ExprKind::Number:
+    case ExprKind::String:
+    case ExprKind::Column:
+    case ExprKind::Star:
+    case ExprKind::Variable:
+    case ExprKind::Negate:
+    case ExprKind::BitNot:
+    case ExprKind::Add:
+    case ExprKind::Subtract:
+    case ExprKind::Multiply:
+    case ExprKind::Divide:
+    case ExprKind::Modulo:
+    case ExprKind::BitAnd:
+    case ExprKind::BitOr:
+    case ExprKind::BitXor:
+    case ExprKind::Case:
+    case ExprKind::Convert:
+    case ExprKind::Function:
+    case ExprKind::Scalar:
+      break;
   }
+  throw errors::Internal("a value stands for a condition");
 }
 
-void Binder::BindArguments(Expr& expr, Scope& scope) {
-  for (Expr*& arg : expr.args) {
-    arg = Bind(arg, scope);
-    expr.has_aggregate |= arg->has_aggregate;
+BoundExpr* Binder::BindArguments(const Expr& expr, Scope& scope) {
+  BoundExpr* bound = NewExpr(expr);
+  bound->args = arena_.MakeSpan<BoundExpr*>(expr.args.size());
+  for (std::size_t i = 0; i < expr.args.size(); ++i) {
+    bound->args[i] = Bind(*expr.args[i], scope);
+    bound->has_aggregate |= bound->args[i]->has_aggregate;
   }
+  return bound;
 }
 
 // Comparisons, LIKE, BETWEEN and IN lists: every operand meets the first in one type.
-void Binder::BindCompare(Expr& expr, Scope& scope) {
-  BindArguments(expr, scope);
+BoundExpr* Binder::BindCompare(const Expr& expr, Scope& scope) {
+  BoundExpr* bound = BindArguments(expr, scope);
   if (expr.kind == ExprKind::Like) {
-    for (Expr*& arg : expr.args) {
+    for (BoundExpr*& arg : bound->args) {
       if (!IsText(arg->type.kind)) arg = Coerce(arg, MakeType(TypeKind::VarChar, 8000));
     }
-    return;
+    return bound;
   }
   Type common;
-  for (const Expr* arg : expr.args) common = ComparisonType(common, arg->type);
-  if (common.kind == TypeKind::Null) return;  // NULL = NULL
-  if (IsExactFraction(common.kind) && BringLiterals(expr.args)) return;
-  for (Expr*& arg : expr.args) {
+  for (const BoundExpr* arg : bound->args) common = ComparisonType(common, arg->type);
+  if (common.kind == TypeKind::Null) return bound;  // NULL = NULL
+  if (IsExactFraction(common.kind) && BringLiterals(bound->args)) return bound;
+  for (BoundExpr*& arg : bound->args) {
     // Integers and floats compare as they are stored; others have units or a precision of their
     // own.
     if (IsNumber(common.kind) && IsNumber(arg->type.kind) && !IsExactFraction(common.kind) &&
@@ -141,40 +189,39 @@ void Binder::BindCompare(Expr& expr, Scope& scope) {
     if (IsDate(common.kind) && IsDate(arg->type.kind)) continue;
     arg = Coerce(arg, common);
   }
+  return bound;
 }
 
-void Binder::BindInQuery(Expr& expr, Scope& scope) {
-  BindArguments(expr, scope);
-  BindQueryIn(*expr.query, &scope, true);
-  if (expr.query->types.size() != 1) throw errors::OneExpressionInSubquery(At(expr.offset));
-  const Type common = ComparisonType(expr.args[0]->type, expr.query->types[0]);
-  if (!IsText(common.kind) || !IsText(expr.args[0]->type.kind)) {
-    expr.args[0] = Coerce(expr.args[0], common);
-  }
-  for (Select* select : expr.query->selects) {
-    Expr*& item = select->items[0].expr;
+BoundExpr* Binder::BindInQuery(const Expr& expr, Scope& scope) {
+  BoundExpr* bound = BindArguments(expr, scope);
+  BoundExpr*& value = bound->args[0];
+  bound->query = BindQueryIn(*expr.query, &scope, true);
+  if (bound->query->types.size() != 1) throw errors::OneExpressionInSubquery(At(expr.offset));
+  const Type common = ComparisonType(value->type, bound->query->types[0]);
+  if (!IsText(common.kind) || !IsText(value->type.kind)) value = Coerce(value, common);
+  for (BoundSelect* select : bound->query->selects) {
+    BoundExpr*& item = select->items[0].expr;
     if (!IsText(common.kind) || !IsText(item->type.kind)) item = Coerce(item, common);
   }
+  return bound;
 }
 
-Expr* Binder::Bind(Expr* expr, Scope& scope) {
+BoundExpr* Binder::Bind(const Expr& expr, Scope& scope) {
   const Nesting nesting;
-  switch (expr->kind) {
+  switch (expr.kind) {
     case ExprKind::Null:
-      return expr;
+    case ExprKind::Variable:
+      return NewExpr(expr);
     case ExprKind::Integer:
     case ExprKind::Number:
-    case ExprKind::String:
-      if (expr->kind == ExprKind::Number) CheckRange(*expr);
-      if (expr->type.kind == TypeKind::Null) {
-        if (expr->kind == ExprKind::Number) CheckRange(*expr);
-        expr->type = LiteralType(*expr);
-      }
-      return expr;
+    case ExprKind::String: {
+      if (expr.kind == ExprKind::Number) CheckRange(expr);
+      BoundExpr* bound = NewExpr(expr);
+      bound->type = LiteralType(expr);
+      return bound;
+    }
     case ExprKind::Column:
       return BindColumn(expr, scope);
-    case ExprKind::Variable:
-      return expr;
     case ExprKind::Case:
       return BindCase(expr, scope);
     case ExprKind::Convert:
@@ -184,10 +231,31 @@ Expr* Binder::Bind(Expr* expr, Scope& scope) {
     case ExprKind::Scalar:
       return BindScalar(expr, scope);
     case ExprKind::Star:
-      throw errors::IncorrectSyntax(u"*", At(expr->offset));
-    default:
+      throw errors::IncorrectSyntax(u"*", At(expr.offset));
+    case ExprKind::Negate:
+    case ExprKind::BitNot:
+    case ExprKind::Add:
+    case ExprKind::Subtract:
+    case ExprKind::Multiply:
+    case ExprKind::Divide:
+    case ExprKind::Modulo:
+    case ExprKind::BitAnd:
+    case ExprKind::BitOr:
+    case ExprKind::BitXor:
       return BindArithmetic(expr, scope);
+    case ExprKind::Compare:
+    case ExprKind::And:
+    case ExprKind::Or:
+    case ExprKind::Not:
+    case ExprKind::IsNull:
+    case ExprKind::Like:
+    case ExprKind::Between:
+    case ExprKind::InList:
+    case ExprKind::InQuery:
+    case ExprKind::Exists:
+      break;
   }
+  throw errors::Internal("a condition stands for a value");
 }
 
 void Binder::CheckRange(const Expr& number) const {
@@ -235,29 +303,29 @@ Source* Binder::ResolveColumn(const Expr& expr, Scope& scope, std::int32_t& colu
   return found;
 }
 
-Expr* Binder::BindColumn(Expr* expr, Scope& scope) {
-  if (expr->source != nullptr) return expr;  // bound already: a column that a star stands for
+BoundExpr* Binder::BindColumn(const Expr& expr, Scope& scope) {
   for (Scope* at = &scope; at != nullptr; at = at->parent) {
     std::int32_t column = 0;
-    Source* source = ResolveColumn(*expr, *at, column);
+    const Source* source = ResolveColumn(expr, *at, column);
     if (source == nullptr) continue;
-    expr->source = source;
-    expr->column = column;
-    expr->type = source->TypeOf(column);
-    if (source->may_be_missing) expr->type.nullable = true;
+    BoundExpr* bound = NewExpr(expr);
+    bound->source = source;
+    bound->column = column;
+    bound->type = source->TypeOf(column);
+    if (source->may_be_missing) bound->type.nullable = true;
     for (Scope* inner = &scope; inner != at; inner = inner->parent) {
-      inner->outer_columns.push_back(expr);
+      inner->outer_columns.push_back(bound);
     }
-    return expr;
+    return bound;
   }
-  if (!expr->qualifier.object.text.empty()) {
-    throw errors::MultiPartUnbound(QualifiedName(*expr), At(expr->offset));
+  if (!expr.qualifier.object.text.empty()) {
+    throw errors::MultiPartUnbound(QualifiedName(expr), At(expr.offset));
   }
-  throw errors::InvalidColumn(expr->text, At(expr->offset));
+  throw errors::InvalidColumn(expr.text, At(expr.offset));
 }
 
-Expr* Binder::BindArithmetic(Expr* expr, Scope& scope) {
-  BindArguments(*expr, scope);
+BoundExpr* Binder::BindArithmetic(const Expr& written, Scope& scope) {
+  BoundExpr* expr = BindArguments(written, scope);
   if (expr->kind == ExprKind::Negate || expr->kind == ExprKind::BitNot) {
     const Type operand = expr->args[0]->type;
     if (!IsNumber(operand.kind) || operand.kind == TypeKind::Bit ||
@@ -270,8 +338,8 @@ Expr* Binder::BindArithmetic(Expr* expr, Scope& scope) {
     if (operand.kind == TypeKind::TinyInt) expr->type.kind = TypeKind::SmallInt;
     return expr;
   }
-  Expr*& left = expr->args[0];
-  Expr*& right = expr->args[1];
+  BoundExpr*& left = expr->args[0];
+  BoundExpr*& right = expr->args[1];
   const TextView what = OperatorName(expr->kind);
   const Type common = CommonType(left->type, right->type);
   if (common.kind == TypeKind::Null) {
@@ -308,13 +376,13 @@ Expr* Binder::BindArithmetic(Expr* expr, Scope& scope) {
       throw errors::InvalidOperand(KindText(common.kind), what, At(expr->offset));
     }
   }
-  const auto to_number = [&](Expr* operand) {
+  const auto to_number = [&](BoundExpr* operand) {
     return IsNumber(operand->type.kind) ? operand : Coerce(operand, common);
   };
   left = to_number(left);
   right = to_number(right);
   expr->type = ArithmeticType(expr->kind, OperandType(*left, *right), OperandType(*right, *left));
-  for (Expr** operand : {&left, &right}) {
+  for (BoundExpr** operand : {&left, &right}) {
     if (IsFloat(expr->type.kind) && IsExactFraction((*operand)->type.kind)) {
       *operand = Coerce(*operand, MakeType(TypeKind::Float));
     }
@@ -323,28 +391,31 @@ Expr* Binder::BindArithmetic(Expr* expr, Scope& scope) {
   return expr;
 }
 
-Expr* Binder::BindCase(Expr* expr, Scope& scope) {
+BoundExpr* Binder::BindCase(const Expr& written, Scope& scope) {
+  BoundExpr* expr = NewExpr(written);
+  expr->args = arena_.MakeSpan<BoundExpr*>(written.args.size());
   const std::size_t first = expr->has_operand ? 1 : 0;
   const std::size_t pairs_end = expr->args.size() - (expr->has_else ? 1 : 0);
-  if (expr->has_operand) expr->args[0] = Bind(expr->args[0], scope);
-  Type operand = expr->has_operand ? expr->args[0]->type : Type{};
+  Type operand;
+  if (expr->has_operand) {
+    expr->args[0] = Bind(*written.args[0], scope);
+    operand = expr->args[0]->type;
+  }
   Type result;
   bool nullable = !expr->has_else;
   for (std::size_t i = first; i < expr->args.size(); ++i) {
     const bool is_when = i < pairs_end && (i - first) % 2 == 0;
-    Expr*& arg = expr->args[i];
-    if (is_when && !expr->has_operand) {
-      BindPredicate(*arg, scope);
-    } else {
-      arg = Bind(arg, scope);
-    }
+    const bool is_condition = is_when && !expr->has_operand;
+    BoundExpr* arg =
+        is_condition ? BindPredicate(*written.args[i], scope) : Bind(*written.args[i], scope);
+    expr->args[i] = arg;
     if (is_when && expr->has_operand) operand = ComparisonType(operand, arg->type);
     if (!is_when) {
       nullable |= arg->kind == ExprKind::Null || arg->type.nullable;
       result = CommonType(result, arg->type);
     }
   }
-  for (const Expr* arg : expr->args) expr->has_aggregate |= arg->has_aggregate;
+  for (const BoundExpr* arg : expr->args) expr->has_aggregate |= arg->has_aggregate;
   if (result.kind == TypeKind::Null) throw errors::CaseOfNulls(At(expr->offset));
   result.nullable = nullable;
   for (std::size_t i = 0; i < expr->args.size(); ++i) {
@@ -360,17 +431,19 @@ Expr* Binder::BindCase(Expr* expr, Scope& scope) {
   return expr;
 }
 
-Expr* Binder::BindScalar(Expr* expr, Scope& scope) {
-  BindQueryIn(*expr->query, &scope, true);
+BoundExpr* Binder::BindScalar(const Expr& written, Scope& scope) {
+  BoundExpr* expr = NewExpr(written);
+  expr->query = BindQueryIn(*written.query, &scope, true);
   if (expr->query->types.size() != 1) throw errors::OneExpressionInSubquery(At(expr->offset));
   expr->type = expr->query->types[0];
   expr->type.nullable = true;
   return expr;
 }
 
-Expr* Binder::BindConvert(Expr* expr, Scope& scope) {
+BoundExpr* Binder::BindConvert(const Expr& written, Scope& scope) {
   constexpr std::int32_t kDefaultLength = 30;
-  BindArguments(*expr, scope);
+  BoundExpr* expr = BindArguments(written, scope);
+  expr->conversion = Conversion::Cast;
   const Type source = expr->args[0]->type;
   Type& target = expr->type;
   if (IsText(target.kind) && target.length == 0) target.length = kDefaultLength;
@@ -384,7 +457,7 @@ Expr* Binder::BindConvert(Expr* expr, Scope& scope) {
 
 // A literal converted when the statement is compiled. A text that cannot be converted stays as it
 // is: it fails only if it is reached when the statement runs.
-Expr* Binder::FoldLiteral(Expr* expr, Type target) {
+BoundExpr* Binder::FoldLiteral(BoundExpr* expr, Type target) {
   if (expr->kind == ExprKind::Null) {
     expr->type = target;
     expr->type.nullable = true;
@@ -394,21 +467,21 @@ Expr* Binder::FoldLiteral(Expr* expr, Type target) {
   if (!IsLiteral(*expr)) return nullptr;
   target.nullable = false;
   const auto folded = [&](ExprKind kind) {
-    Expr* literal = arena_.Make<Expr>(*expr);
+    BoundExpr* literal = arena_.Make<BoundExpr>(*expr);
     literal->kind = kind;
     literal->type = target;
     return literal;
   };
   try {
     if (expr->kind == ExprKind::String && IsDate(target.kind)) {
-      Expr* literal = folded(ExprKind::Integer);
+      BoundExpr* literal = folded(ExprKind::Integer);
       literal->integer = target.kind == TypeKind::DateTime ? ParseDateTime(expr->text)
                                                            : ParseSmallDateTime(expr->text);
       return literal;
     }
     const char* source = KindName(expr->type.kind);
     if (expr->kind == ExprKind::String && IsInteger(target.kind) && target.kind != TypeKind::Bit) {
-      Expr* literal = folded(ExprKind::Integer);
+      BoundExpr* literal = folded(ExprKind::Integer);
       literal->integer = ParseInteger(expr->text, target.kind, source);
       return literal;
     }
@@ -419,12 +492,12 @@ Expr* Binder::FoldLiteral(Expr* expr, Type target) {
       const double number = target.kind == TypeKind::Real ? ToReal(ParseFloat(text, source))
                                                           : ParseFloat(text, source);
       const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-      Expr* literal = folded(ExprKind::Number);
+      BoundExpr* literal = folded(ExprKind::Number);
       literal->text = arena_.Copy(Text(digits.data(), end));
       return literal;
     }
     if (expr->kind == ExprKind::Integer && IsInteger(target.kind) && target.kind != TypeKind::Bit) {
-      Expr* literal = folded(ExprKind::Integer);
+      BoundExpr* literal = folded(ExprKind::Integer);
       literal->integer = ToInteger(expr->integer, target.kind);
       return literal;
     }
@@ -438,7 +511,7 @@ Expr* Binder::FoldLiteral(Expr* expr, Type target) {
   return nullptr;
 }
 
-Expr* Binder::Coerce(Expr* expr, Type target, Conversion conversion) {
+BoundExpr* Binder::Coerce(BoundExpr* expr, const Type& target, Conversion conversion) {
   const Type& source = expr->type;
   const bool same_kind = source.kind == target.kind && expr->kind != ExprKind::Null;
   const bool computed =
@@ -460,16 +533,15 @@ Expr* Binder::Coerce(Expr* expr, Type target, Conversion conversion) {
       return expr;
     }
   }
-  if (Expr* literal = FoldLiteral(expr, target)) return literal;
+  if (BoundExpr* literal = FoldLiteral(expr, target)) return literal;
   if (IsDate(source.kind) && (IsNumber(target.kind)) && conversion != Conversion::Cast) {
     throw errors::ImplicitConversion(KindText(source.kind), KindText(target.kind),
                                      At(expr->offset));
   }
-  Expr* convert = arena_.Make<Expr>();
+  BoundExpr* convert = arena_.Make<BoundExpr>();
   convert->kind = ExprKind::Convert;
   convert->offset = expr->offset;
-  convert->length = expr->length;
-  convert->args = arena_.Copy(std::span<Expr* const>(&expr, 1));
+  convert->args = arena_.Copy(std::span<BoundExpr* const>(&expr, 1));
   convert->type = target;
   convert->type.nullable = source.nullable;
   convert->conversion = conversion;
@@ -477,8 +549,8 @@ Expr* Binder::Coerce(Expr* expr, Type target, Conversion conversion) {
   return convert;
 }
 
-void Binder::CoerceAll(std::span<Expr*> items, Type type) {
-  for (Expr*& item : items) item = Coerce(item, type);
+void Binder::CoerceAll(std::span<BoundExpr*> items, const Type& type) {
+  for (BoundExpr*& item : items) item = Coerce(item, type);
 }
 
 }  // namespace ledgerwick::tsql

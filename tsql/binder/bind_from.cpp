@@ -1,4 +1,5 @@
 // Binding of names of tables, and of FROM.
+#include <utility>
 
 #include "tsql/binder/binder.h"
 #include "tsql/syntax/parser.h"
@@ -24,31 +25,6 @@ Text FullName(const ObjectName& name) {
   return full.append(name.object.text);
 }
 
-std::int32_t Source::Count() const noexcept {
-  return static_cast<std::int32_t>(query != nullptr ? names.size() : table->columns.size());
-}
-
-TextView Source::NameOf(std::int32_t column) const noexcept {
-  const auto i = static_cast<std::size_t>(column);
-  return query != nullptr ? names[i] : TextView(table->columns[i].name);
-}
-
-Type Source::TypeOf(std::int32_t column) const noexcept {
-  const auto i = static_cast<std::size_t>(column);
-  return query != nullptr ? query->types[i] : table->columns[i].type;
-}
-
-std::int32_t Source::Find(TextView name) const {
-  if (query == nullptr) return table->FindColumn(name);
-  std::int32_t found = -1;
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (!EqualText(names[i], name)) continue;
-    if (found >= 0) return -2;
-    found = static_cast<std::int32_t>(i);
-  }
-  return found;
-}
-
 DatabaseId Binder::RequireDatabase(const ObjectName& name) {
   const auto database = catalogue_.FindDatabase(name.database.text, name.object.text);
   if (!database) throw errors::InvalidObject(FullName(name), At(name.object.offset));
@@ -56,6 +32,7 @@ DatabaseId Binder::RequireDatabase(const ObjectName& name) {
 }
 
 const Table* Binder::FindTable(const ObjectName& name) {
+  reads_schema_ = true;
   const auto database = catalogue_.FindDatabase(name.database.text, name.object.text);
   return database ? catalogue_.Find(*database, name.schema.text, name.object.text) : nullptr;
 }
@@ -75,6 +52,7 @@ bool Binder::ObjectExists(const ObjectName& name) {
 }
 
 const ProcedureText* Binder::FindProcedure(const ObjectName& name) {
+  reads_schema_ = true;
   const auto database = catalogue_.FindDatabase(name.database.text, name.object.text);
   if (!database) return nullptr;
   return catalogue_.FindProcedure(*database, name.schema.text, name.object.text);
@@ -91,51 +69,74 @@ const Table& Binder::RequireTable(const ObjectName& name) {
   return *table;
 }
 
-void Binder::BindFrom(From& from, Scope& scope) {
+// A RIGHT JOIN is turned round behind its tables' binding, so that stars and messages keep the
+// order in which they are written.
+BoundFrom* Binder::BindFrom(const From& from, Scope& scope) {
   const Nesting nesting;
-  if (from.kind == FromKind::Table) return BindTableSource(from, scope);
+  if (from.kind == FromKind::Table) return BindTableSource(from.table, from.alias, scope);
   if (from.kind == FromKind::Derived) return BindDerived(from, scope);
   const std::size_t first = scope.sources.size();
-  BindFrom(*from.left, scope);
+  auto* join = arena_.Make<BoundFrom>();
+  join->left = BindFrom(*from.left, scope);
   const std::size_t middle = scope.sources.size();
-  BindFrom(*from.right, scope);
+  join->right = BindFrom(*from.right, scope);
   const std::size_t last = scope.sources.size();
-  if (from.kind == FromKind::Left || from.kind == FromKind::Full) MarkMissing(scope, middle, last);
-  if (from.kind == FromKind::Right || from.kind == FromKind::Full)
-    MarkMissing(scope, first, middle);
-  if (from.on == nullptr) return;
+  switch (from.kind) {
+    case FromKind::Left:
+      join->kind = BoundFromKind::Left;
+      MarkMissing(scope, middle, last);
+      break;
+    case FromKind::Right:
+      join->kind = BoundFromKind::Left;
+      std::swap(join->left, join->right);
+      MarkMissing(scope, first, middle);
+      break;
+    case FromKind::Full:
+      join->kind = BoundFromKind::Full;
+      MarkMissing(scope, first, last);
+      break;
+    case FromKind::Inner:
+    case FromKind::Cross:
+    case FromKind::Table:
+    case FromKind::Derived:
+      join->kind = BoundFromKind::Inner;
+  }
+  if (from.on == nullptr) return join;
   // The condition sees the tables of this join alone.
   const std::size_t visible = scope.first_visible;
   scope.first_visible = first;
   scope.clause = Scope::Clause::On;
-  BindPredicate(*from.on, scope);
+  join->on = BindPredicate(*from.on, scope);
   scope.first_visible = visible;
+  return join;
 }
 
-Source* Binder::AddSource(From& from, Scope& scope, TextView exposed, bool aliased) {
-  Source* source = arena_.Make<Source>();
+BoundFrom* Binder::AddSource(Scope& scope, TextView exposed, bool aliased) {
+  auto* source = arena_.Make<Source>();
   source->id = next_source_++;
   source->exposed = exposed;
   source->aliased = aliased;
-  from.source = source;
   scope.sources.push_back(source);
-  return source;
+  auto* from = arena_.Make<BoundFrom>();
+  from->source = source;
+  return from;
 }
 
-void Binder::BindTableSource(From& from, Scope& scope) {
-  const Table& table = RequireTable(from.table);
-  const bool aliased = !from.alias.text.empty();
-  const TextView exposed = aliased ? from.alias.text : TextView(from.table.object.text);
+BoundFrom* Binder::BindTableSource(const ObjectName& name, const Name& alias, Scope& scope) {
+  const Table& table = RequireTable(name);
+  const bool aliased = !alias.text.empty();
+  const TextView exposed = aliased ? alias.text : name.object.text;
   for (const Source* other : scope.sources) {
     if (!EqualText(other->exposed, exposed)) continue;
     if (aliased || other->aliased || other->database == table.database) {
-      throw errors::DuplicateExposedName(exposed, At(from.table.object.offset));
+      throw errors::DuplicateExposedName(exposed, At(name.object.offset));
     }
   }
-  Source* source = AddSource(from, scope, exposed, aliased);
-  source->table = &table;
-  source->database = table.database;
-  if (table.kind == TableKind::View) BindView(table, *source);
+  BoundFrom* from = AddSource(scope, exposed, aliased);
+  from->source->table = &table;
+  from->source->database = table.database;
+  if (table.kind == TableKind::View) BindView(table, *from->source);
+  return from;
 }
 
 // A view stands for its query, parsed from the text that was stored when it was created.
@@ -143,26 +144,24 @@ void Binder::BindView(const Table& view, Source& source) {
   if (++view_depth_ > kDeepestView) throw errors::NestedTooDeeply({});
   const bool was_in_view = in_view_;
   in_view_ = true;
-  const std::span<Statement*> statements = ParseBatch(view.definition, arena_).statements;
+  const Statements statements = ParseBatch(view.definition, arena_).statements;
+  const auto* definition =
+      statements.empty() ? nullptr : As<CreateViewStatement>(*statements.front());
   // A foreign hand may have written anything there.
-  if (statements.empty() || statements[0]->kind != StatementKind::CreateView) {
-    throw errors::InvalidObject(view.name, {});
+  if (definition == nullptr) throw errors::InvalidObject(view.name, {});
+  source.query = BindQueryIn(*definition->query, nullptr, true);
+  std::vector<TextView> names(source.query->names.begin(), source.query->names.end());
+  for (std::size_t i = 0; i < definition->columns.size() && i < names.size(); ++i) {
+    names[i] = definition->columns[i].text;
   }
-  Query* query = statements[0]->query;
-  BindQueryIn(*query, nullptr, true);
-  std::vector<TextView> names(query->names.begin(), query->names.end());
-  for (std::size_t i = 0; i < statements[0]->columns.size() && i < names.size(); ++i) {
-    names[i] = statements[0]->columns[i].text;
-  }
-  source.query = query;
   source.names = arena_.Copy(names);
   in_view_ = was_in_view;
   --view_depth_;
 }
 
-void Binder::BindDerived(From& from, Scope& scope) {
-  BindQueryIn(*from.query, nullptr, true);
-  std::vector<TextView> names(from.query->names.begin(), from.query->names.end());
+BoundFrom* Binder::BindDerived(const From& from, Scope& scope) {
+  BoundQuery* query = BindQueryIn(*from.query, nullptr, true);
+  std::vector<TextView> names(query->names.begin(), query->names.end());
   const TextView alias = from.alias.text;
   if (!from.column_aliases.empty()) {
     if (from.column_aliases.size() != names.size()) {
@@ -185,25 +184,24 @@ void Binder::BindDerived(From& from, Scope& scope) {
       throw errors::DuplicateExposedName(alias, At(from.alias.offset));
     }
   }
-  Source* source = AddSource(from, scope, alias, true);
-  source->query = from.query;
-  source->names = arena_.Copy(names);
+  BoundFrom* bound = AddSource(scope, alias, true);
+  bound->source->query = query;
+  bound->source->names = arena_.Copy(names);
+  return bound;
 }
 
 void Binder::AddStarColumns(const Source& source, std::uint32_t offset,
-                            std::vector<SelectItem>& items) {
+                            std::vector<WrittenItem>& items) {
   for (std::int32_t column = 0; column < source.Count(); ++column) {
-    Expr* expr = arena_.Make<Expr>();
+    auto* expr = arena_.Make<BoundExpr>();
     expr->kind = ExprKind::Column;
     expr->offset = offset;
     expr->text = source.NameOf(column);
-    expr->source = const_cast<Source*>(&source);
+    expr->source = &source;
     expr->column = column;
     expr->type = source.TypeOf(column);
     if (source.may_be_missing) expr->type.nullable = true;
-    SelectItem item;
-    item.expr = expr;
-    items.push_back(item);
+    items.push_back({nullptr, expr});
   }
 }
 

@@ -75,60 +75,60 @@ bool TakesDatePart(FunctionId id) noexcept {
 
 }  // namespace
 
-Expr* Binder::BindFunction(Expr* expr, Scope& scope) {
-  if (const SystemVariableName* system = FindSystemVariable(expr->text)) {
-    if (!expr->args.empty()) {
-      throw errors::ArgumentCount(system->name, 0, 0, At(expr->offset));
-    }
-    expr->kind = ExprKind::Variable;
-    expr->slot = static_cast<std::int32_t>(system->variable);
-    expr->type = system->type;
-    return expr;
+BoundExpr* Binder::BindFunction(const Expr& expr, Scope& scope) {
+  if (const SystemVariableName* system = FindSystemVariable(expr.text)) {
+    if (!expr.args.empty()) throw errors::ArgumentCount(system->name, 0, 0, At(expr.offset));
+    BoundExpr* variable = NewExpr(expr);
+    variable->kind = ExprKind::Variable;
+    variable->slot = static_cast<std::int32_t>(system->variable);
+    variable->type = system->type;
+    return variable;
   }
-  const FunctionSignature* known = FindFunction(expr->text);
-  if (known == nullptr) throw errors::UnknownFunction(expr->text, At(expr->offset));
-  const auto count = static_cast<int>(expr->args.size());
+  const FunctionSignature* known = FindFunction(expr.text);
+  if (known == nullptr) throw errors::UnknownFunction(expr.text, At(expr.offset));
+  const auto count = static_cast<int>(expr.args.size());
   if (count < known->least || count > known->most) {
-    throw errors::ArgumentCount(known->name, known->least, known->most, At(expr->offset));
+    throw errors::ArgumentCount(known->name, known->least, known->most, At(expr.offset));
   }
-  expr->function = known->id;
-  expr->text = known->name;
-  if (IsAggregate(known->id)) {
-    BindAggregate(*expr, scope);
-    return expr;
+  if (IsAggregate(known->id)) return BindAggregate(expr, *known, scope);
+  if (TakesDatePart(known->id)) return BindDateFunction(expr, *known, scope);
+  BoundExpr* bound = BindArguments(expr, scope);
+  bound->function = known->id;
+  bound->text = known->name;
+  for (std::size_t i = 0; known->arguments[0] != '\0' && i < bound->args.size(); ++i) {
+    BringArgument(*bound, i, known->arguments[i]);
   }
-  if (TakesDatePart(known->id)) {
-    BindDateFunction(*expr, scope);
-    return expr;
-  }
-  BindArguments(*expr, scope);
-  for (std::size_t i = 0; known->arguments[0] != '\0' && i < expr->args.size(); ++i) {
-    BringArgument(*expr, i, known->arguments[i]);
-  }
-  if (known->result == FunctionResult::Own) return BindOwnRule(expr);
-  TypeResult(*expr, known->result);
-  return expr;
+  if (known->result == FunctionResult::Own) return BindOwnRule(bound);
+  TypeResult(*bound, known->result);
+  return bound;
 }
 
-void Binder::BindAggregate(Expr& expr, Scope& scope) {
+BoundExpr* Binder::BindAggregate(const Expr& written, const FunctionSignature& known,
+                                 Scope& scope) {
   using Clause = Scope::Clause;
   if (scope.clause == Clause::Where || scope.clause == Clause::On) {
-    throw errors::AggregateInWhere(At(expr.offset));
+    throw errors::AggregateInWhere(At(written.offset));
   }
-  if (scope.clause == Clause::GroupBy) throw errors::AggregateInGroupBy(At(expr.offset));
-  if (scope.in_aggregate) throw errors::NestedAggregate(At(expr.offset));
+  if (scope.clause == Clause::GroupBy) throw errors::AggregateInGroupBy(At(written.offset));
+  if (scope.in_aggregate) throw errors::NestedAggregate(At(written.offset));
   scope.has_aggregate = true;
+  BoundExpr* bound = NewExpr(written);
+  BoundExpr& expr = *bound;
   expr.has_aggregate = true;
-  Expr*& arg = expr.args[0];
-  if (arg->kind == ExprKind::Star) {
+  expr.function = known.id;
+  expr.text = known.name;
+  expr.args = arena_.MakeSpan<BoundExpr*>(1);
+  BoundExpr*& arg = expr.args[0];
+  if (written.args[0]->kind == ExprKind::Star) {
+    arg = NewExpr(*written.args[0]);
     if (expr.function != FunctionId::Count || expr.distinct) {
       throw errors::IncorrectSyntax(u"*", At(arg->offset));
     }
     expr.type = MakeType(TypeKind::Int);
-    return;
+    return bound;
   }
   scope.in_aggregate = true;
-  arg = Bind(arg, scope);
+  arg = Bind(*written.args[0], scope);
   scope.in_aggregate = false;
   if (arg->query != nullptr) throw errors::NestedAggregate(At(arg->offset));
   const Type type = arg->type;
@@ -137,17 +137,18 @@ void Binder::BindAggregate(Expr& expr, Scope& scope) {
   switch (expr.function) {
     case FunctionId::Count:
       expr.type = MakeType(TypeKind::Int);
-      return;
+      return bound;
     case FunctionId::Min:
     case FunctionId::Max:
-      if (!orderable) throw errors::InvalidOperand(KindText(type.kind), expr.text, At(expr.offset));
+      if (!orderable)
+        throw errors::InvalidOperand(KindText(type.kind), expr.text, At(written.offset));
       expr.type = type;
       expr.type.nullable = true;
-      return;
+      return bound;
     default:
       break;
   }
-  if (!number) throw errors::InvalidOperand(KindText(type.kind), expr.text, At(expr.offset));
+  if (!number) throw errors::InvalidOperand(KindText(type.kind), expr.text, At(written.offset));
   expr.type = type;
   expr.type.nullable = true;
   if (type.kind == TypeKind::TinyInt || type.kind == TypeKind::SmallInt) {
@@ -161,40 +162,48 @@ void Binder::BindAggregate(Expr& expr, Scope& scope) {
     expr.type.precision = kMostDigits;
     if (expr.function == FunctionId::Avg) expr.type.scale = std::max(type.scale, kAverageScale);
   }
+  return bound;
 }
 
-void Binder::BindDateFunction(Expr& expr, Scope& scope) {
+BoundExpr* Binder::BindDateFunction(const Expr& expr, const FunctionSignature& known,
+                                    Scope& scope) {
   const Expr& part = *expr.args[0];
   const bool bare = part.kind == ExprKind::Column && part.qualifier.object.text.empty();
-  const auto known =
+  const auto found =
       std::find_if(std::begin(kDateParts), std::end(kDateParts),
                    [&](const DatePartName& p) { return bare && EqualText(p.name, part.text); });
-  if (known == std::end(kDateParts)) {
-    throw errors::UnknownDatePart(part.text, expr.text, At(part.offset));
+  if (found == std::end(kDateParts)) {
+    throw errors::UnknownDatePart(part.text, known.name, At(part.offset));
   }
-  Expr* literal = arena_.Make<Expr>();
+  BoundExpr* bound = NewExpr(expr);
+  bound->function = known.id;
+  bound->text = known.name;
+  bound->args = arena_.MakeSpan<BoundExpr*>(expr.args.size());
+  auto* literal = arena_.Make<BoundExpr>();
   literal->kind = ExprKind::String;
-  literal->text = known->part;
-  literal->type = LiteralType(*literal);
-  expr.args[0] = literal;
-  for (Expr*& arg : expr.args.subspan(1)) {
-    arg = Bind(arg, scope);
-    expr.has_aggregate |= arg->has_aggregate;
+  literal->text = found->part;
+  literal->type = MakeType(TypeKind::VarChar, static_cast<std::int32_t>(found->part.size()));
+  literal->type.nullable = false;
+  bound->args[0] = literal;
+  for (std::size_t i = 1; i < expr.args.size(); ++i) {
+    bound->args[i] = Bind(*expr.args[i], scope);
+    bound->has_aggregate |= bound->args[i]->has_aggregate;
   }
   const Type date = MakeType(TypeKind::DateTime);
-  expr.type = MakeType(TypeKind::Int);
-  if (expr.function == FunctionId::DateAdd) {
-    expr.args[1] = Coerce(expr.args[1], MakeType(TypeKind::Int), Conversion::Cast);
-    expr.args[2] = Coerce(expr.args[2], date);
-    expr.type = date;
-    return;
+  bound->type = MakeType(TypeKind::Int);
+  if (known.id == FunctionId::DateAdd) {
+    bound->args[1] = Coerce(bound->args[1], MakeType(TypeKind::Int), Conversion::Cast);
+    bound->args[2] = Coerce(bound->args[2], date);
+    bound->type = date;
+    return bound;
   }
-  for (Expr*& arg : expr.args.subspan(1)) arg = Coerce(arg, date);
+  for (BoundExpr*& arg : bound->args.subspan(1)) arg = Coerce(arg, date);
+  return bound;
 }
 
 // Converts an argument to what the function takes.
-void Binder::BringArgument(Expr& expr, std::size_t i, char wanted) {
-  Expr*& arg = expr.args[i];
+void Binder::BringArgument(BoundExpr& expr, std::size_t i, char wanted) {
+  BoundExpr*& arg = expr.args[i];
   const TypeKind kind = arg->type.kind;
   switch (wanted) {
     case 't':
@@ -215,7 +224,7 @@ void Binder::BringArgument(Expr& expr, std::size_t i, char wanted) {
   }
 }
 
-void Binder::TypeResult(Expr& expr, FunctionResult result) {
+void Binder::TypeResult(BoundExpr& expr, FunctionResult result) {
   const Type first = expr.args[0]->type;
   const auto text = [](bool wide, std::int32_t length) {
     return MakeType(wide ? TypeKind::NVarChar : TypeKind::VarChar, length);
@@ -246,7 +255,7 @@ void Binder::TypeResult(Expr& expr, FunctionResult result) {
       return;
     case FunctionResult::LongText: {
       const bool wide = std::any_of(expr.args.begin(), expr.args.end(),
-                                    [](const Expr* arg) { return IsUnicode(arg->type.kind); });
+                                    [](const BoundExpr* arg) { return IsUnicode(arg->type.kind); });
       expr.type = text(wide, wide ? kLongest / 2 : kLongest);
       return;
     }
@@ -260,7 +269,7 @@ void Binder::TypeResult(Expr& expr, FunctionResult result) {
 }
 
 // Functions whose result follows a rule of its own.
-Expr* Binder::BindOwnRule(Expr* expr) {
+BoundExpr* Binder::BindOwnRule(BoundExpr* expr) {
   switch (expr->function) {
     case FunctionId::IsNull:
     case FunctionId::Coalesce:
@@ -309,7 +318,7 @@ Expr* Binder::BindOwnRule(Expr* expr) {
   }
 }
 
-void Binder::BindChoice(Expr& expr) {
+void Binder::BindChoice(BoundExpr& expr) {
   if (expr.function == FunctionId::IsNull) {
     // The type of the first argument, whatever the second is.
     const bool null_first = expr.args[0]->type.kind == TypeKind::Null;
@@ -324,7 +333,7 @@ void Binder::BindChoice(Expr& expr) {
   }
   Type common;
   bool nullable = true;
-  for (const Expr* arg : expr.args) {
+  for (const BoundExpr* arg : expr.args) {
     common = CommonType(common, arg->type);
     nullable = nullable && (arg->kind == ExprKind::Null || arg->type.nullable);
   }
@@ -337,7 +346,7 @@ void Binder::BindChoice(Expr& expr) {
 }
 
 // Of the base's own type: an int stays one, decimals keep their scale.
-Expr* Binder::BindPower(Expr* expr) {
+BoundExpr* Binder::BindPower(BoundExpr* expr) {
   Type type = expr->args[0]->type;
   if (IsInteger(type.kind)) {
     if (type.kind < TypeKind::Int) type.kind = TypeKind::Int;
@@ -351,12 +360,12 @@ Expr* Binder::BindPower(Expr* expr) {
 }
 
 // A text is measured, everything else has the length of its type.
-void Binder::BindDataLength(Expr& expr) {
+void Binder::BindDataLength(BoundExpr& expr) {
   const Type& type = expr.args[0]->type;
-  Expr* unit = arena_.Make<Expr>();
+  BoundExpr* unit = arena_.Make<BoundExpr>();
   unit->kind = ExprKind::Integer;
   unit->integer = IsText(type.kind) ? (IsUnicode(type.kind) ? 2 : 1) : -StoredLength(type);
-  expr.args = arena_.Copy(std::vector<Expr*>{expr.args[0], unit});
+  expr.args = arena_.Copy(std::vector<BoundExpr*>{expr.args[0], unit});
   expr.type = MakeType(TypeKind::Int);
 }
 

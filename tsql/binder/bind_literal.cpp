@@ -11,7 +11,7 @@ namespace ledgerwick::tsql {
 namespace {
 
 // The value of a whole or decimal number that is written in the statement, with or without a sign.
-std::optional<Exact> ExactLiteral(const Expr& expr) {
+std::optional<Exact> ExactLiteral(const BoundExpr& expr) {
   if (expr.kind == ExprKind::Integer && IsInteger(expr.type.kind)) return Exact{expr.integer, 0};
   if (expr.kind == ExprKind::Number && IsExactFraction(expr.type.kind)) {
     const std::string digits(expr.text.begin(), expr.text.end());
@@ -27,9 +27,9 @@ std::optional<Exact> ExactLiteral(const Expr& expr) {
 
 // Brings literals to the one type that everything else has, where it holds them as they are: the
 // others then need no conversion, and an index finds their rows. False when that cannot be.
-bool Binder::BringLiterals(std::span<Expr*> args) {
+bool Binder::BringLiterals(std::span<BoundExpr*> args) {
   Type type;
-  for (const Expr* arg : args) {
+  for (const BoundExpr* arg : args) {
     if (arg->kind == ExprKind::Null || ExactLiteral(*arg)) continue;
     const bool first = type.kind == TypeKind::Null;
     if (!first && (type.kind != arg->type.kind || type.precision != arg->type.precision ||
@@ -41,11 +41,11 @@ bool Binder::BringLiterals(std::span<Expr*> args) {
   if (!IsExactFraction(type.kind) && !(IsInteger(type.kind) && type.kind != TypeKind::Bit)) {
     return false;
   }
-  std::vector<Expr*> brought(args.begin(), args.end());
-  for (Expr*& arg : brought) {
+  std::vector<BoundExpr*> brought(args.begin(), args.end());
+  for (BoundExpr*& arg : brought) {
     const std::optional<Exact> number = ExactLiteral(*arg);
     if (!number) continue;
-    Expr* literal = FoldExact(arg, type);
+    BoundExpr* literal = FoldExact(arg, type);
     const std::optional<Exact> kept = literal ? ExactLiteral(*literal) : std::nullopt;
     const int scale = std::max<int>(number->scale, type.scale);
     if (!kept || ToWideBytes(*kept, scale) != ToWideBytes(*number, scale)) return false;
@@ -57,7 +57,7 @@ bool Binder::BringLiterals(std::span<Expr*> args) {
 
 // A literal, also one behind a minus, converted to a decimal, money or an integer; nullptr where it
 // cannot be.
-Expr* Binder::FoldExact(Expr* expr, const Type& target) {
+BoundExpr* Binder::FoldExact(BoundExpr* expr, const Type& target) {
   if (target.precision > kMostDigits) return nullptr;
   try {
     std::optional<Exact> number = ExactLiteral(*expr);
@@ -67,7 +67,7 @@ Expr* Binder::FoldExact(Expr* expr, const Type& target) {
       number = ParseDecimal(expr->text, SizeOf(target), KindName(expr->type.kind));
     }
     if (!number) return nullptr;
-    Expr* literal = arena_.Make<Expr>(*expr);
+    BoundExpr* literal = arena_.Make<BoundExpr>(*expr);
     literal->args = {};
     literal->type = target;
     literal->type.nullable = false;

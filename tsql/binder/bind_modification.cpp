@@ -24,9 +24,9 @@ std::vector<std::int32_t> Binder::BindInsertColumns(const Table& table,
   return indexes;
 }
 
-void Binder::StoreColumns(Query& query, const Table& table,
+void Binder::StoreColumns(BoundQuery& query, const Table& table,
                           const std::vector<std::int32_t>& columns) {
-  for (Select* select : query.selects) {
+  for (BoundSelect* select : query.selects) {
     for (std::size_t i = 0; i < columns.size(); ++i) {
       const Type& type = table.columns[static_cast<std::size_t>(columns[i])].type;
       select->items[i].expr = Coerce(select->items[i].expr, type, Conversion::Store);
@@ -56,59 +56,58 @@ Source* Binder::FindTarget(const ObjectName& name, const Scope& scope) {
   return instance;
 }
 
-Source* Binder::BindModification(Statement& statement, std::vector<std::int32_t>& columns) {
+BoundModification Binder::BindModification(const ObjectName& name,
+                                           std::span<const Assignment> assignments,
+                                           const From* from, const Expr* where) {
   Scope scope;
-  Source* target = nullptr;
-  if (statement.from != nullptr) {
-    BindFrom(*statement.from, scope);
-    target = FindTarget(statement.target, scope);
+  BoundModification bound;
+  if (from != nullptr) {
+    bound.from = BindFrom(*from, scope);
+    bound.target = FindTarget(name, scope);
   }
-  if (target == nullptr) {
+  if (bound.target == nullptr) {
     // The target need not stand in FROM: it joins every row, and WHERE picks.
-    From* own = arena_.Make<From>();
-    own->table = statement.target;
-    BindTableSource(*own, scope);
-    target = own->source;
-    if (statement.from == nullptr) {
-      statement.from = own;
+    BoundFrom* own = BindTableSource(name, {}, scope);
+    bound.target = own->source;
+    if (from == nullptr) {
+      bound.from = own;
     } else {
-      From* cross = arena_.Make<From>();
-      cross->kind = FromKind::Cross;
-      cross->left = own;
-      cross->right = statement.from;
-      statement.from = cross;
+      auto* join = arena_.Make<BoundFrom>();
+      join->kind = BoundFromKind::Inner;
+      join->left = own;
+      join->right = bound.from;
+      bound.from = join;
     }
   }
-  if (target->table == nullptr || target->table->kind != TableKind::Table) {
-    throw errors::NotUpdatable(statement.target.object.text, At(statement.target.object.offset));
+  if (bound.target->table == nullptr || bound.target->table->kind != TableKind::Table) {
+    throw errors::NotUpdatable(name.object.text, At(name.object.offset));
   }
   scope.clause = Scope::Clause::Where;
-  if (statement.where != nullptr) BindPredicate(*statement.where, scope);
-  for (Assignment& assignment : statement.assignments) {
-    const std::int32_t column = BindAssignment(assignment, statement, *target, scope);
-    if (std::find(columns.begin(), columns.end(), column) != columns.end()) {
-      throw errors::ColumnTwice(assignment.column.text, At(assignment.column.offset));
-    }
-    columns.push_back(column);
-  }
-  return target;
+  if (where != nullptr) bound.where = BindPredicate(*where, scope);
+  for (const Assignment& assignment : assignments) BindAssignment(assignment, name, bound, scope);
+  return bound;
 }
 
-// Only the target's columns are assigned, by whichever of its names. Returns the column.
-std::int32_t Binder::BindAssignment(Assignment& assignment, const Statement& statement,
-                                    const Source& target, Scope& scope) {
+// Only the target's columns are assigned, by whichever of its names.
+void Binder::BindAssignment(const Assignment& assignment, const ObjectName& name,
+                            BoundModification& modification, Scope& scope) {
+  const Source& target = *modification.target;
   const Name& column = assignment.column;
   const TextView qualifier = assignment.qualifier.text;
   if (!qualifier.empty() && !EqualText(qualifier, target.exposed) &&
-      !EqualText(qualifier, statement.target.object.text)) {
+      !EqualText(qualifier, name.object.text)) {
     throw errors::MultiPartUnbound(Text(qualifier) + u"." + Text(column.text),
                                    At(assignment.qualifier.offset));
   }
   const std::int32_t index = target.table->FindColumn(column.text);
   if (index < 0) throw errors::InvalidColumn(column.text, At(column.offset));
   const Type& type = target.table->columns[static_cast<std::size_t>(index)].type;
-  assignment.value = Coerce(Bind(assignment.value, scope), type, Conversion::Store);
-  return index;
+  modification.values.push_back(Coerce(Bind(*assignment.value, scope), type, Conversion::Store));
+  std::vector<std::int32_t>& columns = modification.columns;
+  if (std::find(columns.begin(), columns.end(), index) != columns.end()) {
+    throw errors::ColumnTwice(column.text, At(column.offset));
+  }
+  columns.push_back(index);
 }
 
 }  // namespace ledgerwick::tsql

@@ -11,54 +11,70 @@ bool Contains(const std::vector<Source*>& sources, const Source* source) noexcep
 }
 
 // True when `accept` takes `expr` or an expression inside it, those of subqueries left out.
-template <typename Accept>
-bool Holds(const Expr& expr, const Accept& accept) {
+template <typename Tree, typename Accept>
+bool Holds(const Tree& expr, const Accept& accept) {
   return accept(expr) || std::any_of(expr.args.begin(), expr.args.end(),
-                                     [&](const Expr* arg) { return Holds(*arg, accept); });
+                                     [&](const Tree* arg) { return Holds(*arg, accept); });
 }
 
 // What has a value of its own for each row or for each run: anything else is constant.
-bool MayVary(const Expr& expr) noexcept {
+bool MayVary(const BoundExpr& expr) noexcept {
   return expr.kind == ExprKind::Column || expr.query != nullptr ||
          (expr.kind == ExprKind::Function &&
-          (IsAggregate(expr.function) || expr.function == FunctionId::GetDate ||
-           expr.function == FunctionId::Unknown));
+          (IsAggregate(expr.function) || expr.function == FunctionId::GetDate));
 }
 
-bool IsVariable(const Expr& expr) noexcept { return expr.kind == ExprKind::Variable; }
+// The same as long as nobody knows the function.
+bool MayVary(const Expr& expr) noexcept {
+  return expr.kind == ExprKind::Column || expr.query != nullptr || expr.kind == ExprKind::Function;
+}
 
 }  // namespace
 
-void Binder::BindQuery(Query& query) {
-  BindQueryIn(query, nullptr, false);
-  query.next_source = next_source_;
-  CheckInto(query);
+BoundQuery* Binder::BindQuery(const Query& query) {
+  BoundQuery* bound = BindQueryIn(query, nullptr, false);
+  CheckInto(query, *bound);
+  const Select& select = *query.selects[0];
+  if (select.items[0].variable == nullptr) return bound;
+  for (std::size_t i = 0; i < select.items.size(); ++i) {
+    BoundItem& item = bound->selects[0]->items[i];
+    item.variable = select.items[i].variable->slot;
+    item.expr = Coerce(item.expr, select.items[i].variable->type);
+  }
+  return bound;
 }
 
-void Binder::BindQueryIn(Query& query, Scope* parent, bool nested) {
+BoundQuery* Binder::BindQueryIn(const Query& query, Scope* parent, bool nested) {
   const Nesting nesting;
-  std::vector<Expr*> outer;
+  auto* bound = arena_.Make<BoundQuery>();
+  bound->selects = arena_.MakeSpan<BoundSelect*>(query.selects.size());
+  bound->keeps_duplicates = query.keeps_duplicates;
+  std::vector<BoundExpr*> outer;
   for (std::size_t i = 0; i < query.selects.size(); ++i) {
-    Select& select = *query.selects[i];
+    const Select& select = *query.selects[i];
     Scope scope;
     scope.parent = parent;
     if (select.has_into && (nested || i > 0)) {
       throw errors::IncorrectSyntaxKeyword(u"INTO", At(select.into.object.offset));
     }
     CheckAssignments(query, select, nested);
-    BindSelect(select, scope);
-    if (query.selects.size() == 1) BindOrderBy(query, scope);
+    bound->selects[i] = BindSelect(select, scope);
+    if (query.selects.size() == 1) BindOrderBy(query, *bound, scope);
     outer.insert(outer.end(), scope.outer_columns.begin(), scope.outer_columns.end());
   }
   if (nested && !query.order_by.empty() && !query.selects[0]->has_top) {
     throw errors::OrderByInSubquery(At(query.order_by[0].expr->offset));
   }
   if (query.selects.size() > 1) {
-    UnifyUnion(query);
-    BindUnionOrderBy(query);
+    UnifyUnion(query, *bound);
+    bound->order_by = arena_.MakeSpan<BoundOrder>(query.order_by.size());
+    for (std::size_t i = 0; i < query.order_by.size(); ++i) {
+      bound->order_by[i] = BindUnionOrderItem(query.order_by[i], i + 1, bound->selects[0]->items);
+    }
   }
-  query.outer_columns = arena_.Copy(outer);
-  FinishQuery(query);
+  bound->outer_columns = arena_.Copy(outer);
+  FinishQuery(*bound);
+  return bound;
 }
 
 // SELECT @v = … stands alone: it gives no rows, and nothing else takes them.
@@ -74,73 +90,93 @@ void Binder::CheckAssignments(const Query& query, const Select& select, bool nes
   }
 }
 
-void Binder::FinishQuery(Query& query) {
-  std::vector<Type> types;
-  std::vector<TextView> names;
-  const std::span<SelectItem> items = query.selects[0]->items;
+void Binder::FinishQuery(BoundQuery& query) {
+  const std::span<const BoundItem> items = query.selects[0]->items;
+  query.types = arena_.MakeSpan<Type>(items.size());
+  query.names = arena_.MakeSpan<TextView>(items.size());
   for (std::size_t i = 0; i < items.size(); ++i) {
     Type type = items[i].expr->type;
-    for (const Select* select : query.selects) {
+    for (const BoundSelect* select : query.selects) {
       const bool nullable = type.nullable || select->items[i].expr->type.nullable;
       type = CommonType(type, select->items[i].expr->type);
       type.nullable = nullable;
     }
     // A NULL literal alone is an int.
     if (type.kind == TypeKind::Null) type = MakeType(TypeKind::Int);
-    types.push_back(type);
-    names.push_back(items[i].name);
+    query.types[i] = type;
+    query.names[i] = items[i].name;
   }
-  query.types = arena_.Copy(types);
-  query.names = arena_.Copy(names);
 }
 
-void Binder::BindSelect(Select& select, Scope& scope) {
-  if (select.from != nullptr) BindFrom(*select.from, scope);
-  // A decimal's units are no count of rows.
-  if (select.top_variable != nullptr && IsNumber(select.top_variable->type.kind)) {
-    select.top_variable = Coerce(select.top_variable, MakeType(TypeKind::BigInt), Conversion::Cast);
-  }
-  ExpandStars(select, scope);
-  if (select.where != nullptr) {
-    scope.clause = Scope::Clause::Where;
-    BindPredicate(*select.where, scope);
-  }
-  scope.clause = Scope::Clause::GroupBy;
-  for (Expr*& key : select.group_by) {
-    if (key->query != nullptr) throw errors::AggregateInGroupBy(At(key->offset));
-    key = Bind(key, scope);
-    const auto is_own_column = [&](const Expr& expr) {
-      return expr.kind == ExprKind::Column && Contains(scope.sources, expr.source);
-    };
-    if (!Holds(*key, is_own_column)) throw errors::GroupByWithoutColumn(At(key->offset));
-  }
-  scope.clause = Scope::Clause::Select;
-  for (SelectItem& item : select.items) {
-    item.expr = Bind(item.expr, scope);
-    if (!item.alias.text.empty()) {
-      item.name = item.alias.text;
-    } else if (item.expr->kind == ExprKind::Column) {
-      // The name as the table has it: a report's capitals do not change it in the result.
-      item.name = select.has_into ? item.expr->source->NameOf(item.expr->column) : item.expr->text;
+BoundSelect* Binder::BindSelect(const Select& select, Scope& scope) {
+  auto* bound = arena_.Make<BoundSelect>();
+  bound->distinct = select.distinct;
+  bound->has_top = select.has_top;
+  bound->top = select.top;
+  bound->has_into = select.has_into;
+  if (select.from != nullptr) bound->from = BindFrom(*select.from, scope);
+  if (select.top_variable != nullptr) {
+    bound->top_variable = NewExpr(*select.top_variable);
+    // A decimal's units are no count of rows.
+    if (IsNumber(select.top_variable->type.kind)) {
+      bound->top_variable =
+          Coerce(bound->top_variable, MakeType(TypeKind::BigInt), Conversion::Cast);
     }
   }
+  const std::vector<WrittenItem> items = ExpandStars(select, scope);
+  if (select.where != nullptr) {
+    scope.clause = Scope::Clause::Where;
+    bound->where = BindPredicate(*select.where, scope);
+  }
+  scope.clause = Scope::Clause::GroupBy;
+  bound->group_by = arena_.MakeSpan<BoundExpr*>(select.group_by.size());
+  for (std::size_t i = 0; i < select.group_by.size(); ++i) {
+    const Expr& key = *select.group_by[i];
+    if (key.query != nullptr) throw errors::AggregateInGroupBy(At(key.offset));
+    bound->group_by[i] = Bind(key, scope);
+    const auto is_own_column = [&](const BoundExpr& expr) {
+      return expr.kind == ExprKind::Column && Contains(scope.sources, expr.source);
+    };
+    if (!Holds(*bound->group_by[i], is_own_column)) {
+      throw errors::GroupByWithoutColumn(At(key.offset));
+    }
+  }
+  scope.clause = Scope::Clause::Select;
+  bound->items = arena_.MakeSpan<BoundItem>(items.size());
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    bound->items[i] = BindItem(items[i], select.has_into, scope);
+  }
   scope.clause = Scope::Clause::Having;
-  if (select.having != nullptr) BindPredicate(*select.having, scope);
-  select.grouped = !select.group_by.empty() || select.having != nullptr || scope.has_aggregate;
-  if (!select.grouped) return;
-  for (const SelectItem& item : select.items)
-    CheckGrouping(select, *item.expr, scope, false, false);
-  if (select.having != nullptr) CheckGrouping(select, *select.having, scope, true, false);
+  if (select.having != nullptr) bound->having = BindPredicate(*select.having, scope);
+  bound->grouped = !select.group_by.empty() || select.having != nullptr || scope.has_aggregate;
+  if (!bound->grouped) return bound;
+  for (const BoundItem& item : bound->items) {
+    CheckGrouping(*bound, *item.expr, scope, false, false);
+  }
+  if (bound->having != nullptr) CheckGrouping(*bound, *bound->having, scope, true, false);
+  return bound;
 }
 
-void Binder::CheckGrouping(const Select& select, const Expr& expr, const Scope& scope, bool having,
-                           bool order) {
+BoundItem Binder::BindItem(const WrittenItem& written, bool has_into, Scope& scope) {
+  BoundItem item;
+  item.expr = written.item != nullptr ? Bind(*written.item->expr, scope) : written.column;
+  if (written.item != nullptr && !written.item->alias.text.empty()) {
+    item.name = written.item->alias.text;
+  } else if (item.expr->kind == ExprKind::Column) {
+    // The name as the table has it: a report's capitals do not change it in the result.
+    item.name = has_into ? item.expr->source->NameOf(item.expr->column) : item.expr->text;
+  }
+  return item;
+}
+
+void Binder::CheckGrouping(const BoundSelect& select, const BoundExpr& expr, const Scope& scope,
+                           bool having, bool order) {
   const Nesting nesting;
-  const auto is_key = [&](const Expr& e) {
+  const auto is_key = [&](const BoundExpr& e) {
     return std::any_of(select.group_by.begin(), select.group_by.end(),
-                       [&](const Expr* key) { return SameExpr(*key, e); });
+                       [&](const BoundExpr* key) { return SameExpr(*key, e); });
   };
-  const auto refuse = [&](const Expr& column) {
+  const auto refuse = [&](const BoundExpr& column) {
     const Text name =
         Text(column.source->exposed) + u"." + Text(column.source->NameOf(column.column));
     throw errors::NotGrouped(name, having, order, At(column.offset));
@@ -148,25 +184,21 @@ void Binder::CheckGrouping(const Select& select, const Expr& expr, const Scope& 
   if (is_key(expr)) return;
   if (expr.kind == ExprKind::Function && IsAggregate(expr.function)) return;
   if (expr.kind == ExprKind::Column && Contains(scope.sources, expr.source)) refuse(expr);
-  for (const Expr* arg : expr.args) CheckGrouping(select, *arg, scope, having, order);
+  for (const BoundExpr* arg : expr.args) CheckGrouping(select, *arg, scope, having, order);
   if (expr.query == nullptr) return;
-  for (const Expr* column : expr.query->outer_columns) {
+  for (const BoundExpr* column : expr.query->outer_columns) {
     if (Contains(scope.sources, column->source) && !is_key(*column)) refuse(*column);
   }
 }
 
-// Stars become the columns in the order in which the tables are written, before any join is turned
-// round.
-void Binder::ExpandStars(Select& select, Scope& scope) {
-  const bool any =
-      std::any_of(select.items.begin(), select.items.end(),
-                  [](const SelectItem& item) { return item.expr->kind == ExprKind::Star; });
-  if (!any) return;
-  std::vector<SelectItem> items;
+// Stars become the columns in the order in which the tables are written.
+std::vector<Binder::WrittenItem> Binder::ExpandStars(const Select& select, const Scope& scope) {
+  std::vector<WrittenItem> items;
+  items.reserve(select.items.size());
   for (const SelectItem& item : select.items) {
     const Expr& star = *item.expr;
     if (star.kind != ExprKind::Star) {
-      items.push_back(item);
+      items.push_back({&item, nullptr});
       continue;
     }
     if (scope.sources.empty()) throw errors::StarWithoutFrom(At(star.offset));
@@ -179,94 +211,104 @@ void Binder::ExpandStars(Select& select, Scope& scope) {
     }
     if (!found) throw errors::PrefixUnmatched(star.qualifier.object.text, At(star.offset));
   }
-  select.items = arena_.Copy(items);
+  return items;
 }
 
-bool Binder::BindOrderOrdinal(OrderItem& item, std::size_t count) {
+bool Binder::BindOrderOrdinal(const OrderItem& item, std::size_t count, BoundOrder& bound) const {
   if (!item.is_position) return false;
   const std::int64_t ordinal = item.expr->integer;
   if (ordinal < 1 || ordinal > static_cast<std::int64_t>(count)) {
     throw errors::OrderByOrdinal(ordinal, At(item.expr->offset));
   }
-  item.ordinal = static_cast<std::int32_t>(ordinal);
+  bound.ordinal = static_cast<std::int32_t>(ordinal);
   return true;
 }
 
-void Binder::BindOrderBy(Query& query, Scope& scope) {
-  Select& select = *query.selects[0];
+void Binder::BindOrderBy(const Query& query, BoundQuery& bound, Scope& scope) {
+  BoundSelect& select = *bound.selects[0];
   scope.clause = Scope::Clause::OrderBy;
-  for (OrderItem& item : query.order_by) BindOrderItem(item, query, scope);
+  bound.order_by = arena_.MakeSpan<BoundOrder>(query.order_by.size());
+  for (std::size_t i = 0; i < query.order_by.size(); ++i) {
+    bound.order_by[i] = BindOrderItem(query.order_by[i], i + 1, select, scope);
+  }
   if (!scope.has_aggregate || select.grouped) return;
   // An aggregate in ORDER BY alone groups the whole query.
   select.grouped = true;
-  for (const SelectItem& item : select.items)
+  for (const BoundItem& item : select.items) {
     CheckGrouping(select, *item.expr, scope, false, false);
+  }
 }
 
 // What no row changes orders nothing, and is refused; a number alone is a column's position.
-void Binder::CheckOrderTerm(const Query& query, const OrderItem& item) const {
-  if (Holds(*item.expr, MayVary)) return;
-  const std::int64_t place = &item - query.order_by.data() + 1;
-  if (Holds(*item.expr, IsVariable)) {
-    throw errors::VariableInOrderBy(place, At(item.expr->offset));
+template <typename Tree>
+void Binder::CheckOrderTerm(const Tree& expr, std::size_t place) const {
+  if (Holds(expr, [](const Tree& e) { return MayVary(e); })) return;
+  const auto at = static_cast<std::int64_t>(place);
+  if (Holds(expr, [](const Tree& e) { return e.kind == ExprKind::Variable; })) {
+    throw errors::VariableInOrderBy(at, At(expr.offset));
   }
-  throw errors::ConstantInOrderBy(place, At(item.expr->offset));
+  throw errors::ConstantInOrderBy(at, At(expr.offset));
 }
 
 // An alias or column name of the select list comes first, then a column of the tables.
-void Binder::BindOrderItem(OrderItem& item, const Query& query, Scope& scope) {
-  const Select& select = *query.selects[0];
-  if (BindOrderOrdinal(item, select.items.size())) return;
+BoundOrder Binder::BindOrderItem(const OrderItem& item, std::size_t place,
+                                 const BoundSelect& select, Scope& scope) {
+  BoundOrder bound;
+  bound.descending = item.descending;
+  if (BindOrderOrdinal(item, select.items.size(), bound)) return bound;
   const bool bare = item.expr->kind == ExprKind::Column && item.expr->qualifier.object.text.empty();
   for (std::size_t i = 0; bare && i < select.items.size(); ++i) {
     if (select.items[i].name.empty() || !EqualText(select.items[i].name, item.expr->text)) continue;
-    if (item.ordinal != 0) {
-      const Expr& earlier = *select.items[static_cast<std::size_t>(item.ordinal) - 1].expr;
+    if (bound.ordinal != 0) {
+      const BoundExpr& earlier = *select.items[static_cast<std::size_t>(bound.ordinal) - 1].expr;
       if (SameExpr(earlier, *select.items[i].expr)) continue;
       throw errors::AmbiguousColumn(item.expr->text, At(item.expr->offset));
     }
-    item.ordinal = static_cast<std::int32_t>(i + 1);
+    bound.ordinal = static_cast<std::int32_t>(i + 1);
   }
-  if (item.ordinal != 0) return;
-  item.expr = Bind(item.expr, scope);
-  CheckOrderTerm(query, item);
+  if (bound.ordinal != 0) return bound;
+  bound.expr = Bind(*item.expr, scope);
+  CheckOrderTerm(*bound.expr, place);
   for (std::size_t i = 0; i < select.items.size(); ++i) {
-    if (SameExpr(*select.items[i].expr, *item.expr)) {
-      item.ordinal = static_cast<std::int32_t>(i + 1);
-      return;
+    if (SameExpr(*select.items[i].expr, *bound.expr)) {
+      bound.ordinal = static_cast<std::int32_t>(i + 1);
+      return bound;
     }
   }
   if (select.distinct) throw errors::OrderByNotInDistinct(At(item.expr->offset));
-  if (select.grouped) CheckGrouping(select, *item.expr, scope, false, true);
+  if (select.grouped) CheckGrouping(select, *bound.expr, scope, false, true);
+  return bound;
 }
 
-void Binder::BindUnionOrderBy(Query& query) {
-  const std::span<SelectItem> items = query.selects[0]->items;
-  for (OrderItem& item : query.order_by) {
-    if (BindOrderOrdinal(item, items.size())) continue;
-    for (std::size_t i = 0; i < items.size() && item.expr->kind == ExprKind::Column; ++i) {
-      if (EqualText(items[i].name, item.expr->text))
-        item.ordinal = static_cast<std::int32_t>(i + 1);
+BoundOrder Binder::BindUnionOrderItem(const OrderItem& item, std::size_t place,
+                                      std::span<const BoundItem> items) const {
+  BoundOrder bound;
+  bound.descending = item.descending;
+  if (BindOrderOrdinal(item, items.size(), bound)) return bound;
+  for (std::size_t i = 0; i < items.size() && item.expr->kind == ExprKind::Column; ++i) {
+    if (EqualText(items[i].name, item.expr->text)) {
+      bound.ordinal = static_cast<std::int32_t>(i + 1);
     }
-    if (item.ordinal != 0) continue;
-    CheckOrderTerm(query, item);
-    throw errors::OrderByNotInUnion(At(item.expr->offset));
   }
+  if (bound.ordinal != 0) return bound;
+  CheckOrderTerm(*item.expr, place);
+  throw errors::OrderByNotInUnion(At(item.expr->offset));
 }
 
-void Binder::UnifyUnion(Query& query) {
-  const std::size_t count = query.selects[0]->items.size();
-  for (const Select* select : query.selects) {
-    if (select->items.size() != count) throw errors::UnionColumnCount(At(select->offset));
+void Binder::UnifyUnion(const Query& query, BoundQuery& bound) {
+  const std::size_t count = bound.selects[0]->items.size();
+  for (std::size_t i = 0; i < query.selects.size(); ++i) {
+    if (bound.selects[i]->items.size() == count) continue;
+    throw errors::UnionColumnCount(At(query.selects[i]->offset));
   }
   for (std::size_t i = 0; i < count; ++i) {
     Type common;
-    for (const Select* select : query.selects) {
+    for (const BoundSelect* select : bound.selects) {
       common = CommonType(common, select->items[i].expr->type);
     }
     if (common.kind == TypeKind::Null) continue;
-    for (Select* select : query.selects) {
-      Expr*& item = select->items[i].expr;
+    for (BoundSelect* select : bound.selects) {
+      BoundExpr*& item = select->items[i].expr;
       const bool nullable = item->type.nullable;
       item = Coerce(item, common);
       item->type.nullable = nullable;
@@ -274,13 +316,14 @@ void Binder::UnifyUnion(Query& query) {
   }
 }
 
-void Binder::CheckInto(const Query& query) {
+void Binder::CheckInto(const Query& query, const BoundQuery& bound) {
   const Select& select = *query.selects[0];
   if (!select.has_into) return;
   const TextView table = select.into.object.text;
   TextMap<std::size_t> seen;
-  for (std::size_t i = 0; i < select.items.size(); ++i) {
-    const SelectItem& item = select.items[i];
+  const std::span<const BoundItem> items = bound.selects[0]->items;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    const BoundItem& item = items[i];
     if (item.name.empty()) throw errors::ColumnNameMissing(i + 1, At(item.expr->offset));
     if (!seen.emplace(FoldText(item.name), i).second) {
       throw errors::DuplicateColumn(item.name, table, At(item.expr->offset));

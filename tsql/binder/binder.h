@@ -1,5 +1,5 @@
 // Names and types: resolves the syntax tree against the catalogue, applies T-SQL's rules and makes
-// every conversion explicit, so that the emitter only writes down what it finds.
+// every conversion explicit, so that what follows decides nothing about T-SQL any more.
 #pragma once
 
 #include <vector>
@@ -7,28 +7,12 @@
 #include "tsql/base/arena.h"
 #include "tsql/base/errors.h"
 #include "tsql/base/nesting.h"
-#include "tsql/functions/function_signature.h"
+#include "tsql/binder/bound_tree.h"
+#include "tsql/binder/type_rules.h"
 #include "tsql/storage/catalogue.h"
 #include "tsql/syntax/syntax_tree.h"
 
 namespace ledgerwick::tsql {
-
-// A table or derived table in a FROM clause.
-struct Source {
-  std::int32_t id = 0;           // unique in the statement
-  TextView exposed;              // the name that columns are qualified with
-  bool aliased = false;          // `exposed` is an alias, which hides the table's name
-  const Table* table = nullptr;  // of a table
-  DatabaseId database = DatabaseId::Main;
-  const Query* query = nullptr;  // of a derived table or a view
-  std::span<TextView> names;     // of a derived table's columns
-  bool may_be_missing = false;   // on the outer side of a join: its columns may be null
-
-  std::int32_t Count() const noexcept;
-  TextView NameOf(std::int32_t column) const noexcept;
-  Type TypeOf(std::int32_t column) const noexcept;
-  std::int32_t Find(TextView name) const;  // -1 for none, -2 for several
-};
 
 // What is visible where an expression stands.
 struct Scope {
@@ -40,32 +24,41 @@ struct Scope {
   Clause clause = Clause::Other;
   bool in_aggregate = false;
   bool has_aggregate = false;
-  std::vector<Expr*> outer_columns;  // columns of enclosing scopes that were read
+  std::vector<BoundExpr*> outer_columns;  // columns of enclosing scopes that were read
 };
 
-// Binds one statement. The tree, the arena and the catalogue outlive it; the batch's text serves to
-// tell where an error stands.
+// Binds one statement. The syntax tree, the arena and the catalogue outlive what it makes; the
+// batch's text serves to tell where an error stands.
 class Binder {
  public:
   Binder(TextView batch, Arena& arena, Catalogue& catalogue)
       : batch_(batch), arena_(arena), catalogue_(catalogue) {}
 
-  // Each throws SqlError with the position of what is wrong.
-  void BindQuery(Query& query);
-  void BindCondition(Expr& condition);  // of IF
-  Type TypeOf(Expr*& value);            // of a value outside a query
-  // Outside a query: as `target`.
-  Expr* BindValue(Expr* value, Type target, Conversion conversion = Conversion::Store);
+  // Each throws SqlError with the position of what is wrong. The items of SELECT @v = … have the
+  // types of their variables.
+  BoundQuery* BindQuery(const Query& query);
+  BoundExpr* BindCondition(const Expr& condition);  // of IF
+  BoundExpr* BindExpression(const Expr& value);     // outside a query
+  // The same as `target`.
+  BoundExpr* BindValue(const Expr& value, const Type& target,
+                       Conversion conversion = Conversion::Store);
 
   // The columns that an INSERT fills, checked against the values' count.
   std::vector<std::int32_t> BindInsertColumns(const Table& table, std::span<const Name> columns);
   // The query's columns converted to the types of the columns that they go into.
-  void StoreColumns(Query& query, const Table& table, const std::vector<std::int32_t>& columns);
+  void StoreColumns(BoundQuery& query, const Table& table,
+                    const std::vector<std::int32_t>& columns);
 
-  // UPDATE and DELETE: binds FROM, WHERE and the assignments, makes `statement.from` a tree that
-  // the target is part of, and returns the target's source. `columns` receives the assigned
-  // columns.
-  Source* BindModification(Statement& statement, std::vector<std::int32_t>& columns);
+  // UPDATE and DELETE: binds FROM, WHERE and the assignments.
+  BoundModification BindModification(const ObjectName& target,
+                                     std::span<const Assignment> assignments, const From* from,
+                                     const Expr* where);
+
+  // The number that no table or derived table of the statement has yet.
+  std::int32_t next_source() const noexcept { return next_source_; }
+
+  // True when anything was looked up in the catalogue.
+  bool reads_schema() const noexcept { return reads_schema_; }
 
   // The table or view of that name. Throws 208 when there is none.
   const Table& RequireTable(const ObjectName& name);
@@ -81,67 +74,82 @@ class Binder {
   Position At(std::uint32_t offset) const noexcept { return PositionOf_(offset); }
 
   // `expr` as `target`: itself, a literal of that type, or a conversion around it.
-  Expr* Coerce(Expr* expr, Type target, Conversion conversion = Conversion::Implicit);
+  BoundExpr* Coerce(BoundExpr* expr, const Type& target,
+                    Conversion conversion = Conversion::Implicit);
 
  private:
+  // A column of a select list that stands in a star, or what else is written there.
+  struct WrittenItem {
+    const SelectItem* item = nullptr;
+    BoundExpr* column = nullptr;  // of a star
+  };
+
   // Changes (bind_modification.cpp)
   Source* FindTarget(const ObjectName& name, const Scope& scope);
-  std::int32_t BindAssignment(Assignment& assignment, const Statement& statement,
-                              const Source& target, Scope& scope);
+  void BindAssignment(const Assignment& assignment, const ObjectName& target,
+                      BoundModification& modification, Scope& scope);
 
   // Queries (bind_query.cpp)
-  void BindQueryIn(Query& query, Scope* parent, bool nested);
-  void BindSelect(Select& select, Scope& scope);
-  void BindFrom(From& from, Scope& scope);
-  void BindTableSource(From& from, Scope& scope);
-  void BindDerived(From& from, Scope& scope);
-  Source* AddSource(From& from, Scope& scope, TextView exposed, bool aliased);
-  void BindView(const Table& view, Source& source);
-  void ExpandStars(Select& select, Scope& scope);
-  void BindOrderBy(Query& query, Scope& scope);
-  void BindOrderItem(OrderItem& item, const Query& query, Scope& scope);
-  void CheckOrderTerm(const Query& query, const OrderItem& item) const;
-  void BindUnionOrderBy(Query& query);
-  bool BindOrderOrdinal(OrderItem& item, std::size_t count);
-  void UnifyUnion(Query& query);
-  void CheckGrouping(const Select& select, const Expr& expr, const Scope& scope, bool having,
-                     bool order);
-  void CheckInto(const Query& query);
+  BoundQuery* BindQueryIn(const Query& query, Scope* parent, bool nested);
+  BoundSelect* BindSelect(const Select& select, Scope& scope);
+  BoundItem BindItem(const WrittenItem& written, bool has_into, Scope& scope);
+  std::vector<WrittenItem> ExpandStars(const Select& select, const Scope& scope);
+  void BindOrderBy(const Query& query, BoundQuery& bound, Scope& scope);
+  BoundOrder BindOrderItem(const OrderItem& item, std::size_t place, const BoundSelect& select,
+                           Scope& scope);
+  BoundOrder BindUnionOrderItem(const OrderItem& item, std::size_t place,
+                                std::span<const BoundItem> items) const;
+  bool BindOrderOrdinal(const OrderItem& item, std::size_t count, BoundOrder& bound) const;
+  template <typename Tree>
+  void CheckOrderTerm(const Tree& expr, std::size_t place) const;
+  void UnifyUnion(const Query& query, BoundQuery& bound);
+  void CheckGrouping(const BoundSelect& select, const BoundExpr& expr, const Scope& scope,
+                     bool having, bool order);
+  void CheckInto(const Query& query, const BoundQuery& bound);
   void CheckAssignments(const Query& query, const Select& select, bool nested) const;
-  void FinishQuery(Query& query);
-  void AddStarColumns(const Source& source, std::uint32_t offset, std::vector<SelectItem>& items);
+  void FinishQuery(BoundQuery& query);
+
+  // FROM (bind_from.cpp)
+  BoundFrom* BindFrom(const From& from, Scope& scope);
+  BoundFrom* BindTableSource(const ObjectName& name, const Name& alias, Scope& scope);
+  BoundFrom* BindDerived(const From& from, Scope& scope);
+  BoundFrom* AddSource(Scope& scope, TextView exposed, bool aliased);
+  void BindView(const Table& view, Source& source);
+  void AddStarColumns(const Source& source, std::uint32_t offset, std::vector<WrittenItem>& items);
 
   // Expressions (bind_expression.cpp)
-  void BindPredicate(Expr& expr, Scope& scope);
-  Expr* Bind(Expr* expr, Scope& scope);
-  Expr* BindColumn(Expr* expr, Scope& scope);
+  BoundExpr* BindPredicate(const Expr& expr, Scope& scope);
+  BoundExpr* Bind(const Expr& expr, Scope& scope);
+  BoundExpr* NewExpr(const Expr& expr);
+  BoundExpr* BindColumn(const Expr& expr, Scope& scope);
   Source* ResolveColumn(const Expr& expr, Scope& scope, std::int32_t& column);
   void CheckRange(const Expr& number) const;
   bool QualifierMatches(const Source& source, const ObjectName& qualifier) const;
-  Expr* BindArithmetic(Expr* expr, Scope& scope);
-  Expr* BindCase(Expr* expr, Scope& scope);
-  Expr* BindScalar(Expr* expr, Scope& scope);
-  Expr* BindConvert(Expr* expr, Scope& scope);
-  void BindCompare(Expr& expr, Scope& scope);
-  void BindInQuery(Expr& expr, Scope& scope);
-  void BindArguments(Expr& expr, Scope& scope);
-  void CoerceAll(std::span<Expr*> items, Type type);
-  Expr* FoldLiteral(Expr* expr, Type target);
+  BoundExpr* BindArithmetic(const Expr& expr, Scope& scope);
+  BoundExpr* BindCase(const Expr& expr, Scope& scope);
+  BoundExpr* BindScalar(const Expr& expr, Scope& scope);
+  BoundExpr* BindConvert(const Expr& expr, Scope& scope);
+  BoundExpr* BindCompare(const Expr& expr, Scope& scope);
+  BoundExpr* BindInQuery(const Expr& expr, Scope& scope);
+  // A node for `expr` with its arguments.
+  BoundExpr* BindArguments(const Expr& expr, Scope& scope);
+  void CoerceAll(std::span<BoundExpr*> items, const Type& type);
+  BoundExpr* FoldLiteral(BoundExpr* expr, Type target);
 
   // Numbers (bind_literal.cpp)
-  Expr* FoldExact(Expr* expr, const Type& target);
-  bool BringLiterals(std::span<Expr*> args);
+  BoundExpr* FoldExact(BoundExpr* expr, const Type& target);
+  bool BringLiterals(std::span<BoundExpr*> args);
 
   // Functions (bind_function.cpp)
-  Expr* BindFunction(Expr* expr, Scope& scope);
-  void BindAggregate(Expr& expr, Scope& scope);
-  void BindDateFunction(Expr& expr, Scope& scope);
-  void BringArgument(Expr& expr, std::size_t i, char wanted);
-  void TypeResult(Expr& expr, FunctionResult result);
-  Expr* BindOwnRule(Expr* expr);
-  void BindChoice(Expr& expr);
-  Expr* BindPower(Expr* expr);
-  void BindDataLength(Expr& expr);
+  BoundExpr* BindFunction(const Expr& expr, Scope& scope);
+  BoundExpr* BindAggregate(const Expr& expr, const FunctionSignature& known, Scope& scope);
+  BoundExpr* BindDateFunction(const Expr& expr, const FunctionSignature& known, Scope& scope);
+  void BringArgument(BoundExpr& expr, std::size_t i, char wanted);
+  void TypeResult(BoundExpr& expr, FunctionResult result);
+  BoundExpr* BindOwnRule(BoundExpr* expr);
+  void BindChoice(BoundExpr& expr);
+  BoundExpr* BindPower(BoundExpr* expr);
+  void BindDataLength(BoundExpr& expr);
 
   Position PositionOf_(std::uint32_t offset) const noexcept;
 
@@ -149,29 +157,12 @@ class Binder {
   Arena& arena_;
   Catalogue& catalogue_;
   std::int32_t next_source_ = 1;
+  bool reads_schema_ = false;
   int view_depth_ = 0;
   bool in_view_ = false;  // offsets then point into the view's text: errors carry no position
 };
 
 // The name as it is written, without brackets: "tempdb..x".
 Text FullName(const ObjectName& name);
-
-// Type arithmetic (type_rules.cpp).
-
-// The type in which values of both types meet: the one of higher precedence, wide enough for both.
-Type CommonType(const Type& a, const Type& b) noexcept;
-// The same for a comparison, which looks at every digit: a decimal may have more than 38 here.
-Type ComparisonType(const Type& a, const Type& b) noexcept;
-// The result of + - * / % on two numbers of these types: the one table of precision and scale.
-Type ArithmeticType(ExprKind kind, const Type& a, const Type& b) noexcept;
-// A number type as decimal: int is decimal(10,0).
-Type AsDecimal(const Type& type) noexcept;
-Type MakeType(TypeKind kind, std::int32_t length = 0) noexcept;
-// The type of a literal.
-Type LiteralType(const Expr& literal);
-// The name in UTF-16, for messages.
-Text KindText(TypeKind kind);
-// True when both bound expressions compute the same thing.
-bool SameExpr(const Expr& a, const Expr& b);
 
 }  // namespace ledgerwick::tsql

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "frame/text.h"
-#include "tsql/binder/binder.h"
+#include "tsql/binder/type_rules.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -183,44 +183,6 @@ Type LiteralType(const Expr& literal) {
   }
   type.nullable = false;
   return type;
-}
-
-bool SameExpr(const Expr& a, const Expr& b) {
-  const Nesting nesting;
-  if (a.kind != b.kind || a.args.size() != b.args.size() || a.query != b.query) return false;
-  switch (a.kind) {
-    case ExprKind::Column:
-      return a.source == b.source && a.column == b.column;
-    case ExprKind::Integer:
-      if (a.integer != b.integer) return false;
-      break;
-    case ExprKind::Variable:
-      if (a.slot != b.slot) return false;
-      break;
-    case ExprKind::Number:
-      // A literal that was brought to a type counts in that type's units.
-      if (a.text != b.text || !(a.type == b.type)) return false;
-      break;
-    case ExprKind::String:
-      if (a.text != b.text) return false;
-      break;
-    case ExprKind::Convert:
-      if (!(a.type == b.type) || a.style != b.style) return false;
-      break;
-    case ExprKind::Function:
-      if (a.function != b.function || a.distinct != b.distinct || a.text != b.text) return false;
-      break;
-    default:
-      break;
-  }
-  if (a.compare != b.compare || a.negated != b.negated || a.has_operand != b.has_operand ||
-      a.has_else != b.has_else) {
-    return false;
-  }
-  for (std::size_t i = 0; i < a.args.size(); ++i) {
-    if (!SameExpr(*a.args[i], *b.args[i])) return false;
-  }
-  return true;
 }
 
 }  // namespace ledgerwick::tsql

@@ -1,23 +1,138 @@
 #include "tsql/compile/compile.h"
 
-#include "tsql/binder/binder.h"
 #include "tsql/emit/emitter.h"
-#include "tsql/plan/plan.h"
 #include "tsql/syntax/parser.h"
+#include "tsql/values/collation.h"
 
 namespace ledgerwick::tsql {
+
+std::string ColumnDeclaration(std::string_view name, const Type& type) {
+  std::string sql = QuoteIdentifier(name) + " " + QuoteIdentifier(TypeName(type));
+  if (IsText(type.kind)) sql.append(" COLLATE ").append(kCollation);
+  if (!type.nullable) sql += " NOT NULL";
+  return sql;
+}
+
+Compiled Compiler::Compile(const Statement& statement) {
+  if (const auto* select = As<SelectStatement>(statement)) return CompileQuery(*select->query);
+  if (const auto* insert = As<InsertStatement>(statement)) return CompileInsert(*insert);
+  if (const auto* update = As<UpdateStatement>(statement)) return CompileUpdate(*update);
+  if (const auto* drop = As<DeleteStatement>(statement)) return CompileDelete(*drop);
+  return {};
+}
+
+BoundQuery& Compiler::BindAndPlan(const Query& query, Binder& binder) {
+  BoundQuery& bound = *binder.BindQuery(query);
+  PlanContext context = NewContext(binder);
+  PlanQuery(bound, context);
+  return bound;
+}
+
+std::string Compiler::QuerySql(const Query& query) {
+  Binder binder = NewBinder();
+  Emitter emitter;
+  emitter.EmitQuery(BindAndPlan(query, binder));
+  return emitter.Take();
+}
+
+Compiled Compiler::CompileQuery(const Query& query) {
+  Binder binder = NewBinder();
+  const BoundQuery& bound = BindAndPlan(query, binder);
+  Compiled compiled;
+  if (bound.selects[0]->items[0].variable != 0) {
+    compiled = CompileAssignment(bound);
+  } else if (bound.selects[0]->has_into) {
+    compiled = CompileInto(query.selects[0]->into, bound, binder);
+  } else {
+    Emitter emitter;
+    emitter.EmitQuery(bound);
+    compiled.sql.push_back(emitter.Take());
+    compiled.types.assign(bound.types.begin(), bound.types.end());
+    compiled.names.assign(bound.names.begin(), bound.names.end());
+  }
+  compiled.reads_schema = binder.reads_schema();
+  return compiled;
+}
+
+// SELECT @v = …: every row assigns in its turn. Without a table there is one row, whose items see
+// what those before them assigned.
+Compiled Compiler::CompileAssignment(const BoundQuery& query) {
+  const BoundSelect& select = *query.selects[0];
+  const bool in_turn = select.from == nullptr && select.where == nullptr && !select.grouped;
+  Compiled compiled;
+  for (const BoundItem& item : select.items) {
+    compiled.assigned.push_back(item.variable);
+    if (in_turn) compiled.sql.push_back("SELECT " + EmitToString(*item.expr));
+  }
+  if (in_turn) return compiled;
+  Emitter emitter;
+  emitter.EmitQuery(query);
+  compiled.sql.push_back(emitter.Take());
+  return compiled;
+}
+
+// Names, types and nullability of the new table are those of the query's columns.
+Compiled Compiler::CompileInto(const ObjectName& into, const BoundQuery& query, Binder& binder) {
+  const DatabaseId database = binder.RequireDatabase(into);
+  const std::string table =
+      std::string(SchemaName(database)) + "." + QuoteIdentifier(ToUtf8(into.object.text));
+  std::string create = "CREATE TABLE " + table + " (";
+  for (std::size_t i = 0; i < query.types.size(); ++i) {
+    if (i > 0) create += ", ";
+    create += ColumnDeclaration(ToUtf8(query.names[i]), query.types[i]);
+  }
+  Emitter emitter;
+  emitter.Raw("INSERT INTO ").Raw(table).Raw(" ").EmitQuery(query);
+  Compiled compiled;
+  compiled.sql = {create + ")", emitter.Take()};
+  if (database == DatabaseId::Session) compiled.temporary = table;
+  return compiled;
+}
+
+Compiled Compiler::CompileCondition(const Expr& condition) {
+  Binder binder = NewBinder();
+  BoundExpr* bound = binder.BindCondition(condition);
+  PlanContext context = NewContext(binder);
+  PlanExpression(*bound, context);
+  Compiled compiled;
+  compiled.sql.push_back("SELECT CASE WHEN " + EmitToString(*bound) + " THEN 1 ELSE 0 END");
+  compiled.reads_schema = binder.reads_schema();
+  return compiled;
+}
+
+Compiled Compiler::CompileValues(std::span<const Expr* const> values, const TypeOf& type_of) {
+  Binder binder = NewBinder();
+  Compiled compiled;
+  std::vector<BoundExpr*> bound;
+  for (const Expr* value : values) {
+    bound.push_back(binder.BindExpression(*value));
+    const Type own = bound.back()->type;
+    compiled.types.push_back(own);
+    bound.back() = binder.Coerce(bound.back(), type_of(bound.size() - 1, own));
+  }
+  PlanContext context = NewContext(binder);
+  Emitter emitter;
+  for (BoundExpr* value : bound) {
+    PlanExpression(*value, context);
+    emitter.Raw(value == bound.front() ? "SELECT " : ", ").EmitExpr(*value);
+  }
+  compiled.sql.push_back(emitter.Take());
+  compiled.reads_schema = binder.reads_schema();
+  return compiled;
+}
+
+std::string Compiler::CompileDefault(const Expr& value, const Type& type) {
+  return EmitToString(*NewBinder().BindValue(value, type));
+}
 
 std::vector<std::string> CompileQueries(TextView batch, Catalogue& catalogue, Planning planning) {
   Arena arena;
   std::vector<std::string> queries;
-  for (Statement* statement : ParseBatch(batch, arena).statements) {
-    if (statement->kind != StatementKind::Select) continue;
+  for (const Statement* statement : ParseBatch(batch, arena).statements) {
+    const auto* select = As<SelectStatement>(*statement);
+    if (select == nullptr) continue;
     catalogue.Refresh();
-    Binder(batch, arena, catalogue).BindQuery(*statement->query);
-    PlanQuery(*statement->query, arena, catalogue, planning);
-    Emitter emitter;
-    emitter.EmitQuery(*statement->query);
-    queries.push_back(emitter.Take());
+    queries.push_back(Compiler(batch, catalogue, planning).QuerySql(*select->query));
   }
   return queries;
 }

@@ -1,19 +1,100 @@
-// The front end by itself: from a statement's text to SQLite's SQL, without running anything.
+// The one way from T-SQL to SQLite's SQL: binds, plans and writes a statement.
 #pragma once
 
+#include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "frame/text.h"
+#include "tsql/base/arena.h"
 #include "tsql/base/planning.h"
+#include "tsql/binder/binder.h"
+#include "tsql/plan/plan.h"
 #include "tsql/storage/catalogue.h"
 
 namespace ledgerwick::tsql {
+
+// What a statement comes to. It points to nothing: it holds as long as the schema stays the same,
+// or for good where it does not read the schema.
+struct Compiled {
+  // To be run in this order. Rows and their count are those of the last, but for SELECT @v = …
+  std::vector<std::string> sql;
+  std::vector<Type> types;  // of the result's columns; of the values as they are written
+  std::vector<Text> names;  // of the result's columns
+  // The variables that SELECT @v = … assigns, in the order of the columns; each of `sql` has as
+  // many.
+  std::vector<std::int32_t> assigned;
+  std::string temporary;  // the session's table, as SQLite has it, that SELECT INTO makes
+  bool reads_schema = false;
+};
+
+// What was found out on the way, for who asks.
+struct CompileNotes {
+  std::string bound;  // the bound tree, readable
+  PlanNotes plan;
+};
+
+// Compiles statements of one text. Every member throws SqlError with the position of what is wrong.
+class Compiler {
+ public:
+  // All of them outlive it; `notes` may be nullptr.
+  Compiler(TextView text, Catalogue& catalogue, Planning planning, CompileNotes* notes = nullptr)
+      : text_(text), catalogue_(catalogue), planning_(planning), notes_(notes) {}
+
+  // SELECT, INSERT, UPDATE and DELETE; nothing for statements that are run in another way.
+  Compiled Compile(const Statement& statement);
+
+  Compiled CompileQuery(const Query& query);
+
+  // A row with 1 where the condition holds, else 0.
+  Compiled CompileCondition(const Expr& condition);
+
+  // A row with the values, each as the type that `type_of` gives for its place and its own type.
+  using TypeOf = std::function<Type(std::size_t place, const Type& own)>;
+  Compiled CompileValues(std::span<const Expr* const> values, const TypeOf& type_of);
+
+  // A constant as it stands in a declaration.
+  std::string CompileDefault(const Expr& value, const Type& type);
+
+  // The SQL of the query alone, whatever becomes of its rows.
+  std::string QuerySql(const Query& query);
+
+ private:
+  Compiled CompileInsert(const InsertStatement& statement);
+  std::string InsertSql(const InsertStatement& statement, Binder& binder);
+  std::string InsertQuery(const InsertStatement& statement, Binder& binder, const Table& table,
+                          const std::vector<std::int32_t>& columns);
+  std::string InsertValues(const InsertStatement& statement, Binder& binder, const Table& table,
+                           const std::vector<std::int32_t>& columns);
+  Compiled CompileUpdate(const UpdateStatement& statement);
+  Compiled CompileDelete(const DeleteStatement& statement);
+  Compiled CompileAssignment(const BoundQuery& query);
+  Compiled CompileInto(const ObjectName& into, const BoundQuery& query, Binder& binder);
+
+  Binder NewBinder() { return Binder(text_, arena_, catalogue_); }
+  PlanContext NewContext(const Binder& binder) {
+    return {arena_, catalogue_, planning_, binder.next_source(),
+            notes_ != nullptr ? &notes_->plan : nullptr};
+  }
+  BoundQuery& BindAndPlan(const Query& query, Binder& binder);
+  BoundModification BindAndPlan(const ObjectName& target, std::span<const Assignment> assignments,
+                                const From* from, const Expr* where, Binder& binder);
+
+  TextView text_;
+  Arena arena_;  // for what is bound
+  Catalogue& catalogue_;
+  Planning planning_;
+  CompileNotes* notes_;
+};
 
 // The SQLite SQL of every query in `batch` (SELECT, also with INTO: the query alone), bound against
 // `catalogue` and rewritten as `planning` allows. Other statements are parsed and passed over.
 // Throws SqlError.
 std::vector<std::string> CompileQueries(TextView batch, Catalogue& catalogue,
                                         Planning planning = Planning::Usual);
+
+// The declaration of a column in SQLite, with its collation and nullability.
+std::string ColumnDeclaration(std::string_view name, const Type& type);
 
 }  // namespace ledgerwick::tsql

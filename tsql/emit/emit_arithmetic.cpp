@@ -1,6 +1,5 @@
 // Arithmetic in SQLite's SQL: ranges, scales and division as the server has them.
 #include "tsql/emit/emitter.h"
-#include "tsql/plan/total_expression.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -24,7 +23,7 @@ std::string_view OperatorOf(ExprKind kind) noexcept {
 
 }  // namespace
 
-void Emitter::EmitArithmetic(const Expr& expr) {
+void Emitter::EmitArithmetic(const BoundExpr& expr) {
   if (IsExactFraction(expr.type.kind)) {
     EmitExactArithmetic(expr);
     return;
@@ -78,11 +77,11 @@ void Emitter::EmitArithmetic(const Expr& expr) {
 }
 
 // SQLite's division by zero is NULL; the server's is an error of whichever row reaches it.
-void Emitter::EmitDivision(const Expr& expr) {
-  const Expr& dividend = *expr.args[0];
-  const Expr& divisor = *expr.args[1];
+void Emitter::EmitDivision(const BoundExpr& expr) {
+  const BoundExpr& dividend = *expr.args[0];
+  const BoundExpr& divisor = *expr.args[1];
   const bool real = !IsInteger(expr.type.kind);
-  const auto emit_real = [&](const Expr& operand) {
+  const auto emit_real = [&](const BoundExpr& operand) {
     const bool cast = real && !IsFloat(operand.type.kind);
     if (cast) Raw("CAST(");
     EmitExpr(operand);

@@ -19,7 +19,7 @@ constexpr bool IsPadded(TypeKind kind) noexcept {
 
 }  // namespace
 
-void Emitter::EmitConvert(const Expr& expr) {
+void Emitter::EmitConvert(const BoundExpr& expr) {
   const Type& source = expr.args[0]->type;
   const Type& target = expr.type;
   if (expr.args[0]->kind == ExprKind::Null) {
@@ -42,8 +42,8 @@ void Emitter::EmitConvert(const Expr& expr) {
 }
 
 // Text to text: cut (or, where it is stored, refused) and padded.
-void Emitter::CutText(const Expr& expr) {
-  const Expr& arg = *expr.args[0];
+void Emitter::CutText(const BoundExpr& expr) {
+  const BoundExpr& arg = *expr.args[0];
   const Type& target = expr.type;
   const bool same_length = IsPadded(arg.type.kind) && arg.type.kind == target.kind &&
                            arg.type.length == target.length && arg.kind != ExprKind::String;
@@ -57,8 +57,8 @@ void Emitter::CutText(const Expr& expr) {
   Raw(", ").Raw(std::to_string(target.length)).Raw(IsPadded(target.kind) ? ", 1)" : ", 0)");
 }
 
-void Emitter::ConvertToText(const Expr& expr) {
-  const Expr& arg = *expr.args[0];
+void Emitter::ConvertToText(const BoundExpr& expr) {
+  const BoundExpr& arg = *expr.args[0];
   const Type& target = expr.type;
   if (IsInteger(arg.type.kind)) {
     if (IsPadded(target.kind)) Raw(IsUnicode(target.kind) ? "t_nchar(" : "t_char(");
@@ -93,8 +93,8 @@ void Emitter::ConvertToText(const Expr& expr) {
   if (cut) Raw(", ").Raw(length).Raw(IsPadded(target.kind) ? ", 1)" : ", 0)");
 }
 
-void Emitter::ConvertToInteger(const Expr& expr) {
-  const Expr& arg = *expr.args[0];
+void Emitter::ConvertToInteger(const BoundExpr& expr) {
+  const BoundExpr& arg = *expr.args[0];
   const TypeKind source = arg.type.kind;
   const TypeKind target = expr.type.kind;
   const std::string name = KindName(target);
@@ -127,8 +127,8 @@ void Emitter::ConvertToInteger(const Expr& expr) {
   }
 }
 
-void Emitter::ConvertToFloat(const Expr& expr) {
-  const Expr& arg = *expr.args[0];
+void Emitter::ConvertToFloat(const BoundExpr& expr) {
+  const BoundExpr& arg = *expr.args[0];
   const TypeKind source = arg.type.kind;
   const bool real = expr.type.kind == TypeKind::Real;
   if (IsFloat(source) && !real) {
@@ -156,8 +156,8 @@ void Emitter::ConvertToFloat(const Expr& expr) {
   if (real) Raw(")");
 }
 
-void Emitter::ConvertToDate(const Expr& expr) {
-  const Expr& arg = *expr.args[0];
+void Emitter::ConvertToDate(const BoundExpr& expr) {
+  const BoundExpr& arg = *expr.args[0];
   const bool small = expr.type.kind == TypeKind::SmallDateTime;
   if (IsText(arg.type.kind)) {
     Raw(small ? "t_str_to_sdt(" : "t_str_to_dt(");

@@ -1,6 +1,7 @@
 // Decimals and money in SQLite's SQL. Where the types prove that 64 bits hold every intermediate
 // result, SQLite's own integers do the work; everywhere else a function of the storage's does,
 // which is told the scales and what the result may hold.
+#include "tsql/binder/type_rules.h"
 #include "tsql/emit/emitter.h"
 #include "tsql/values/exact.h"
 
@@ -44,14 +45,14 @@ std::string UnitsSql(Int128 units, const Type& type) {
 }
 
 // A literal in the units of its type.
-void Emitter::EmitUnits(const Expr& literal) {
+void Emitter::EmitUnits(const BoundExpr& literal) {
   const std::string digits(literal.text.begin(), literal.text.end());
   const std::optional<Exact> number = ParseExact(digits, literal.type.scale, "numeric");
   Raw(UnitsSql(number ? number->units : 0, literal.type));
 }
 
 // A value that the storage keeps as an integer, in units of a scale that is at least its own.
-void Emitter::EmitScaled(const Expr& expr, int scale) {
+void Emitter::EmitScaled(const BoundExpr& expr, int scale) {
   const int more = scale - expr.type.scale;
   if (more > 0) Raw("(");
   EmitExpr(expr);
@@ -63,9 +64,9 @@ void Emitter::EmitSize(const Type& type) {
   Raw(", ").Raw(std::to_string(size.precision)).Raw(", ").Raw(std::to_string(size.scale));
 }
 
-void Emitter::EmitExactArithmetic(const Expr& expr) {
+void Emitter::EmitExactArithmetic(const BoundExpr& expr) {
   const Type& type = expr.type;
-  const Expr& left = *expr.args[0];
+  const BoundExpr& left = *expr.args[0];
   const bool is_short = type.kind == TypeKind::Decimal && IsShort(type);
   if (expr.kind == ExprKind::Negate) {
     Raw(is_short ? "(- " : "t_dec_neg(");
@@ -74,7 +75,7 @@ void Emitter::EmitExactArithmetic(const Expr& expr) {
     Raw(")");
     return;
   }
-  const Expr& right = *expr.args[1];
+  const BoundExpr& right = *expr.args[1];
   // The result has a digit more than either side, so a short one cannot overflow.
   if (is_short && (expr.kind == ExprKind::Add || expr.kind == ExprKind::Subtract)) {
     Raw("(");
@@ -102,8 +103,8 @@ void Emitter::EmitExactArithmetic(const Expr& expr) {
 }
 
 // SUM and AVG. The average's sum is exact before it is divided.
-void Emitter::EmitExactSum(const Expr& expr) {
-  const Expr& arg = *expr.args[0];
+void Emitter::EmitExactSum(const BoundExpr& expr) {
+  const BoundExpr& arg = *expr.args[0];
   const bool money = IsMoney(expr.type.kind);
   const auto call = [&](std::string_view function) {
     Raw(function).Raw(expr.distinct ? "DISTINCT " : "");
@@ -123,12 +124,12 @@ void Emitter::EmitExactSum(const Expr& expr) {
 
 // ABS, ROUND and their like: the number with its scale, the size of the result, the other
 // arguments.
-void Emitter::EmitExactFunction(const Expr& expr) {
+void Emitter::EmitExactFunction(const BoundExpr& expr) {
   Raw("t_dec_").Raw(ToUtf8(expr.text)).Raw("(");
   EmitExpr(*expr.args[0]);
   Raw(", ").Raw(std::to_string(expr.args[0]->type.scale));
   EmitSize(expr.type);
-  for (const Expr* arg : expr.args.subspan(1)) {
+  for (const BoundExpr* arg : expr.args.subspan(1)) {
     Raw(", ");
     EmitExpr(*arg);
   }
@@ -136,7 +137,7 @@ void Emitter::EmitExactFunction(const Expr& expr) {
 }
 
 // A number as REAL where it is kept in units, else as it is.
-void Emitter::EmitAsFloat(const Expr& expr) {
+void Emitter::EmitAsFloat(const BoundExpr& expr) {
   constexpr int kDoubleDigits = 15;
   const Type& type = expr.type;
   if (!IsExactFraction(type.kind)) {
@@ -155,8 +156,8 @@ void Emitter::EmitAsFloat(const Expr& expr) {
   }
 }
 
-void Emitter::ConvertToExact(const Expr& expr) {
-  const Expr& arg = *expr.args[0];
+void Emitter::ConvertToExact(const BoundExpr& expr) {
+  const BoundExpr& arg = *expr.args[0];
   const Type& source = arg.type;
   const Type& target = expr.type;
   const std::string name = KindName(source.kind);

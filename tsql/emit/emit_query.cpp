@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "tsql/emit/emitter.h"
-#include "tsql/plan/join_order.h"
 #include "tsql/values/collation.h"
 
 namespace ledgerwick::tsql {
@@ -10,17 +9,17 @@ namespace {
 
 // SQLite takes HAVING, or an aggregate in ORDER BY, without GROUP BY only where the select list
 // holds an aggregate.
-bool LacksAggregate(const Select& select) {
+bool LacksAggregate(const BoundSelect& select) {
   return select.grouped && select.group_by.empty() &&
          std::none_of(select.items.begin(), select.items.end(),
-                      [](const SelectItem& item) { return item.expr->has_aggregate; });
+                      [](const BoundItem& item) { return item.expr->has_aggregate; });
 }
 
 // SQLite calls its own file malformed where UNION or IN keeps a set of single texts, and one that
 // is empty and one of a blank replace each other, which the collation finds equal. DISTINCT, which
 // replaces nothing, does for UNION. Returns how many selects it is for: those up to the last UNION.
-std::size_t TextsApart(const Query& query) noexcept {
-  const std::span<const SelectItem> items = query.selects[0]->items;
+std::size_t TextsApart(const BoundQuery& query) noexcept {
+  const std::span<const BoundItem> items = query.selects[0]->items;
   if (items.size() != 1 || !IsText(items[0].expr->type.kind)) return 0;
   std::size_t selects = 0;
   for (std::size_t i = 0; i < query.keeps_duplicates.size(); ++i) {
@@ -29,20 +28,20 @@ std::size_t TextsApart(const Query& query) noexcept {
   return selects;
 }
 
-bool HoldsFullJoin(const From* from) noexcept {
-  return from != nullptr &&
-         (from->kind == FromKind::Full || HoldsFullJoin(from->left) || HoldsFullJoin(from->right));
+bool HoldsFullJoin(const BoundFrom* from) noexcept {
+  return from != nullptr && (from->kind == BoundFromKind::Full || HoldsFullJoin(from->left) ||
+                             HoldsFullJoin(from->right));
 }
 
 // SQLite takes a negative limit for none.
-std::string LimitOf(const Select& select) {
+std::string LimitOf(const BoundSelect& select) {
   if (select.top_variable == nullptr) return std::to_string(select.top);
   return "max(0, " + EmitToString(*select.top_variable) + ")";
 }
 
 }  // namespace
 
-void Emitter::EmitQuery(const Query& query, bool named) {
+void Emitter::EmitQuery(const BoundQuery& query, bool named) {
   const Nesting nesting;
   RequireRoom();
   const bool compound = query.selects.size() > 1;
@@ -51,7 +50,7 @@ void Emitter::EmitQuery(const Query& query, bool named) {
   for (std::size_t i = 0; i < query.selects.size(); ++i) {
     const bool all = i > 0 && (query.keeps_duplicates[i - 1] || i < apart);
     if (i > 0) Raw(all ? " UNION ALL " : " UNION ");
-    const Select& select = *query.selects[i];
+    const BoundSelect& select = *query.selects[i];
     // A limit belongs to its own select, which SQLite can only write in a subquery.
     const bool wrapped = compound && select.has_top;
     if (wrapped) Raw("SELECT * FROM (");
@@ -62,15 +61,16 @@ void Emitter::EmitQuery(const Query& query, bool named) {
   EmitOrderBy(query);
   // SQLite makes a UNION ALL part of the query around it, and where one of its selects has a full
   // join it then loses that query's conditions; a limit, even of none, keeps them apart.
-  const bool full = std::any_of(query.selects.begin(), query.selects.end(),
-                                [](const Select* select) { return HoldsFullJoin(select->from); });
+  const bool full =
+      std::any_of(query.selects.begin(), query.selects.end(),
+                  [](const BoundSelect* select) { return HoldsFullJoin(select->from); });
   if (compound && full) Raw(" LIMIT -1");
   if (!compound && query.selects[0]->has_top) {
     Raw(" LIMIT ").Raw(LimitOf(*query.selects[0]));
   }
 }
 
-void Emitter::EmitSelect(const Select& select, bool named, bool compound) {
+void Emitter::EmitSelect(const BoundSelect& select, bool named, bool compound) {
   Raw(select.distinct ? "SELECT DISTINCT " : "SELECT ");
   for (std::size_t i = 0; i < select.items.size(); ++i) {
     const bool aggregates = i == 0 && LacksAggregate(select);
@@ -90,7 +90,7 @@ void Emitter::EmitSelect(const Select& select, bool named, bool compound) {
   }
 }
 
-void Emitter::EmitItem(const Select& select, const SelectItem& item, bool compound) {
+void Emitter::EmitItem(const BoundSelect& select, const BoundItem& item, bool compound) {
   // Where rows are compared, texts that differ in case or trailing blanks are one.
   if (select.has_into && IsFloat(item.expr->type.kind) && item.expr->kind != ExprKind::Column) {
     Raw("t_finite(");
@@ -105,7 +105,7 @@ void Emitter::EmitItem(const Select& select, const SelectItem& item, bool compou
 
 // What rows are ordered or grouped by. An expression may come down to a number (ISNULL(1, x)),
 // which must not become a column's position.
-void Emitter::EmitTerm(const Expr& expr) {
+void Emitter::EmitTerm(const BoundExpr& expr) {
   const std::size_t start = out_.size();
   EmitCollated(expr);
   if (out_.find_first_not_of("0123456789+-() ", start) != std::string::npos) return;
@@ -113,9 +113,9 @@ void Emitter::EmitTerm(const Expr& expr) {
   Raw(" AS INTEGER)");
 }
 
-void Emitter::EmitOrderBy(const Query& query) {
+void Emitter::EmitOrderBy(const BoundQuery& query) {
   for (std::size_t i = 0; i < query.order_by.size(); ++i) {
-    const OrderItem& item = query.order_by[i];
+    const BoundOrder& item = query.order_by[i];
     Raw(i == 0 ? " ORDER BY " : ", ");
     if (item.ordinal == 0) {
       EmitTerm(*item.expr);
@@ -133,44 +133,43 @@ void Emitter::EmitOrderBy(const Query& query) {
   }
 }
 
-void Emitter::EmitFromWhere(const From* from, const Expr* where) {
-  std::vector<const Expr*> conditions;
+void Emitter::EmitFromWhere(const BoundFrom* from, const BoundExpr* where) {
   if (from != nullptr) {
-    const JoinPlan plan = PlanJoins(*from, where);
-    conditions = plan.conditions;
-    for (std::size_t i = 0; i < plan.steps.size(); ++i) {
-      const JoinStep& step = plan.steps[i];
-      Raw(i == 0 ? " FROM " : step.left ? " LEFT JOIN " : " JOIN ");
-      EmitJoinTree(*step.from);
-      for (std::size_t k = 0; k < step.on.size(); ++k) {
-        Raw(k == 0 ? " ON " : " AND ");
-        EmitExpr(*step.on[k]);
-      }
-    }
-  } else if (where != nullptr) {
-    conditions.push_back(where);
+    Raw(" FROM ");
+    EmitFrom(*from);
   }
-  if (conditions.empty()) return;
+  if (where == nullptr) return;
   Raw(" WHERE ");
-  std::vector<Expr*> terms;
-  terms.reserve(conditions.size());
-  for (const Expr* condition : conditions) terms.push_back(const_cast<Expr*>(condition));
-  EmitConnective(terms, " AND ");
+  EmitExpr(*where);
 }
 
-void Emitter::EmitJoinTree(const From& from) {
+// Joins one behind the other stand without parentheses.
+void Emitter::EmitFrom(const BoundFrom& from) {
   const Nesting nesting;
-  if (from.kind == FromKind::Table || from.kind == FromKind::Derived) {
+  if (from.kind != BoundFromKind::Inner && from.kind != BoundFromKind::Left) {
+    EmitJoinTree(from);
+    return;
+  }
+  EmitFrom(*from.left);
+  Raw(from.kind == BoundFromKind::Left ? " LEFT JOIN " : " JOIN ");
+  EmitJoinTree(*from.right);
+  if (from.on == nullptr) return;
+  Raw(" ON ");
+  EmitExpr(*from.on);
+}
+
+void Emitter::EmitJoinTree(const BoundFrom& from) {
+  const Nesting nesting;
+  if (from.kind == BoundFromKind::Source) {
     EmitLeaf(from);
     return;
   }
-  const bool turned = from.kind == FromKind::Right;
   Raw("(");
-  EmitJoinTree(turned ? *from.right : *from.left);
-  Raw(from.kind == FromKind::Full             ? " FULL JOIN "
-      : turned || from.kind == FromKind::Left ? " LEFT JOIN "
-                                              : " JOIN ");
-  EmitJoinTree(turned ? *from.left : *from.right);
+  EmitJoinTree(*from.left);
+  Raw(from.kind == BoundFromKind::Full   ? " FULL JOIN "
+      : from.kind == BoundFromKind::Left ? " LEFT JOIN "
+                                         : " JOIN ");
+  EmitJoinTree(*from.right);
   if (from.on != nullptr) {
     Raw(" ON ");
     EmitJoinCondition(from, *from.on);
@@ -180,11 +179,11 @@ void Emitter::EmitJoinTree(const From& from) {
 
 // SQLite asks what reads none of its tables once, before all rows; where the join is a side of a
 // full one, the other side's rows would be lost as well. So it is made to read a column.
-void Emitter::EmitJoinCondition(const From& from, const Expr& condition) {
+void Emitter::EmitJoinCondition(const BoundFrom& from, const BoundExpr& condition) {
   Sources sources;
   CollectSources(from, sources);
   if (condition.kind == ExprKind::And) {
-    for (const Expr* term : condition.args) {
+    for (const BoundExpr* term : condition.args) {
       Raw(term == condition.args.front() ? "" : " AND ");
       EmitJoinCondition(from, *term);
     }
@@ -200,9 +199,9 @@ void Emitter::EmitJoinCondition(const From& from, const Expr& condition) {
 }
 
 // The groups of `select` as a table of the storage's: keys, then totals.
-void Emitter::EmitHashedGroups(const Select& select) {
+void Emitter::EmitHashedGroups(const BoundSelect& select) {
   std::string values;
-  for (const SelectItem& item : select.items.subspan(select.group_by.size())) {
+  for (const BoundItem& item : select.items.subspan(select.group_by.size())) {
     values += item.expr->function == FunctionId::Count ? 'n'
               : IsExactFraction(item.expr->type.kind)  ? 'd'
                                                        : 's';
@@ -210,8 +209,8 @@ void Emitter::EmitHashedGroups(const Select& select) {
   Raw("t_groups((SELECT t_group('").Raw(std::to_string(select.group_by.size())).Raw(values);
   Raw("'");
   for (std::size_t i = 0; i < select.items.size(); ++i) {
-    const Expr& item = *select.items[i].expr;
-    const Expr& value = i < select.group_by.size() ? item : *item.args[0];
+    const BoundExpr& item = *select.items[i].expr;
+    const BoundExpr& value = i < select.group_by.size() ? item : *item.args[0];
     Raw(", ");
     if (value.kind == ExprKind::Star) {
       Raw("1");
@@ -224,7 +223,7 @@ void Emitter::EmitHashedGroups(const Select& select) {
   Raw("))");
 }
 
-void Emitter::EmitLeaf(const From& from) {
+void Emitter::EmitLeaf(const BoundFrom& from) {
   const Source& source = *from.source;
   if (source.query != nullptr && source.query->selects[0]->hashed) {
     EmitHashedGroups(*source.query->selects[0]);

@@ -25,20 +25,20 @@ std::string_view OperatorOf(Comparison comparison) noexcept {
 }
 
 // A column whose declaration carries the collation.
-bool IsStoredColumn(const Expr& expr) noexcept {
+bool IsStoredColumn(const BoundExpr& expr) noexcept {
   return expr.kind == ExprKind::Column && expr.source->query == nullptr &&
          expr.source->table->kind == TableKind::Table;
 }
 
 }  // namespace
 
-std::string EmitToString(const Expr& expr) {
+std::string EmitToString(const BoundExpr& expr) {
   Emitter emitter;
   emitter.EmitExpr(expr);
   return emitter.Take();
 }
 
-void Emitter::EmitExpr(const Expr& expr) {
+void Emitter::EmitExpr(const BoundExpr& expr) {
   const Nesting nesting;
   RequireRoom();
   switch (expr.kind) {
@@ -118,7 +118,7 @@ void Emitter::EmitExpr(const Expr& expr) {
   }
 }
 
-void Emitter::EmitNumber(const Expr& expr) {
+void Emitter::EmitNumber(const BoundExpr& expr) {
   if (IsExactFraction(expr.type.kind)) {
     EmitUnits(expr);
     return;
@@ -147,7 +147,7 @@ void Emitter::EmitString(TextView text) {
   Raw("' AS TEXT)");
 }
 
-void Emitter::EmitColumn(const Expr& expr) {
+void Emitter::EmitColumn(const BoundExpr& expr) {
   if (expr.unindexed) Raw("+");
   Raw("s").Raw(std::to_string(expr.source->id)).Raw(".");
   if (expr.source->query != nullptr) {
@@ -157,14 +157,14 @@ void Emitter::EmitColumn(const Expr& expr) {
   }
 }
 
-void Emitter::EmitCollated(const Expr& expr) {
+void Emitter::EmitCollated(const BoundExpr& expr) {
   EmitExpr(expr);
   if (IsText(expr.type.kind) && !IsStoredColumn(expr)) Raw(" COLLATE ").Raw(kCollation);
 }
 
-void Emitter::EmitCompare(const Expr& expr) {
-  const Expr& left = *expr.args[0];
-  const Expr& right = *expr.args[1];
+void Emitter::EmitCompare(const BoundExpr& expr) {
+  const BoundExpr& left = *expr.args[0];
+  const BoundExpr& right = *expr.args[1];
   Raw("(");
   // A column on the left decides, even one of a derived table that has no collation of its own;
   // otherwise the collation of a column on the right holds for both.
@@ -179,7 +179,7 @@ void Emitter::EmitCompare(const Expr& expr) {
 }
 
 // Balanced, because SQLite limits the depth of an expression and long conditions are usual.
-void Emitter::EmitConnective(std::span<Expr* const> terms, std::string_view word) {
+void Emitter::EmitConnective(std::span<BoundExpr* const> terms, std::string_view word) {
   if (terms.size() == 1) {
     EmitExpr(*terms[0]);
     return;
@@ -192,7 +192,7 @@ void Emitter::EmitConnective(std::span<Expr* const> terms, std::string_view word
   Raw(")");
 }
 
-void Emitter::EmitCase(const Expr& expr) {
+void Emitter::EmitCase(const BoundExpr& expr) {
   Raw("CASE");
   std::size_t i = 0;
   if (expr.has_operand) {
@@ -213,7 +213,7 @@ void Emitter::EmitCase(const Expr& expr) {
   Raw(" END");
 }
 
-void Emitter::EmitIn(const Expr& expr) {
+void Emitter::EmitIn(const BoundExpr& expr) {
   Raw("(");
   EmitCollated(*expr.args[0]);
   Raw(expr.negated ? " NOT IN (" : " IN (");
@@ -233,7 +233,7 @@ void Emitter::EmitIn(const Expr& expr) {
 }
 
 // In a list of IN. No text ends with blanks there: see TextsApart.
-void Emitter::EmitMember(const Expr& expr) {
+void Emitter::EmitMember(const BoundExpr& expr) {
   if (!IsText(expr.type.kind)) {
     EmitExpr(expr);
   } else if (expr.kind == ExprKind::String) {
@@ -245,7 +245,7 @@ void Emitter::EmitMember(const Expr& expr) {
   }
 }
 
-void Emitter::EmitLike(const Expr& expr) {
+void Emitter::EmitLike(const BoundExpr& expr) {
   const bool unicode = IsUnicode(expr.args[0]->type.kind) || IsUnicode(expr.args[1]->type.kind);
   if (expr.negated) Raw("(NOT ");
   Raw("t_like(");
@@ -263,9 +263,9 @@ void Emitter::EmitLike(const Expr& expr) {
 }
 
 // A subquery that may give several rows fails when it does; SQLite would take the first.
-void Emitter::EmitScalar(const Expr& expr) {
-  const Query& query = *expr.query;
-  const Select& first = *query.selects[0];
+void Emitter::EmitScalar(const BoundExpr& expr) {
+  const BoundQuery& query = *expr.query;
+  const BoundSelect& first = *query.selects[0];
   const bool single =
       query.selects.size() == 1 &&
       ((first.grouped && first.group_by.empty()) ||
@@ -281,7 +281,7 @@ void Emitter::EmitScalar(const Expr& expr) {
   Raw(")");
 }
 
-void Emitter::EmitCall(std::string_view function, std::span<Expr* const> args) {
+void Emitter::EmitCall(std::string_view function, std::span<BoundExpr* const> args) {
   Raw(function).Raw("(");
   for (std::size_t i = 0; i < args.size(); ++i) {
     if (i > 0) Raw(", ");
@@ -290,8 +290,8 @@ void Emitter::EmitCall(std::string_view function, std::span<Expr* const> args) {
   Raw(")");
 }
 
-void Emitter::EmitFunction(const Expr& expr) {
-  const std::span<Expr* const> args = expr.args;
+void Emitter::EmitFunction(const BoundExpr& expr) {
+  const std::span<BoundExpr* const> args = expr.args;
   switch (expr.function) {
     case FunctionId::Count:
     case FunctionId::Sum:
@@ -332,8 +332,8 @@ void Emitter::EmitFunction(const Expr& expr) {
   }
 }
 
-void Emitter::EmitAggregate(const Expr& expr) {
-  const Expr& arg = *expr.args[0];
+void Emitter::EmitAggregate(const BoundExpr& expr) {
+  const BoundExpr& arg = *expr.args[0];
   const TypeKind kind = expr.type.kind;
   const std::string_view distinct = expr.distinct ? "DISTINCT " : "";
   const auto call = [&](std::string_view function) {

@@ -3,8 +3,9 @@
 
 #include <string>
 
-#include "tsql/binder/binder.h"
-#include "tsql/syntax/syntax_tree.h"
+#include "tsql/base/allowance.h"
+#include "tsql/base/nesting.h"
+#include "tsql/binder/bound_tree.h"
 #include "tsql/values/exact.h"
 
 namespace ledgerwick::tsql {
@@ -14,12 +15,12 @@ namespace ledgerwick::tsql {
 class Emitter {
  public:
   // A query whose result columns stand in order; `named` calls them c1, c2, ….
-  void EmitQuery(const Query& query, bool named = false);
+  void EmitQuery(const BoundQuery& query, bool named = false);
 
-  void EmitExpr(const Expr& expr);
+  void EmitExpr(const BoundExpr& expr);
 
   // FROM and WHERE of a statement, with a blank before each; nothing without `from`.
-  void EmitFromWhere(const From* from, const Expr* where);
+  void EmitFromWhere(const BoundFrom* from, const BoundExpr* where);
 
   Emitter& Raw(std::string_view sql) {
     out_ += sql;
@@ -36,50 +37,52 @@ class Emitter {
   }
 
   // Queries (emit_query.cpp)
-  void EmitSelect(const Select& select, bool named, bool compound);
-  void EmitItem(const Select& select, const SelectItem& item, bool compound);
-  void EmitTerm(const Expr& expr);
-  void EmitOrderBy(const Query& query);
-  void EmitHashedGroups(const Select& select);
-  void EmitLeaf(const From& from);
-  void EmitJoinTree(const From& from);
-  void EmitJoinCondition(const From& from, const Expr& condition);
+  void EmitSelect(const BoundSelect& select, bool named, bool compound);
+  void EmitItem(const BoundSelect& select, const BoundItem& item, bool compound);
+  void EmitTerm(const BoundExpr& expr);
+  void EmitOrderBy(const BoundQuery& query);
+  void EmitHashedGroups(const BoundSelect& select);
+  void EmitLeaf(const BoundFrom& from);
+  void EmitFrom(const BoundFrom& from);
+  void EmitJoinTree(const BoundFrom& from);
+  void EmitJoinCondition(const BoundFrom& from, const BoundExpr& condition);
 
   // Expressions (emitter.cpp)
-  void EmitNumber(const Expr& expr);
+  void EmitNumber(const BoundExpr& expr);
   void EmitString(TextView text);
-  void EmitColumn(const Expr& expr);
-  void EmitArithmetic(const Expr& expr);
-  void EmitDivision(const Expr& expr);
-  void EmitConnective(std::span<Expr* const> terms, std::string_view word);
-  void EmitCompare(const Expr& expr);
-  void EmitCase(const Expr& expr);
-  void EmitIn(const Expr& expr);
-  void EmitMember(const Expr& expr);
-  void EmitLike(const Expr& expr);
-  void EmitScalar(const Expr& expr);
-  void EmitFunction(const Expr& expr);
-  void EmitAggregate(const Expr& expr);
-  void EmitCall(std::string_view function, std::span<Expr* const> args);
-  void EmitCollated(const Expr& expr);  // with the collation where it would not apply by itself
+  void EmitColumn(const BoundExpr& expr);
+  void EmitArithmetic(const BoundExpr& expr);
+  void EmitDivision(const BoundExpr& expr);
+  void EmitConnective(std::span<BoundExpr* const> terms, std::string_view word);
+  void EmitCompare(const BoundExpr& expr);
+  void EmitCase(const BoundExpr& expr);
+  void EmitIn(const BoundExpr& expr);
+  void EmitMember(const BoundExpr& expr);
+  void EmitLike(const BoundExpr& expr);
+  void EmitScalar(const BoundExpr& expr);
+  void EmitFunction(const BoundExpr& expr);
+  void EmitAggregate(const BoundExpr& expr);
+  void EmitCall(std::string_view function, std::span<BoundExpr* const> args);
+  void EmitCollated(
+      const BoundExpr& expr);  // with the collation where it would not apply by itself
 
   // Exact numbers (emit_exact.cpp)
-  void EmitUnits(const Expr& literal);
-  void EmitScaled(const Expr& expr, int scale);
+  void EmitUnits(const BoundExpr& literal);
+  void EmitScaled(const BoundExpr& expr, int scale);
   void EmitSize(const Type& type);
-  void EmitExactArithmetic(const Expr& expr);
-  void EmitExactSum(const Expr& expr);
-  void EmitExactFunction(const Expr& expr);
-  void EmitAsFloat(const Expr& expr);
-  void ConvertToExact(const Expr& expr);
+  void EmitExactArithmetic(const BoundExpr& expr);
+  void EmitExactSum(const BoundExpr& expr);
+  void EmitExactFunction(const BoundExpr& expr);
+  void EmitAsFloat(const BoundExpr& expr);
+  void ConvertToExact(const BoundExpr& expr);
 
   // Conversions (emit_conversion.cpp)
-  void EmitConvert(const Expr& expr);
-  void ConvertToText(const Expr& expr);
-  void ConvertToInteger(const Expr& expr);
-  void ConvertToFloat(const Expr& expr);
-  void ConvertToDate(const Expr& expr);
-  void CutText(const Expr& expr);
+  void EmitConvert(const BoundExpr& expr);
+  void ConvertToText(const BoundExpr& expr);
+  void ConvertToInteger(const BoundExpr& expr);
+  void ConvertToFloat(const BoundExpr& expr);
+  void ConvertToDate(const BoundExpr& expr);
+  void CutText(const BoundExpr& expr);
 
   std::string out_;
 };
@@ -88,6 +91,6 @@ class Emitter {
 std::string UnitsSql(Int128 units, const Type& type);
 
 // The SQL of one expression.
-std::string EmitToString(const Expr& expr);
+std::string EmitToString(const BoundExpr& expr);
 
 }  // namespace ledgerwick::tsql

@@ -4,9 +4,37 @@
 #include <cstdint>
 
 #include "frame/text.h"
-#include "tsql/syntax/syntax_tree.h"
 
 namespace ledgerwick::tsql {
+
+// The functions that the binder knows; Unknown before binding.
+enum class FunctionId : std::uint8_t {
+  Unknown,
+  Count,
+  Sum,
+  Min,
+  Max,
+  Avg,     // the aggregates come first
+  Scalar,  // a function of the storage's that needs no care
+  IsNull,
+  Coalesce,
+  NullIf,
+  Left,  // and RIGHT
+  Str,
+  Abs,
+  Power,
+  DataLength,
+  QuoteName,
+  DateDiff,
+  DateAdd,
+  DatePart,
+  Year,  // MONTH and DAY
+  GetDate,
+};
+
+constexpr bool IsAggregate(FunctionId id) noexcept {
+  return id >= FunctionId::Count && id <= FunctionId::Avg;
+}
 
 // The type of what a scalar function gives.
 enum class FunctionResult : std::uint8_t {

@@ -2,44 +2,15 @@
 
 #include <algorithm>
 
-#include "tsql/binder/binder.h"
+#include "tsql/base/nesting.h"
 
 namespace ledgerwick::tsql {
 namespace {
 
-bool IsLeaf(const From& from) noexcept {
-  return from.kind == FromKind::Table || from.kind == FromKind::Derived;
-}
-
-}  // namespace
-
-bool Has(const Sources& sources, const Source* source) noexcept {
-  return std::find(sources.begin(), sources.end(), source) != sources.end();
-}
-
-void CollectSources(const From& from, Sources& sources) {
-  const Nesting nesting;
-  if (IsLeaf(from)) {
-    sources.push_back(from.source);
-    return;
-  }
-  CollectSources(*from.left, sources);
-  CollectSources(*from.right, sources);
-}
-
-bool Reads(const Expr& expr, const Sources& sources) {
-  if (expr.kind == ExprKind::Column) return Has(sources, expr.source);
-  const Nesting nesting;
-  const auto reads = [&](const Expr* e) { return Reads(*e, sources); };
-  if (std::any_of(expr.args.begin(), expr.args.end(), reads)) return true;
-  return expr.query != nullptr &&
-         std::any_of(expr.query->outer_columns.begin(), expr.query->outer_columns.end(), reads);
-}
-
-namespace {
+bool IsLeaf(const BoundFrom& from) noexcept { return from.kind == BoundFromKind::Source; }
 
 // True when `expr` is null whenever the columns of `sources` are.
-bool NullWith(const Expr& expr, const Sources& sources) {
+bool NullWith(const BoundExpr& expr, const Sources& sources) {
   const Nesting nesting;
   switch (expr.kind) {
     case ExprKind::Column:
@@ -51,17 +22,17 @@ bool NullWith(const Expr& expr, const Sources& sources) {
     case ExprKind::Multiply:
     case ExprKind::Divide:
       return std::any_of(expr.args.begin(), expr.args.end(),
-                         [&](const Expr* arg) { return NullWith(*arg, sources); });
+                         [&](const BoundExpr* arg) { return NullWith(*arg, sources); });
     default:
       return false;
   }
 }
 
 // True when `condition` cannot hold while the columns of `sources` are all null.
-bool Rejects(const Expr& condition, const Sources& sources) {
+bool Rejects(const BoundExpr& condition, const Sources& sources) {
   const Nesting nesting;
-  const auto rejects = [&](const Expr* arg) { return Rejects(*arg, sources); };
-  const auto null_with = [&](const Expr* arg) { return NullWith(*arg, sources); };
+  const auto rejects = [&](const BoundExpr* arg) { return Rejects(*arg, sources); };
+  const auto null_with = [&](const BoundExpr* arg) { return NullWith(*arg, sources); };
   switch (condition.kind) {
     case ExprKind::And:
       return std::any_of(condition.args.begin(), condition.args.end(), rejects);
@@ -80,14 +51,14 @@ bool Rejects(const Expr& condition, const Sources& sources) {
   }
 }
 
-void SplitAnd(const Expr* condition, std::vector<const Expr*>& terms) {
+void SplitAnd(BoundExpr* condition, std::vector<BoundExpr*>& terms) {
   if (condition == nullptr) return;
   if (condition->kind != ExprKind::And) {
     terms.push_back(condition);
     return;
   }
   const Nesting nesting;
-  for (const Expr* arg : condition->args) SplitAnd(arg, terms);
+  for (BoundExpr* arg : condition->args) SplitAnd(arg, terms);
 }
 
 void Append(JoinPlan& plan, JoinPlan&& more) {
@@ -95,10 +66,10 @@ void Append(JoinPlan& plan, JoinPlan&& more) {
   plan.conditions.insert(plan.conditions.end(), more.conditions.begin(), more.conditions.end());
 }
 
-JoinPlan Flatten(const From& from);
+JoinPlan Flatten(BoundFrom& from);
 
 // (left) LEFT JOIN (right) ON on.
-JoinPlan FlattenLeft(const From& left, const From& right, const Expr* on) {
+JoinPlan FlattenLeft(BoundFrom& left, BoundFrom& right, BoundExpr* on) {
   JoinPlan plan = Flatten(left);
   JoinStep step;
   step.left = true;
@@ -118,7 +89,7 @@ JoinPlan FlattenLeft(const From& left, const From& right, const Expr* on) {
     const JoinStep& later = inner.steps[i];
     flat = later.left && IsLeaf(*later.from) &&
            std::any_of(later.on.begin(), later.on.end(),
-                       [&](const Expr* term) { return Rejects(*term, before); }) &&
+                       [&](const BoundExpr* term) { return Rejects(*term, before); }) &&
            (on == nullptr || !Reads(*on, {later.from->source}));
     if (flat) before.push_back(later.from->source);
   }
@@ -133,32 +104,41 @@ JoinPlan FlattenLeft(const From& left, const From& right, const Expr* on) {
   return plan;
 }
 
-JoinPlan Flatten(const From& from) {
+JoinPlan Flatten(BoundFrom& from) {
   const Nesting nesting;
   JoinPlan plan;
   switch (from.kind) {
-    case FromKind::Inner:
-    case FromKind::Cross:
+    case BoundFromKind::Inner:
       plan = Flatten(*from.left);
       Append(plan, Flatten(*from.right));
       SplitAnd(from.on, plan.conditions);
       return plan;
-    case FromKind::Left:
+    case BoundFromKind::Left:
       return FlattenLeft(*from.left, *from.right, from.on);
-    case FromKind::Right:
-      return FlattenLeft(*from.right, *from.left, from.on);
-    default: {
-      JoinStep step;
-      step.from = &from;
-      plan.steps.push_back(step);
-      return plan;
-    }
+    case BoundFromKind::Source:
+    case BoundFromKind::Full:
+      break;
   }
+  JoinStep step;
+  step.from = &from;
+  plan.steps.push_back(step);
+  return plan;
+}
+
+std::string NamesOf(const BoundFrom& from) {
+  Sources sources;
+  CollectSources(from, sources);
+  std::string names;
+  for (const Source* source : sources) {
+    if (!names.empty()) names += ", ";
+    names += NameOf(*source);
+  }
+  return names;
 }
 
 // Outer joins whose missing rows no condition lets through become inner joins, until none is left:
 // each one's own condition may decide over an earlier one.
-void ReduceOuterJoins(JoinPlan& plan) {
+void ReduceOuterJoins(JoinPlan& plan, PlanNotes* notes) {
   for (bool changed = true; changed;) {
     changed = false;
     for (JoinStep& step : plan.steps) {
@@ -167,12 +147,16 @@ void ReduceOuterJoins(JoinPlan& plan) {
       CollectSources(*step.from, sources);
       const bool rejected =
           std::any_of(plan.conditions.begin(), plan.conditions.end(),
-                      [&](const Expr* condition) { return Rejects(*condition, sources); });
+                      [&](const BoundExpr* condition) { return Rejects(*condition, sources); });
       if (!rejected) continue;
       plan.conditions.insert(plan.conditions.end(), step.on.begin(), step.on.end());
       step.on.clear();
       step.left = false;
       changed = true;
+      Note(notes, [&] {
+        return "outer join with " + NamesOf(*step.from) +
+               " made an inner one: a condition drops the rows without a partner";
+      });
     }
   }
 }
@@ -202,12 +186,12 @@ void PlaceOuterJoins(JoinPlan& plan) {
     CollectSources(*step.from, own);
     std::erase_if(others, [&](const Source* source) { return Has(own, source); });
     return std::none_of(step.on.begin(), step.on.end(),
-                        [&](const Expr* term) { return Reads(*term, others); });
+                        [&](const BoundExpr* term) { return Reads(*term, others); });
   };
   const auto described_by = [&](const JoinStep& table) {
     return std::count_if(left.begin(), left.end(), [&](const JoinStep& step) {
       return std::any_of(step.on.begin(), step.on.end(),
-                         [&](const Expr* term) { return Reads(*term, {table.from->source}); });
+                         [&](const BoundExpr* term) { return Reads(*term, {table.from->source}); });
     });
   };
   std::stable_sort(inner.begin(), inner.end(), [&](const JoinStep& a, const JoinStep& b) {
@@ -230,12 +214,48 @@ void PlaceOuterJoins(JoinPlan& plan) {
 
 }  // namespace
 
-JoinPlan PlanJoins(const From& from, const Expr* where) {
+JoinPlan PlanJoins(BoundFrom& from, BoundExpr* where, PlanNotes* notes) {
   JoinPlan plan = Flatten(from);
   SplitAnd(where, plan.conditions);
-  ReduceOuterJoins(plan);
+  ReduceOuterJoins(plan, notes);
   PlaceOuterJoins(plan);
   return plan;
+}
+
+BoundExpr* Conjunction(const std::vector<BoundExpr*>& terms, Arena& arena) {
+  if (terms.empty()) return nullptr;
+  if (terms.size() == 1) return terms.front();
+  auto* all = arena.Make<BoundExpr>();
+  all->kind = ExprKind::And;
+  all->args = arena.Copy(terms);
+  return all;
+}
+
+BoundFrom* Join(BoundFrom* left, const JoinStep& step, Arena& arena) {
+  if (left == nullptr) return step.from;
+  auto* join = arena.Make<BoundFrom>();
+  join->kind = step.left ? BoundFromKind::Left : BoundFromKind::Inner;
+  join->left = left;
+  join->right = step.from;
+  join->on = Conjunction(step.on, arena);
+  return join;
+}
+
+void OrderJoins(BoundFrom*& from, BoundExpr*& where, PlanContext& context) {
+  if (from == nullptr || IsLeaf(*from)) return;
+  Sources before;
+  if (context.notes != nullptr) CollectSources(*from, before);
+  const JoinPlan plan = PlanJoins(*from, where, context.notes);
+  from = nullptr;
+  for (const JoinStep& step : plan.steps) from = Join(from, step, context.arena);
+  where = Conjunction(plan.conditions, context.arena);
+  Note(context.notes, [&] {
+    Sources after;
+    CollectSources(*from, after);
+    return after == before ? std::string()
+                           : "joined in this order: " + NamesOf(*from) +
+                                 "; what an outer join adds stands behind the tables it reads";
+  });
 }
 
 }  // namespace ledgerwick::tsql

@@ -1,6 +1,6 @@
 #include "tsql/plan/lookup_keys.h"
 
-#include "tsql/binder/binder.h"
+#include "tsql/base/nesting.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -12,10 +12,10 @@ struct StoredColumn {
 };
 
 // What `expr` reads, seen through derived tables and views that pass it on as it is.
-StoredColumn Stored(const Expr* expr) {
+StoredColumn Stored(const BoundExpr* expr) {
   while (expr->kind == ExprKind::Column && expr->source->query != nullptr) {
-    const Query& query = *expr->source->query;
-    const Select& select = *query.selects[0];
+    const BoundQuery& query = *expr->source->query;
+    const BoundSelect& select = *query.selects[0];
     if (query.selects.size() > 1 || select.grouped || select.distinct || select.has_top) return {};
     expr = select.items[static_cast<std::size_t>(expr->column)].expr;
   }
@@ -23,51 +23,57 @@ StoredColumn Stored(const Expr* expr) {
   return {expr->source->table, expr->column};
 }
 
+std::string NameOf(const BoundExpr& column) { return ToUtf8(column.source->NameOf(column.column)); }
+
 // Marks `other` when `key` is a table's key and nothing leads from a value of `other` to its rows.
-bool PreferKey(const Expr& key, Expr& other, Catalogue& catalogue) {
+bool PreferKey(const BoundExpr& key, BoundExpr& other, PlanContext& context) {
   const StoredColumn by_key = Stored(&key);
-  if (by_key.table == nullptr || !catalogue.IsKey(*by_key.table, by_key.column)) return false;
+  if (by_key.table == nullptr || !context.catalogue.IsKey(*by_key.table, by_key.column))
+    return false;
   const StoredColumn from = Stored(&other);
-  if (from.table != nullptr && catalogue.IsIndexed(*from.table, from.column)) return false;
+  if (from.table != nullptr && context.catalogue.IsIndexed(*from.table, from.column)) return false;
   other.unindexed = true;
+  Note(context.notes, [&] {
+    return NameOf(*key.source) + " is found by its key " + NameOf(key) + ", never " +
+           NameOf(*other.source) + " by " + NameOf(other) + ", which has no index";
+  });
   return true;
 }
 
-void Mark(Expr* condition, Catalogue& catalogue) {
+void Mark(BoundExpr* condition, PlanContext& context) {
   if (condition == nullptr) return;
   const Nesting nesting;
   if (condition->kind == ExprKind::And) {
-    for (Expr* term : condition->args) Mark(term, catalogue);
+    for (BoundExpr* term : condition->args) Mark(term, context);
     return;
   }
   if (condition->kind != ExprKind::Compare || condition->compare != Comparison::Equal) return;
-  Expr& left = *condition->args[0];
-  Expr& right = *condition->args[1];
+  BoundExpr& left = *condition->args[0];
+  BoundExpr& right = *condition->args[1];
   if (left.kind != ExprKind::Column || right.kind != ExprKind::Column) return;
-  if (!PreferKey(right, left, catalogue)) PreferKey(left, right, catalogue);
+  if (!PreferKey(right, left, context)) PreferKey(left, right, context);
 }
 
 // `inner`: every row meets the conditions of the join.
-void MarkFrom(const From* from, bool inner, Catalogue& catalogue) {
+void MarkFrom(const BoundFrom* from, bool inner, PlanContext& context) {
   if (from == nullptr) return;
   const Nesting nesting;
   if (from->source != nullptr && from->source->query != nullptr) {
     // The tree belongs to this statement, a view's too: it was parsed for this name alone.
-    PreferKeys(const_cast<Query&>(*from->source->query), catalogue);
+    PreferKeys(*from->source->query, context);
   }
-  const bool outer =
-      from->kind == FromKind::Left || from->kind == FromKind::Right || from->kind == FromKind::Full;
-  MarkFrom(from->left, inner && !outer, catalogue);
-  MarkFrom(from->right, inner && !outer, catalogue);
-  if (inner && !outer) Mark(from->on, catalogue);
+  const bool outer = from->kind == BoundFromKind::Left || from->kind == BoundFromKind::Full;
+  MarkFrom(from->left, inner && !outer, context);
+  MarkFrom(from->right, inner && !outer, context);
+  if (inner && !outer) Mark(from->on, context);
 }
 
 }  // namespace
 
-void PreferKeys(Query& query, Catalogue& catalogue) {
-  for (Select* select : query.selects) {
-    MarkFrom(select->from, true, catalogue);
-    Mark(select->where, catalogue);
+void PreferKeys(BoundQuery& query, PlanContext& context) {
+  for (BoundSelect* select : query.selects) {
+    MarkFrom(select->from, true, context);
+    Mark(select->where, context);
   }
 }
 

@@ -14,6 +14,6 @@ namespace ledgerwick::tsql {
 // it. What rows there are does not depend on it.
 //
 // Marks the inner equalities in `query`, in its derived tables and in its views.
-void PreferKeys(Query& query, Catalogue& catalogue);
+void PreferKeys(BoundQuery& query, PlanContext& context);
 
 }  // namespace ledgerwick::tsql

@@ -16,27 +16,27 @@ constexpr std::int64_t kWorthwhile = 1000;
 // A table that is so many times smaller than the largest describes it.
 constexpr std::int64_t kMuchSmaller = 8;
 
-bool IsColumnOf(const Expr& expr, const Sources& sources) noexcept {
+bool IsColumnOf(const BoundExpr& expr, const Sources& sources) noexcept {
   return expr.kind == ExprKind::Column && Has(sources, expr.source);
 }
 
-bool DropsRows(const Expr* condition) noexcept {
+bool DropsRows(const BoundExpr* condition) noexcept {
   return condition->kind != ExprKind::Compare || condition->compare != Comparison::NotEqual;
 }
 
 // A text is asked for few rows; a flag is for many, and then reading all rows in turn is quicker
 // than finding each by an index.
-bool PicksFew(const Expr* condition) {
+bool PicksFew(const BoundExpr* condition) {
   const Nesting nesting;
   return DropsRows(condition) &&
-         std::any_of(condition->args.begin(), condition->args.end(), [](const Expr* arg) {
+         std::any_of(condition->args.begin(), condition->args.end(), [](const BoundExpr* arg) {
            return IsText(arg->type.kind) || (IsPredicate(arg->kind) && PicksFew(arg));
          });
 }
 
 std::int64_t RowsOf(const Source& source, Catalogue& catalogue);
 
-std::int64_t RowsOf(const From* from, Catalogue& catalogue) {
+std::int64_t RowsOf(const BoundFrom* from, Catalogue& catalogue) {
   if (from == nullptr) return 1;
   const Nesting nesting;
   if (from->source != nullptr) return RowsOf(*from->source, catalogue);
@@ -47,7 +47,7 @@ std::int64_t RowsOf(const From* from, Catalogue& catalogue) {
 std::int64_t RowsOf(const Source& source, Catalogue& catalogue) {
   if (source.query == nullptr) return catalogue.RowEstimate(*source.table);
   std::int64_t rows = 0;
-  for (const Select* select : source.query->selects) {
+  for (const BoundSelect* select : source.query->selects) {
     rows = std::max(rows, RowsOf(select->from, catalogue));
   }
   return rows;
@@ -95,11 +95,11 @@ bool PreAggregation::WidenDetail() {
 
 // The larger the table that a key leads to, the more it tells rows apart: such keys are compared
 // first.
-void PreAggregation::WeighKey(const Expr& condition) {
+void PreAggregation::WeighKey(const BoundExpr& condition) {
   if (condition.kind != ExprKind::Compare || condition.compare != Comparison::Equal) return;
   for (const std::size_t side : {0U, 1U}) {
-    const Expr& key = *condition.args[side];
-    const Expr& other = *condition.args[1 - side];
+    const BoundExpr& key = *condition.args[side];
+    const BoundExpr& other = *condition.args[1 - side];
     if (!IsColumnOf(key, detail_) || !IsColumnOf(other, lookup_)) continue;
     for (Column& column : columns_) {
       if (!column.is_key || !SameExpr(*column.expr, key)) continue;
@@ -111,23 +111,25 @@ void PreAggregation::WeighKey(const Expr& condition) {
 // Conditions on a lookup drop rows before they are grouped: a detail row whose partner is dropped
 // is dropped with it.
 void PreAggregation::FilterByLookup(const JoinStep& step) {
-  if (step.left || step.from->kind != FromKind::Table || !Has(lookup_, step.from->source)) return;
+  if (step.left || step.from->source == nullptr || step.from->source->table == nullptr ||
+      !Has(lookup_, step.from->source))
+    return;
   const Source* source = step.from->source;
   Sources others = detail_;
   std::copy_if(lookup_.begin(), lookup_.end(), std::back_inserter(others),
                [&](const Source* lookup) { return lookup != source; });
-  std::vector<const Expr*> filters;
+  std::vector<BoundExpr*> filters;
   std::copy_if(plan_.conditions.begin(), plan_.conditions.end(), std::back_inserter(filters),
-               [&](const Expr* condition) {
+               [&](const BoundExpr* condition) {
                  return Reads(*condition, {source}) && !Reads(*condition, others) &&
                         CannotFail(*condition);
                });
   if (std::none_of(filters.begin(), filters.end(), DropsRows)) return;
-  for (const Expr* condition : plan_.conditions) {
+  for (BoundExpr* condition : plan_.conditions) {
     if (condition->kind != ExprKind::Compare || condition->compare != Comparison::Equal) continue;
     for (const std::size_t side : {0U, 1U}) {
-      const Expr& key = *condition->args[side];
-      Expr* partner = condition->args[1 - side];
+      const BoundExpr& key = *condition->args[side];
+      BoundExpr* partner = condition->args[1 - side];
       if (!IsColumnOf(key, detail_) || !IsColumnOf(*partner, {source})) continue;
       inner_conditions_.push_back(KeyIsAmong(key, *partner, step, filters));
       return;
@@ -136,45 +138,46 @@ void PreAggregation::FilterByLookup(const JoinStep& step) {
 }
 
 // key IN (SELECT partner FROM the step's table WHERE filters)
-const Expr* PreAggregation::KeyIsAmong(const Expr& key, Expr& partner, const JoinStep& step,
-                                       const std::vector<const Expr*>& filters) {
-  SelectItem item;
+BoundExpr* PreAggregation::KeyIsAmong(const BoundExpr& key, BoundExpr& partner,
+                                      const JoinStep& step,
+                                      const std::vector<BoundExpr*>& filters) {
+  BoundItem item;
   item.expr = &partner;
-  auto* select = context_.arena.Make<Select>();
-  select->items = context_.arena.Copy(std::vector<SelectItem>{item});
-  select->from = const_cast<From*>(step.from);
-  select->where = Conjunction(filters);
-  auto* query = context_.arena.Make<Query>();
-  query->selects = context_.arena.Copy(std::vector<Select*>{select});
-  Expr* column = context_.arena.Make<Expr>(key);
+  auto* select = context_.arena.Make<BoundSelect>();
+  select->items = context_.arena.Copy(std::vector<BoundItem>{item});
+  select->from = step.from;
+  select->where = Conjunction(filters, context_.arena);
+  auto* query = context_.arena.Make<BoundQuery>();
+  query->selects = context_.arena.Copy(std::vector<BoundSelect*>{select});
+  BoundExpr* column = context_.arena.Make<BoundExpr>(key);
   column->unindexed = std::none_of(filters.begin(), filters.end(), PicksFew);
-  Expr* filter = context_.arena.Make<Expr>();
+  BoundExpr* filter = context_.arena.Make<BoundExpr>();
   filter->kind = ExprKind::InQuery;
-  filter->args = context_.arena.Copy(std::vector<Expr*>{column});
+  filter->args = context_.arena.Copy(std::vector<BoundExpr*>{column});
   filter->query = query;
   return filter;
 }
 
 void PreAggregation::SplitConditions() {
-  for (const Expr* condition : plan_.conditions) {
+  for (BoundExpr* condition : plan_.conditions) {
     if (!Reads(*condition, lookup_)) {
       inner_conditions_.push_back(condition);
       continue;
     }
-    conditions_.push_back(Outside(condition));
+    conditions_.push_back(ConditionOutside(condition));
     WeighKey(*condition);
   }
   for (const JoinStep& step : plan_.steps) {
-    std::vector<const Expr*>& on = on_.emplace_back();
+    std::vector<BoundExpr*>& on = on_.emplace_back();
     Sources sources;
     CollectSources(*step.from, sources);
     const bool inside = Has(detail_, sources.front());
-    for (const Expr* term : step.on) {
+    for (BoundExpr* term : step.on) {
       if (inside) {
         if (Reads(*term, lookup_)) Fail(*term);
         on.push_back(term);
       } else {
-        on.push_back(Outside(term));
+        on.push_back(ConditionOutside(term));
         WeighKey(*term);
       }
     }
@@ -207,37 +210,14 @@ bool PreAggregation::Attempt() {
   failed_ = false;
   FindPivots();
   if (lookup_.empty() && pivots_.empty()) return false;
-  for (const Expr* key : select_.group_by) {
+  for (BoundExpr* key : select_.group_by) {
     if (Reads(*key, detail_) && Reads(*key, lookup_)) Fail(*key);
   }
-  ForEachShown([&](Expr* expr) { shown_.push_back(Outside(expr, false)); });
+  ForEachShown([&](BoundExpr* expr) { shown_.push_back(Outside(expr, false)); });
   SplitConditions();
   const bool any_key = std::any_of(columns_.begin(), columns_.end(),
                                    [](const Column& column) { return column.is_key; });
   return !failed_ && any_key && !GainsNothing();
-}
-
-Expr* PreAggregation::Conjunction(const std::vector<const Expr*>& terms) {
-  if (terms.empty()) return nullptr;
-  std::vector<Expr*> args;
-  args.reserve(terms.size());
-  for (const Expr* term : terms) args.push_back(const_cast<Expr*>(term));
-  if (args.size() == 1) return args.front();
-  Expr* all = context_.arena.Make<Expr>();
-  all->kind = ExprKind::And;
-  all->args = context_.arena.Copy(args);
-  return all;
-}
-
-From* PreAggregation::Join(From* left, const JoinStep& step, const std::vector<const Expr*>& on) {
-  From* right = const_cast<From*>(step.from);
-  if (left == nullptr) return right;
-  From* join = context_.arena.Make<From>();
-  join->kind = step.left ? FromKind::Left : FromKind::Cross;
-  join->left = left;
-  join->right = right;
-  join->on = Conjunction(on);
-  return join;
 }
 
 // The keys stand before the totals, those first that lead to large tables.
@@ -250,7 +230,7 @@ void PreAggregation::OrderColumns() {
     return left.is_key != right.is_key ? left.is_key : left.weight > right.weight;
   });
   std::vector<Column> columns;
-  std::vector<Expr*> inner_columns;
+  std::vector<BoundExpr*> inner_columns;
   for (const std::size_t i : order) {
     inner_columns_[i]->column = static_cast<std::int32_t>(columns.size());
     columns.push_back(columns_[i]);
@@ -260,19 +240,19 @@ void PreAggregation::OrderColumns() {
   inner_columns_ = std::move(inner_columns);
 }
 
-Query* PreAggregation::MakeInnerQuery() {
+BoundQuery* PreAggregation::MakeInnerQuery() {
   // What the storage's own function takes.
   constexpr std::size_t kMostHashed = 99;
   OrderColumns();
-  auto* inner = context_.arena.Make<Select>();
+  auto* inner = context_.arena.Make<BoundSelect>();
   inner->grouped = true;
   inner->hashed = columns_.size() <= kMostHashed;
-  std::vector<SelectItem> items;
-  std::vector<Expr*> group_by;
+  std::vector<BoundItem> items;
+  std::vector<BoundExpr*> group_by;
   std::vector<Type> types;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    SelectItem item;
-    item.expr = const_cast<Expr*>(columns_[i].expr);
+    BoundItem item;
+    item.expr = columns_[i].expr;
     items.push_back(item);
     types.push_back(inner_columns_[i]->type);
     if (columns_[i].is_key) {
@@ -283,45 +263,68 @@ Query* PreAggregation::MakeInnerQuery() {
   }
   inner->items = context_.arena.Copy(items);
   inner->group_by = context_.arena.Copy(group_by);
-  inner->where = Conjunction(inner_conditions_);
-  auto* query = context_.arena.Make<Query>();
-  query->selects = context_.arena.Copy(std::vector<Select*>{inner});
+  inner->where = Conjunction(inner_conditions_, context_.arena);
+  auto* query = context_.arena.Make<BoundQuery>();
+  query->selects = context_.arena.Copy(std::vector<BoundSelect*>{inner});
   query->types = context_.arena.Copy(types);
   query->names = context_.arena.Copy(std::vector<TextView>(types.size()));
   return query;
 }
 
 void PreAggregation::Commit() {
-  Query* inner = MakeInnerQuery();
+  BoundQuery* inner = MakeInnerQuery();
   auto* source = context_.arena.Make<Source>(inner_);
   source->query = inner;
   source->names = inner->names;
   ++context_.next_source;
-  for (Expr* column : inner_columns_) column->source = source;
+  for (BoundExpr* column : inner_columns_) column->source = source;
 
-  From* outer = context_.arena.Make<From>();
-  outer->kind = FromKind::Derived;
-  outer->query = inner;
+  auto* outer = context_.arena.Make<BoundFrom>();
   outer->source = source;
   for (std::size_t i = 0; i < plan_.steps.size(); ++i) {
+    JoinStep& step = plan_.steps[i];
+    step.on = on_[i];
     Sources sources;
-    CollectSources(*plan_.steps[i].from, sources);
-    From*& side = Has(detail_, sources.front()) ? inner->selects[0]->from : outer;
-    side = Join(side, plan_.steps[i], on_[i]);
+    CollectSources(*step.from, sources);
+    BoundFrom*& side = Has(detail_, sources.front()) ? inner->selects[0]->from : outer;
+    side = Join(side, step, context_.arena);
   }
   select_.from = outer;
-  select_.where = Conjunction(conditions_);
+  select_.where = Conjunction(conditions_, context_.arena);
   auto next = shown_.begin();
-  ForEachShown([&](Expr*& expr) { expr = *next++; });
+  ForEachShown([&](BoundExpr*& expr) { expr = *next++; });
 }
 
-void PreAggregate(Select& select, Query& query, PlanContext& context) {
+std::string PreAggregation::Describe() const {
+  const auto list = [](const Sources& sources) {
+    std::string names;
+    for (const Source* source : sources) {
+      if (!names.empty()) names += ", ";
+      names += NameOf(*source);
+    }
+    return names.empty() ? std::string("nothing") : names;
+  };
+  return list(detail_) + " grouped as s" + std::to_string(inner_.id) +
+         " before it is joined with " + list(lookup_) + ": about " + std::to_string(largest_) +
+         " rows become groups";
+}
+
+void PreAggregate(BoundSelect& select, BoundQuery& query, PlanContext& context) {
   if (select.from == nullptr || select.group_by.empty() || !query.outer_columns.empty()) return;
   PreAggregation attempt(select, query, context);
-  if (!attempt.ChooseDetail()) return;
+  if (!attempt.ChooseDetail()) {
+    Note(context.notes, [] { return "not grouped before joining: too few rows"; });
+    return;
+  }
   do {
-    if (attempt.Attempt()) return attempt.Commit();
+    if (!attempt.Attempt()) continue;
+    attempt.Commit();
+    Note(context.notes, [&] { return attempt.Describe(); });
+    return;
   } while (attempt.WidenDetail());
+  Note(context.notes, [] {
+    return "not grouped before joining: the groups' values need every row, or nothing is gained";
+  });
 }
 
 }  // namespace ledgerwick::tsql

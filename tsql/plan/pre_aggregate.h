@@ -5,14 +5,6 @@
 
 namespace ledgerwick::tsql {
 
-// What the passes of one statement share.
-struct PlanContext {
-  Arena& arena;
-  Catalogue& catalogue;
-  Planning planning;
-  std::int32_t next_source;  // the number of the next table or derived table
-};
-
 // Reports join their detail rows to the tables that describe them and then group by the
 // descriptions: a million rows are widened, sorted by forty columns, and become a thousand. This
 // rewrite groups the detail rows first, by what the rest of the statement reads of them, and joins
@@ -41,6 +33,6 @@ struct PlanContext {
 // key, so that it is computed once for each row and the questions are asked once for each group.
 //
 // `select` is changed whole or not at all. `query` is the query that it belongs to.
-void PreAggregate(Select& select, Query& query, PlanContext& context);
+void PreAggregate(BoundSelect& select, BoundQuery& query, PlanContext& context);
 
 }  // namespace ledgerwick::tsql

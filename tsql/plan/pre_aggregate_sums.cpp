@@ -10,17 +10,17 @@ namespace {
 // An expression that aggregates ask for so many values is a pivot.
 constexpr std::size_t kPivotQuestions = 3;
 
-bool IsAggregateCall(const Expr& expr) noexcept {
+bool IsAggregateCall(const BoundExpr& expr) noexcept {
   return expr.kind == ExprKind::Function && IsAggregate(expr.function);
 }
 
-bool IsLiteral(const Expr& expr) noexcept {
+bool IsLiteral(const BoundExpr& expr) noexcept {
   return expr.kind == ExprKind::Null || expr.kind == ExprKind::Integer ||
          expr.kind == ExprKind::Number || expr.kind == ExprKind::String;
 }
 
 // A number that adds nothing to a sum, or no number at all.
-bool AddsNothing(const Expr& expr) noexcept {
+bool AddsNothing(const BoundExpr& expr) noexcept {
   return expr.kind == ExprKind::Null || (expr.kind == ExprKind::Integer && expr.integer == 0) ||
          (expr.kind == ExprKind::Number && !IsNonZeroLiteral(expr));
 }
@@ -32,28 +32,29 @@ bool CannotOverflow(const Type& type) noexcept {
          (type.kind == TypeKind::Decimal && type.precision <= kMostDigits - kDigitsOfAnyCount);
 }
 
-bool HasSame(const std::vector<const Expr*>& list, const Expr& expr) {
-  return std::any_of(list.begin(), list.end(), [&](const Expr* e) { return SameExpr(*e, expr); });
+bool HasSame(const std::vector<const BoundExpr*>& list, const BoundExpr& expr) {
+  return std::any_of(list.begin(), list.end(),
+                     [&](const BoundExpr* e) { return SameExpr(*e, expr); });
 }
 
 }  // namespace
 
-Expr* PreAggregation::Fail(const Expr& expr) {
+BoundExpr* PreAggregation::Fail(BoundExpr& expr) {
   failed_ = true;
   for (const Source* source : lookup_) {
     if (Reads(expr, {source})) wanted_.push_back(source);
   }
-  return const_cast<Expr*>(&expr);
+  return &expr;
 }
 
 // Collects the expressions on the detail that aggregates compare with several literals.
 void PreAggregation::FindPivots() {
   struct Asked {
-    const Expr* expr;
-    std::vector<const Expr*> values;
+    const BoundExpr* expr;
+    std::vector<const BoundExpr*> values;
   };
   std::vector<Asked> asked;
-  const auto visit = [&](const auto& self, const Expr& e, bool summed) -> void {
+  const auto visit = [&](const auto& self, const BoundExpr& e, bool summed) -> void {
     const Nesting nesting;
     if (summed && e.kind == ExprKind::Compare && e.compare == Comparison::Equal &&
         IsLiteral(*e.args[1]) && Reads(*e.args[0], detail_) && !Reads(*e.args[0], lookup_) &&
@@ -63,21 +64,22 @@ void PreAggregation::FindPivots() {
       if (found == asked.end()) found = asked.insert(asked.end(), {e.args[0], {}});
       if (!HasSame(found->values, *e.args[1])) found->values.push_back(e.args[1]);
     }
-    for (const Expr* arg : e.args) self(self, *arg, summed || IsAggregateCall(e));
+    for (const BoundExpr* arg : e.args) self(self, *arg, summed || IsAggregateCall(e));
   };
-  ForEachShown([&](const Expr* expr) { visit(visit, *expr, false); });
+  ForEachShown([&](const BoundExpr* expr) { visit(visit, *expr, false); });
   for (const Asked& a : asked) {
     if (a.values.size() >= kPivotQuestions) pivots_.push_back(a.expr);
   }
 }
 
-bool PreAggregation::HasPivot(const Expr& expr) const {
+bool PreAggregation::HasPivot(const BoundExpr& expr) const {
   const Nesting nesting;
-  return HasSame(pivots_, expr) || std::any_of(expr.args.begin(), expr.args.end(),
-                                               [&](const Expr* arg) { return HasPivot(*arg); });
+  return HasSame(pivots_, expr) ||
+         std::any_of(expr.args.begin(), expr.args.end(),
+                     [&](const BoundExpr* arg) { return HasPivot(*arg); });
 }
 
-Expr* PreAggregation::InnerColumn(const Expr& expr, bool is_key, Type type) {
+BoundExpr* PreAggregation::InnerColumn(BoundExpr& expr, bool is_key, Type type) {
   std::size_t index = 0;
   while (index < columns_.size() &&
          !(columns_[index].is_key == is_key && SameExpr(*columns_[index].expr, expr))) {
@@ -85,7 +87,7 @@ Expr* PreAggregation::InnerColumn(const Expr& expr, bool is_key, Type type) {
   }
   if (index < columns_.size()) return inner_columns_[index];
   columns_.push_back({&expr, is_key});
-  Expr* column = context_.arena.Make<Expr>();
+  BoundExpr* column = context_.arena.Make<BoundExpr>();
   column->kind = ExprKind::Column;
   column->offset = expr.offset;
   column->source = &inner_;
@@ -95,7 +97,7 @@ Expr* PreAggregation::InnerColumn(const Expr& expr, bool is_key, Type type) {
   return column;
 }
 
-Expr* PreAggregation::Key(const Expr& expr) {
+BoundExpr* PreAggregation::Key(BoundExpr& expr) {
   if (!CannotFail(expr)) return Fail(expr);
   Type type = expr.type;
   if (IsPredicate(expr.kind)) type.kind = TypeKind::Bit;
@@ -103,21 +105,21 @@ Expr* PreAggregation::Key(const Expr& expr) {
 }
 
 // An aggregate of the detail, computed inside.
-Expr* PreAggregation::InnerCall(FunctionId function, const Expr& call, TypeKind type) {
-  Expr* inner = context_.arena.Make<Expr>(call);
+BoundExpr* PreAggregation::InnerCall(FunctionId function, const BoundExpr& call, TypeKind type) {
+  BoundExpr* inner = context_.arena.Make<BoundExpr>(call);
   inner->function = function;
   inner->type.kind = type;
   inner->type.nullable = true;
   return InnerColumn(*inner, false, inner->type);
 }
 
-Expr* PreAggregation::Outside(Expr* expr, bool spelling) {
+BoundExpr* PreAggregation::Outside(BoundExpr* expr, bool spelling) {
   const Nesting nesting;
   if (IsAggregateCall(*expr)) return AggregateOutside(*expr);
   if (!Reads(*expr, detail_) && !expr->has_aggregate) return expr;
   if (expr->query != nullptr) return Fail(*expr);
   if (!expr->has_aggregate && !Reads(*expr, lookup_)) {
-    const auto same = [&](const Expr* key) { return SameExpr(*key, *expr); };
+    const auto same = [&](const BoundExpr* key) { return SameExpr(*key, *expr); };
     const bool known = std::any_of(select_.group_by.begin(), select_.group_by.end(), same) ||
                        (summed_ && HasSame(pivots_, *expr));
     const bool is_column = expr->kind == ExprKind::Column;
@@ -132,11 +134,11 @@ Expr* PreAggregation::Outside(Expr* expr, bool spelling) {
   return OutsideArguments(*expr, spelling);
 }
 
-Expr* PreAggregation::OutsideArguments(const Expr& expr, bool spelling) {
-  Expr* copy = context_.arena.Make<Expr>(expr);
-  copy->args = context_.arena.Copy(std::span<Expr* const>(expr.args));
+BoundExpr* PreAggregation::OutsideArguments(const BoundExpr& expr, bool spelling) {
+  BoundExpr* copy = context_.arena.Make<BoundExpr>(expr);
+  copy->args = context_.arena.Copy(std::span<BoundExpr* const>(expr.args));
   const bool is_case = expr.kind == ExprKind::Case;
-  for (Expr*& arg : copy->args) {
+  for (BoundExpr*& arg : copy->args) {
     // Comparing does not see the spelling; CASE hands its branches' on.
     const bool matters = is_case ? spelling : strict_ && !IsPredicate(expr.kind);
     arg = Outside(arg, expr.kind == ExprKind::Like ? strict_ : matters);
@@ -144,20 +146,20 @@ Expr* PreAggregation::OutsideArguments(const Expr& expr, bool spelling) {
   return copy;
 }
 
-Expr* PreAggregation::Outside(const Expr* expr) {
+BoundExpr* PreAggregation::ConditionOutside(BoundExpr* condition) {
   strict_ = true;
-  Expr* outside = Outside(const_cast<Expr*>(expr), false);
+  BoundExpr* outside = Outside(condition, false);
   strict_ = false;
   return outside;
 }
 
-Expr* PreAggregation::AggregateOutside(const Expr& call) {
-  Expr& arg = *call.args[0];
+BoundExpr* PreAggregation::AggregateOutside(BoundExpr& call) {
+  BoundExpr& arg = *call.args[0];
   const TypeKind type = call.type.kind;
-  Expr* outside = context_.arena.Make<Expr>(call);
+  BoundExpr* outside = context_.arena.Make<BoundExpr>(call);
   const bool inside =
       !call.distinct && !Reads(arg, lookup_) && (arg.kind == ExprKind::Star || CannotFail(arg));
-  Expr* value = nullptr;
+  BoundExpr* value = nullptr;
   switch (call.function) {
     case FunctionId::Count:
       if (!inside) return Fail(call);
@@ -181,20 +183,20 @@ Expr* PreAggregation::AggregateOutside(const Expr& call) {
     default:
       return Fail(call);
   }
-  outside->args = context_.arena.Copy(std::vector<Expr*>{value});
+  outside->args = context_.arena.Copy(std::vector<BoundExpr*>{value});
   return outside;
 }
 
-Expr* PreAggregation::SumOutside(Expr* expr) {
+BoundExpr* PreAggregation::SumOutside(BoundExpr* expr) {
   const Nesting nesting;
   if (AddsNothing(*expr)) return expr;
   if (!Reads(*expr, lookup_) && !HasPivot(*expr)) {
     if (!CannotFail(*expr)) return Fail(*expr);
-    Expr* sum = context_.arena.Make<Expr>();
+    BoundExpr* sum = context_.arena.Make<BoundExpr>();
     sum->kind = ExprKind::Function;
     sum->text = u"SUM";
     sum->type = expr->type;
-    sum->args = context_.arena.Copy(std::vector<Expr*>{expr});
+    sum->args = context_.arena.Copy(std::vector<BoundExpr*>{expr});
     // Wide enough for what only the statement's own sum is checked for.
     if (IsExactFraction(expr->type.kind)) {
       sum->type.precision = kMostDigits;
@@ -204,8 +206,8 @@ Expr* PreAggregation::SumOutside(Expr* expr) {
     return InnerCall(FunctionId::Sum, *sum, whole ? TypeKind::BigInt : TypeKind::Float);
   }
   const bool is_float = IsFloat(expr->type.kind);
-  Expr* sum = context_.arena.Make<Expr>(*expr);
-  sum->args = context_.arena.Copy(std::span<Expr* const>(expr->args));
+  BoundExpr* sum = context_.arena.Make<BoundExpr>(*expr);
+  sum->args = context_.arena.Copy(std::span<BoundExpr* const>(expr->args));
   const std::size_t last = sum->args.size() - 1;
   switch (expr->kind) {
     case ExprKind::Case:

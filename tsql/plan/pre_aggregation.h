@@ -3,7 +3,8 @@
 
 #include <vector>
 
-#include "tsql/binder/binder.h"
+#include "tsql/base/nesting.h"
+#include "tsql/binder/bound_tree.h"
 #include "tsql/plan/join_order.h"
 #include "tsql/plan/pre_aggregate.h"
 
@@ -13,7 +14,7 @@ namespace ledgerwick::tsql {
 // becomes outside. Nothing of the select changes before Commit.
 class PreAggregation {
  public:
-  PreAggregation(Select& select, Query& query, PlanContext& context)
+  PreAggregation(BoundSelect& select, BoundQuery& query, PlanContext& context)
       : select_(select),
         query_(query),
         context_(context),
@@ -35,9 +36,12 @@ class PreAggregation {
 
   void Commit();
 
+  // What Commit did, for who asks.
+  std::string Describe() const;
+
  private:
   struct Column {
-    const Expr* expr;
+    BoundExpr* expr;
     bool is_key;
     std::int64_t weight = 0;  // the rows of the table that the key leads to
   };
@@ -46,34 +50,32 @@ class PreAggregation {
   void ForEachShown(Visit&& visit);
   bool MoveToDetail(const Source* source);
   void FindPivots();
-  bool HasPivot(const Expr& expr) const;
+  bool HasPivot(const BoundExpr& expr) const;
   bool GainsNothing();
 
   // The expression as it stands outside, on the groups.
-  Expr* Outside(Expr* expr, bool spelling);
-  Expr* OutsideArguments(const Expr& expr, bool spelling);
-  Expr* AggregateOutside(const Expr& call);
+  BoundExpr* Outside(BoundExpr* expr, bool spelling);
+  BoundExpr* OutsideArguments(const BoundExpr& expr, bool spelling);
+  BoundExpr* AggregateOutside(BoundExpr& call);
   // The sum of `expr` over a group's rows.
-  Expr* SumOutside(Expr* expr);
-  Expr* Outside(const Expr* expr);  // of a condition
+  BoundExpr* SumOutside(BoundExpr* expr);
+  BoundExpr* ConditionOutside(BoundExpr* condition);
 
-  Expr* Key(const Expr& expr);
-  Expr* InnerColumn(const Expr& expr, bool is_key, Type type);
-  Expr* InnerCall(FunctionId function, const Expr& call, TypeKind type);
-  Expr* Fail(const Expr& expr);
+  BoundExpr* Key(BoundExpr& expr);
+  BoundExpr* InnerColumn(BoundExpr& expr, bool is_key, Type type);
+  BoundExpr* InnerCall(FunctionId function, const BoundExpr& call, TypeKind type);
+  BoundExpr* Fail(BoundExpr& expr);
 
   void SplitConditions();
   void FilterByLookup(const JoinStep& step);
-  const Expr* KeyIsAmong(const Expr& key, Expr& partner, const JoinStep& step,
-                         const std::vector<const Expr*>& filters);
-  void WeighKey(const Expr& condition);
-  From* Join(From* left, const JoinStep& step, const std::vector<const Expr*>& on);
-  Expr* Conjunction(const std::vector<const Expr*>& terms);
+  BoundExpr* KeyIsAmong(const BoundExpr& key, BoundExpr& partner, const JoinStep& step,
+                        const std::vector<BoundExpr*>& filters);
+  void WeighKey(const BoundExpr& condition);
   void OrderColumns();
-  Query* MakeInnerQuery();
+  BoundQuery* MakeInnerQuery();
 
-  Select& select_;
-  Query& query_;
+  BoundSelect& select_;
+  BoundQuery& query_;
   PlanContext& context_;
   JoinPlan plan_;
   Sources detail_;
@@ -81,16 +83,16 @@ class PreAggregation {
   std::int64_t largest_ = 0;
 
   Source inner_;
-  Query inner_query_;  // stands for the derived table until there is one
+  BoundQuery inner_query_;  // stands for the derived table until there is one
   std::vector<Column> columns_;
-  std::vector<Expr*> inner_columns_;
-  std::vector<const Expr*> inner_conditions_;
-  std::vector<const Expr*> conditions_;
-  std::vector<std::vector<const Expr*>> on_;  // of the lookups' steps
-  std::vector<const Expr*> pivots_;
-  std::vector<Expr*> shown_;  // what the select shows, in ForEachShown's order
-  bool strict_ = false;       // the spelling of a text may matter
-  bool summed_ = false;       // inside an aggregate
+  std::vector<BoundExpr*> inner_columns_;
+  std::vector<BoundExpr*> inner_conditions_;
+  std::vector<BoundExpr*> conditions_;
+  std::vector<std::vector<BoundExpr*>> on_;  // of the lookups' steps
+  std::vector<const BoundExpr*> pivots_;
+  std::vector<BoundExpr*> shown_;  // what the select shows, in ForEachShown's order
+  bool strict_ = false;            // the spelling of a text may matter
+  bool summed_ = false;            // inside an aggregate
   bool failed_ = false;
   Sources wanted_;
 };
@@ -98,10 +100,10 @@ class PreAggregation {
 // Everything that is evaluated for a group: the keys, the select list, HAVING, ORDER BY.
 template <typename Visit>
 void PreAggregation::ForEachShown(Visit&& visit) {
-  for (Expr*& key : select_.group_by) visit(key);
-  for (SelectItem& item : select_.items) visit(item.expr);
+  for (BoundExpr*& key : select_.group_by) visit(key);
+  for (BoundItem& item : select_.items) visit(item.expr);
   if (select_.having != nullptr) visit(select_.having);
-  for (OrderItem& item : query_.order_by) {
+  for (BoundOrder& item : query_.order_by) {
     if (item.ordinal == 0) visit(item.expr);
   }
 }

@@ -7,16 +7,9 @@
 
 namespace ledgerwick::tsql {
 
-bool IsNonZeroLiteral(const Expr& expr) noexcept {
-  if (expr.kind == ExprKind::Integer) return expr.integer != 0;
-  return expr.kind == ExprKind::Number &&
-         expr.text.substr(0, expr.text.find_first_of(u"eE")).find_first_of(u"123456789") !=
-             TextView::npos;
-}
-
 namespace {
 
-bool ConvertsAlways(const Expr& expr) noexcept {
+bool ConvertsAlways(const BoundExpr& expr) noexcept {
   const TypeKind from = expr.args[0]->type.kind;
   const TypeKind to = expr.type.kind;
   if (expr.args[0]->kind == ExprKind::Null) return true;
@@ -28,7 +21,7 @@ bool ConvertsAlways(const Expr& expr) noexcept {
 }
 
 // Functions that have a result for every argument.
-bool CallsAlways(const Expr& expr) noexcept {
+bool CallsAlways(const BoundExpr& expr) noexcept {
   constexpr TextView kTotal[] = {u"len", u"ltrim", u"rtrim", u"upper", u"lower"};
   switch (expr.function) {
     case FunctionId::IsNull:
@@ -50,7 +43,7 @@ bool HasRoom(const Type& type) noexcept {
          (type.kind == TypeKind::Decimal && type.precision < kMostDigits);
 }
 
-bool NodeCannotFail(const Expr& expr) noexcept {
+bool NodeCannotFail(const BoundExpr& expr) noexcept {
   switch (expr.kind) {
     case ExprKind::Null:
     case ExprKind::Integer:
@@ -91,11 +84,11 @@ bool NodeCannotFail(const Expr& expr) noexcept {
 
 }  // namespace
 
-bool CannotFail(const Expr& expr) {
+bool CannotFail(const BoundExpr& expr) {
   const Nesting nesting;
   return expr.query == nullptr && NodeCannotFail(expr) &&
          std::all_of(expr.args.begin(), expr.args.end(),
-                     [](const Expr* arg) { return CannotFail(*arg); });
+                     [](const BoundExpr* arg) { return CannotFail(*arg); });
 }
 
 }  // namespace ledgerwick::tsql

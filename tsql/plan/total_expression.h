@@ -1,15 +1,12 @@
 // Which expressions give a value for every row.
 #pragma once
 
-#include "tsql/syntax/syntax_tree.h"
+#include "tsql/binder/bound_tree.h"
 
 namespace ledgerwick::tsql {
 
 // True when evaluating `expr` can raise no error, whatever the row, so that it may be evaluated for
 // rows that the statement as written would not have reached. False for what is not known.
-bool CannotFail(const Expr& expr);
-
-// True for a number other than 0 that is written in the statement.
-bool IsNonZeroLiteral(const Expr& expr) noexcept;
+bool CannotFail(const BoundExpr& expr);
 
 }  // namespace ledgerwick::tsql

@@ -1,7 +1,6 @@
 // Statements that change the schema.
 #include <algorithm>
 
-#include "tsql/emit/emitter.h"
 #include "tsql/run/interpreter.h"
 
 namespace ledgerwick::tsql {
@@ -20,7 +19,7 @@ std::string KeySql(std::span<const KeyColumn> columns, const Table* table) {
 }
 
 // A column that a PRIMARY KEY names admits no null, whatever its definition says.
-bool IsKeyColumn(const Statement& statement, const ColumnDefinition& column) {
+bool IsKeyColumn(const CreateTableStatement& statement, const ColumnDefinition& column) {
   return std::any_of(statement.keys.begin(), statement.keys.end(), [&](const TableKey& key) {
     return key.primary &&
            std::any_of(key.columns.begin(), key.columns.end(), [&](const KeyColumn& k) {
@@ -30,7 +29,7 @@ bool IsKeyColumn(const Statement& statement, const ColumnDefinition& column) {
 }
 
 // An int that alone is the primary key.
-bool IsRowNumber(const Statement& statement, const ColumnDefinition& column) {
+bool IsRowNumber(const CreateTableStatement& statement, const ColumnDefinition& column) {
   if (column.type.kind != TypeKind::Int) return false;
   if (column.primary_key) return true;
   return std::any_of(statement.keys.begin(), statement.keys.end(), [&](const TableKey& key) {
@@ -46,8 +45,10 @@ std::string IndexName(const Table& table, TextView index) {
 
 }  // namespace
 
-void Interpreter::CreateTable(Statement& statement) {
-  Binder binder = NewBinder();
+void Interpreter::Perform(const CreateTableStatement& statement) {
+  session_.row_count = 0;
+  Arena arena;
+  Binder binder = NewBinder(arena);
   const ObjectName& name = statement.target;
   const DatabaseId database = binder.RequireNewName(name);
   const std::string table =
@@ -74,7 +75,7 @@ void Interpreter::CreateTable(Statement& statement) {
     if (column.primary_key) sql += " PRIMARY KEY";
     if (column.unique) sql += " UNIQUE";
     if (column.default_value != nullptr) {
-      sql += " DEFAULT (" + EmitToString(*binder.BindValue(column.default_value, type)) + ")";
+      sql += " DEFAULT (" + NewCompiler().CompileDefault(*column.default_value, type) + ")";
     }
   }
   for (const TableKey& key : statement.keys) {
@@ -87,14 +88,17 @@ void Interpreter::CreateTable(Statement& statement) {
     sql += std::string(", ") + (key.primary ? "PRIMARY KEY " : "UNIQUE ") +
            KeySql(key.columns, nullptr);
   }
-  KeepTemporary(database, table);
+  if (database == DatabaseId::Session) KeepTemporary(table);
   storage_.Execute(sql + ")");
+  session_.last_error = 0;
 }
 
 // Rows that are there already have NULL in a new column that may be null, and the default in one
 // that may not.
-void Interpreter::AlterTable(Statement& statement) {
-  Binder binder = NewBinder();
+void Interpreter::Perform(const AlterTableStatement& statement) {
+  session_.row_count = 0;
+  Arena arena;
+  Binder binder = NewBinder(arena);
   const Table& table = binder.RequireTable(statement.target);
   if (table.kind != TableKind::Table) {
     throw errors::CannotAlter(table.name, binder.At(statement.target.object.offset));
@@ -111,7 +115,7 @@ void Interpreter::AlterTable(Statement& statement) {
     const std::string name = ToUtf8(column.name.text);
     std::string sql = "ALTER TABLE " + table.sql + " ADD COLUMN " + ColumnDeclaration(name, type);
     if (column.default_value != nullptr) {
-      sql += " DEFAULT (" + EmitToString(*binder.BindValue(column.default_value, type)) + ")";
+      sql += " DEFAULT (" + NewCompiler().CompileDefault(*column.default_value, type) + ")";
     } else if (!type.nullable) {
       throw errors::NewColumnNotNull(column.name.text, table.name, binder.At(column.name.offset));
     }
@@ -121,10 +125,13 @@ void Interpreter::AlterTable(Statement& statement) {
     }
   }
   transaction.Commit();
+  session_.last_error = 0;
 }
 
-void Interpreter::CreateIndex(Statement& statement) {
-  Binder binder = NewBinder();
+void Interpreter::Perform(const CreateIndexStatement& statement) {
+  session_.row_count = 0;
+  Arena arena;
+  Binder binder = NewBinder(arena);
   const Table& table = binder.RequireTable(statement.target);
   for (const KeyColumn& column : statement.key_columns) {
     if (table.FindColumn(column.name.text) < 0) {
@@ -149,15 +156,17 @@ void Interpreter::CreateIndex(Statement& statement) {
     if (error.number != kDuplicateKey) throw;
     throw errors::DuplicateIndexKey(table.name, statement.index.text);
   }
+  session_.last_error = 0;
 }
 
 // A view is kept as its text; whoever reads it binds it afresh.
-void Interpreter::CreateView(Statement& statement) {
-  Binder binder = NewBinder();
+void Interpreter::Perform(const CreateViewStatement& statement) {
+  session_.row_count = 0;
+  Arena arena;
+  Binder binder = NewBinder(arena);
   const ObjectName& name = statement.target;
   const DatabaseId database = binder.RequireNewName(name);
-  Query& query = *statement.query;
-  binder.BindQuery(query);
+  const BoundQuery& query = *binder.BindQuery(*statement.query);
   std::vector<TextView> names(query.names.begin(), query.names.end());
   if (!statement.columns.empty()) {
     if (statement.columns.size() != names.size()) {
@@ -169,7 +178,7 @@ void Interpreter::CreateView(Statement& statement) {
   TextMap<bool> seen;
   for (std::size_t i = 0; i < names.size(); ++i) {
     if (names[i].empty()) {
-      throw errors::ViewColumnNameMissing(i + 1, binder.At(query.offset));
+      throw errors::ViewColumnNameMissing(i + 1, binder.At(statement.query->offset));
     }
     if (!seen.emplace(FoldText(names[i]), true).second) {
       throw errors::DuplicateColumn(names[i], name.object.text, binder.At(name.object.offset));
@@ -177,6 +186,7 @@ void Interpreter::CreateView(Statement& statement) {
   }
   const std::string text = ToUtf8(statement.text);
   SaveModule(database, ToUtf8(name.object.text), 'V', &text);
+  session_.last_error = 0;
 }
 
 // Adds or replaces the view ('V') or procedure ('P'), or removes it without a definition.
@@ -202,15 +212,30 @@ void Interpreter::SaveModule(DatabaseId database, const std::string& name, char 
   transaction.Commit();
 }
 
-void Interpreter::Drop(const Statement& statement, const ObjectName& name) {
-  if (statement.kind == StatementKind::DropIndex) {
-    DropIndex(name);
-    return;
+void Interpreter::Perform(const DropStatement& statement) {
+  session_.row_count = 0;
+  for (const ObjectName& target : statement.targets) Drop(statement, target);
+  session_.last_error = 0;
+}
+
+void Interpreter::Drop(const DropStatement& statement, const ObjectName& name) {
+  TextView what;
+  switch (statement.what) {
+    case DropKind::Index:
+      DropIndex(name);
+      return;
+    case DropKind::Table:
+      what = u"table";
+      break;
+    case DropKind::View:
+      what = u"view";
+      break;
+    case DropKind::Procedure:
+      what = u"procedure";
+      break;
   }
-  Binder binder = NewBinder();
-  const TextView what = statement.kind == StatementKind::DropView    ? u"view"
-                        : statement.kind == StatementKind::DropTable ? u"table"
-                                                                     : u"procedure";
+  Arena arena;
+  Binder binder = NewBinder(arena);
   const Table* table = binder.FindTable(name);
   const ProcedureText* procedure = table == nullptr ? binder.FindProcedure(name) : nullptr;
   const bool missing =
@@ -247,7 +272,8 @@ void Interpreter::DropTable(const Table& table) {
 }
 
 void Interpreter::DropIndex(const ObjectName& name) {
-  Binder binder = NewBinder();
+  Arena arena;
+  Binder binder = NewBinder(arena);
   const ObjectName owner{name.database, {}, name.schema};
   const Table* table = binder.FindTable(owner);
   const SqliteStatement found =
@@ -263,6 +289,19 @@ void Interpreter::DropIndex(const ObjectName& name) {
   sqlite3_reset(found.get());
   storage_.Execute(std::string("DROP INDEX ") + SchemaName(table->database) + "." +
                    QuoteIdentifier(IndexName(*table, name.object.text)));
+}
+
+void Interpreter::Perform(const TruncateStatement& statement) {
+  session_.row_count = 0;
+  Arena arena;
+  Binder binder = NewBinder(arena);
+  const Table* table = binder.FindTable(statement.target);
+  if (table == nullptr || table->kind != TableKind::Table) {
+    throw errors::CannotTruncate(statement.target.object.text,
+                                 binder.At(statement.target.object.offset));
+  }
+  storage_.Execute("DELETE FROM " + table->sql);
+  session_.last_error = 0;
 }
 
 }  // namespace ledgerwick::tsql

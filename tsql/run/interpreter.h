@@ -6,9 +6,10 @@
 #include "frame/result_sink.h"
 #include "tsql/base/nesting.h"
 #include "tsql/binder/binder.h"
+#include "tsql/compile/compile.h"
 #include "tsql/run/session.h"
+#include "tsql/run/statement_cache.h"
 #include "tsql/storage/storage.h"
-#include "tsql/syntax/clone.h"
 #include "tsql/syntax/parser.h"
 
 namespace ledgerwick::tsql {
@@ -25,40 +26,17 @@ class Counted {
   std::int32_t& count_;
 };
 
-// Gives the trees of a frame whose statements may run again to binding as copies, with memory of
-// their own; the trees of others as they are.
-class OwnTree {
- public:
-  explicit OwnTree(Frame& frame) : frame_(frame), arena_before_(frame.arena) {
-    if (frame.runs_again) frame.arena = &scratch_;
-  }
-  ~OwnTree() { frame_.arena = arena_before_; }
-  OwnTree(const OwnTree&) = delete;
-  OwnTree& operator=(const OwnTree&) = delete;
-
-  Statement& Of(const Statement& statement) const {
-    return frame_.runs_again ? *Clone(statement, *frame_.arena) : const_cast<Statement&>(statement);
-  }
-  Expr& Of(const Expr& expr) const {
-    return frame_.runs_again ? *Clone(&expr, *frame_.arena) : const_cast<Expr&>(expr);
-  }
-
- private:
-  Frame& frame_;
-  Arena* arena_before_;
-  Arena scratch_;
-};
-
 // Where the flow of control goes after a statement.
 enum class Flow { Next, Break, Continue, Return };
 
-// A procedure's text with its syntax tree.
+// A procedure's text with its syntax tree and what its statements come to.
 struct Procedure {
   Text name;
   Text text;
   Arena arena;
   Batch batch;
-  const Statement* statement = nullptr;  // CREATE PROCEDURE
+  const ProcedureStatement* statement = nullptr;
+  StatementCache kept;
 };
 
 // Executes statements on one storage. Not reentrant.
@@ -75,78 +53,85 @@ class Interpreter {
  private:
   Flow Execute(const Statement& statement);
   Flow ExecuteAt(const Statement& statement);  // without a position in the error
-  void ExecuteSimple(Statement& statement);
-  void ExecuteModification(Statement& statement);
-  void ExecuteOther(Statement& statement);
   void EndTransaction();
-  void KeepTemporary(DatabaseId database, const std::string& table);
+  void KeepTemporary(const std::string& table);
   void Locate(SqlError& error, const Statement& statement) const;
   bool ObjectExists(TextView name);
   bool EndsHere(const SqlError& error) const;
   void Tell(const SqlError& error);
   void Affected(std::int64_t rows);
-  SqliteStatement Prepare(const std::string& sql);  // with the variables' values
-  std::int64_t Change(const std::string& sql);
-  Binder NewBinder() { return Binder(session_.frame->text, *session_.frame->arena, catalogue_); }
+  Binder NewBinder(Arena& arena);
+  Compiler NewCompiler();
 
-  // Queries (interpreter.cpp)
-  void SelectQuery(Query& query);
-  void Plan(Query& query);
-  void SelectRows(Query& query);
-  void SelectInto(Query& query, Binder& binder);
-  void SendRows(sqlite3_stmt* statement, const Query& query);
-
-  // Changes (modify.cpp)
-  void Insert(Statement& statement);
-  std::string InsertSql(Statement& statement, Binder& binder, const Table& table);
-  std::string InsertValues(Statement& statement, Binder& binder, const Table& table,
-                           const std::vector<std::int32_t>& columns);
-  void Update(Statement& statement);
-  void Delete(Statement& statement);
-  void Truncate(Statement& statement);
-
-  // Variables and control flow (run_control.cpp)
-  Flow RunAll(std::span<Statement* const> statements);
+  // Compiled statements (run_compiled.cpp)
+  template <typename Compile>
+  std::shared_ptr<KeptStatement> Prepared(const void* node, const Compile& compile);
+  std::int64_t Change(KeptStatement& statement);
+  void SendRows(KeptStatement& statement);
+  void SelectInto(KeptStatement& statement);
+  void SelectAssign(KeptStatement& statement);
   bool Holds(const Expr& condition);
-  Flow If(const Statement& statement);
-  Flow While(const Statement& statement);
-  Flow TryCatch(const Statement& statement);
-  Flow Return(const Statement& statement);
-  std::vector<SqliteValue> Evaluate(std::span<Expr* const> bound);
-  SqliteValue Evaluate(Expr* value, const Type& type);
-  void Assign(const Expr& variable, Expr* value);
-  void SelectAssign(Query& query);
-  void Print(Statement& statement);
-  void SetOption(const Statement& statement);
-  void RaiseError(Statement& statement);
-  [[noreturn]] void Throw(Statement& statement);
-  void BeginTransaction();
-  void CommitTransaction();
+  // The values, each as the type that `type_of` gives; `types` receives their own. They are
+  // compiled once for `node`, unless it is nullptr; with `of_schema` once for the schema.
+  std::vector<SqliteValue> Evaluate(const void* node, std::span<const Expr* const> values,
+                                    const Compiler::TypeOf& type_of,
+                                    std::vector<Type>* types = nullptr, bool of_schema = false);
+  // What `value` is as `type`, cut off where it is longer.
+  SqliteValue Evaluate(const Expr& value, const Type& type);
+  // The same for an expression that is no part of the batch.
+  SqliteValue EvaluateOnce(const Expr& value, const Type& type);
+
+  // Statements, one of these for each kind
+  Flow Perform(const IfStatement& statement);
+  Flow Perform(const WhileStatement& statement);
+  Flow Perform(const BlockStatement& statement) { return RunAll(statement.body); }
+  Flow Perform(const TryCatchStatement& statement);
+  Flow Perform(const BreakStatement&) { return Flow::Break; }
+  Flow Perform(const ContinueStatement&) { return Flow::Continue; }
+  Flow Perform(const ReturnStatement& statement);
+  void Perform(const SelectStatement& statement);
+  void Perform(const InsertStatement& statement) { PerformChange(statement); }
+  void Perform(const UpdateStatement& statement) { PerformChange(statement); }
+  void Perform(const DeleteStatement& statement) { PerformChange(statement); }
+  void Perform(const AssignStatement& statement);
+  void Perform(const ExecuteTextStatement& statement);
+  void Perform(const ExecuteProcedureStatement& statement);
+  void Perform(const RaiseErrorStatement& statement);
+  void Perform(const ThrowStatement& statement);
+  void Perform(const SetOptionStatement& statement);
+  void Perform(const PrintStatement& statement);
+  void Perform(const BeginTransactionStatement& statement);
+  void Perform(const CommitTransactionStatement& statement);
+  void Perform(const RollbackTransactionStatement& statement);
+  void Perform(const TruncateStatement& statement);
+  void Perform(const CreateTableStatement& statement);
+  void Perform(const AlterTableStatement& statement);
+  void Perform(const CreateIndexStatement& statement);
+  void Perform(const CreateViewStatement& statement);
+  void Perform(const ProcedureStatement& statement);
+  void Perform(const DropStatement& statement);
+  void PerformChange(const Statement& statement);
+
+  // Control flow and transactions (run_control.cpp)
+  Flow RunAll(Statements statements);
   void RollbackTransaction();
   void FollowTransaction();
 
   // Procedures and dynamic texts (procedures.cpp)
-  void ExecuteText(Statement& statement);
-  void ExecuteProcedure(Statement& statement);
-  void ExecuteSql(Statement& statement);
-  void AssignResult(const Statement& statement, std::int64_t result);
-  std::string TextOfPart(Expr& part);
-  std::shared_ptr<const Procedure> Load(const ProcedureText& procedure);
-  std::vector<SqliteValue> ArgumentValues(std::span<const Parameter> parameters,
+  void ExecuteSql(const ExecuteProcedureStatement& statement);
+  void AssignResult(const ExecuteProcedureStatement& statement, std::int64_t result);
+  std::string TextOfPart(const Expr& part);
+  std::shared_ptr<Procedure> Load(const ProcedureText& procedure);
+  std::vector<SqliteValue> ArgumentValues(const void* node, std::span<const Parameter> parameters,
                                           std::span<const Argument* const> arguments,
                                           TextView procedure);
-  void Call(Frame& frame, std::span<Statement* const> body);
-  void CallWithArguments(Frame& frame, std::span<Statement* const> body,
+  void Call(Frame& frame, Statements body);
+  void CallWithArguments(Frame& frame, const void* node, Statements body,
                          std::span<const Parameter> parameters, std::span<const Argument> arguments,
                          TextView name);
-  void CreateProcedure(Statement& statement);
 
-  // ddl.cpp
-  void CreateTable(Statement& statement);
-  void AlterTable(Statement& statement);
-  void CreateIndex(Statement& statement);
-  void CreateView(Statement& statement);
-  void Drop(const Statement& statement, const ObjectName& name);
+  // The schema (ddl.cpp)
+  void Drop(const DropStatement& statement, const ObjectName& name);
   void DropTable(const Table& table);
   void DropIndex(const ObjectName& name);
   void SaveModule(DatabaseId database, const std::string& name, char kind,
@@ -163,11 +148,8 @@ class Interpreter {
   Session session_;
   ResultSink* sink_ = nullptr;
   std::optional<FailedDrop> failed_drop_;
-  int depth_ = 0;                                         // of statements within statements
-  TextMap<std::shared_ptr<const Procedure>> procedures_;  // keyed by the text
+  int depth_ = 0;                                   // of statements within statements
+  TextMap<std::shared_ptr<Procedure>> procedures_;  // keyed by the text
 };
-
-// The declaration of a column in SQLite, with its collation and nullability.
-std::string ColumnDeclaration(std::string_view name, const Type& type);
 
 }  // namespace ledgerwick::tsql

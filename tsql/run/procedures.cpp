@@ -109,7 +109,7 @@ std::vector<const Argument*> MatchArguments(std::span<const Parameter> parameter
 }  // namespace
 
 // Temporary tables live as long as the call that makes them.
-void Interpreter::Call(Frame& frame, std::span<Statement* const> body) {
+void Interpreter::Call(Frame& frame, Statements body) {
   const RunningFrame running(session_, frame);
   const auto drop_temporaries = [&] {
     for (const std::string& drop : frame.temporaries) storage_.Execute(drop);
@@ -125,27 +125,26 @@ void Interpreter::Call(Frame& frame, std::span<Statement* const> body) {
 }
 
 // A literal as it is, a variable's value as text.
-std::string Interpreter::TextOfPart(Expr& part) {
+std::string Interpreter::TextOfPart(const Expr& part) {
   if (part.kind == ExprKind::String) return ToUtf8(part.text);
   const bool is_text = IsText(part.type.kind) && part.slot >= kSystemVariables;
   if (is_text) return std::string(TextOf(session_.frame->variables[part.slot]));
-  return std::string(TextOf(Evaluate(&part, MakeType(TypeKind::NVarChar, kMaxLength))));
+  return std::string(TextOf(Evaluate(part, MakeType(TypeKind::NVarChar, kMaxLength))));
 }
 
-void Interpreter::ExecuteText(Statement& statement) {
+void Interpreter::Perform(const ExecuteTextStatement& statement) {
   std::string utf8;
-  for (Expr* part : statement.values) utf8 += TextOfPart(*part);
+  for (const Expr* part : statement.parts) utf8 += TextOfPart(*part);
   const Text text = ToText(utf8);
   const Frame& caller = *session_.frame;
   Arena arena;
   const Batch batch = ParseText(caller, [&] { return ParseBatch(text, arena); });
   Frame frame = CalledFrame(caller, text, batch.variables.size());
-  frame.arena = &arena;
   frame.is_text = true;
   Call(frame, batch.statements);
 }
 
-void Interpreter::ExecuteProcedure(Statement& statement) {
+void Interpreter::Perform(const ExecuteProcedureStatement& statement) {
   const Frame& caller = *session_.frame;
   ObjectName name = statement.target;
   Text name_text;
@@ -154,7 +153,7 @@ void Interpreter::ExecuteProcedure(Statement& statement) {
     name_text = u"EXEC " + ToText(TextOfPart(*statement.name_variable));
     try {
       const Batch batch = ParseBatch(name_text, arena);
-      name = batch.statements[0]->target;
+      name = As<ExecuteProcedureStatement>(*batch.statements[0])->target;
     } catch (const SqlError&) {
       throw errors::NoProcedure(TextView(name_text).substr(5), {});
     }
@@ -164,15 +163,17 @@ void Interpreter::ExecuteProcedure(Statement& statement) {
     AssignResult(statement, 0);
     return;
   }
-  const ProcedureText* found = NewBinder().FindProcedure(name);
+  const ProcedureText* found = NewBinder(arena).FindProcedure(name);
   if (found == nullptr) throw errors::NoProcedure(FullName(name), {});
-  const std::shared_ptr<const Procedure> procedure = Load(*found);
+  const std::shared_ptr<Procedure> procedure = Load(*found);
   Frame frame = CalledFrame(caller, procedure->text, procedure->batch.variables.size());
   frame.procedure = ToUtf8(procedure->name);
-  frame.runs_again = true;
+  frame.kept = &procedure->kept;
   const std::int64_t transactions = session_.transactions;
-  const Statement& definition = *procedure->statement;
-  CallWithArguments(frame, definition.body, definition.parameters, statement.arguments,
+  const ProcedureStatement& definition = *procedure->statement;
+  // A name in a variable may be another one next time.
+  const void* node = statement.name_variable == nullptr ? &statement : nullptr;
+  CallWithArguments(frame, node, definition.body, definition.parameters, statement.arguments,
                     procedure->name);
   AssignResult(statement, frame.result);
   if (session_.transactions != transactions) {
@@ -181,18 +182,18 @@ void Interpreter::ExecuteProcedure(Statement& statement) {
 }
 
 // EXEC @result = …
-void Interpreter::AssignResult(const Statement& statement, std::int64_t result) {
+void Interpreter::AssignResult(const ExecuteProcedureStatement& statement, std::int64_t result) {
   if (statement.result == nullptr) return;
-  Expr* value = session_.frame->arena->Make<Expr>();
-  value->kind = ExprKind::Integer;
-  value->integer = result;
-  session_.frame->variables[statement.result->slot] = Evaluate(value, statement.result->type);
+  Expr value;
+  value.kind = ExprKind::Integer;
+  value.integer = result;
+  session_.frame->variables[statement.result->slot] = EvaluateOnce(value, statement.result->type);
 }
 
 // sp_executesql text[, parameters, arguments…]: a dynamic text with parameters.
-void Interpreter::ExecuteSql(Statement& statement) {
+void Interpreter::ExecuteSql(const ExecuteProcedureStatement& statement) {
   constexpr std::size_t kTexts = 2;
-  const std::span<Argument> arguments = statement.arguments;
+  const std::span<const Argument> arguments = statement.arguments;
   if (arguments.empty() || arguments[0].value == nullptr) {
     throw errors::ParameterMissing(kExecuteSql, u"@statement");
   }
@@ -205,34 +206,30 @@ void Interpreter::ExecuteSql(Statement& statement) {
   const ParametrisedBatch parsed =
       ParseText(caller, [&] { return ParseBatch(texts[0], texts[1], arena); });
   Frame frame = CalledFrame(caller, texts[0], parsed.batch.variables.size());
-  frame.arena = &arena;
   frame.is_text = true;
-  CallWithArguments(frame, parsed.batch.statements, parsed.parameters,
+  CallWithArguments(frame, nullptr, parsed.batch.statements, parsed.parameters,
                     arguments.subspan(std::min(arguments.size(), kTexts)), kExecuteSql);
 }
 
 // The values of the parameters, read where the caller's variables are seen.
-std::vector<SqliteValue> Interpreter::ArgumentValues(std::span<const Parameter> parameters,
+std::vector<SqliteValue> Interpreter::ArgumentValues(const void* node,
+                                                     std::span<const Parameter> parameters,
                                                      std::span<const Argument* const> arguments,
                                                      TextView procedure) {
-  Binder binder = NewBinder();
-  std::vector<Expr*> values;
+  std::vector<const Expr*> values;
   for (std::size_t i = 0; i < parameters.size(); ++i) {
-    const Parameter& parameter = parameters[i];
-    Expr* value = arguments[i] != nullptr ? arguments[i]->value : nullptr;
-    if (value == nullptr) value = Clone(parameter.default_value, *session_.frame->arena);
-    if (value == nullptr) throw errors::ParameterMissing(procedure, parameter.name.text);
+    const Expr* value = arguments[i] != nullptr ? arguments[i]->value : nullptr;
+    if (value == nullptr) value = parameters[i].default_value;
+    if (value == nullptr) throw errors::ParameterMissing(procedure, parameters[i].name.text);
     values.push_back(value);
   }
   std::vector<Type> sources;
-  for (std::size_t i = 0; i < parameters.size(); ++i) {
-    sources.push_back(binder.TypeOf(values[i]));
-    values[i] = binder.Coerce(values[i], parameters[i].type);
-  }
   try {
-    return Evaluate(values);
+    const auto type_of = [&](std::size_t place, const Type&) { return parameters[place].type; };
+    // The parameters are those of the procedure as it is now.
+    return Evaluate(node, values, type_of, &sources, true);
   } catch (const SqlError& error) {
-    if (!IsConversion(error)) throw;
+    if (!IsConversion(error) || sources.empty()) throw;
     // The error of a parameter names the types alone.
     std::size_t i = 0;
     while (i + 1 < sources.size() &&
@@ -244,32 +241,36 @@ std::vector<SqliteValue> Interpreter::ArgumentValues(std::span<const Parameter> 
 }
 
 // Calls `body` and hands the OUTPUT parameters back.
-void Interpreter::CallWithArguments(Frame& frame, std::span<Statement* const> body,
+void Interpreter::CallWithArguments(Frame& frame, const void* node, Statements body,
                                     std::span<const Parameter> parameters,
                                     std::span<const Argument> arguments, TextView name) {
   Frame& caller = *session_.frame;
   const auto matched = MatchArguments(parameters, arguments, name, caller.text);
-  std::vector<SqliteValue> values = ArgumentValues(parameters, matched, name);
+  std::vector<SqliteValue> values = ArgumentValues(node, parameters, matched, name);
   for (std::size_t i = 0; i < parameters.size(); ++i) {
     frame.variables[parameters[i].slot] = std::move(values[i]);
   }
   Call(frame, body);
   for (std::size_t i = 0; i < parameters.size(); ++i) {
     if (matched[i] == nullptr || !matched[i]->output) continue;
+    const Parameter& parameter = parameters[i];
     const Expr& receiver = *matched[i]->value;
-    Expr* given = caller.arena->Make<Expr>();
-    given->kind = ExprKind::Variable;
-    given->slot = parameters[i].slot;
-    given->type = parameters[i].type;
+    SqliteValue& given = frame.variables[parameter.slot];
+    if (parameter.type == receiver.type) {
+      caller.variables[receiver.slot] = std::move(given);
+      continue;
+    }
+    Expr read;
+    read.kind = ExprKind::Variable;
+    read.slot = parameter.slot;
+    read.type = parameter.type;
     const RunningFrame running(session_, frame);
-    Arena* const before = std::exchange(frame.arena, caller.arena);
-    caller.variables[receiver.slot] = Evaluate(given, receiver.type);
-    frame.arena = before;
+    caller.variables[receiver.slot] = EvaluateOnce(read, receiver.type);
   }
 }
 
 // The procedure's syntax tree: parsed once as long as its text stays the same.
-std::shared_ptr<const Procedure> Interpreter::Load(const ProcedureText& stored) {
+std::shared_ptr<Procedure> Interpreter::Load(const ProcedureText& stored) {
   constexpr std::size_t kMostKept = 256;
   if (const auto known = procedures_.find(stored.definition); known != procedures_.end()) {
     return known->second;
@@ -280,28 +281,28 @@ std::shared_ptr<const Procedure> Interpreter::Load(const ProcedureText& stored) 
   procedure->batch = ParseBatch(procedure->text, procedure->arena);
   // A foreign hand may have written anything there.
   if (procedure->batch.statements.empty()) throw errors::NoProcedure(stored.name, {});
-  procedure->statement = procedure->batch.statements[0];
-  const StatementKind kind = procedure->statement->kind;
-  if (kind != StatementKind::CreateProcedure && kind != StatementKind::AlterProcedure) {
-    throw errors::NoProcedure(stored.name, {});
-  }
+  procedure->statement = As<ProcedureStatement>(*procedure->batch.statements[0]);
+  if (procedure->statement == nullptr) throw errors::NoProcedure(stored.name, {});
   if (procedures_.size() >= kMostKept) procedures_.clear();
   procedures_.emplace(stored.definition, procedure);
   return procedure;
 }
 
 // CREATE and ALTER: the text is kept, its names are looked up when it runs.
-void Interpreter::CreateProcedure(Statement& statement) {
-  Binder binder = NewBinder();
+void Interpreter::Perform(const ProcedureStatement& statement) {
+  session_.row_count = 0;
+  Arena arena;
+  Binder binder = NewBinder(arena);
   const ObjectName& name = statement.target;
   const Position at = binder.At(name.object.offset);
-  const bool alters = statement.kind == StatementKind::AlterProcedure;
+  const bool alters = statement.alters;
   const ProcedureText* existing = binder.FindProcedure(name);
   if (alters && existing == nullptr) throw errors::InvalidObject(FullName(name), at);
   const DatabaseId database = alters ? existing->database : binder.RequireNewName(name);
   const std::string text = ToUtf8(statement.text);
   const std::string stored = ToUtf8(alters ? TextView(existing->name) : name.object.text);
   SaveModule(database, stored, 'P', &text);
+  session_.last_error = 0;
 }
 
 }  // namespace ledgerwick::tsql

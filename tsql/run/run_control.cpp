@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "tsql/base/characters.h"
-#include "tsql/emit/emitter.h"
 #include "tsql/run/interpreter.h"
 #include "tsql/values/format_message.h"
 
@@ -27,19 +26,20 @@ class Caught {
   std::vector<SqlError>& caught_;
 };
 
-// While it lives, the frame's statements may run again.
+// While it lives, the frame's statements are kept for the next time.
 class Repeating {
  public:
-  explicit Repeating(Frame& frame) : frame_(frame), before_(frame.runs_again) {
-    frame.runs_again = true;
+  explicit Repeating(Frame& frame) : frame_(frame), before_(frame.kept) {
+    if (frame.kept == nullptr) frame.kept = &own_;
   }
-  ~Repeating() { frame_.runs_again = before_; }
+  ~Repeating() { frame_.kept = before_; }
   Repeating(const Repeating&) = delete;
   Repeating& operator=(const Repeating&) = delete;
 
  private:
   Frame& frame_;
-  bool before_;
+  StatementCache* before_;
+  StatementCache own_;
 };
 
 MessageArgument ArgumentOf(const SqliteValue& value) {
@@ -50,7 +50,7 @@ MessageArgument ArgumentOf(const SqliteValue& value) {
 
 }  // namespace
 
-Flow Interpreter::RunAll(std::span<Statement* const> statements) {
+Flow Interpreter::RunAll(Statements statements) {
   for (const Statement* statement : statements) {
     const Flow flow = Execute(*statement);
     if (flow != Flow::Next) return flow;
@@ -58,151 +58,81 @@ Flow Interpreter::RunAll(std::span<Statement* const> statements) {
   return Flow::Next;
 }
 
-// A condition that is unknown does not hold. Its query ends here: an open one would keep the branch
-// from changing the tables that it reads.
-bool Interpreter::Holds(const Expr& condition) {
-  const OwnTree own(*session_.frame);
-  Expr& bound = own.Of(condition);
-  catalogue_.Refresh();
-  NewBinder().BindCondition(bound);
-  const SqliteStatement row =
-      Prepare("SELECT CASE WHEN " + EmitToString(bound) + " THEN 1 ELSE 0 END");
-  const bool holds = storage_.Step(row.get()) && sqlite3_column_int(row.get(), 0) != 0;
-  session_.row_count = 0;
-  session_.last_error = 0;
-  return holds;
-}
-
-Flow Interpreter::If(const Statement& statement) {
-  if (Holds(*statement.where)) return Execute(*statement.then_branch);
+Flow Interpreter::Perform(const IfStatement& statement) {
+  if (Holds(*statement.condition)) return Execute(*statement.then_branch);
   return statement.else_branch != nullptr ? Execute(*statement.else_branch) : Flow::Next;
 }
 
-Flow Interpreter::While(const Statement& statement) {
+Flow Interpreter::Perform(const WhileStatement& statement) {
   const Repeating repeating(*session_.frame);
-  while (Holds(*statement.where)) {
+  while (Holds(*statement.condition)) {
     // The storage itself looks at long statements only.
     storage_.CheckCancelled();
     storage_.ShowProgress();
-    const Flow flow = Execute(*statement.then_branch);
+    const Flow flow = Execute(*statement.body);
     if (flow == Flow::Break) break;
     if (flow == Flow::Return) return flow;
   }
   return Flow::Next;
 }
 
-Flow Interpreter::TryCatch(const Statement& statement) {
+Flow Interpreter::Perform(const TryCatchStatement& statement) {
   SqlError caught = errors::Cancelled();
   try {
     const Counted trying(session_.tries);
-    return RunAll(statement.then_branch->body);
+    return RunAll(statement.tried);
   } catch (const SqlError& error) {
     if (session_.PassesCatch(error, session_.frame->level)) throw;
     caught = error;
   }
   const Caught scope(session_.caught, caught);
   session_.last_error = caught.number;
-  return RunAll(statement.else_branch->body);
+  return RunAll(statement.handler);
 }
 
-Flow Interpreter::Return(const Statement& statement) {
+Flow Interpreter::Perform(const ReturnStatement& statement) {
   if (statement.value != nullptr) {
-    const OwnTree own(*session_.frame);
-    session_.frame->result =
-        IntegerOf(Evaluate(&own.Of(*statement.value), MakeType(TypeKind::Int)));
+    session_.frame->result = IntegerOf(Evaluate(*statement.value, MakeType(TypeKind::Int)));
   }
   return Flow::Return;
 }
 
-// The values of bound expressions, read at one time.
-std::vector<SqliteValue> Interpreter::Evaluate(std::span<Expr* const> bound) {
-  std::vector<SqliteValue> values;
-  if (bound.empty()) return values;
-  Emitter emitter;
-  for (std::size_t i = 0; i < bound.size(); ++i) {
-    emitter.Raw(i == 0 ? "SELECT " : ", ").EmitExpr(*bound[i]);
+void Interpreter::Perform(const AssignStatement& statement) {
+  for (const VariableAssignment& assignment : statement.variables) {
+    const Expr& variable = *assignment.variable;
+    session_.frame->variables[variable.slot] = Evaluate(*assignment.value, variable.type);
+    session_.row_count = 1;
+    session_.last_error = 0;
   }
-  const SqliteStatement row = Prepare(emitter.Take());
-  storage_.Step(row.get());
-  for (std::size_t i = 0; i < bound.size(); ++i) {
-    values.push_back(CopyValue(row.get(), static_cast<int>(i)));
-  }
-  return values;
 }
 
-// What `value` is as `type`, cut off where it is longer.
-SqliteValue Interpreter::Evaluate(Expr* value, const Type& type) {
-  Expr* bound = NewBinder().BindValue(value, type, Conversion::Implicit);
-  return std::move(Evaluate(std::span<Expr* const>(&bound, 1))[0]);
-}
-
-void Interpreter::Assign(const Expr& variable, Expr* value) {
-  session_.frame->variables[variable.slot] = Evaluate(value, variable.type);
-  session_.row_count = 1;
+void Interpreter::Perform(const PrintStatement& statement) {
+  constexpr std::int32_t kLongest = 8000;
+  session_.row_count = 0;
+  const SqliteValue text = Evaluate(*statement.value, MakeType(TypeKind::VarChar, kLongest));
+  sink_->Message(ToText(TextOf(text)));
   session_.last_error = 0;
 }
 
-// SELECT @v = …: every row assigns in its turn, so that the last one stays; without a row the
-// variables keep what they have.
-void Interpreter::SelectAssign(Query& query) {
-  Binder binder = NewBinder();
-  binder.BindQuery(query);
-  Select& select = *query.selects[0];
-  for (SelectItem& item : select.items) {
-    item.expr = binder.Coerce(item.expr, item.variable->type);
-  }
-  Variables& variables = session_.frame->variables;
-  std::int64_t count = 0;
-  // Without a table there is one row, whose items see what those before them assigned.
-  const bool in_turn = select.from == nullptr && select.where == nullptr && !select.grouped;
-  const std::size_t step = in_turn ? 1 : select.items.size();
-  for (std::size_t first = 0; first < select.items.size(); first += step) {
-    Emitter emitter;
-    if (in_turn) {
-      emitter.Raw("SELECT ").EmitExpr(*select.items[first].expr);
-    } else {
-      emitter.EmitQuery(query);
-    }
-    const SqliteStatement row = Prepare(emitter.Take());
-    for (const SelectItem& item : select.items) {
-      variables.BindLive(row.get(), item.variable->slot);
-    }
-    for (count = 0; storage_.Step(row.get()); ++count) {
-      for (std::size_t i = 0; i < step; ++i) {
-        variables[select.items[first + i].variable->slot] =
-            CopyValue(row.get(), static_cast<int>(i));
-      }
-    }
-  }
-  session_.row_count = count;
-}
-
-void Interpreter::Print(Statement& statement) {
-  constexpr std::int32_t kLongest = 8000;
-  const SqliteValue text = Evaluate(statement.value, MakeType(TypeKind::VarChar, kLongest));
-  sink_->Message(ToText(TextOf(text)));
-}
-
-void Interpreter::SetOption(const Statement& statement) {
-  for (const Name& name : statement.columns) {
+void Interpreter::Perform(const SetOptionStatement& statement) {
+  for (const Name& name : statement.options) {
     if (EqualText(name.text, u"NOCOUNT")) session_.no_count = statement.on;
     if (EqualText(name.text, u"XACT_ABORT")) session_.xact_abort = statement.on;
   }
+  session_.row_count = 0;
+  session_.last_error = 0;
 }
 
-void Interpreter::RaiseError(Statement& statement) {
-  Binder binder = NewBinder();
-  for (std::size_t i = 0; i < statement.values.size(); ++i) {
-    Expr*& value = statement.values[i];
-    const bool number = i == 1 || i == 2 || IsInteger(binder.TypeOf(value).kind);
-    const Type type =
-        number ? MakeType(TypeKind::BigInt) : MakeType(TypeKind::NVarChar, kMaxLength);
-    value = binder.BindValue(value, type, Conversion::Implicit);
-  }
-  const std::vector<SqliteValue> values = Evaluate(statement.values);
+void Interpreter::Perform(const RaiseErrorStatement& statement) {
+  const auto type_of = [](std::size_t place, const Type& own) {
+    const bool number = place == 1 || place == 2 || IsInteger(own.kind);
+    return number ? MakeType(TypeKind::BigInt) : MakeType(TypeKind::NVarChar, kMaxLength);
+  };
+  std::vector<Type> types;
+  const std::vector<SqliteValue> values = Evaluate(&statement, statement.values, type_of, &types);
   const auto severity = static_cast<std::int32_t>(IntegerOf(values[1]));
   const auto state = static_cast<std::int32_t>(IntegerOf(values[2]));
-  if (IsInteger(statement.values[0]->type.kind)) {
+  if (IsInteger(types[0].kind)) {
     throw errors::NoSuchMessage(static_cast<std::int32_t>(IntegerOf(values[0])), severity, state);
   }
   std::vector<MessageArgument> arguments;
@@ -216,18 +146,18 @@ void Interpreter::RaiseError(Statement& statement) {
   session_.row_count = 0;
 }
 
-void Interpreter::Throw(Statement& statement) {
+void Interpreter::Perform(const ThrowStatement& statement) {
   if (statement.values.empty()) {
     if (session_.caught.empty()) throw errors::ThrowOutsideCatch();
     SqlError again = session_.caught.back();
     again.thrown = true;
     throw again;
   }
-  const std::int64_t number = IntegerOf(Evaluate(statement.values[0], MakeType(TypeKind::BigInt)));
+  const std::int64_t number = IntegerOf(Evaluate(*statement.values[0], MakeType(TypeKind::BigInt)));
   if (number < kFirstUserNumber || number > INT32_MAX) throw errors::ThrowNumber(number);
   const SqliteValue message =
-      Evaluate(statement.values[1], MakeType(TypeKind::NVarChar, kMaxLength));
-  const std::int64_t state = IntegerOf(Evaluate(statement.values[2], MakeType(TypeKind::TinyInt)));
+      Evaluate(*statement.values[1], MakeType(TypeKind::NVarChar, kMaxLength));
+  const std::int64_t state = IntegerOf(Evaluate(*statement.values[2], MakeType(TypeKind::TinyInt)));
   SqlError error = errors::Raised(static_cast<std::int32_t>(number), kUser,
                                   static_cast<std::int32_t>(state), std::string(TextOf(message)));
   error.thrown = true;
@@ -236,15 +166,25 @@ void Interpreter::Throw(Statement& statement) {
 
 // A transaction takes the right to write at once: one that read first could lose it to another
 // process for good.
-void Interpreter::BeginTransaction() {
+void Interpreter::Perform(const BeginTransactionStatement&) {
+  session_.row_count = 0;
   if (session_.transactions == 0) storage_.Execute("BEGIN IMMEDIATE");
   ++session_.transactions;
+  session_.last_error = 0;
 }
 
-void Interpreter::CommitTransaction() {
+void Interpreter::Perform(const CommitTransactionStatement&) {
+  session_.row_count = 0;
   if (session_.transactions == 0) throw errors::NoTransaction(true);
   if (session_.transactions == 1) storage_.Execute("COMMIT");
   --session_.transactions;
+  session_.last_error = 0;
+}
+
+void Interpreter::Perform(const RollbackTransactionStatement&) {
+  session_.row_count = 0;
+  RollbackTransaction();
+  session_.last_error = 0;
 }
 
 void Interpreter::RollbackTransaction() {

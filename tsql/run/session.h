@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "tsql/base/arena.h"
 #include "tsql/base/errors.h"
 #include "tsql/run/variables.h"
 
@@ -16,15 +15,16 @@ namespace ledgerwick::tsql {
 // The server's limit of nested calls, dynamic texts included.
 inline constexpr std::int32_t kDeepestCall = 32;
 
+class StatementCache;
+
 // A batch, a call of a procedure or a dynamic text while it runs.
 struct Frame {
-  TextView text;            // that the statements' offsets count in
-  Arena* arena = nullptr;   // for what binding makes
-  std::string procedure;    // its name; empty for a batch and a dynamic text
-  bool is_text = false;     // of EXEC ('…')
-  bool runs_again = false;  // its statements may run more than once: copy before binding
-  std::int32_t level = 0;   // 0 for the batch
-  std::int64_t result = 0;  // of RETURN
+  TextView text;                   // that the statements' offsets count in
+  std::string procedure;           // its name; empty for a batch and a dynamic text
+  bool is_text = false;            // of EXEC ('…')
+  StatementCache* kept = nullptr;  // where its statements may run more than once
+  std::int32_t level = 0;          // 0 for the batch
+  std::int64_t result = 0;         // of RETURN
   Variables variables;
   std::vector<std::string> temporaries;  // what drops the session's tables that it made
 };

@@ -113,6 +113,7 @@ void Catalogue::Refresh() {
     if (cache.version == version) continue;
     cache = Cache{};
     cache.version = version;
+    ++version_;
   }
 }
 

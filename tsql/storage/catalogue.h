@@ -80,7 +80,13 @@ class Catalogue {
   void Refresh();
 
   // Forgets everything: a transaction was rolled back, and the schema's version with it.
-  void Forget() { caches_ = {}; }
+  void Forget() {
+    caches_ = {};
+    ++version_;
+  }
+
+  // Another one whenever Refresh or Forget has forgotten something.
+  std::uint64_t version() const noexcept { return version_; }
 
   // The database in which `object` is to be found when its name is written with `database`
   // (possibly empty); nothing for an unknown one. A table "#name" is the session's and "##name" in
@@ -130,6 +136,7 @@ class Catalogue {
 
   Storage& storage_;
   Text main_name_;
+  std::uint64_t version_ = 1;
   std::array<Cache, kDatabases> caches_;
   std::array<SqliteStatement, kDatabases> version_queries_;
 };

@@ -3,19 +3,18 @@
 
 namespace ledgerwick::tsql {
 Statement* Parser::Block() {
-  Statement* statement = NewStatement(StatementKind::Block);
+  auto* statement = NewStatement<BlockStatement>();
   Expect(Keyword::Begin);
-  const std::vector<Statement*> body = Statements();
-  if (body.empty()) Fail();
+  statement->body = BlockStatements();
+  if (statement->body.empty()) Fail();
   Expect(Keyword::End);
-  statement->body = arena_.Copy(body);
   return statement;
 }
 
 Statement* Parser::If() {
-  Statement* statement = NewStatement(StatementKind::If);
+  auto* statement = NewStatement<IfStatement>();
   Expect(Keyword::If);
-  statement->where = Condition();
+  statement->condition = Condition();
   statement->then_branch = ParseStatement();
   // A semicolon may end the branch; it ends the IF as well unless ELSE follows.
   if (Is(Symbol::Semicolon) && Ahead(1).keyword == Keyword::Else) Advance();
@@ -23,11 +22,11 @@ Statement* Parser::If() {
   return statement;
 }
 Statement* Parser::While() {
-  Statement* statement = NewStatement(StatementKind::While);
+  auto* statement = NewStatement<WhileStatement>();
   Expect(Keyword::While);
-  statement->where = Condition();
+  statement->condition = Condition();
   ++loops_;
-  statement->then_branch = ParseStatement();
+  statement->body = ParseStatement();
   --loops_;
   return statement;
 }
@@ -35,13 +34,18 @@ Statement* Parser::While() {
 Statement* Parser::LoopControl() {
   const bool leaves = Is(Keyword::Break);
   if (loops_ == 0) throw errors::OutsideLoop(leaves, At(Current().offset));
-  Statement* statement = NewStatement(leaves ? StatementKind::Break : StatementKind::Continue);
+  Statement* statement = nullptr;
+  if (leaves) {
+    statement = NewStatement<BreakStatement>();
+  } else {
+    statement = NewStatement<ContinueStatement>();
+  }
   Advance();
   return statement;
 }
 
 Statement* Parser::Return() {
-  Statement* statement = NewStatement(StatementKind::Return);
+  auto* statement = NewStatement<ReturnStatement>();
   Expect(Keyword::Return);
   const Token& next = Current();
   const bool value = next.kind == TokenKind::Integer || next.kind == TokenKind::Variable ||
@@ -57,43 +61,41 @@ Statement* Parser::Return() {
 Statement* Parser::BeginRule() {
   const Token& next = Ahead(1);
   if (next.keyword == Keyword::Tran || next.keyword == Keyword::Transaction) {
-    return Transaction(StatementKind::Begin);
+    return TransactionRule<BeginTransactionStatement>();
   }
   const bool tried = next.kind == TokenKind::Identifier && EqualText(next.text, u"TRY");
   return tried ? TryCatch() : Block();
 }
 
 // The statements up to END.
-std::vector<Statement*> Parser::Statements() {
-  std::vector<Statement*> body;
+Statements Parser::BlockStatements() {
+  std::vector<const Statement*> body;
   for (;;) {
     while (Accept(Symbol::Semicolon)) {
     }
-    if (Is(Keyword::End)) return body;
+    if (Is(Keyword::End)) return arena_.Copy(body);
     body.push_back(ParseStatement());
   }
 }
 
 Statement* Parser::TryCatch() {
-  Statement* statement = NewStatement(StatementKind::TryCatch);
+  auto* statement = NewStatement<TryCatchStatement>();
   const auto block = [&](TextView word) {
-    Statement* inner = NewStatement(StatementKind::Block);
     Expect(Keyword::Begin);
     if (!AcceptWord(word)) Fail();
-    inner->body = arena_.Copy(Statements());
+    const Statements body = BlockStatements();
     Expect(Keyword::End);
     if (!AcceptWord(word)) Fail();
-    return inner;
+    return body;
   };
-  statement->then_branch = block(u"TRY");
+  statement->tried = block(u"TRY");
   Accept(Symbol::Semicolon);
-  statement->else_branch = block(u"CATCH");
+  statement->handler = block(u"CATCH");
   return statement;
 }
 
 // BEGIN, COMMIT and ROLLBACK. A name changes nothing: there are no save points.
-Statement* Parser::Transaction(StatementKind kind) {
-  Statement* statement = NewStatement(kind);
+void Parser::SkipTransactionName() {
   Advance();
   const bool named = Accept(Keyword::Tran) || Accept(Keyword::Transaction);
   if (!named) {
@@ -103,14 +105,13 @@ Statement* Parser::Transaction(StatementKind kind) {
   } else if (IsName()) {
     Advance();
   }
-  return statement;
 }
 
 Statement* Parser::RaiseError() {
-  Statement* statement = NewStatement(StatementKind::RaiseError);
+  auto* statement = NewStatement<RaiseErrorStatement>();
   Advance();
   Expect(Symbol::LeftParen);
-  std::vector<Expr*> values;
+  std::vector<const Expr*> values;
   do {
     values.push_back(Constant());
   } while (Accept(Symbol::Comma));
@@ -127,12 +128,12 @@ Statement* Parser::RaiseError() {
 }
 
 Statement* Parser::Throw() {
-  Statement* statement = NewStatement(StatementKind::Throw);
+  auto* statement = NewStatement<ThrowStatement>();
   Advance();
   if (Current().kind != TokenKind::Integer && Current().kind != TokenKind::Variable) {
     return statement;
   }
-  std::vector<Expr*> values{Constant()};
+  std::vector<const Expr*> values{Constant()};
   for (int i = 0; i < 2; ++i) {
     Expect(Symbol::Comma);
     values.push_back(Constant());

@@ -38,7 +38,7 @@ Statement* Parser::Create() {
   const Keyword what = Ahead(1).keyword;
   if (what == Keyword::Table) return CreateTable();
   if (what == Keyword::View) return CreateView();
-  if (AtProcedure()) return Procedure(StatementKind::CreateProcedure);
+  if (AtProcedure()) return Procedure(false);
   Advance();
   const bool unique = Accept(Keyword::Unique);
   if (!Accept(Keyword::Clustered)) Accept(Keyword::Nonclustered);
@@ -47,8 +47,8 @@ Statement* Parser::Create() {
 
 // ALTER PROCEDURE, and ALTER TABLE … ADD of columns without keys.
 Statement* Parser::Alter() {
-  if (AtProcedure()) return Procedure(StatementKind::AlterProcedure);
-  Statement* statement = NewStatement(StatementKind::AlterTable);
+  if (AtProcedure()) return Procedure(true);
+  auto* statement = NewStatement<AlterTableStatement>();
   Expect(Keyword::Alter);
   Expect(Keyword::Table);
   statement->target = ObjectNameRule();
@@ -63,7 +63,7 @@ Statement* Parser::Alter() {
 }
 
 Statement* Parser::CreateIndex(bool unique) {
-  Statement* statement = NewStatement(StatementKind::CreateIndex);
+  auto* statement = NewStatement<CreateIndexStatement>();
   Expect(Keyword::Index);
   statement->unique = unique;
   statement->index = ExpectName();
@@ -74,7 +74,7 @@ Statement* Parser::CreateIndex(bool unique) {
 }
 
 Statement* Parser::CreateView() {
-  Statement* statement = NewStatement(StatementKind::CreateView);
+  auto* statement = NewStatement<CreateViewStatement>();
   const std::uint32_t offset = Current().offset;
   Advance();
   Expect(Keyword::View);
@@ -90,7 +90,7 @@ Statement* Parser::CreateView() {
 }
 
 Statement* Parser::CreateTable() {
-  Statement* statement = NewStatement(StatementKind::CreateTable);
+  auto* statement = NewStatement<CreateTableStatement>();
   Expect(Keyword::Create);
   Expect(Keyword::Table);
   statement->target = ObjectNameRule();
@@ -129,7 +129,7 @@ TableKey Parser::Key() {
   return key;
 }
 
-std::span<KeyColumn> Parser::KeyColumns() {
+std::span<const KeyColumn> Parser::KeyColumns() {
   Expect(Symbol::LeftParen);
   std::vector<KeyColumn> columns;
   do {
@@ -227,19 +227,20 @@ Type Parser::TypeRule() {
 
 Statement* Parser::Drop() {
   Expect(Keyword::Drop);
-  StatementKind kind;
+  DropKind kind;
   if (Accept(Keyword::Table)) {
-    kind = StatementKind::DropTable;
+    kind = DropKind::Table;
   } else if (Accept(Keyword::View)) {
-    kind = StatementKind::DropView;
+    kind = DropKind::View;
   } else if (Accept(Keyword::Index)) {
-    kind = StatementKind::DropIndex;
+    kind = DropKind::Index;
   } else if (Accept(Keyword::Procedure) || Accept(Keyword::Proc)) {
-    kind = StatementKind::DropProcedure;
+    kind = DropKind::Procedure;
   } else {
     Fail();
   }
-  Statement* statement = NewStatement(kind);
+  auto* statement = NewStatement<DropStatement>();
+  statement->what = kind;
   if (Accept(Keyword::If)) {
     Expect(Keyword::Exists);
     statement->if_exists = true;
@@ -247,7 +248,7 @@ Statement* Parser::Drop() {
   std::vector<ObjectName> targets;
   do {
     targets.push_back(ObjectNameRule());
-    if (kind == StatementKind::DropIndex && Accept(Keyword::On)) {
+    if (kind == DropKind::Index && Accept(Keyword::On)) {
       // DROP INDEX name ON table, the newer spelling of DROP INDEX table.name
       const Name index = targets.back().object;
       targets.back() = ObjectNameRule();

@@ -104,7 +104,7 @@ Expr* Parser::Disjunction() {
   const Nesting nesting(depth_);
   Expr* first = Conjunction();
   if (!Is(Keyword::Or)) return first;
-  std::vector<Expr*> terms{RequireCondition(first)};
+  std::vector<const Expr*> terms{RequireCondition(first)};
   while (Accept(Keyword::Or)) terms.push_back(RequireCondition(Conjunction()));
   Expr* expr = NewExpr(ExprKind::Or, {first});
   expr->args = arena_.Copy(terms);
@@ -114,7 +114,7 @@ Expr* Parser::Disjunction() {
 Expr* Parser::Conjunction() {
   Expr* first = Negation();
   if (!Is(Keyword::And)) return first;
-  std::vector<Expr*> terms{RequireCondition(first)};
+  std::vector<const Expr*> terms{RequireCondition(first)};
   while (Accept(Keyword::And)) terms.push_back(RequireCondition(Negation()));
   Expr* expr = NewExpr(ExprKind::And, {first});
   expr->args = arena_.Copy(terms);
@@ -195,7 +195,7 @@ Expr* Parser::InRule(Expr* value, bool negated) {
     expr->negated = negated;
     return expr;
   }
-  std::vector<Expr*> args{value};
+  std::vector<const Expr*> args{value};
   do {
     args.push_back(Value());
   } while (Accept(Symbol::Comma));
@@ -362,7 +362,7 @@ Expr* Parser::Call(Name name) {
   Expect(Symbol::LeftParen);
   Expr* expr = NewExpr(ExprKind::Function, name.offset);
   expr->text = name.text;
-  std::vector<Expr*> args;
+  std::vector<const Expr*> args;
   if (!Is(Symbol::RightParen)) {
     if (Accept(Keyword::Distinct)) {
       expr->distinct = true;
@@ -392,7 +392,6 @@ Expr* Parser::Cast() {
   Expr* expr = NewExpr(ExprKind::Convert, {operand});
   expr->offset = offset;
   expr->type = TypeRule();
-  expr->conversion = Conversion::Cast;
   Expect(Symbol::RightParen);
   Finish(expr);
   return expr;
@@ -407,9 +406,7 @@ Expr* Parser::ConvertCall() {
   Expr* expr = NewExpr(ExprKind::Convert, {Value()});
   expr->offset = offset;
   expr->type = type;
-  expr->conversion = Conversion::Cast;
   if (Accept(Symbol::Comma)) {
-    expr->has_style = true;
     expr->style = static_cast<std::int32_t>(ExpectInteger());
   }
   Expect(Symbol::RightParen);
@@ -420,7 +417,7 @@ Expr* Parser::ConvertCall() {
 Expr* Parser::Case() {
   Expr* expr = NewExpr(ExprKind::Case, Current().offset);
   Advance();
-  std::vector<Expr*> args;
+  std::vector<const Expr*> args;
   if (!Is(Keyword::When)) {
     expr->has_operand = true;
     args.push_back(Value());

@@ -77,20 +77,20 @@ Expr* Parser::AssignedVariable() {
 }
 
 // "= value", or "+= value" and the like.
-Expr* Parser::AssignedValue(Expr* variable) {
-  RequireAssignable(*variable);
+Expr* Parser::AssignedValue(const Expr& variable) {
+  RequireAssignable(variable);
   const ExprKind operation = OperatorOf(Current().symbol);
   if (operation != ExprKind::Null) Advance();
   Expect(Symbol::Equal);
   Expr* value = Value();
   if (operation == ExprKind::Null) return value;
-  Expr* read = arena_.Make<Expr>(*variable);
+  Expr* read = arena_.Make<Expr>(variable);
   variable_uses_.push_back(read);
   return NewExpr(operation, {read, value});
 }
 
 Statement* Parser::Declare() {
-  Statement* statement = NewStatement(StatementKind::Assign);
+  auto* statement = NewStatement<AssignStatement>();
   Expect(Keyword::Declare);
   std::vector<VariableAssignment> assignments;
   do {
@@ -113,11 +113,11 @@ Statement* Parser::Declare() {
 }
 
 Statement* Parser::SetVariable() {
-  Statement* statement = NewStatement(StatementKind::Assign);
+  auto* statement = NewStatement<AssignStatement>();
   Expect(Keyword::Set);
   Expr* variable = VariableRule();
   statement->variables =
-      arena_.Copy(std::vector<VariableAssignment>{{variable, AssignedValue(variable)}});
+      arena_.Copy(std::vector<VariableAssignment>{{variable, AssignedValue(*variable)}});
   return statement;
 }
 
@@ -128,10 +128,10 @@ Statement* Parser::Execute() {
 
 // EXEC ('text' + @variable + …): nothing but texts and variables.
 Statement* Parser::ExecuteText() {
-  Statement* statement = NewStatement(StatementKind::ExecuteText);
+  auto* statement = NewStatement<ExecuteTextStatement>();
   Advance();
   Expect(Symbol::LeftParen);
-  std::vector<Expr*> parts;
+  std::vector<const Expr*> parts;
   do {
     const TokenKind kind = Current().kind;
     if (kind == TokenKind::Variable) {
@@ -143,12 +143,12 @@ Statement* Parser::ExecuteText() {
     }
   } while (Accept(Symbol::Plus));
   Expect(Symbol::RightParen);
-  statement->values = arena_.Copy(parts);
+  statement->parts = arena_.Copy(parts);
   return statement;
 }
 
 Statement* Parser::ExecuteProcedure() {
-  Statement* statement = NewStatement(StatementKind::ExecuteProcedure);
+  auto* statement = NewStatement<ExecuteProcedureStatement>();
   Advance();
   if (Current().kind == TokenKind::Variable && Ahead(1).symbol == Symbol::Equal) {
     statement->result = AssignedVariable();
@@ -246,7 +246,7 @@ Parameter Parser::ParameterRule() {
   return parameter;
 }
 
-std::span<Parameter> Parser::Parameters() {
+std::span<const Parameter> Parser::Parameters() {
   std::vector<Parameter> parameters;
   do {
     parameters.push_back(ParameterRule());
@@ -254,18 +254,19 @@ std::span<Parameter> Parser::Parameters() {
   return arena_.Copy(parameters);
 }
 
-std::span<Parameter> Parser::ParseParameters() {
+std::span<const Parameter> Parser::ParseParameters() {
   if (Current().kind == TokenKind::End) return {};
-  const std::span<Parameter> parameters = Parameters();
+  const std::span<const Parameter> parameters = Parameters();
   if (Current().kind != TokenKind::End) Fail();
   return parameters;
 }
 
 // The body goes on to the end of the batch.
-Statement* Parser::Procedure(StatementKind kind) {
+Statement* Parser::Procedure(bool alters) {
   const Token first = Current();
   if (at_ != 0) throw errors::NotFirstInBatch(At(first.offset));
-  Statement* statement = NewStatement(kind);
+  auto* statement = NewStatement<ProcedureStatement>();
+  statement->alters = alters;
   Advance();
   Advance();
   statement->target = ObjectNameRule();
@@ -280,7 +281,7 @@ Statement* Parser::Procedure(StatementKind kind) {
       } while (Accept(Symbol::Comma));
     }
     Expect(Keyword::As);
-    std::vector<Statement*> body;
+    std::vector<const Statement*> body;
     for (;;) {
       while (Accept(Symbol::Semicolon)) {
       }

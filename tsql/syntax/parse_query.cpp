@@ -5,7 +5,7 @@ namespace ledgerwick::tsql {
 Query* Parser::ParseQuery() {
   Query* query = arena_.Make<Query>();
   query->offset = Current().offset;
-  std::vector<Select*> selects{SelectOrParenthesised()};
+  std::vector<const Select*> selects{SelectOrParenthesised()};
   std::vector<char> keeps_duplicates;
   while (Accept(Keyword::Union)) {
     keeps_duplicates.push_back(Accept(Keyword::All) ? 1 : 0);
@@ -58,7 +58,7 @@ Select* Parser::ParseSelect() {
   if (Accept(Keyword::Where)) select->where = Condition();
   if (Accept(Keyword::Group)) {
     Expect(Keyword::By);
-    std::vector<Expr*> keys;
+    std::vector<const Expr*> keys;
     do {
       keys.push_back(Value());
     } while (Accept(Symbol::Comma));
@@ -88,7 +88,7 @@ SelectItem Parser::Item() {
   }
   if (AtAssignment()) {
     item.variable = VariableRule();
-    item.expr = AssignedValue(item.variable);
+    item.expr = AssignedValue(*item.variable);
     return item;
   }
   // alias = expression
@@ -115,7 +115,7 @@ Name Parser::Alias() {
   return IsName() ? ExpectName() : Name{};
 }
 
-std::span<OrderItem> Parser::OrderBy() {
+std::span<const OrderItem> Parser::OrderBy() {
   Expect(Keyword::Order);
   Expect(Keyword::By);
   std::vector<OrderItem> items;
@@ -265,7 +265,7 @@ ObjectName Parser::ObjectNameRule() {
   return name;
 }
 
-std::span<Name> Parser::NameList() {
+std::span<const Name> Parser::NameList() {
   Expect(Symbol::LeftParen);
   std::vector<Name> names;
   do {

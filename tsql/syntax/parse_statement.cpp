@@ -100,7 +100,7 @@ void Parser::Restart(TextView batch) {
 }
 
 Batch Parser::ParseAll() {
-  std::vector<Statement*> statements;
+  std::vector<const Statement*> statements;
   try {
     for (;;) {
       while (Accept(Symbol::Semicolon)) {
@@ -114,13 +114,6 @@ Batch Parser::ParseAll() {
     throw;
   }
   return {arena_.Copy(statements), arena_.Copy(variable_types_)};
-}
-
-Statement* Parser::NewStatement(StatementKind kind) {
-  Statement* statement = arena_.Make<Statement>();
-  statement->kind = kind;
-  statement->offset = Current().offset;
-  return statement;
 }
 
 Statement* Parser::ParseStatement() {
@@ -138,7 +131,7 @@ Statement* Parser::ParseStatement() {
 Statement* Parser::StatementRule() {
   switch (Current().keyword) {
     case Keyword::Select:
-      return SelectStatement();
+      return SelectRule();
     case Keyword::Insert:
       return Insert();
     case Keyword::Update:
@@ -165,9 +158,9 @@ Statement* Parser::StatementRule() {
     case Keyword::Begin:
       return BeginRule();
     case Keyword::Commit:
-      return Transaction(StatementKind::Commit);
+      return TransactionRule<CommitTransactionStatement>();
     case Keyword::Rollback:
-      return Transaction(StatementKind::Rollback);
+      return TransactionRule<RollbackTransactionStatement>();
     case Keyword::Declare:
       return Declare();
     case Keyword::Set:
@@ -182,25 +175,25 @@ Statement* Parser::StatementRule() {
     default:
       if (IsWord(u"THROW")) return Throw();
       if (!Is(Symbol::LeftParen) || Ahead(1).keyword != Keyword::Select) Fail();
-      return SelectStatement();
+      return SelectRule();
   }
 }
 
-Statement* Parser::SelectStatement() {
-  Statement* statement = NewStatement(StatementKind::Select);
+Statement* Parser::SelectRule() {
+  auto* statement = NewStatement<SelectStatement>();
   statement->query = ParseQuery();
   return statement;
 }
 
 Statement* Parser::Print() {
-  Statement* statement = NewStatement(StatementKind::Print);
+  auto* statement = NewStatement<PrintStatement>();
   Expect(Keyword::Print);
   statement->value = Value();
   return statement;
 }
 
 Statement* Parser::Insert() {
-  Statement* statement = NewStatement(StatementKind::Insert);
+  auto* statement = NewStatement<InsertStatement>();
   Expect(Keyword::Insert);
   Accept(Keyword::Into);
   statement->target = ObjectNameRule();
@@ -215,10 +208,10 @@ Statement* Parser::Insert() {
     statement->query = ParseQuery();
     return statement;
   }
-  std::vector<std::span<Expr*>> rows;
+  std::vector<std::span<const Expr* const>> rows;
   do {
     Expect(Symbol::LeftParen);
-    std::vector<Expr*> row;
+    std::vector<const Expr*> row;
     do {
       row.push_back(Accept(Keyword::Default) ? nullptr : Value());
     } while (Accept(Symbol::Comma));
@@ -230,7 +223,7 @@ Statement* Parser::Insert() {
 }
 
 Statement* Parser::Update() {
-  Statement* statement = NewStatement(StatementKind::Update);
+  auto* statement = NewStatement<UpdateStatement>();
   Expect(Keyword::Update);
   statement->target = ObjectNameRule();
   Expect(Keyword::Set);
@@ -253,7 +246,7 @@ Statement* Parser::Update() {
 }
 
 Statement* Parser::Delete() {
-  Statement* statement = NewStatement(StatementKind::Delete);
+  auto* statement = NewStatement<DeleteStatement>();
   Expect(Keyword::Delete);
   Accept(Keyword::From);
   statement->target = ObjectNameRule();
@@ -264,7 +257,7 @@ Statement* Parser::Delete() {
 }
 
 Statement* Parser::Truncate() {
-  Statement* statement = NewStatement(StatementKind::Truncate);
+  auto* statement = NewStatement<TruncateStatement>();
   Expect(Keyword::Truncate);
   Expect(Keyword::Table);
   statement->target = ObjectNameRule();
@@ -273,7 +266,7 @@ Statement* Parser::Truncate() {
 // SET NOCOUNT ON and the like. Most options of the session change nothing here; those that would
 // are not known.
 Statement* Parser::SetOption() {
-  Statement* statement = NewStatement(StatementKind::SetOption);
+  auto* statement = NewStatement<SetOptionStatement>();
   Expect(Keyword::Set);
   static constexpr TextView kOptions[] = {u"NOCOUNT",
                                           u"XACT_ABORT",
@@ -295,7 +288,7 @@ Statement* Parser::SetOption() {
     if (!known) Fail();
     options.push_back(ExpectName());
   } while (Accept(Symbol::Comma));
-  statement->columns = arena_.Copy(options);
+  statement->options = arena_.Copy(options);
   statement->on = Accept(Keyword::On);
   if (!statement->on && !AcceptWord(u"OFF")) Fail();
   return statement;

@@ -21,7 +21,7 @@ Batch ParseBatch(TextView batch, Arena& arena);
 
 // A text with parameters, as sp_executesql takes it.
 struct ParametrisedBatch {
-  std::span<Parameter> parameters;
+  std::span<const Parameter> parameters;
   Batch batch;
 };
 
@@ -42,7 +42,7 @@ class Parser {
   Batch ParseAll();
 
   // The whole text as a list of parameters; declares them.
-  std::span<Parameter> ParseParameters();
+  std::span<const Parameter> ParseParameters();
 
   // Goes on with `batch`; what is declared stays.
   void Restart(TextView batch);
@@ -69,9 +69,14 @@ class Parser {
   // Statements
   Statement* ParseStatement();
   Statement* StatementRule();
-  Statement* SelectStatement();
+  Statement* SelectRule();
   Statement* Print();
-  Statement* NewStatement(StatementKind kind);
+  template <typename T>
+  T* NewStatement() {
+    T* statement = arena_.Make<T>();
+    statement->offset = Current().offset;
+    return statement;
+  }
   Statement* Block();
   Statement* If();
   Statement* Insert();
@@ -87,30 +92,36 @@ class Parser {
   Statement* SetOption();
 
   // Variables, control flow and procedures
-  std::vector<Statement*> Statements();
+  Statements BlockStatements();
   Statement* Declare();
   Statement* SetVariable();
   Statement* While();
   Statement* Return();
   Statement* BeginRule();
   Statement* TryCatch();
-  Statement* Transaction(StatementKind kind);
+  void SkipTransactionName();
+  template <typename T>
+  Statement* TransactionRule() {
+    T* statement = NewStatement<T>();
+    SkipTransactionName();
+    return statement;
+  }
   Statement* RaiseError();
   Statement* Throw();
   Statement* Execute();
   Statement* ExecuteText();
   Statement* ExecuteProcedure();
   Statement* LoopControl();
-  Statement* Procedure(StatementKind kind);
+  Statement* Procedure(bool alters);
   bool AtProcedure() const noexcept;
   Argument ArgumentRule();
   Parameter ParameterRule();
-  std::span<Parameter> Parameters();
+  std::span<const Parameter> Parameters();
   Expr* Constant();
   Expr* VariableRule();
   Expr* AssignedVariable();
   void RequireAssignable(const Expr& variable) const;
-  Expr* AssignedValue(Expr* variable);
+  Expr* AssignedValue(const Expr& variable);
   void RequireNoVariables(std::size_t uses_before, TextView statement) const;
   bool AtAssignment() const noexcept;
   std::int32_t DeclareVariable(const Name& name, const Type& type);
@@ -118,10 +129,10 @@ class Parser {
 
   ColumnDefinition Definition(TextView statement);
   TableKey Key();
-  std::span<KeyColumn> KeyColumns();
+  std::span<const KeyColumn> KeyColumns();
   bool AtTableKey() const noexcept;
   void SkipTableHints();
-  std::span<Name> NameList();
+  std::span<const Name> NameList();
 
   // Queries
   Query* ParseQuery();
@@ -129,7 +140,7 @@ class Parser {
   Select* SelectOrParenthesised();
   SelectItem Item();
   void MarkLive(const Select& select, std::size_t uses_before);
-  std::span<OrderItem> OrderBy();
+  std::span<const OrderItem> OrderBy();
   From* FromList();
   From* JoinTree();
   From* JoinOperand();

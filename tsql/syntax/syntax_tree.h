@@ -1,5 +1,5 @@
-// The syntax tree of a batch. Nodes live in the batch's arena; the binder fills in the fields that
-// it owns and wraps expressions in conversions, the emitter reads them.
+// The syntax tree of a batch: what was written, and nothing of what it means. Nodes live in the
+// batch's arena; only the parser ever changes one.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace ledgerwick::tsql {
 
 struct Query;
 struct Select;
-struct Source;
+struct Statement;
 
 // A name as written, without brackets.
 struct Name {
@@ -46,7 +46,7 @@ enum class ExprKind : std::uint8_t {
   BitOr,
   BitXor,
   Case,      // args: [operand], when, then, …, [else]; has_operand, has_else
-  Convert,   // CAST and CONVERT: args[0], `type`, `style`; and what the binder inserts
+  Convert,   // CAST and CONVERT: args[0], `type`, `style`
   Function,  // `text`, args
   Scalar,    // (query)
   // Predicates:
@@ -66,46 +66,14 @@ constexpr bool IsPredicate(ExprKind kind) noexcept { return kind >= ExprKind::Co
 
 enum class Comparison : std::uint8_t { Equal, NotEqual, Less, LessEqual, Greater, GreaterEqual };
 
-// The functions that the binder knows; Unknown before binding.
-enum class FunctionId : std::uint8_t {
-  Unknown,
-  Count,
-  Sum,
-  Min,
-  Max,
-  Avg,     // the aggregates come first
-  Scalar,  // a function of the storage's that needs no care
-  IsNull,
-  Coalesce,
-  NullIf,
-  Left,  // and RIGHT
-  Str,
-  Abs,
-  Power,
-  DataLength,
-  QuoteName,
-  DateDiff,
-  DateAdd,
-  DatePart,
-  Year,  // MONTH and DAY
-  GetDate,
-};
-
-constexpr bool IsAggregate(FunctionId id) noexcept {
-  return id >= FunctionId::Count && id <= FunctionId::Avg;
-}
-
-// How the binder's conversions behave: Cast cuts text off, Store refuses what does not fit.
-enum class Conversion : std::uint8_t { Implicit, Cast, Store };
-
 struct Expr {
   ExprKind kind = ExprKind::Null;
   std::uint32_t offset = 0;
   std::uint32_t length = 0;
   TextView text;
-  std::span<Expr*> args;
+  std::span<const Expr* const> args;
   std::int64_t integer = 0;
-  Query* query = nullptr;
+  const Query* query = nullptr;
   ObjectName qualifier;
 
   Comparison compare = Comparison::Equal;
@@ -114,36 +82,22 @@ struct Expr {
   bool has_operand = false;
   bool has_else = false;
   bool national = false;  // N'text'
-  bool has_style = false;
-  bool live = false;  // a variable that the statement itself assigns: read anew for every row
-  Conversion conversion = Conversion::Implicit;
+  bool live = false;      // a variable that the statement itself assigns: read anew for every row
   std::int32_t style = 0;
   std::int32_t slot = 0;  // of a Variable
-
-  // The binder's: the type of the value, and what names stand for.
-  Type type;
-  FunctionId function = FunctionId::Unknown;
-  Source* source = nullptr;    // of a Column
-  std::int32_t column = 0;     // in the source
-  bool has_aggregate = false;  // an aggregate of the enclosing select stands inside
-  bool unindexed = false;      // the planner's: rows are not to be found by an index on this column
+  Type type;              // of a Variable, and what Convert converts to
 };
 
 struct SelectItem {
-  Expr* expr = nullptr;
-  Name alias;                // empty where none is written
-  Expr* variable = nullptr;  // that SELECT @v = expr assigns
-
-  // The binder's: the column's name in the result.
-  TextView name;
+  const Expr* expr = nullptr;
+  Name alias;                      // empty where none is written
+  const Expr* variable = nullptr;  // that SELECT @v = expr assigns
 };
 
 struct OrderItem {
-  Expr* expr = nullptr;
+  const Expr* expr = nullptr;
   bool descending = false;
   bool is_position = false;  // written as a number alone
-
-  std::int32_t ordinal = 0;  // the binder's: the select item that it names, from 1; 0 for none
 };
 
 enum class FromKind : std::uint8_t { Table, Derived, Inner, Left, Right, Full, Cross };
@@ -152,53 +106,40 @@ struct From {
   FromKind kind = FromKind::Table;
   ObjectName table;
   Name alias;
-  std::span<Name> column_aliases;
-  Query* query = nullptr;  // of a derived table
-  From* left = nullptr;
-  From* right = nullptr;
-  Expr* on = nullptr;
-
-  Source* source = nullptr;  // the binder's, of a table and a derived table
+  std::span<const Name> column_aliases;
+  const Query* query = nullptr;  // of a derived table
+  const From* left = nullptr;
+  const From* right = nullptr;
+  const Expr* on = nullptr;
 };
 
 struct Select {
   bool distinct = false;
   bool has_top = false;
   std::int64_t top = 0;
-  Expr* top_variable = nullptr;  // TOP (@n)
-  std::span<SelectItem> items;
+  const Expr* top_variable = nullptr;  // TOP (@n)
+  std::span<const SelectItem> items;
   bool has_into = false;
   ObjectName into;
-  From* from = nullptr;
-  Expr* where = nullptr;
-  std::span<Expr*> group_by;
-  Expr* having = nullptr;
+  const From* from = nullptr;
+  const Expr* where = nullptr;
+  std::span<const Expr* const> group_by;
+  const Expr* having = nullptr;
   std::uint32_t offset = 0;
-
-  bool grouped = false;  // the binder's: GROUP BY, HAVING or an aggregate
-  // The planner's, of a derived table: its columns are keys and then sums and counts, and it is
-  // grouped by hashing.
-  bool hashed = false;
 };
 
 // One or more selects joined by UNION.
 struct Query {
-  std::span<Select*> selects;
-  std::span<char> keeps_duplicates;  // UNION ALL before selects[i + 1]
-  std::span<OrderItem> order_by;
+  std::span<const Select* const> selects;
+  std::span<const char> keeps_duplicates;  // UNION ALL before selects[i + 1]
+  std::span<const OrderItem> order_by;
   std::uint32_t offset = 0;
-
-  // The binder's.
-  std::span<Type> types;           // of the result's columns
-  std::span<TextView> names;       // of the result's columns; empty where there is none
-  std::span<Expr*> outer_columns;  // the columns of enclosing queries that the query reads
-  std::int32_t next_source = 0;    // of a statement's query: the number of the next source
 };
 
 struct ColumnDefinition {
   Name name;
   Type type;
-  Expr* default_value = nullptr;
+  const Expr* default_value = nullptr;
   bool primary_key = false;
   bool unique = false;
 };
@@ -211,14 +152,39 @@ struct KeyColumn {
 // A PRIMARY KEY or UNIQUE of a whole table.
 struct TableKey {
   bool primary = false;
-  std::span<KeyColumn> columns;
+  std::span<const KeyColumn> columns;
 };
 
 struct Assignment {
   Name qualifier;  // of table.column
   Name column;
-  Expr* value = nullptr;
+  const Expr* value = nullptr;
 };
+
+// SET @variable = value.
+struct VariableAssignment {
+  const Expr* variable = nullptr;
+  const Expr* value = nullptr;
+};
+
+// A parameter of CREATE PROCEDURE; its slot is its variable's.
+struct Parameter {
+  Name name;  // with its @
+  Type type;
+  const Expr* default_value = nullptr;
+  std::int32_t slot = 0;
+  bool output = false;
+};
+
+// An argument of EXEC.
+struct Argument {
+  Name name;                    // with its @; empty where it is given by position
+  const Expr* value = nullptr;  // a literal or a variable; none for DEFAULT
+  std::uint32_t offset = 0;
+  bool output = false;
+};
+
+using Statements = std::span<const Statement* const>;
 
 enum class StatementKind : std::uint8_t {
   Select,
@@ -227,96 +193,256 @@ enum class StatementKind : std::uint8_t {
   Delete,
   Truncate,
   CreateTable,
+  AlterTable,
   CreateIndex,
   CreateView,
-  AlterTable,
-  DropTable,
-  DropView,
-  DropIndex,
+  Drop,
   If,
-  Block,
-  SetOption,  // SET NOCOUNT ON and the like
-  Print,
-  Assign,  // DECLARE and SET @v = value
   While,
+  Block,
+  TryCatch,
   Break,
   Continue,
   Return,
-  TryCatch,
-  Begin,  // of a transaction
-  Commit,
-  Rollback,
+  SetOption,
+  Print,
+  Assign,
+  BeginTransaction,
+  CommitTransaction,
+  RollbackTransaction,
   RaiseError,
   Throw,
-  ExecuteText,  // EXEC ('text')
+  ExecuteText,
   ExecuteProcedure,
-  CreateProcedure,
-  AlterProcedure,
-  DropProcedure,
+  Procedure,
 };
 
-// SET @variable = value.
-struct VariableAssignment {
-  Expr* variable = nullptr;
-  Expr* value = nullptr;
-};
-
-// A parameter of CREATE PROCEDURE; its slot is its variable's.
-struct Parameter {
-  Name name;  // with its @
-  Type type;
-  Expr* default_value = nullptr;
-  std::int32_t slot = 0;
-  bool output = false;
-};
-
-// An argument of EXEC.
-struct Argument {
-  Name name;              // with its @; empty where it is given by position
-  Expr* value = nullptr;  // a literal or a variable; none for DEFAULT
-  std::uint32_t offset = 0;
-  bool output = false;
-};
-
-// One statement. Which members count depends on the kind.
+// What all statements have; the kind tells which of the structs below it is part of.
 struct Statement {
-  StatementKind kind = StatementKind::Select;
+  StatementKind kind;
   std::uint32_t offset = 0;
   std::uint32_t length = 0;
-
-  Query* query = nullptr;            // Select; Insert … SELECT; the body of CREATE VIEW
-  ObjectName target;                 // Insert, Update, Delete, Truncate, Create…
-  std::span<ObjectName> targets;     // Drop…
-  std::span<Name> columns;           // Insert; CREATE VIEW; the names of SetOption
-  std::span<std::span<Expr*>> rows;  // Insert … VALUES
-  bool default_values = false;
-  std::span<Assignment> assignments;        // Update
-  From* from = nullptr;                     // Update, Delete
-  Expr* where = nullptr;                    // Update, Delete; the condition of If and While
-  std::span<ColumnDefinition> definitions;  // CreateTable, AlterTable
-  std::span<TableKey> keys;                 // CreateTable
-  Name index;                               // CreateIndex
-  std::span<KeyColumn> key_columns;         // CreateIndex
-  bool unique = false;                      // CreateIndex
-  Statement* then_branch = nullptr;         // If; the body of While; the tried block
-  Statement* else_branch = nullptr;         // If; the block that catches
-  std::span<Statement*> body;               // Block, CreateProcedure
-  Expr* value = nullptr;                    // Print, Return
-  TextView text;                            // CreateView, CreateProcedure: as written
-  bool on = false;                          // SetOption
-  bool if_exists = false;                   // Drop…
-  std::span<VariableAssignment> variables;  // Assign
-  std::span<Expr*> values;          // ExecuteText: its parts; RaiseError, Throw: their arguments
-  std::span<Parameter> parameters;  // CreateProcedure
-  std::span<Argument> arguments;    // ExecuteProcedure
-  Expr* result = nullptr;           // ExecuteProcedure: the variable that receives the result
-  Expr* name_variable = nullptr;    // ExecuteProcedure: the variable that holds the name
 };
+
+// A statement of that kind.
+template <StatementKind K>
+struct StatementOf : Statement {
+  static constexpr StatementKind kKind = K;
+  StatementOf() : Statement{K} {}
+};
+
+struct SelectStatement : StatementOf<StatementKind::Select> {
+  const Query* query = nullptr;
+};
+
+struct InsertStatement : StatementOf<StatementKind::Insert> {
+  ObjectName target;
+  std::span<const Name> columns;
+  const Query* query = nullptr;                        // INSERT … SELECT
+  std::span<const std::span<const Expr* const>> rows;  // VALUES; nullptr for DEFAULT
+  bool default_values = false;
+};
+
+struct UpdateStatement : StatementOf<StatementKind::Update> {
+  ObjectName target;
+  std::span<const Assignment> assignments;
+  const From* from = nullptr;
+  const Expr* where = nullptr;
+};
+
+struct DeleteStatement : StatementOf<StatementKind::Delete> {
+  ObjectName target;
+  const From* from = nullptr;
+  const Expr* where = nullptr;
+};
+
+struct TruncateStatement : StatementOf<StatementKind::Truncate> {
+  ObjectName target;
+};
+
+struct CreateTableStatement : StatementOf<StatementKind::CreateTable> {
+  ObjectName target;
+  std::span<const ColumnDefinition> definitions;
+  std::span<const TableKey> keys;
+};
+
+struct AlterTableStatement : StatementOf<StatementKind::AlterTable> {
+  ObjectName target;
+  std::span<const ColumnDefinition> definitions;
+};
+
+struct CreateIndexStatement : StatementOf<StatementKind::CreateIndex> {
+  ObjectName target;
+  Name index;
+  std::span<const KeyColumn> key_columns;
+  bool unique = false;
+};
+
+struct CreateViewStatement : StatementOf<StatementKind::CreateView> {
+  ObjectName target;
+  std::span<const Name> columns;
+  const Query* query = nullptr;
+  TextView text;  // as written
+};
+
+enum class DropKind : std::uint8_t { Table, View, Index, Procedure };
+
+struct DropStatement : StatementOf<StatementKind::Drop> {
+  DropKind what = DropKind::Table;
+  bool if_exists = false;
+  std::span<const ObjectName> targets;
+};
+
+struct IfStatement : StatementOf<StatementKind::If> {
+  const Expr* condition = nullptr;
+  const Statement* then_branch = nullptr;
+  const Statement* else_branch = nullptr;
+};
+
+struct WhileStatement : StatementOf<StatementKind::While> {
+  const Expr* condition = nullptr;
+  const Statement* body = nullptr;
+};
+
+struct BlockStatement : StatementOf<StatementKind::Block> {
+  Statements body;
+};
+
+struct TryCatchStatement : StatementOf<StatementKind::TryCatch> {
+  Statements tried;
+  Statements handler;
+};
+
+struct BreakStatement : StatementOf<StatementKind::Break> {};
+struct ContinueStatement : StatementOf<StatementKind::Continue> {};
+
+struct ReturnStatement : StatementOf<StatementKind::Return> {
+  const Expr* value = nullptr;
+};
+
+// SET NOCOUNT ON and the like.
+struct SetOptionStatement : StatementOf<StatementKind::SetOption> {
+  std::span<const Name> options;
+  bool on = false;
+};
+
+struct PrintStatement : StatementOf<StatementKind::Print> {
+  const Expr* value = nullptr;
+};
+
+// DECLARE and SET @v = value.
+struct AssignStatement : StatementOf<StatementKind::Assign> {
+  std::span<const VariableAssignment> variables;
+};
+
+struct BeginTransactionStatement : StatementOf<StatementKind::BeginTransaction> {};
+struct CommitTransactionStatement : StatementOf<StatementKind::CommitTransaction> {};
+struct RollbackTransactionStatement : StatementOf<StatementKind::RollbackTransaction> {};
+
+struct RaiseErrorStatement : StatementOf<StatementKind::RaiseError> {
+  std::span<const Expr* const> values;  // message, severity, state, arguments…
+};
+
+struct ThrowStatement : StatementOf<StatementKind::Throw> {
+  std::span<const Expr* const> values;  // number, message, state; none to throw again
+};
+
+// EXEC ('text' + @variable …)
+struct ExecuteTextStatement : StatementOf<StatementKind::ExecuteText> {
+  std::span<const Expr* const> parts;
+};
+
+struct ExecuteProcedureStatement : StatementOf<StatementKind::ExecuteProcedure> {
+  ObjectName target;
+  const Expr* name_variable = nullptr;  // that holds the name instead
+  const Expr* result = nullptr;         // the variable that receives the result
+  std::span<const Argument> arguments;
+};
+
+// CREATE and ALTER PROCEDURE.
+struct ProcedureStatement : StatementOf<StatementKind::Procedure> {
+  ObjectName target;
+  bool alters = false;
+  std::span<const Parameter> parameters;
+  Statements body;
+  TextView text;  // the whole batch
+};
+
+// `statement` as what it is, or nullptr where it is of another kind.
+template <typename T>
+const T* As(const Statement& statement) noexcept {
+  return statement.kind == T::kKind ? static_cast<const T*>(&statement) : nullptr;
+}
+
+// Calls `visit` with `statement` as what it is, and returns what that returns. `visit` takes every
+// kind: what a new one lacks does not compile.
+template <typename Visit>
+decltype(auto) VisitStatement(const Statement& statement, Visit&& visit) {
+  switch (statement.kind) {
+    case StatementKind::Select:
+      return visit(static_cast<const SelectStatement&>(statement));
+    case StatementKind::Insert:
+      return visit(static_cast<const InsertStatement&>(statement));
+    case StatementKind::Update:
+      return visit(static_cast<const UpdateStatement&>(statement));
+    case StatementKind::Delete:
+      return visit(static_cast<const DeleteStatement&>(statement));
+    case StatementKind::Truncate:
+      return visit(static_cast<const TruncateStatement&>(statement));
+    case StatementKind::CreateTable:
+      return visit(static_cast<const CreateTableStatement&>(statement));
+    case StatementKind::AlterTable:
+      return visit(static_cast<const AlterTableStatement&>(statement));
+    case StatementKind::CreateIndex:
+      return visit(static_cast<const CreateIndexStatement&>(statement));
+    case StatementKind::CreateView:
+      return visit(static_cast<const CreateViewStatement&>(statement));
+    case StatementKind::Drop:
+      return visit(static_cast<const DropStatement&>(statement));
+    case StatementKind::If:
+      return visit(static_cast<const IfStatement&>(statement));
+    case StatementKind::While:
+      return visit(static_cast<const WhileStatement&>(statement));
+    case StatementKind::Block:
+      return visit(static_cast<const BlockStatement&>(statement));
+    case StatementKind::TryCatch:
+      return visit(static_cast<const TryCatchStatement&>(statement));
+    case StatementKind::Break:
+      return visit(static_cast<const BreakStatement&>(statement));
+    case StatementKind::Continue:
+      return visit(static_cast<const ContinueStatement&>(statement));
+    case StatementKind::Return:
+      return visit(static_cast<const ReturnStatement&>(statement));
+    case StatementKind::SetOption:
+      return visit(static_cast<const SetOptionStatement&>(statement));
+    case StatementKind::Print:
+      return visit(static_cast<const PrintStatement&>(statement));
+    case StatementKind::Assign:
+      return visit(static_cast<const AssignStatement&>(statement));
+    case StatementKind::BeginTransaction:
+      return visit(static_cast<const BeginTransactionStatement&>(statement));
+    case StatementKind::CommitTransaction:
+      return visit(static_cast<const CommitTransactionStatement&>(statement));
+    case StatementKind::RollbackTransaction:
+      return visit(static_cast<const RollbackTransactionStatement&>(statement));
+    case StatementKind::RaiseError:
+      return visit(static_cast<const RaiseErrorStatement&>(statement));
+    case StatementKind::Throw:
+      return visit(static_cast<const ThrowStatement&>(statement));
+    case StatementKind::ExecuteText:
+      return visit(static_cast<const ExecuteTextStatement&>(statement));
+    case StatementKind::ExecuteProcedure:
+      return visit(static_cast<const ExecuteProcedureStatement&>(statement));
+    case StatementKind::Procedure:
+      return visit(static_cast<const ProcedureStatement&>(statement));
+  }
+  __builtin_unreachable();
+}
 
 // What a batch, a procedure or a dynamic text consists of.
 struct Batch {
-  std::span<Statement*> statements;
-  std::span<Type> variables;  // the types of its variables, by slot
+  Statements statements;
+  std::span<const Type> variables;  // the types of its variables, by slot
 };
 
 }  // namespace ledgerwick::tsql

@@ -1,0 +1,102 @@
+#include "tsql/binder/bound_tree.h"
+
+#include <algorithm>
+
+#include "tsql/base/nesting.h"
+
+namespace ledgerwick::tsql {
+
+std::int32_t Source::Count() const noexcept {
+  return static_cast<std::int32_t>(query != nullptr ? names.size() : table->columns.size());
+}
+
+TextView Source::NameOf(std::int32_t column) const noexcept {
+  const auto i = static_cast<std::size_t>(column);
+  return query != nullptr ? names[i] : TextView(table->columns[i].name);
+}
+
+Type Source::TypeOf(std::int32_t column) const noexcept {
+  const auto i = static_cast<std::size_t>(column);
+  return query != nullptr ? query->types[i] : table->columns[i].type;
+}
+
+std::int32_t Source::Find(TextView name) const {
+  if (query == nullptr) return table->FindColumn(name);
+  std::int32_t found = -1;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (!EqualText(names[i], name)) continue;
+    if (found >= 0) return -2;
+    found = static_cast<std::int32_t>(i);
+  }
+  return found;
+}
+
+bool Has(const Sources& sources, const Source* source) noexcept {
+  return std::find(sources.begin(), sources.end(), source) != sources.end();
+}
+
+void CollectSources(const BoundFrom& from, Sources& sources) {
+  const Nesting nesting;
+  if (from.kind == BoundFromKind::Source) {
+    sources.push_back(from.source);
+    return;
+  }
+  CollectSources(*from.left, sources);
+  CollectSources(*from.right, sources);
+}
+
+bool Reads(const BoundExpr& expr, const Sources& sources) {
+  if (expr.kind == ExprKind::Column) return Has(sources, expr.source);
+  const Nesting nesting;
+  const auto reads = [&](const BoundExpr* e) { return Reads(*e, sources); };
+  if (std::any_of(expr.args.begin(), expr.args.end(), reads)) return true;
+  return expr.query != nullptr &&
+         std::any_of(expr.query->outer_columns.begin(), expr.query->outer_columns.end(), reads);
+}
+
+bool SameExpr(const BoundExpr& a, const BoundExpr& b) {
+  const Nesting nesting;
+  if (a.kind != b.kind || a.args.size() != b.args.size() || a.query != b.query) return false;
+  switch (a.kind) {
+    case ExprKind::Column:
+      return a.source == b.source && a.column == b.column;
+    case ExprKind::Integer:
+      if (a.integer != b.integer) return false;
+      break;
+    case ExprKind::Variable:
+      if (a.slot != b.slot) return false;
+      break;
+    case ExprKind::Number:
+      // A literal that was brought to a type counts in that type's units.
+      if (a.text != b.text || !(a.type == b.type)) return false;
+      break;
+    case ExprKind::String:
+      if (a.text != b.text) return false;
+      break;
+    case ExprKind::Convert:
+      if (!(a.type == b.type) || a.style != b.style) return false;
+      break;
+    case ExprKind::Function:
+      if (a.function != b.function || a.distinct != b.distinct || a.text != b.text) return false;
+      break;
+    default:
+      break;
+  }
+  if (a.compare != b.compare || a.negated != b.negated || a.has_operand != b.has_operand ||
+      a.has_else != b.has_else) {
+    return false;
+  }
+  for (std::size_t i = 0; i < a.args.size(); ++i) {
+    if (!SameExpr(*a.args[i], *b.args[i])) return false;
+  }
+  return true;
+}
+
+bool IsNonZeroLiteral(const BoundExpr& expr) noexcept {
+  if (expr.kind == ExprKind::Integer) return expr.integer != 0;
+  return expr.kind == ExprKind::Number &&
+         expr.text.substr(0, expr.text.find_first_of(u"eE")).find_first_of(u"123456789") !=
+             TextView::npos;
+}
+
+}  // namespace ledgerwick::tsql

@@ -1,0 +1,199 @@
+// INSERT, UPDATE and DELETE in SQLite's SQL.
+#include <algorithm>
+
+#include "tsql/compile/compile.h"
+#include "tsql/emit/emitter.h"
+
+namespace ledgerwick::tsql {
+namespace {
+
+bool HoldsQuery(const BoundExpr& expr) noexcept {
+  return expr.query != nullptr ||
+         std::any_of(expr.args.begin(), expr.args.end(),
+                     [](const BoundExpr* arg) { return HoldsQuery(*arg); });
+}
+
+// SQLite changes the rows of one table as it finds them, and a subquery would read rows that were
+// changed already. So all rows and values are found before, unless the target stands alone.
+bool StandsAlone(const BoundModification& change) noexcept {
+  return change.from->source == change.target &&
+         (change.where == nullptr || !HoldsQuery(*change.where)) &&
+         std::none_of(change.values.begin(), change.values.end(),
+                      [](const BoundExpr* value) { return HoldsQuery(*value); });
+}
+
+const TableColumn& ColumnOf(const Table& table, std::int32_t column) {
+  return table.columns[static_cast<std::size_t>(column)];
+}
+
+void EmitWhere(Emitter& emitter, const BoundExpr* where) {
+  if (where == nullptr) return;
+  emitter.Raw(" WHERE ");
+  emitter.EmitExpr(*where);
+}
+
+}  // namespace
+
+Compiled Compiler::CompileInsert(const InsertStatement& statement) {
+  Binder binder = NewBinder();
+  Compiled compiled;
+  compiled.sql.push_back(InsertSql(statement, binder));
+  compiled.reads_schema = true;
+  return compiled;
+}
+
+std::string Compiler::InsertSql(const InsertStatement& statement, Binder& binder) {
+  const Table& table = binder.RequireTable(statement.target);
+  if (table.kind != TableKind::Table) {
+    throw errors::NotUpdatable(statement.target.object.text,
+                               binder.At(statement.target.object.offset));
+  }
+  if (statement.default_values) return "INSERT INTO " + table.sql + " DEFAULT VALUES";
+  const std::vector<std::int32_t> columns = binder.BindInsertColumns(table, statement.columns);
+  std::string sql = "INSERT INTO " + table.sql + " (";
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (i > 0) sql += ", ";
+    sql += ColumnOf(table, columns[i]).sql;
+  }
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    const bool given =
+        std::find(columns.begin(), columns.end(), static_cast<std::int32_t>(i)) != columns.end();
+    if (table.columns[i].is_row_number && !given) {
+      throw errors::NullNotAllowed(table.columns[i].name, table.name, true);
+    }
+  }
+  sql += ") ";
+  return sql + (statement.query == nullptr ? InsertValues(statement, binder, table, columns)
+                                           : InsertQuery(statement, binder, table, columns));
+}
+
+std::string Compiler::InsertQuery(const InsertStatement& statement, Binder& binder,
+                                  const Table& table, const std::vector<std::int32_t>& columns) {
+  BoundQuery& query = *binder.BindQuery(*statement.query);
+  const bool more = query.types.size() > columns.size();
+  if (query.types.size() != columns.size()) {
+    if (statement.columns.empty()) throw errors::TableValueCount(binder.At(statement.offset));
+    throw errors::InsertSelectCount(more, binder.At(statement.offset));
+  }
+  binder.StoreColumns(query, table, columns);
+  PlanContext context = NewContext(binder);
+  PlanQuery(query, context);
+  Emitter emitter;
+  // The storage would invent a row number for a null; only then is the query wrapped.
+  const bool checked = std::any_of(columns.begin(), columns.end(), [&](std::int32_t column) {
+    return ColumnOf(table, column).is_row_number;
+  });
+  if (checked) {
+    emitter.Raw("SELECT ");
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      const TableColumn& column = ColumnOf(table, columns[i]);
+      const std::string value = "c" + std::to_string(i + 1);
+      emitter.Raw(i > 0 ? ", " : "");
+      emitter.Raw(column.is_row_number
+                      ? "t_notnull(" + value + ", " + QuoteLiteral(ToUtf8(column.name)) + ", " +
+                            QuoteLiteral(ToUtf8(table.name)) + ")"
+                      : value);
+    }
+    emitter.Raw(" FROM (");
+  }
+  emitter.EmitQuery(query, checked);
+  return emitter.Raw(checked ? ")" : "").Take();
+}
+
+std::string Compiler::InsertValues(const InsertStatement& statement, Binder& binder,
+                                   const Table& table, const std::vector<std::int32_t>& columns) {
+  PlanContext context = NewContext(binder);
+  std::string sql = "VALUES ";
+  for (std::size_t r = 0; r < statement.rows.size(); ++r) {
+    const std::span<const Expr* const> row = statement.rows[r];
+    if (row.size() != columns.size()) {
+      if (statement.columns.empty()) throw errors::TableValueCount(binder.At(statement.offset));
+      throw errors::InsertCount(columns.size() > row.size(), binder.At(statement.offset));
+    }
+    sql += r > 0 ? ", (" : "(";
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      const TableColumn& column = ColumnOf(table, columns[i]);
+      if (i > 0) sql += ", ";
+      if (row[i] == nullptr) {  // DEFAULT
+        sql += column.default_sql.empty() ? "NULL" : column.default_sql;
+        continue;
+      }
+      BoundExpr* value = binder.BindValue(*row[i], column.type);
+      if (column.is_row_number && value->kind == ExprKind::Null) {
+        throw errors::NullNotAllowed(column.name, table.name, true);
+      }
+      PlanExpression(*value, context);
+      sql += EmitToString(*value);
+    }
+    sql += ")";
+  }
+  return sql;
+}
+
+BoundModification Compiler::BindAndPlan(const ObjectName& target,
+                                        std::span<const Assignment> assignments, const From* from,
+                                        const Expr* where, Binder& binder) {
+  BoundModification change = binder.BindModification(target, assignments, from, where);
+  PlanContext context = NewContext(binder);
+  PlanModification(change, context);
+  return change;
+}
+
+Compiled Compiler::CompileUpdate(const UpdateStatement& statement) {
+  Binder binder = NewBinder();
+  const BoundModification change =
+      BindAndPlan(statement.target, statement.assignments, statement.from, statement.where, binder);
+  const Table& table = *change.target->table;
+  const bool alone = StandsAlone(change);
+  const std::string alias = "s" + std::to_string(change.target->id);
+  Emitter emitter;
+  emitter.Raw("UPDATE ").Raw(table.sql).Raw(" AS ").Raw(alone ? alias : "target");
+  for (std::size_t i = 0; i < change.columns.size(); ++i) {
+    emitter.Raw(i == 0 ? " SET " : ", ");
+    emitter.Raw(ColumnOf(table, change.columns[i]).sql).Raw(" = ");
+    if (alone) {
+      emitter.EmitExpr(*change.values[i]);
+    } else {
+      emitter.Raw("found.c" + std::to_string(i + 1));
+    }
+  }
+  if (alone) {
+    EmitWhere(emitter, change.where);
+  } else {
+    emitter.Raw(" FROM (SELECT ").Raw(alias).Raw("._rowid_ AS r");
+    for (std::size_t i = 0; i < change.columns.size(); ++i) {
+      emitter.Raw(", ");
+      emitter.EmitExpr(*change.values[i]);
+      emitter.Raw(" AS c" + std::to_string(i + 1));
+    }
+    emitter.EmitFromWhere(change.from, change.where);
+    emitter.Raw(") AS found WHERE target._rowid_ = found.r");
+  }
+  Compiled compiled;
+  compiled.sql.push_back(emitter.Take());
+  compiled.reads_schema = true;
+  return compiled;
+}
+
+Compiled Compiler::CompileDelete(const DeleteStatement& statement) {
+  Binder binder = NewBinder();
+  const BoundModification change =
+      BindAndPlan(statement.target, {}, statement.from, statement.where, binder);
+  const std::string alias = "s" + std::to_string(change.target->id);
+  Emitter emitter;
+  emitter.Raw("DELETE FROM ").Raw(change.target->table->sql);
+  if (StandsAlone(change)) {
+    emitter.Raw(" AS ").Raw(alias);
+    EmitWhere(emitter, change.where);
+  } else {
+    emitter.Raw(" WHERE _rowid_ IN (SELECT ").Raw(alias).Raw("._rowid_");
+    emitter.EmitFromWhere(change.from, change.where);
+    emitter.Raw(")");
+  }
+  Compiled compiled;
+  compiled.sql.push_back(emitter.Take());
+  compiled.reads_schema = true;
+  return compiled;
+}
+
+}  // namespace ledgerwick::tsql
