@@ -44,6 +44,7 @@ class CommandLine {
     AddRun();
     AddTrace();
     AddQuery();
+    AddExplain();
     AddSample();
     AddUpgrade();
   }
@@ -163,6 +164,21 @@ class CommandLine {
     });
   }
 
+  void AddExplain() {
+    CLI::App& sub = AddSubcommand(
+        app_, "explain", "Show how the embedded database reads, plans and runs a statement",
+        "  ledgerwick explain --connection embedded:sample.db \"SELECT * FROM WareHouse\"\n"
+        "  ledgerwick explain --analyze \"EXEC Sa_MoveTrustDetail 'r', ' ', '2002-03-01', "
+        "'2002-03-31'\"");
+    sub.add_option("SQL", explain_.sql, "The statements")->required();
+    sub.add_option("--connection", explain_.connection, kConnectionHelp);
+    sub.add_flag("--analyze", explain_.analyze,
+                 "Run the statements, with all that they change, and add rows and times");
+    sub.callback([this] {
+      command_ = [this](Console& console) { return ExplainCommand(console, explain_); };
+    });
+  }
+
   void AddSample() {
     CLI::App& sample = AddSubcommand(app_, "sample", "The sample database",
                                      "  ledgerwick sample create sample.db");
@@ -200,6 +216,7 @@ class CommandLine {
   RunOptions run_;
   ReportOptions trace_;
   QueryOptions query_;
+  ExplainOptions explain_;
   SampleOptionsGiven sample_;
   std::function<int(Console&)> command_;
 };

@@ -47,6 +47,12 @@ struct QueryOptions {
   OutputOptions output;
 };
 
+struct ExplainOptions {
+  std::string connection;
+  std::string sql;
+  bool analyze = false;
+};
+
 struct SampleOptionsGiven {
   std::string path;
   std::int64_t lines = 5000;
@@ -59,6 +65,7 @@ int DescribeCommand(Console& console, const std::string& class_name);
 int RunCommand(Console& console, const RunOptions& options);
 int TraceCommand(Console& console, const ReportOptions& options);
 int QueryCommand(Console& console, const QueryOptions& options);
+int ExplainCommand(Console& console, const ExplainOptions& options);
 int UpgradeCommand(Console& console, const std::string& path);
 int SampleCreateCommand(Console& console, const SampleOptionsGiven& options);
 

@@ -58,6 +58,15 @@ class EmbeddedDatabase final : public Database {
     });
   }
 
+  std::vector<Explanation> Explain(TextView batch, bool run, ResultSink& sink) override {
+    return AtBorder([&] {
+      const Allowance allowance = NewAllowance();
+      if (!run) return interpreter_.Explain(batch);
+      CallersSink callers(sink);
+      return interpreter_.RunExplained(batch, callers);
+    });
+  }
+
   std::unique_ptr<BulkLoader> Load(TextView table, std::span<const Text> columns) override {
     return AtBorder([&] { return NewBulkLoader(storage_, catalogue_, table, columns); });
   }

@@ -6,10 +6,12 @@
 #include <functional>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "frame/result_sink.h"
 #include "frame/text.h"
 #include "frame/value.h"
+#include "tsql/base/explanation.h"
 #include "tsql/base/options.h"
 
 namespace ledgerwick::tsql {
@@ -41,6 +43,12 @@ class Database : public BatchRunner {
   // it is missing, unreadable, no database, or in a directory without write permission.
   static std::unique_ptr<Database> Open(const std::filesystem::path& path,
                                         const DatabaseOptions& options = {});
+
+  // How the queries and changes of `batch` are read, planned and written for the storage. With
+  // `run` the batch runs, its rows go to `sink`, and what runs of it, procedures included, is
+  // explained with rows and times; else nothing runs, and a table that the batch itself makes is
+  // not known.
+  virtual std::vector<Explanation> Explain(TextView batch, bool run, ResultSink& sink) = 0;
 
   // A loader for `columns` of `table`. One loader at a time, and no statement while it lives.
   virtual std::unique_ptr<BulkLoader> Load(TextView table, std::span<const Text> columns) = 0;

@@ -42,6 +42,43 @@ TEST_CASE("query runs statements from the argument, a file and standard input") 
   CHECK(limited.err == "(1 of 2 rows)\n");
 }
 
+TEST_CASE("explain tells a statement's meaning, plan and SQL, and runs it on demand alone") {
+  const Sample sample;
+  const char* change = "UPDATE Inventory SET cInvName = cInvCode WHERE iSafeNum > '1'";
+  const struct {
+    Arguments args;
+    std::vector<const char*> parts;
+  } cases[] = {
+      {{"SELECT cInvCode, iSafeNum + '1' AS n FROM Inventory RIGHT JOIN WareHouse ON cInvCode = "
+        "cWhCode AND 1 = 1 WHERE iSafeNum > 0"},
+       {"  n float := (s1.iSafeNum + 1)", "from s2 WareHouse", "  left join s1 Inventory",
+        "made an inner one", "  SELECT s1.", "  SCAN s"}},
+      {{change}, {"update s1", "where (s1.iSafeNum > 1)", "  as written", "UPDATE main."}},
+      {{"--analyze",
+        "DECLARE @n int = 0 WHILE @n < 3 BEGIN SET @n += 1 SELECT * FROM WareHouse "
+        "WHERE @n < 3 END"},
+       {"where (@n < 3)", ", runs 3\n", "running "}},
+  };
+  for (const auto& [args, parts] : cases) {
+    Arguments all{"explain"};
+    all.insert(all.end(), args.begin(), args.end());
+    const Ended ended = sample.Call(all);
+    CHECK_MESSAGE(ended.code == kDone, ended.err);
+    for (const char* part : parts) {
+      CHECK_MESSAGE(ended.out.find(part) != std::string::npos, part, ended.out);
+    }
+  }
+  CHECK(sample.Call({"explain", "SELECT nosuch FROM Inventory"}).err.find("207") !=
+        std::string::npos);
+  const auto changed = [&] {
+    return Rows(sample, {"query", "SELECT COUNT(*) AS n FROM Inventory WHERE cInvName = cInvCode"});
+  };
+  CHECK(changed()[0]["n"] == 0);
+  const Ended run = sample.Call({"explain", "--analyze", change});
+  CHECK(changed()[0]["n"] > 0);
+  CHECK(run.out.find("rows " + changed()[0]["n"].dump() + ", runs 1") != std::string::npos);
+}
+
 TEST_CASE("a statement's memory has a limit") {
   const Sample sample;
   for (const auto& [limit, code] :

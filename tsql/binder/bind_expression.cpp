@@ -35,7 +35,7 @@ TextView OperatorName(ExprKind kind) noexcept {
 Text QualifiedName(const Expr& column) {
   Text name;
   for (const Name& part :
-       {column.qualifier.database, column.qualifier.schema, column.qualifier.object}) {
+       {column.qualifier->database, column.qualifier->schema, column.qualifier->object}) {
     if (!part.text.empty() || !name.empty()) name.append(part.text) += u'.';
   }
   return name.append(column.text);
@@ -287,11 +287,11 @@ bool Binder::QualifierMatches(const Source& source, const ObjectName& qualifier)
 }
 
 Source* Binder::ResolveColumn(const Expr& expr, Scope& scope, std::int32_t& column) {
-  const bool qualified = !expr.qualifier.object.text.empty();
+  const bool qualified = IsQualified(expr);
   Source* found = nullptr;
   for (std::size_t i = scope.first_visible; i < scope.sources.size(); ++i) {
     Source* source = scope.sources[i];
-    if (qualified && !QualifierMatches(*source, expr.qualifier)) continue;
+    if (qualified && !QualifierMatches(*source, *expr.qualifier)) continue;
     const std::int32_t index = source->Find(expr.text);
     if (index == -1 && qualified) throw errors::InvalidColumn(expr.text, At(expr.offset));
     if (index == -1) continue;
@@ -318,7 +318,7 @@ BoundExpr* Binder::BindColumn(const Expr& expr, Scope& scope) {
     }
     return bound;
   }
-  if (!expr.qualifier.object.text.empty()) {
+  if (IsQualified(expr)) {
     throw errors::MultiPartUnbound(QualifiedName(expr), At(expr.offset));
   }
   throw errors::InvalidColumn(expr.text, At(expr.offset));

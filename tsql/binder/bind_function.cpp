@@ -168,7 +168,7 @@ BoundExpr* Binder::BindAggregate(const Expr& written, const FunctionSignature& k
 BoundExpr* Binder::BindDateFunction(const Expr& expr, const FunctionSignature& known,
                                     Scope& scope) {
   const Expr& part = *expr.args[0];
-  const bool bare = part.kind == ExprKind::Column && part.qualifier.object.text.empty();
+  const bool bare = part.kind == ExprKind::Column && !IsQualified(part);
   const auto found =
       std::find_if(std::begin(kDateParts), std::end(kDateParts),
                    [&](const DatePartName& p) { return bare && EqualText(p.name, part.text); });

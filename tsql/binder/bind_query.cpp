@@ -202,14 +202,14 @@ std::vector<Binder::WrittenItem> Binder::ExpandStars(const Select& select, const
       continue;
     }
     if (scope.sources.empty()) throw errors::StarWithoutFrom(At(star.offset));
-    const bool qualified = !star.qualifier.object.text.empty();
+    const bool qualified = IsQualified(star);
     bool found = false;
     for (const Source* source : scope.sources) {
-      if (qualified && !QualifierMatches(*source, star.qualifier)) continue;
+      if (qualified && !QualifierMatches(*source, *star.qualifier)) continue;
       AddStarColumns(*source, star.offset, items);
       found = true;
     }
-    if (!found) throw errors::PrefixUnmatched(star.qualifier.object.text, At(star.offset));
+    if (!found) throw errors::PrefixUnmatched(star.qualifier->object.text, At(star.offset));
   }
   return items;
 }
@@ -256,7 +256,7 @@ BoundOrder Binder::BindOrderItem(const OrderItem& item, std::size_t place,
   BoundOrder bound;
   bound.descending = item.descending;
   if (BindOrderOrdinal(item, select.items.size(), bound)) return bound;
-  const bool bare = item.expr->kind == ExprKind::Column && item.expr->qualifier.object.text.empty();
+  const bool bare = item.expr->kind == ExprKind::Column && !IsQualified(*item.expr);
   for (std::size_t i = 0; bare && i < select.items.size(); ++i) {
     if (select.items[i].name.empty() || !EqualText(select.items[i].name, item.expr->text)) continue;
     if (bound.ordinal != 0) {

@@ -55,8 +55,8 @@ bool Reads(const BoundExpr& expr, const Sources& sources) {
 }
 
 bool SameExpr(const BoundExpr& a, const BoundExpr& b) {
-  const Nesting nesting;
   if (a.kind != b.kind || a.args.size() != b.args.size() || a.query != b.query) return false;
+  const Nesting nesting;
   switch (a.kind) {
     case ExprKind::Column:
       return a.source == b.source && a.column == b.column;

@@ -1,5 +1,6 @@
 #include "tsql/compile/compile.h"
 
+#include "tsql/binder/print_bound.h"
 #include "tsql/emit/emitter.h"
 #include "tsql/syntax/parser.h"
 #include "tsql/values/collation.h"
@@ -23,6 +24,7 @@ Compiled Compiler::Compile(const Statement& statement) {
 
 BoundQuery& Compiler::BindAndPlan(const Query& query, Binder& binder) {
   BoundQuery& bound = *binder.BindQuery(query);
+  if (notes_ != nullptr) notes_->bound = PrintBound(bound);
   PlanContext context = NewContext(binder);
   PlanQuery(bound, context);
   return bound;
@@ -132,7 +134,7 @@ std::vector<std::string> CompileQueries(TextView batch, Catalogue& catalogue, Pl
     const auto* select = As<SelectStatement>(*statement);
     if (select == nullptr) continue;
     catalogue.Refresh();
-    queries.push_back(Compiler(batch, catalogue, planning).QuerySql(*select->query));
+    queries.push_back(Compiler(batch, arena, catalogue, planning).QuerySql(*select->query));
   }
   return queries;
 }

@@ -38,9 +38,10 @@ struct CompileNotes {
 // Compiles statements of one text. Every member throws SqlError with the position of what is wrong.
 class Compiler {
  public:
-  // All of them outlive it; `notes` may be nullptr.
-  Compiler(TextView text, Catalogue& catalogue, Planning planning, CompileNotes* notes = nullptr)
-      : text_(text), catalogue_(catalogue), planning_(planning), notes_(notes) {}
+  // All of them outlive it; what is bound lives in `arena`; `notes` may be nullptr.
+  Compiler(TextView text, Arena& arena, Catalogue& catalogue, Planning planning,
+           CompileNotes* notes = nullptr)
+      : text_(text), arena_(arena), catalogue_(catalogue), planning_(planning), notes_(notes) {}
 
   // SELECT, INSERT, UPDATE and DELETE; nothing for statements that are run in another way.
   Compiled Compile(const Statement& statement);
@@ -82,7 +83,7 @@ class Compiler {
                                 const From* from, const Expr* where, Binder& binder);
 
   TextView text_;
-  Arena arena_;  // for what is bound
+  Arena& arena_;
   Catalogue& catalogue_;
   Planning planning_;
   CompileNotes* notes_;

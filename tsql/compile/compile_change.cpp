@@ -1,6 +1,7 @@
 // INSERT, UPDATE and DELETE in SQLite's SQL.
 #include <algorithm>
 
+#include "tsql/binder/print_bound.h"
 #include "tsql/compile/compile.h"
 #include "tsql/emit/emitter.h"
 
@@ -76,6 +77,7 @@ std::string Compiler::InsertQuery(const InsertStatement& statement, Binder& bind
     throw errors::InsertSelectCount(more, binder.At(statement.offset));
   }
   binder.StoreColumns(query, table, columns);
+  if (notes_ != nullptr) notes_->bound = PrintBound(query);
   PlanContext context = NewContext(binder);
   PlanQuery(query, context);
   Emitter emitter;
@@ -134,6 +136,7 @@ BoundModification Compiler::BindAndPlan(const ObjectName& target,
                                         std::span<const Assignment> assignments, const From* from,
                                         const Expr* where, Binder& binder) {
   BoundModification change = binder.BindModification(target, assignments, from, where);
+  if (notes_ != nullptr) notes_->bound = PrintBound(change);
   PlanContext context = NewContext(binder);
   PlanModification(change, context);
   return change;

@@ -75,7 +75,7 @@ void Interpreter::Perform(const CreateTableStatement& statement) {
     if (column.primary_key) sql += " PRIMARY KEY";
     if (column.unique) sql += " UNIQUE";
     if (column.default_value != nullptr) {
-      sql += " DEFAULT (" + NewCompiler().CompileDefault(*column.default_value, type) + ")";
+      sql += " DEFAULT (" + NewCompiler(arena).CompileDefault(*column.default_value, type) + ")";
     }
   }
   for (const TableKey& key : statement.keys) {
@@ -115,7 +115,7 @@ void Interpreter::Perform(const AlterTableStatement& statement) {
     const std::string name = ToUtf8(column.name.text);
     std::string sql = "ALTER TABLE " + table.sql + " ADD COLUMN " + ColumnDeclaration(name, type);
     if (column.default_value != nullptr) {
-      sql += " DEFAULT (" + NewCompiler().CompileDefault(*column.default_value, type) + ")";
+      sql += " DEFAULT (" + NewCompiler(arena).CompileDefault(*column.default_value, type) + ")";
     } else if (!type.nullable) {
       throw errors::NewColumnNotNull(column.name.text, table.name, binder.At(column.name.offset));
     }

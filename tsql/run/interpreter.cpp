@@ -124,8 +124,8 @@ Binder Interpreter::NewBinder(Arena& arena) {
   return Binder(session_.frame->text, arena, catalogue_);
 }
 
-Compiler Interpreter::NewCompiler() {
-  return Compiler(session_.frame->text, catalogue_, storage_.options().planning);
+Compiler Interpreter::NewCompiler(Arena& arena) {
+  return Compiler(session_.frame->text, arena, catalogue_, storage_.options().planning);
 }
 
 // Has the running call drop `table`, which is about to be made, in its end. Noted as the statement

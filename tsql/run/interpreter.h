@@ -1,9 +1,14 @@
 // Runs the statements of a batch one after another, each compiled when its turn comes.
 #pragma once
 
+#include <chrono>
+#include <exception>
 #include <memory>
+#include <unordered_map>
+#include <vector>
 
 #include "frame/result_sink.h"
+#include "tsql/base/explanation.h"
 #include "tsql/base/nesting.h"
 #include "tsql/binder/binder.h"
 #include "tsql/compile/compile.h"
@@ -50,6 +55,14 @@ class Interpreter {
   // procedure or the dynamic text where it arose.
   void Run(TextView batch, ResultSink& sink);
 
+  // How the queries and changes of `batch` would run, in the order in which they stand; nothing is
+  // run. Throws SqlError for a statement that could not run as things are.
+  std::vector<Explanation> Explain(TextView batch);
+
+  // The same of a batch that runs: its queries and changes and those of the procedures that it
+  // calls, as they first came to run.
+  std::vector<Explanation> RunExplained(TextView batch, ResultSink& sink);
+
  private:
   Flow Execute(const Statement& statement);
   Flow ExecuteAt(const Statement& statement);  // without a position in the error
@@ -61,7 +74,7 @@ class Interpreter {
   void Tell(const SqlError& error);
   void Affected(std::int64_t rows);
   Binder NewBinder(Arena& arena);
-  Compiler NewCompiler();
+  Compiler NewCompiler(Arena& arena);
 
   // Compiled statements (run_compiled.cpp)
   template <typename Compile>
@@ -80,6 +93,24 @@ class Interpreter {
   SqliteValue Evaluate(const Expr& value, const Type& type);
   // The same for an expression that is no part of the batch.
   SqliteValue EvaluateOnce(const Expr& value, const Type& type);
+
+  // For explanations (explain.cpp)
+  Explanation Describe(const Statement& statement);
+
+  // A query or change while it runs. Does nothing where nobody asks for explanations.
+  class ExplainedRun {
+   public:
+    ExplainedRun(Interpreter& interpreter, const Statement& statement);
+    ~ExplainedRun();
+    ExplainedRun(const ExplainedRun&) = delete;
+    ExplainedRun& operator=(const ExplainedRun&) = delete;
+
+   private:
+    Interpreter& interpreter_;
+    const int failures_ = std::uncaught_exceptions();
+    std::optional<std::size_t> place_;
+    std::chrono::steady_clock::time_point start_;
+  };
 
   // Statements, one of these for each kind
   Flow Perform(const IfStatement& statement);
@@ -147,7 +178,14 @@ class Interpreter {
   Catalogue& catalogue_;
   Session session_;
   ResultSink* sink_ = nullptr;
+  // What a run that is explained has come by.
+  struct Explanations {
+    std::vector<Explanation> list;
+    std::unordered_map<const Statement*, std::size_t> places;
+  };
+
   std::optional<FailedDrop> failed_drop_;
+  Explanations* explanations_ = nullptr;
   int depth_ = 0;                                   // of statements within statements
   TextMap<std::shared_ptr<Procedure>> procedures_;  // keyed by the text
 };

@@ -112,7 +112,8 @@ std::shared_ptr<KeptStatement> Interpreter::Prepared(const void* node, const Com
     if (auto kept = cache->Find(node, catalogue_.version())) return kept;
   }
   auto fresh = std::make_shared<KeptStatement>();
-  Compiler compiler = NewCompiler();
+  Arena arena;
+  Compiler compiler = NewCompiler(arena);
   fresh->compiled = compile(compiler);
   if (cache != nullptr) {
     fresh->idle.resize(fresh->compiled.sql.size());
@@ -122,6 +123,7 @@ std::shared_ptr<KeptStatement> Interpreter::Prepared(const void* node, const Com
 }
 
 void Interpreter::Perform(const SelectStatement& statement) {
+  const ExplainedRun explained(*this, statement);
   const std::shared_ptr<KeptStatement> kept =
       Prepared(&statement, [&](Compiler& compiler) { return compiler.Compile(statement); });
   if (!kept->compiled.assigned.empty()) {
@@ -135,6 +137,7 @@ void Interpreter::Perform(const SelectStatement& statement) {
 }
 
 void Interpreter::PerformChange(const Statement& statement) {
+  const ExplainedRun explained(*this, statement);
   const std::shared_ptr<KeptStatement> kept =
       Prepared(&statement, [&](Compiler& compiler) { return compiler.Compile(statement); });
   Affected(Change(*kept));

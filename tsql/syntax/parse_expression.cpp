@@ -351,9 +351,13 @@ Expr* Parser::NameExpression() {
   if (qualifiers == kMostParts) Fail();
   Expr* expr = NewExpr(star ? ExprKind::Star : ExprKind::Column, offset);
   if (!star) expr->text = parts[count - 1].text;
-  if (qualifiers >= 1) expr->qualifier.object = parts[qualifiers - 1];
-  if (qualifiers >= 2) expr->qualifier.schema = parts[qualifiers - 2];
-  if (qualifiers >= 3) expr->qualifier.database = parts[0];
+  if (qualifiers >= 1) {
+    auto* qualifier = arena_.Make<ObjectName>();
+    qualifier->object = parts[qualifiers - 1];
+    if (qualifiers >= 2) qualifier->schema = parts[qualifiers - 2];
+    if (qualifiers >= 3) qualifier->database = parts[0];
+    expr->qualifier = qualifier;
+  }
   Finish(expr);
   return expr;
 }

@@ -74,7 +74,7 @@ struct Expr {
   std::span<const Expr* const> args;
   std::int64_t integer = 0;
   const Query* query = nullptr;
-  ObjectName qualifier;
+  const ObjectName* qualifier = nullptr;  // of a Column and a Star; nullptr for none
 
   Comparison compare = Comparison::Equal;
   bool negated = false;
@@ -87,6 +87,10 @@ struct Expr {
   std::int32_t slot = 0;  // of a Variable
   Type type;              // of a Variable, and what Convert converts to
 };
+
+inline bool IsQualified(const Expr& expr) noexcept {
+  return expr.qualifier != nullptr && !expr.qualifier->object.text.empty();
+}
 
 struct SelectItem {
   const Expr* expr = nullptr;
