@@ -79,7 +79,30 @@ bool SameExpr(const BoundExpr& a, const BoundExpr& b) {
     case ExprKind::Function:
       if (a.function != b.function || a.distinct != b.distinct || a.text != b.text) return false;
       break;
-    default:
+    case ExprKind::Null:
+    case ExprKind::Star:
+    case ExprKind::Negate:
+    case ExprKind::BitNot:
+    case ExprKind::Add:
+    case ExprKind::Subtract:
+    case ExprKind::Multiply:
+    case ExprKind::Divide:
+    case ExprKind::Modulo:
+    case ExprKind::BitAnd:
+    case ExprKind::BitOr:
+    case ExprKind::BitXor:
+    case ExprKind::Case:
+    case ExprKind::Scalar:
+    case ExprKind::Compare:
+    case ExprKind::And:
+    case ExprKind::Or:
+    case ExprKind::Not:
+    case ExprKind::IsNull:
+    case ExprKind::Like:
+    case ExprKind::Between:
+    case ExprKind::InList:
+    case ExprKind::InQuery:
+    case ExprKind::Exists:
       break;
   }
   if (a.compare != b.compare || a.negated != b.negated || a.has_operand != b.has_operand ||

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tsql/base/errors.h"
 #include "tsql/values/collation.h"
 
 namespace ledgerwick::tsql {
@@ -113,9 +114,22 @@ void Emitter::EmitExpr(const BoundExpr& expr) {
       EmitQuery(*expr.query);
       Raw(")");
       return;
-    default:
+    case ExprKind::Negate:
+    case ExprKind::BitNot:
+    case ExprKind::Add:
+    case ExprKind::Subtract:
+    case ExprKind::Multiply:
+    case ExprKind::Divide:
+    case ExprKind::Modulo:
+    case ExprKind::BitAnd:
+    case ExprKind::BitOr:
+    case ExprKind::BitXor:
       EmitArithmetic(expr);
+      return;
+    case ExprKind::Star:
+      break;  // stands in COUNT(*) alone, which writes it
   }
+  throw errors::Internal("a star stands for a value");
 }
 
 void Emitter::EmitNumber(const BoundExpr& expr) {

@@ -23,9 +23,33 @@ bool NullWith(const BoundExpr& expr, const Sources& sources) {
     case ExprKind::Divide:
       return std::any_of(expr.args.begin(), expr.args.end(),
                          [&](const BoundExpr* arg) { return NullWith(*arg, sources); });
-    default:
+    case ExprKind::Null:
+    case ExprKind::Integer:
+    case ExprKind::Number:
+    case ExprKind::String:
+    case ExprKind::Star:
+    case ExprKind::Variable:
+    case ExprKind::BitNot:
+    case ExprKind::Modulo:
+    case ExprKind::BitAnd:
+    case ExprKind::BitOr:
+    case ExprKind::BitXor:
+    case ExprKind::Case:
+    case ExprKind::Function:
+    case ExprKind::Scalar:
+    case ExprKind::Compare:
+    case ExprKind::And:
+    case ExprKind::Or:
+    case ExprKind::Not:
+    case ExprKind::IsNull:
+    case ExprKind::Like:
+    case ExprKind::Between:
+    case ExprKind::InList:
+    case ExprKind::InQuery:
+    case ExprKind::Exists:
       return false;
   }
+  return false;
 }
 
 // True when `condition` cannot hold while the columns of `sources` are all null.
@@ -46,9 +70,33 @@ bool Rejects(const BoundExpr& condition, const Sources& sources) {
       return NullWith(*condition.args[0], sources);
     case ExprKind::IsNull:
       return condition.negated && NullWith(*condition.args[0], sources);
-    default:
+    case ExprKind::Not:
+    case ExprKind::InQuery:
+    case ExprKind::Exists:
+    case ExprKind::Null:
+    case ExprKind::Integer:
+    case ExprKind::Number:
+    case ExprKind::String:
+    case ExprKind::Column:
+    case ExprKind::Star:
+    case ExprKind::Variable:
+    case ExprKind::Negate:
+    case ExprKind::BitNot:
+    case ExprKind::Add:
+    case ExprKind::Subtract:
+    case ExprKind::Multiply:
+    case ExprKind::Divide:
+    case ExprKind::Modulo:
+    case ExprKind::BitAnd:
+    case ExprKind::BitOr:
+    case ExprKind::BitXor:
+    case ExprKind::Case:
+    case ExprKind::Convert:
+    case ExprKind::Function:
+    case ExprKind::Scalar:
       return false;
   }
+  return false;
 }
 
 void SplitAnd(BoundExpr* condition, std::vector<BoundExpr*>& terms) {

@@ -313,7 +313,8 @@ void PreAggregate(BoundSelect& select, BoundQuery& query, PlanContext& context) 
   if (select.from == nullptr || select.group_by.empty() || !query.outer_columns.empty()) return;
   PreAggregation attempt(select, query, context);
   if (!attempt.ChooseDetail()) {
-    Note(context.notes, [] { return "not grouped before joining: too few rows"; });
+    Note(context.notes,
+         [] { return "not grouped before joining: few rows, or no table that holds the detail"; });
     return;
   }
   do {

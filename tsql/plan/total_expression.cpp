@@ -77,9 +77,19 @@ bool NodeCannotFail(const BoundExpr& expr) noexcept {
       // The smallest bigint has no absolute value.
       return CallsAlways(expr) ||
              (expr.function == FunctionId::Abs && expr.args[0]->type.kind != TypeKind::BigInt);
-    default:
+    case ExprKind::Star:
+    case ExprKind::Variable:
+    case ExprKind::BitNot:
+    case ExprKind::Modulo:
+    case ExprKind::BitAnd:
+    case ExprKind::BitOr:
+    case ExprKind::BitXor:
+    case ExprKind::Scalar:
+    case ExprKind::InQuery:
+    case ExprKind::Exists:
       return false;
   }
+  return false;
 }
 
 }  // namespace

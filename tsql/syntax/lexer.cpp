@@ -104,9 +104,10 @@ class Lexer {
     for (;;) {
       Allowance::Check();
       SkipBlanksAndComments();
-      Token token = Next();
+      // Filled where it stays: copying a token just written stalls the processor.
+      Token& token = tokens_.emplace_back();
+      Next(token);
       token.length = static_cast<std::uint32_t>(at_) - token.offset;
-      tokens_.push_back(token);
       if (token.kind == TokenKind::End) return std::move(tokens_);
     }
   }
@@ -148,10 +149,9 @@ class Lexer {
     } while (depth > 0);
   }
 
-  Token Next() {
-    Token token;
+  void Next(Token& token) {
     token.offset = static_cast<std::uint32_t>(at_);
-    if (at_ >= batch_.size()) return token;
+    if (at_ >= batch_.size()) return;
     const char16_t c = Peek();
     if ((c == u'N' || c == u'n') && Peek(1) == u'\'') {
       ++at_;
@@ -171,7 +171,6 @@ class Lexer {
     } else {
       ReadSymbol(token);
     }
-    return token;
   }
 
   // The storage's texts end at a NUL: the name would be another's.
