@@ -91,9 +91,9 @@ Text Nested(const Production& production, int depth) {
 }
 
 // What is allowed to come of it: an answer, 191, or that it takes too much memory or more than the
-// storage does.
+// storage does; and the errors of what happens to be written there.
 bool IsInOrder(std::int32_t number) {
-  for (const std::int32_t allowed : {0, 191, 701, 8631, 102, 189, 1013}) {
+  for (const std::int32_t allowed : {0, 191, 701, 8631, 102, 189, 1013, 2714, 8134}) {
     if (number == allowed) return true;
   }
   return false;

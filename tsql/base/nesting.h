@@ -11,7 +11,7 @@ namespace ledgerwick::tsql {
 
 // How deep the parser lets expressions, queries, joins and blocks nest. The passes behind it go no
 // deeper than the tree, but for views, whose trees hang below it.
-inline constexpr int kDeepestTree = 400;
+inline constexpr int kDeepestTree = 1200;
 
 namespace detail {
 

@@ -54,6 +54,19 @@ bool Reads(const BoundExpr& expr, const Sources& sources) {
          std::any_of(expr.query->outer_columns.begin(), expr.query->outer_columns.end(), reads);
 }
 
+bool IsAggregate(const BoundExpr& expr) noexcept {
+  switch (expr.function) {
+    case FunctionId::Count:
+    case FunctionId::Sum:
+    case FunctionId::Min:
+    case FunctionId::Max:
+    case FunctionId::Avg:
+      return expr.kind == ExprKind::Function;
+    default:
+      return false;
+  }
+}
+
 bool SameExpr(const BoundExpr& a, const BoundExpr& b) {
   if (a.kind != b.kind || a.args.size() != b.args.size() || a.query != b.query) return false;
   const Nesting nesting;

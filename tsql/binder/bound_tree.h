@@ -28,6 +28,8 @@ struct Source {
   BoundQuery* query = nullptr;      // of a derived table and a view
   std::span<const TextView> names;  // of their columns
   bool may_be_missing = false;      // on the outer side of a join: its columns may be null
+  // The planner's, of a derived table: it stands in a WITH before the statement.
+  bool hoisted = false;
 
   std::int32_t Count() const noexcept;
   TextView NameOf(std::int32_t column) const noexcept;
@@ -38,6 +40,14 @@ struct Source {
 // How a conversion behaves: Cast cuts text off, Store refuses what does not fit.
 enum class Conversion : std::uint8_t { Implicit, Cast, Store };
 
+struct BoundExpr;
+
+// An expression that is evaluated by a statement of its own, because it nests too deeply where it
+// stands: what it takes from there, each once: columns, variables and aggregates.
+struct BoundPart {
+  std::span<const BoundExpr*> inputs;
+};
+
 // The kinds are those of the syntax tree; Star stands in COUNT(*) alone, Convert also for the
 // conversions that nobody wrote.
 struct BoundExpr {
@@ -47,11 +57,12 @@ struct BoundExpr {
   std::span<BoundExpr*> args;
   std::int64_t integer = 0;
   BoundQuery* query = nullptr;
-  const Source* source = nullptr;  // of a Column
-  std::int32_t column = 0;         // in the source
-  std::int32_t slot = 0;           // of a Variable
-  std::int32_t style = 0;          // of a Convert
-  Type type;                       // of the value
+  const Source* source = nullptr;   // of a Column
+  const BoundPart* part = nullptr;  // the planner's: the expression is a part
+  std::int32_t column = 0;          // in the source
+  std::int32_t slot = 0;            // of a Variable
+  std::int32_t style = 0;           // of a Convert
+  Type type;                        // of the value
   FunctionId function = FunctionId::Unknown;
   Conversion conversion = Conversion::Implicit;
   Comparison compare = Comparison::Equal;
@@ -123,6 +134,9 @@ struct BoundModification {
   std::vector<BoundExpr*> values;     // what they are assigned, converted to their types
 };
 
+// How many arguments one call of SQLite's takes from us; it takes 127.
+inline constexpr std::size_t kMostCallArguments = 100;
+
 using Sources = std::vector<const Source*>;
 
 bool Has(const Sources& sources, const Source* source) noexcept;
@@ -133,6 +147,9 @@ void CollectSources(const BoundFrom& from, Sources& sources);
 // True when `expr` reads a column of `sources`. A subquery counts by the columns that it reads from
 // outside.
 bool Reads(const BoundExpr& expr, const Sources& sources);
+
+// True for COUNT, SUM, MIN, MAX and AVG.
+bool IsAggregate(const BoundExpr& expr) noexcept;
 
 // True when both compute the same thing.
 bool SameExpr(const BoundExpr& a, const BoundExpr& b);

@@ -32,7 +32,8 @@ BoundQuery& Compiler::BindAndPlan(const Query& query, Binder& binder) {
 
 std::string Compiler::QuerySql(const Query& query) {
   Binder binder = NewBinder();
-  Emitter emitter;
+  std::vector<std::string> parts;
+  Emitter emitter(parts);
   emitter.EmitQuery(BindAndPlan(query, binder));
   return emitter.Take();
 }
@@ -46,7 +47,7 @@ Compiled Compiler::CompileQuery(const Query& query) {
   } else if (bound.selects[0]->has_into) {
     compiled = CompileInto(query.selects[0]->into, bound, binder);
   } else {
-    Emitter emitter;
+    Emitter emitter(compiled.parts);
     emitter.EmitQuery(bound);
     compiled.sql.push_back(emitter.Take());
     compiled.types.assign(bound.types.begin(), bound.types.end());
@@ -64,10 +65,13 @@ Compiled Compiler::CompileAssignment(const BoundQuery& query) {
   Compiled compiled;
   for (const BoundItem& item : select.items) {
     compiled.assigned.push_back(item.variable);
-    if (in_turn) compiled.sql.push_back("SELECT " + EmitToString(*item.expr));
+    if (!in_turn) continue;
+    Emitter emitter(compiled.parts);
+    emitter.Raw("SELECT ").EmitExpr(*item.expr);
+    compiled.sql.push_back(emitter.Take());
   }
   if (in_turn) return compiled;
-  Emitter emitter;
+  Emitter emitter(compiled.parts);
   emitter.EmitQuery(query);
   compiled.sql.push_back(emitter.Take());
   return compiled;
@@ -83,9 +87,9 @@ Compiled Compiler::CompileInto(const ObjectName& into, const BoundQuery& query, 
     if (i > 0) create += ", ";
     create += ColumnDeclaration(ToUtf8(query.names[i]), query.types[i]);
   }
-  Emitter emitter;
-  emitter.Raw("INSERT INTO ").Raw(table).Raw(" ").EmitQuery(query);
   Compiled compiled;
+  Emitter emitter(compiled.parts);
+  emitter.Raw("INSERT INTO ").Raw(table).Raw(" ").EmitQuery(query);
   compiled.sql = {create + ")", emitter.Take()};
   if (database == DatabaseId::Session) compiled.temporary = table;
   return compiled;
@@ -97,7 +101,9 @@ Compiled Compiler::CompileCondition(const Expr& condition) {
   PlanContext context = NewContext(binder);
   PlanExpression(*bound, context);
   Compiled compiled;
-  compiled.sql.push_back("SELECT CASE WHEN " + EmitToString(*bound) + " THEN 1 ELSE 0 END");
+  Emitter emitter(compiled.parts);
+  emitter.Raw("SELECT CASE WHEN ").EmitExpr(*bound);
+  compiled.sql.push_back(emitter.Raw(" THEN 1 ELSE 0 END").Take());
   compiled.reads_schema = binder.reads_schema();
   return compiled;
 }
@@ -113,7 +119,7 @@ Compiled Compiler::CompileValues(std::span<const Expr* const> values, const Type
     bound.back() = binder.Coerce(bound.back(), type_of(bound.size() - 1, own));
   }
   PlanContext context = NewContext(binder);
-  Emitter emitter;
+  Emitter emitter(compiled.parts);
   for (BoundExpr* value : bound) {
     PlanExpression(*value, context);
     emitter.Raw(value == bound.front() ? "SELECT " : ", ").EmitExpr(*value);
@@ -124,7 +130,10 @@ Compiled Compiler::CompileValues(std::span<const Expr* const> values, const Type
 }
 
 std::string Compiler::CompileDefault(const Expr& value, const Type& type) {
-  return EmitToString(*NewBinder().BindValue(value, type));
+  std::vector<std::string> parts;
+  Emitter emitter(parts);
+  emitter.EmitExpr(*NewBinder().BindValue(value, type));
+  return emitter.Take();
 }
 
 std::vector<std::string> CompileQueries(TextView batch, Catalogue& catalogue, Planning planning) {

@@ -10,6 +10,7 @@
 #include "tsql/base/arena.h"
 #include "tsql/base/planning.h"
 #include "tsql/binder/binder.h"
+#include "tsql/emit/emitter.h"
 #include "tsql/plan/plan.h"
 #include "tsql/storage/catalogue.h"
 
@@ -20,6 +21,8 @@ namespace ledgerwick::tsql {
 struct Compiled {
   // To be run in this order. Rows and their count are those of the last, but for SELECT @v = …
   std::vector<std::string> sql;
+  // What the deep expressions in them are evaluated by (statement_parts.h).
+  std::vector<std::string> parts;
   std::vector<Type> types;  // of the result's columns; of the values as they are written
   std::vector<Text> names;  // of the result's columns
   // The variables that SELECT @v = … assigns, in the order of the columns; each of `sql` has as
@@ -63,11 +66,11 @@ class Compiler {
 
  private:
   Compiled CompileInsert(const InsertStatement& statement);
-  std::string InsertSql(const InsertStatement& statement, Binder& binder);
-  std::string InsertQuery(const InsertStatement& statement, Binder& binder, const Table& table,
-                          const std::vector<std::int32_t>& columns);
-  std::string InsertValues(const InsertStatement& statement, Binder& binder, const Table& table,
-                           const std::vector<std::int32_t>& columns);
+  void EmitInsert(const InsertStatement& statement, Binder& binder, Emitter& emitter);
+  void EmitInsertQuery(const InsertStatement& statement, Binder& binder, const Table& table,
+                       const std::vector<std::int32_t>& columns, Emitter& emitter);
+  void EmitInsertValues(const InsertStatement& statement, Binder& binder, const Table& table,
+                        const std::vector<std::int32_t>& columns, Emitter& emitter);
   Compiled CompileUpdate(const UpdateStatement& statement);
   Compiled CompileDelete(const DeleteStatement& statement);
   Compiled CompileAssignment(const BoundQuery& query);

@@ -38,23 +38,27 @@ void EmitWhere(Emitter& emitter, const BoundExpr* where) {
 Compiled Compiler::CompileInsert(const InsertStatement& statement) {
   Binder binder = NewBinder();
   Compiled compiled;
-  compiled.sql.push_back(InsertSql(statement, binder));
+  Emitter emitter(compiled.parts);
+  EmitInsert(statement, binder, emitter);
+  compiled.sql.push_back(emitter.Take());
   compiled.reads_schema = true;
   return compiled;
 }
 
-std::string Compiler::InsertSql(const InsertStatement& statement, Binder& binder) {
+void Compiler::EmitInsert(const InsertStatement& statement, Binder& binder, Emitter& emitter) {
   const Table& table = binder.RequireTable(statement.target);
   if (table.kind != TableKind::Table) {
     throw errors::NotUpdatable(statement.target.object.text,
                                binder.At(statement.target.object.offset));
   }
-  if (statement.default_values) return "INSERT INTO " + table.sql + " DEFAULT VALUES";
+  emitter.Raw("INSERT INTO ").Raw(table.sql);
+  if (statement.default_values) {
+    emitter.Raw(" DEFAULT VALUES");
+    return;
+  }
   const std::vector<std::int32_t> columns = binder.BindInsertColumns(table, statement.columns);
-  std::string sql = "INSERT INTO " + table.sql + " (";
   for (std::size_t i = 0; i < columns.size(); ++i) {
-    if (i > 0) sql += ", ";
-    sql += ColumnOf(table, columns[i]).sql;
+    emitter.Raw(i > 0 ? ", " : " (").Raw(ColumnOf(table, columns[i]).sql);
   }
   for (std::size_t i = 0; i < table.columns.size(); ++i) {
     const bool given =
@@ -63,13 +67,16 @@ std::string Compiler::InsertSql(const InsertStatement& statement, Binder& binder
       throw errors::NullNotAllowed(table.columns[i].name, table.name, true);
     }
   }
-  sql += ") ";
-  return sql + (statement.query == nullptr ? InsertValues(statement, binder, table, columns)
-                                           : InsertQuery(statement, binder, table, columns));
+  emitter.Raw(") ");
+  if (statement.query == nullptr) {
+    EmitInsertValues(statement, binder, table, columns, emitter);
+  } else {
+    EmitInsertQuery(statement, binder, table, columns, emitter);
+  }
 }
 
-std::string Compiler::InsertQuery(const InsertStatement& statement, Binder& binder,
-                                  const Table& table, const std::vector<std::int32_t>& columns) {
+void Compiler::EmitInsertQuery(const InsertStatement& statement, Binder& binder, const Table& table,
+                               const std::vector<std::int32_t>& columns, Emitter& emitter) {
   BoundQuery& query = *binder.BindQuery(*statement.query);
   const bool more = query.types.size() > columns.size();
   if (query.types.size() != columns.size()) {
@@ -80,7 +87,6 @@ std::string Compiler::InsertQuery(const InsertStatement& statement, Binder& bind
   if (notes_ != nullptr) notes_->bound = PrintBound(query);
   PlanContext context = NewContext(binder);
   PlanQuery(query, context);
-  Emitter emitter;
   // The storage would invent a row number for a null; only then is the query wrapped.
   const bool checked = std::any_of(columns.begin(), columns.end(), [&](std::int32_t column) {
     return ColumnOf(table, column).is_row_number;
@@ -99,25 +105,26 @@ std::string Compiler::InsertQuery(const InsertStatement& statement, Binder& bind
     emitter.Raw(" FROM (");
   }
   emitter.EmitQuery(query, checked);
-  return emitter.Raw(checked ? ")" : "").Take();
+  emitter.Raw(checked ? ")" : "");
 }
 
-std::string Compiler::InsertValues(const InsertStatement& statement, Binder& binder,
-                                   const Table& table, const std::vector<std::int32_t>& columns) {
+void Compiler::EmitInsertValues(const InsertStatement& statement, Binder& binder,
+                                const Table& table, const std::vector<std::int32_t>& columns,
+                                Emitter& emitter) {
   PlanContext context = NewContext(binder);
-  std::string sql = "VALUES ";
+  emitter.Raw("VALUES ");
   for (std::size_t r = 0; r < statement.rows.size(); ++r) {
     const std::span<const Expr* const> row = statement.rows[r];
     if (row.size() != columns.size()) {
       if (statement.columns.empty()) throw errors::TableValueCount(binder.At(statement.offset));
       throw errors::InsertCount(columns.size() > row.size(), binder.At(statement.offset));
     }
-    sql += r > 0 ? ", (" : "(";
+    emitter.Raw(r > 0 ? ", (" : "(");
     for (std::size_t i = 0; i < row.size(); ++i) {
       const TableColumn& column = ColumnOf(table, columns[i]);
-      if (i > 0) sql += ", ";
+      if (i > 0) emitter.Raw(", ");
       if (row[i] == nullptr) {  // DEFAULT
-        sql += column.default_sql.empty() ? "NULL" : column.default_sql;
+        emitter.Raw(column.default_sql.empty() ? "NULL" : column.default_sql);
         continue;
       }
       BoundExpr* value = binder.BindValue(*row[i], column.type);
@@ -125,11 +132,10 @@ std::string Compiler::InsertValues(const InsertStatement& statement, Binder& bin
         throw errors::NullNotAllowed(column.name, table.name, true);
       }
       PlanExpression(*value, context);
-      sql += EmitToString(*value);
+      emitter.EmitExpr(*value);
     }
-    sql += ")";
+    emitter.Raw(")");
   }
-  return sql;
 }
 
 BoundModification Compiler::BindAndPlan(const ObjectName& target,
@@ -149,7 +155,8 @@ Compiled Compiler::CompileUpdate(const UpdateStatement& statement) {
   const Table& table = *change.target->table;
   const bool alone = StandsAlone(change);
   const std::string alias = "s" + std::to_string(change.target->id);
-  Emitter emitter;
+  Compiled compiled;
+  Emitter emitter(compiled.parts);
   emitter.Raw("UPDATE ").Raw(table.sql).Raw(" AS ").Raw(alone ? alias : "target");
   for (std::size_t i = 0; i < change.columns.size(); ++i) {
     emitter.Raw(i == 0 ? " SET " : ", ");
@@ -172,7 +179,6 @@ Compiled Compiler::CompileUpdate(const UpdateStatement& statement) {
     emitter.EmitFromWhere(change.from, change.where);
     emitter.Raw(") AS found WHERE target._rowid_ = found.r");
   }
-  Compiled compiled;
   compiled.sql.push_back(emitter.Take());
   compiled.reads_schema = true;
   return compiled;
@@ -183,7 +189,8 @@ Compiled Compiler::CompileDelete(const DeleteStatement& statement) {
   const BoundModification change =
       BindAndPlan(statement.target, {}, statement.from, statement.where, binder);
   const std::string alias = "s" + std::to_string(change.target->id);
-  Emitter emitter;
+  Compiled compiled;
+  Emitter emitter(compiled.parts);
   emitter.Raw("DELETE FROM ").Raw(change.target->table->sql);
   if (StandsAlone(change)) {
     emitter.Raw(" AS ").Raw(alias);
@@ -193,7 +200,6 @@ Compiled Compiler::CompileDelete(const DeleteStatement& statement) {
     emitter.EmitFromWhere(change.from, change.where);
     emitter.Raw(")");
   }
-  Compiled compiled;
   compiled.sql.push_back(emitter.Take());
   compiled.reads_schema = true;
   return compiled;

@@ -56,15 +56,7 @@ void Emitter::EmitArithmetic(const BoundExpr& expr) {
   if (expr.kind == ExprKind::Divide || expr.kind == ExprKind::Modulo) {
     EmitDivision(expr);
   } else if (expr.kind == ExprKind::BitXor) {
-    // SQLite has no exclusive or: the bits of either less the bits of both.
-    for (const std::string_view bits : {"((", " - ("}) {
-      Raw(bits);
-      EmitExpr(*expr.args[0]);
-      Raw(bits == "((" ? " | " : " & ");
-      EmitExpr(*expr.args[1]);
-      Raw(")");
-    }
-    Raw(")");
+    EmitCall("t_xor", expr.args);  // SQLite has no exclusive or
   } else {
     Raw("(");
     EmitExpr(*expr.args[0]);

@@ -33,12 +33,6 @@ bool HoldsFullJoin(const BoundFrom* from) noexcept {
                              HoldsFullJoin(from->right));
 }
 
-// SQLite takes a negative limit for none.
-std::string LimitOf(const BoundSelect& select) {
-  if (select.top_variable == nullptr) return std::to_string(select.top);
-  return "max(0, " + EmitToString(*select.top_variable) + ")";
-}
-
 }  // namespace
 
 void Emitter::EmitQuery(const BoundQuery& query, bool named) {
@@ -55,7 +49,10 @@ void Emitter::EmitQuery(const BoundQuery& query, bool named) {
     const bool wrapped = compound && select.has_top;
     if (wrapped) Raw("SELECT * FROM (");
     EmitSelect(select, (named || apart > 0) && i == 0, compound);
-    if (wrapped) Raw(" LIMIT ").Raw(LimitOf(select)).Raw(")");
+    if (wrapped) {
+      EmitLimit(select);
+      Raw(")");
+    }
     if (i + 1 == apart) Raw(")");
   }
   EmitOrderBy(query);
@@ -65,9 +62,19 @@ void Emitter::EmitQuery(const BoundQuery& query, bool named) {
       std::any_of(query.selects.begin(), query.selects.end(),
                   [](const BoundSelect* select) { return HoldsFullJoin(select->from); });
   if (compound && full) Raw(" LIMIT -1");
-  if (!compound && query.selects[0]->has_top) {
-    Raw(" LIMIT ").Raw(LimitOf(*query.selects[0]));
+  if (!compound && query.selects[0]->has_top) EmitLimit(*query.selects[0]);
+}
+
+// SQLite takes a negative limit for none.
+void Emitter::EmitLimit(const BoundSelect& select) {
+  Raw(" LIMIT ");
+  if (select.top_variable == nullptr) {
+    Raw(std::to_string(select.top));
+    return;
   }
+  Raw("max(0, ");
+  EmitExpr(*select.top_variable);
+  Raw(")");
 }
 
 void Emitter::EmitSelect(const BoundSelect& select, bool named, bool compound) {
@@ -225,7 +232,9 @@ void Emitter::EmitHashedGroups(const BoundSelect& select) {
 
 void Emitter::EmitLeaf(const BoundFrom& from) {
   const Source& source = *from.source;
-  if (source.query != nullptr && source.query->selects[0]->hashed) {
+  if (source.hoisted) {
+    Hoist(source);
+  } else if (source.query != nullptr && source.query->selects[0]->hashed) {
     EmitHashedGroups(*source.query->selects[0]);
   } else if (source.query != nullptr) {
     Raw("(");

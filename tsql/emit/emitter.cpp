@@ -25,23 +25,13 @@ std::string_view OperatorOf(Comparison comparison) noexcept {
   }
 }
 
-// A column whose declaration carries the collation.
-bool IsStoredColumn(const BoundExpr& expr) noexcept {
-  return expr.kind == ExprKind::Column && expr.source->query == nullptr &&
-         expr.source->table->kind == TableKind::Table;
-}
-
 }  // namespace
-
-std::string EmitToString(const BoundExpr& expr) {
-  Emitter emitter;
-  emitter.EmitExpr(expr);
-  return emitter.Take();
-}
 
 void Emitter::EmitExpr(const BoundExpr& expr) {
   const Nesting nesting;
   RequireRoom();
+  if (expr.part != nullptr && expr.part != part_) return EmitPart(expr);
+  if (part_ != nullptr && EmitInput(expr)) return;
   switch (expr.kind) {
     case ExprKind::Null:
       Raw("NULL");
@@ -304,6 +294,18 @@ void Emitter::EmitCall(std::string_view function, std::span<BoundExpr* const> ar
   Raw(")");
 }
 
+// More arguments than a call takes go into calls within calls.
+void Emitter::EmitCoalesce(std::span<BoundExpr* const> args) {
+  if (args.size() <= kMostCallArguments) return EmitCall("coalesce", args);
+  Raw("coalesce(");
+  for (const BoundExpr* arg : args.first(kMostCallArguments - 1)) {
+    EmitExpr(*arg);
+    Raw(", ");
+  }
+  EmitCoalesce(args.subspan(kMostCallArguments - 1));
+  Raw(")");
+}
+
 void Emitter::EmitFunction(const BoundExpr& expr) {
   const std::span<BoundExpr* const> args = expr.args;
   switch (expr.function) {
@@ -323,7 +325,7 @@ void Emitter::EmitFunction(const BoundExpr& expr) {
       }
       return;
     case FunctionId::Coalesce:
-      EmitCall("coalesce", args);
+      EmitCoalesce(args);
       return;
     case FunctionId::NullIf:
       Raw("nullif(");

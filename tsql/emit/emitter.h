@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tsql/base/allowance.h"
 #include "tsql/base/nesting.h"
@@ -14,6 +15,10 @@ namespace ledgerwick::tsql {
 // types.
 class Emitter {
  public:
+  // The statements of the expressions that are evaluated by themselves (statement_parts.h) go
+  // behind those that are in `parts` already, which outlives the emitter.
+  explicit Emitter(std::vector<std::string>& parts) : parts_(parts) {}
+
   // A query whose result columns stand in order; `named` calls them c1, c2, ….
   void EmitQuery(const BoundQuery& query, bool named = false);
 
@@ -26,19 +31,28 @@ class Emitter {
     out_ += sql;
     return *this;
   }
-  std::string Take() { return std::move(out_); }
+
+  // All that was written, behind the derived tables that go in front.
+  std::string Take();
 
  private:
-  // Arithmetic may write an operand twice, so that the text of what nests doubles with every level.
   // SQLite takes about so many bytes for each of the text's.
   void RequireRoom() const {
     constexpr std::size_t kBytesOfText = 16;
     Allowance::Require(out_.size() * kBytesOfText);
   }
 
+  // Parts (emit_part.cpp)
+  void EmitPart(const BoundExpr& expr);
+  bool EmitInput(const BoundExpr& expr);
+  void Hoist(const Source& source);
+  bool IsInput(const BoundExpr& expr) const;
+  bool IsStoredColumn(const BoundExpr& expr) const;
+
   // Queries (emit_query.cpp)
   void EmitSelect(const BoundSelect& select, bool named, bool compound);
   void EmitItem(const BoundSelect& select, const BoundItem& item, bool compound);
+  void EmitLimit(const BoundSelect& select);
   void EmitTerm(const BoundExpr& expr);
   void EmitOrderBy(const BoundQuery& query);
   void EmitHashedGroups(const BoundSelect& select);
@@ -63,6 +77,7 @@ class Emitter {
   void EmitFunction(const BoundExpr& expr);
   void EmitAggregate(const BoundExpr& expr);
   void EmitCall(std::string_view function, std::span<BoundExpr* const> args);
+  void EmitCoalesce(std::span<BoundExpr* const> args);
   void EmitCollated(
       const BoundExpr& expr);  // with the collation where it would not apply by itself
 
@@ -84,13 +99,13 @@ class Emitter {
   void ConvertToDate(const BoundExpr& expr);
   void CutText(const BoundExpr& expr);
 
+  std::vector<std::string>& parts_;
+  const BoundPart* part_ = nullptr;  // that is being written
+  std::string with_;                 // what goes in front
   std::string out_;
 };
 
 // The literal for a value of `type`, a decimal or money, in its units.
 std::string UnitsSql(Int128 units, const Type& type);
-
-// The SQL of one expression.
-std::string EmitToString(const BoundExpr& expr);
 
 }  // namespace ledgerwick::tsql

@@ -19,6 +19,9 @@ SqlError InvalidOperation() {
   return {3623, kSeverity, "An invalid floating point operation occurred."};
 }
 
+// t_xor(a, b)
+void ExclusiveOr(Call& call) { call.Return(call.Integer(0) ^ call.Integer(1)); }
+
 // t_div0()
 void DivideByZero(Call&) { throw errors::DivideByZero(); }
 
@@ -120,6 +123,7 @@ void NumberAsText(Call& call) {
 
 constexpr auto kFunctions = std::to_array<FunctionRow>({
     {"t_div0", 0, 0, 0, DivideByZero, Purity::kStaysInPlace},
+    {"t_xor", 2, 2, 2, ExclusiveOr},
     {"t_round", 2, 3, 3, Round},
     {"t_finite", 1, 1, 1, CheckFinite},
     {"t_abs", 1, 1, 1, Absolute},

@@ -4,6 +4,7 @@
 #include "tsql/plan/join_order.h"
 #include "tsql/plan/lookup_keys.h"
 #include "tsql/plan/pre_aggregate.h"
+#include "tsql/plan/split.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -68,25 +69,28 @@ std::string NameOf(const Source& source) {
 }
 
 void PlanQuery(BoundQuery& query, PlanContext& context) {
-  if (context.planning == Planning::Plain) return;
+  if (context.planning == Planning::Plain) return SplitDeep(query, context);
   // Each row assigns: which rows there are, and in which order, is as it is written.
   if (query.selects[0]->items[0].variable == 0) {
     PreferKeys(query, context);
     GroupFirst(query, context);
   }
   OrderAll(query, context);
+  SplitDeep(query, context);
 }
 
 void PlanExpression(BoundExpr& expr, PlanContext& context) {
   if (context.planning != Planning::Plain) OrderAll(&expr, context);
+  SplitDeep(expr, context);
 }
 
 void PlanModification(BoundModification& modification, PlanContext& context) {
-  if (context.planning == Planning::Plain) return;
+  if (context.planning == Planning::Plain) return SplitDeep(modification, context);
   OrderJoins(modification.from, modification.where, context);
   OrderAll(modification.from, context);
   OrderAll(modification.where, context);
   for (BoundExpr* value : modification.values) OrderAll(value, context);
+  SplitDeep(modification, context);
 }
 
 }  // namespace ledgerwick::tsql

@@ -2,10 +2,12 @@
 #include <array>
 #include <charconv>
 #include <exception>
+#include <optional>
 
 #include "tsql/base/characters.h"
 #include "tsql/run/interpreter.h"
 #include "tsql/storage/aggregates.h"
+#include "tsql/storage/statement_parts.h"
 #include "tsql/values/collation.h"
 #include "tsql/values/convert.h"
 #include "tsql/values/datetime.h"
@@ -78,6 +80,9 @@ class RunningStatement {
       statement_ = storage.Prepare(kept.compiled.sql[place]);
     }
     session.Bind(statement_.get());
+    if (kept.compiled.parts.empty()) return;
+    parts_.emplace(kept.compiled.parts);
+    parts_->Bind(statement_.get(), kPartsSlot + 1);
   }
   ~RunningStatement() {
     if (std::uncaught_exceptions() > failures_ || kept_.idle.size() <= place_) return;
@@ -94,6 +99,7 @@ class RunningStatement {
   KeptStatement& kept_;
   std::size_t place_;
   int failures_;
+  std::optional<StatementParts> parts_;
   SqliteStatement statement_;
 };
 

@@ -82,7 +82,7 @@ bool Session::PassesCatch(const SqlError& error, std::int32_t level) const noexc
 void Session::Bind(sqlite3_stmt* statement) const {
   const int count = sqlite3_bind_parameter_count(statement);
   if (count == 0) return;
-  for (int i = 1; i <= std::min(count, kSystemVariables); ++i) {
+  for (int i = 1; i <= std::min(count, kNamedSystemVariables); ++i) {
     if (sqlite3_bind_parameter_name(statement, i) == nullptr) continue;
     const auto variable = static_cast<SystemVariable>(i - 1);
     switch (variable) {

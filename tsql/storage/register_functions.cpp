@@ -7,6 +7,7 @@
 
 #include "tsql/functions/function_table.h"
 #include "tsql/storage/aggregates.h"
+#include "tsql/storage/statement_parts.h"
 #include "tsql/values/collation.h"
 
 namespace ledgerwick::tsql {
@@ -88,6 +89,7 @@ void RegisterFunctions(sqlite3* db, FunctionState& state) {
   }
   Check(db, RegisterSums(db, state));
   Check(db, RegisterGrouping(db, state));
+  Check(db, RegisterParts(db));
 }
 
 }  // namespace ledgerwick::tsql

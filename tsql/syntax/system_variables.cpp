@@ -33,7 +33,7 @@ constexpr SystemVariableName kNames[] = {
     {u"ERROR_PROCEDURE", SystemVariable::ErrorProcedure, UnicodeText(kLongestName)},
     {u"ERROR_LINE", SystemVariable::ErrorLine, Int()},
 };
-static_assert(std::size(kNames) == kSystemVariables);
+static_assert(std::size(kNames) == kNamedSystemVariables);
 
 }  // namespace
 

@@ -21,7 +21,12 @@ enum class SystemVariable : std::uint8_t {
   ErrorProcedure,
   ErrorLine,
 };
-inline constexpr std::int32_t kSystemVariables = 10;
+inline constexpr std::int32_t kNamedSystemVariables = 10;
+
+// The slot behind them is that of the parts that a statement's deep expressions are evaluated by.
+inline constexpr std::int32_t kPartsSlot = kNamedSystemVariables;
+
+inline constexpr std::int32_t kSystemVariables = kPartsSlot + 1;
 
 // The variable that is called so ("@@ROWCOUNT", "ERROR_LINE"), and its type.
 struct SystemVariableName {
