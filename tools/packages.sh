@@ -27,7 +27,7 @@ ensure_packages() {
 }
 
 # What the program is built with.
-BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libboost-dev libcli11-dev nlohmann-json3-dev
+BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libboost-dev libicu-dev libcli11-dev nlohmann-json3-dev
   libutf8proc-dev)
 # What its tests need beyond that.
 TEST_PACKAGES=(doctest-dev clang-format git)

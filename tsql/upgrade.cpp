@@ -15,6 +15,8 @@
 #include "tsql/storage/database_files.h"
 #include "tsql/storage/database_lock.h"
 #include "tsql/storage/sqlite.h"
+#include "tsql/storage/text_order.h"
+#include "tsql/values/collation.h"
 #include "tsql/values/convert.h"
 
 namespace ledgerwick::tsql {
@@ -66,7 +68,8 @@ class Upgrade {
     DatabaseLock lock(path_, options_);
     if (!lock.WaitAlone(options_)) Refuse(kInUse);
     Open();
-    if (Integer("PRAGMA main.user_version") == kFormatVersion) return false;
+    // Of the formats since, opening a database brings it to today's.
+    if (Integer("PRAGMA main.user_version") != 0) return false;
     HaveAlone();
     const Remains remains{fresh_};
     RemoveFile(fresh_);  // what an upgrade that was broken off has left
@@ -123,6 +126,7 @@ class Upgrade {
         },
         this);
     RegisterFunctions(db, functions_);
+    LoadCollation();  // or else it might fail in the midst of an index
   }
 
   SqliteStatement Prepare(const std::string& sql) {
@@ -189,6 +193,7 @@ class Upgrade {
     }
     for (const auto& [name, sql] : tables) CopyTable(name, sql);
     for (const std::string& sql : indexes) Execute(InFresh(sql, "INDEX "));
+    for (const std::string& sql : NoteTextOrder("fresh", CollationVersion())) Execute(sql);
     if (analysed) Execute("ANALYZE fresh");
     Execute("PRAGMA fresh.application_id = " + std::to_string(kApplicationId));
     Execute("PRAGMA fresh.user_version = " + std::to_string(kFormatVersion));

@@ -4,6 +4,8 @@
 #include <functional>
 
 #include "tests/tsql/scratch_database.h"
+#include "tsql/storage/sqlite.h"
+#include "tsql/values/collation.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -87,6 +89,47 @@ TEST_CASE("damage is told of the file that has it; tempdb's is mended when its u
   CHECK_MESSAGE(error.starts_with("824: The database file '" + database.path().string() + "'"),
                 error);
   CHECK(NoteOf(database).empty());
+}
+
+// Does in the file of `database` what a version would that orders text by its bytes.
+void RunInOrderOfBytes(const ScratchDatabase& database, const std::string& sql) {
+  sqlite3* opened = nullptr;
+  REQUIRE(sqlite3_open(database.path().c_str(), &opened) == SQLITE_OK);
+  const SqliteHandle db(opened);
+  const auto compare = [](void*, int size_a, const void* a, int size_b, const void* b) {
+    return std::string_view(static_cast<const char*>(a), static_cast<std::size_t>(size_a))
+        .compare({static_cast<const char*>(b), static_cast<std::size_t>(size_b)});
+  };
+  sqlite3_create_collation(opened, kCollation, SQLITE_UTF8, nullptr, compare);
+  CHECK_MESSAGE(sqlite3_exec(opened, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK,
+                sqlite3_errmsg(opened));
+}
+
+TEST_CASE(
+    "indexes in another order of text are rebuilt before use, when nobody uses the database") {
+  for (const char* noted : {"DROP VIEW ledgerwick_collation; PRAGMA user_version = 1;",
+                            "DROP VIEW ledgerwick_collation; CREATE VIEW ledgerwick_collation "
+                            "(version) AS SELECT 'ICU 1.0'"}) {
+    CAPTURE(std::string(noted));
+    const ScratchDatabase database;
+    database.Run(
+        u"CREATE TABLE t (n nvarchar(9) NOT NULL PRIMARY KEY, c varchar(9)) "
+        u"CREATE INDEX c ON t (c) SELECT 1 AS a INTO tempdb..w");
+    RunInOrderOfBytes(database,
+                      "INSERT INTO t WITH n(i) AS (VALUES (0x4E00) UNION ALL SELECT i + 1 FROM n "
+                      "LIMIT 5000) SELECT char(i), char(i) || 'x' FROM n; REINDEX;");
+    {
+      const auto user = database.Connect();
+      RunInOrderOfBytes(database, noted);
+      const std::string refusal = ErrorOf([&] { database.Connect(testing::Hasty()); });
+      CHECK_MESSAGE(refusal.find("rebuilt when nobody else uses") != std::string::npos, refusal);
+    }
+    CHECK(NoteOf(database).find("indexes on text have been rebuilt") != std::string::npos);
+    CHECK(NoteOf(database).empty());
+    CHECK(database.Scalar(u"SELECT COUNT(*) AS x FROM t a WHERE EXISTS (SELECT 1 FROM t b WHERE "
+                          u"b.n = a.n) AND EXISTS (SELECT 1 FROM t b WHERE b.c = a.c)") == "5000");
+    CHECK(ErrorOf([&] { database.Run(u"SELECT 1 AS a INTO tempdb..w"); }).starts_with("2714"));
+  }
 }
 
 TEST_CASE("every file of a database has its mode") {

@@ -149,10 +149,14 @@ SqlError DiskFull(const std::string& file);                                   //
 SqlError ReadOnly(const std::string& file);                                   // 3906
 SqlError Damaged(const std::string& file);                                    // 824
 SqlError TempdbDamaged(const std::string& file);                              // 824
-SqlError ReservedName(TextView name, Position at);                            // 262
-SqlError NameWithNul(TextView name, Position at);                             // 1055
-SqlError Cancelled();                                                         // 0
-SqlError OutOfMemory();                                                       // 701
+// Why ICU has no order of text.
+SqlError NoTextOrder(const std::string& why);  // 448
+// `file` is in use by those who order text in another way than this process.
+SqlError OtherTextOrder(const std::string& file);              // 1222
+SqlError ReservedName(TextView name, Position at);             // 262
+SqlError NameWithNul(TextView name, Position at);              // 1055
+SqlError Cancelled();                                          // 0
+SqlError OutOfMemory();                                        // 701
 SqlError Internal(const std::string& what);                    // 8624, what nobody has foreseen
 SqlError VariableNotAllowed(TextView statement, Position at);  // 112
 SqlError Storage(const std::string& message);  // 823, anything that SQLite alone knows

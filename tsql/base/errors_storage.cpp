@@ -53,6 +53,19 @@ SqlError TempdbDamaged(const std::string& file) {
               "nobody else uses the database: end what uses it and try again."};
 }
 
+SqlError NoTextOrder(const std::string& why) {
+  return {448, kUser,
+          "Invalid collation 'Chinese_PRC_CI_AS': ICU cannot order Chinese text (" + why +
+              "). Check that ICU is installed with its data, and that ICU_DATA is not set."};
+}
+
+SqlError OtherTextOrder(const std::string& file) {
+  return {1222, kUser,
+          "The indexes of " + Quoted(file) +
+              " have text in the order of another version, and are rebuilt when nobody else uses "
+              "the database. End what uses it and try again."};
+}
+
 SqlError ReservedName(TextView name, Position at) {
   return {262, 14,
           "CREATE permission denied for " + Q(name) +

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -23,6 +24,10 @@ namespace ledgerwick::tsql {
 struct FunctionState {
   // The error that a function raised while a statement ran: SQLite carries the text alone.
   std::optional<SqlError> error;
+
+  // What kept the collation from comparing two texts. The statement has run on as if they were
+  // equal, so that its end must be this, and what it changed be taken back.
+  std::exception_ptr order_failure;
 
   // GETDATE's answer for the whole statement that runs; none before it is asked.
   std::optional<std::int64_t> now;

@@ -18,8 +18,10 @@ namespace ledgerwick::tsql {
 // The application_id in the head of every file of ours.
 inline constexpr int kApplicationId = 0x4C656467;
 
-// The format of what such a file holds, its user_version: 0 had decimals and money as floats.
-inline constexpr int kFormatVersion = 1;
+// The format of what such a file holds, its user_version: 0 had decimals and money as floats, and 1
+// text in the order of its code points, with nothing noted of it (text_order.h).
+inline constexpr int kFormatVersion = 2;
+inline constexpr int kOldestFormatOpened = 1;
 
 // `path` with `suffix` added to its last part.
 std::filesystem::path WithSuffix(std::filesystem::path path, const char* suffix);

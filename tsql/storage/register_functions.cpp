@@ -41,9 +41,15 @@ void Invoke(sqlite3_context* context, int count, sqlite3_value** values) {
   }
 }
 
-int Collate(void*, int size_a, const void* a, int size_b, const void* b) {
-  return CompareCollated({static_cast<const char*>(a), static_cast<std::size_t>(size_a)},
-                         {static_cast<const char*>(b), static_cast<std::size_t>(size_b)});
+// A collation has no way to fail.
+int Collate(void* state, int size_a, const void* a, int size_b, const void* b) noexcept {
+  try {
+    return CompareCollated({static_cast<const char*>(a), static_cast<std::size_t>(size_a)},
+                           {static_cast<const char*>(b), static_cast<std::size_t>(size_b)});
+  } catch (...) {
+    static_cast<FunctionState*>(state)->order_failure = std::current_exception();
+    return 0;
+  }
 }
 
 void Check(sqlite3* db, int result) {
@@ -82,7 +88,7 @@ void ChooseOptimizations(sqlite3* db, std::size_t text_size) noexcept {
 
 void RegisterFunctions(sqlite3* db, FunctionState& state) {
   ChooseOptimizations(db, 0);
-  Check(db, sqlite3_create_collation_v2(db, kCollation, SQLITE_UTF8, nullptr, Collate, nullptr));
+  Check(db, sqlite3_create_collation_v2(db, kCollation, SQLITE_UTF8, &state, Collate, nullptr));
   for (const auto table : {CheckFunctions(), ConversionFunctions(), DateFunctions(),
                            ExactFunctions(), NumberFunctions(), TextFunctions()}) {
     for (const FunctionRow& row : table) Register(db, row, state);

@@ -107,6 +107,9 @@ bool Storage::Step(sqlite3_stmt* statement) {
   if (std::fetestexcept(FE_OVERFLOW) != 0) std::feclearexcept(FE_OVERFLOW);
   const int result = sqlite3_step(statement);
   if (result != SQLITE_ROW) EndTurns();
+  if (functions_.order_failure) {
+    std::rethrow_exception(std::exchange(functions_.order_failure, nullptr));
+  }
   if (result != SQLITE_ROW && result != SQLITE_DONE) Fail(result);
   if (std::fetestexcept(FE_OVERFLOW) != 0) throw errors::Overflow(u"float");
   return result == SQLITE_ROW;

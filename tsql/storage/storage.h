@@ -8,6 +8,7 @@
 #include <string>
 
 #include "tsql/base/callers_exception.h"
+#include "tsql/base/errors.h"
 #include "tsql/base/options.h"
 #include "tsql/storage/database_lock.h"
 #include "tsql/storage/fair_lock.h"
@@ -41,8 +42,9 @@ class Storage {
 
   SqliteStatement Prepare(const std::string& sql);
 
-  // True while there is a row. Throws the statement's error, and 8115 where a float has overflowed;
-  // a statement that ends with that has taken effect already, so changes stand in a Transaction.
+  // True while there is a row. Throws the statement's error, 8115 where a float has overflowed, and
+  // what kept the collation from comparing (collation.h); a statement that ends with one of the
+  // latter two has taken effect already, so changes stand in a Transaction.
   bool Step(sqlite3_stmt* statement);
 
   // Runs statements that give no rows. Returns how many rows the last of them changed.
@@ -69,9 +71,12 @@ class Storage {
   // storage_open.cpp
   void CheckFiles() const;
   void CheckContent() const;
-  bool OpenFiles();  // this and OpenTempdb: false when others keep tempdb from being made anew
+  // What in the files has to be mended before use and cannot be while others use the database;
+  // these three.
+  std::optional<SqlError> OpenFiles();
+  std::optional<SqlError> SettleTextOrder();
+  std::optional<SqlError> OpenTempdb();
   void OpenMain();
-  bool OpenTempdb();
   void SetUpMain();
   void CheckFormat();
   void SetUp(const char* schema, int page_size);

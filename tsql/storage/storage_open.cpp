@@ -13,6 +13,8 @@
 #include "tsql/storage/database_files.h"
 #include "tsql/storage/storage.h"
 #include "tsql/storage/storage_error.h"
+#include "tsql/storage/text_order.h"
+#include "tsql/values/collation.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -56,17 +58,15 @@ std::string AttachTempdb(const fs::path& database) {
 Storage::Storage(const fs::path& path, const DatabaseOptions& options)
     : path_(WithoutLinks(path)), options_(options) {
   CheckFiles();
-  // Several who find tempdb damaged at once let go of it, so that one of them has it alone.
+  // Several who find something to mend at once let go of it, so that one of them has it alone.
   const auto patience =
       std::min<std::chrono::milliseconds>(std::chrono::seconds(2), options_.lock_wait);
   constexpr auto kPause = std::chrono::milliseconds(20);
   const auto start = Clock::now();
   try {
-    while (!OpenFiles()) {
+    while (const std::optional<SqlError> obstacle = OpenFiles()) {
       CloseFiles();
-      if (Clock::now() - start >= patience) {
-        throw errors::TempdbDamaged(TempdbPath(path_).string());
-      }
+      if (Clock::now() - start >= patience) throw SqlError(*obstacle);
       std::this_thread::sleep_for(kPause);
     }
     lock_->Share();
@@ -148,14 +148,15 @@ void Storage::CheckContent() const {
   }
 }
 
-bool Storage::OpenFiles() {
+std::optional<SqlError> Storage::OpenFiles() {
   ConfigureSqlite();
   lock_.emplace(path_, options_);
   main_turn_.emplace(lock_->file(), LockSubject::Main(), "'" + path_.string() + "'");
   tempdb_turn_.emplace(lock_->file(), LockSubject::Tempdb(),
                        "'" + TempdbPath(path_).string() + "'");
   OpenMain();
-  if (!OpenTempdb()) return false;
+  if (std::optional<SqlError> obstacle = SettleTextOrder()) return obstacle;
+  if (std::optional<SqlError> obstacle = OpenTempdb()) return obstacle;
   // A log that was once large does not stay so.
   for (const char* sql :
        {"PRAGMA main.synchronous = NORMAL",
@@ -165,7 +166,7 @@ bool Storage::OpenFiles() {
         "PRAGMA tempdb.journal_size_limit = 33554432", "PRAGMA temp_store = FILE"}) {
     Execute(sql);
   }
-  return true;
+  return std::nullopt;
 }
 
 void Storage::OpenMain() {
@@ -209,9 +210,30 @@ void Storage::SetUpMain() {
 
 void Storage::CheckFormat() {
   const SqliteStatement version = Prepare("PRAGMA main.user_version");
-  if (Step(version.get()) && sqlite3_column_int(version.get(), 0) == kFormatVersion) return;
+  const int format = Step(version.get()) ? sqlite3_column_int(version.get(), 0) : 0;
+  if (format >= kOldestFormatOpened && format <= kFormatVersion) return;
   Refuse(path_, "the file has the format of another version. `ledgerwick upgrade " +
                     path_.string() + "` brings one of an older version to today's.");
+}
+
+// Rebuilds the indexes on text where they are in another order than this process has. Whoever uses
+// the database beside it would still go by the other one.
+std::optional<SqlError> Storage::SettleTextOrder() {
+  const std::string order = CollationVersion();
+  int result = SQLITE_OK;
+  const std::string noted = NotedTextOrder(db(), "main", result);
+  if (result != SQLITE_OK) Fail(result);
+  if (noted == order) return std::nullopt;
+  if (!lock_->alone()) return errors::OtherTextOrder(path_.string());
+  LoadCollation();
+  Transaction transaction(*this);
+  for (const std::string& sql : NoteTextOrder("main", order)) Execute(sql);
+  Execute(std::string("REINDEX ") + kCollation);
+  Execute("PRAGMA main.user_version = " + std::to_string(kFormatVersion));
+  transaction.Commit();
+  Note("the indexes on text have been rebuilt: they were in the order of " +
+       (noted.empty() ? "an older version" : noted) + ", and are now in that of " + order);
+  return std::nullopt;
 }
 
 // Makes an empty file a database of ours.
@@ -225,12 +247,13 @@ void Storage::SetUp(const char* schema, int page_size) {
   Transaction transaction(*this);
   Execute(std::string("CREATE TABLE IF NOT EXISTS ") + schema + "." + kModulesTable +
           " (name TEXT NOT NULL, kind TEXT NOT NULL, definition TEXT NOT NULL)");
+  for (const std::string& sql : NoteTextOrder(schema, CollationVersion())) Execute(sql);
   Execute(prefix + "application_id = " + std::to_string(kApplicationId));
   Execute(prefix + "user_version = " + std::to_string(kFormatVersion));
   transaction.Commit();
 }
 
-bool Storage::OpenTempdb() {
+std::optional<SqlError> Storage::OpenTempdb() {
   const fs::path tempdb = TempdbPath(path_);
   TempdbState state = TempdbState::Unmade;
   std::error_code ignored;
@@ -249,15 +272,15 @@ bool Storage::OpenTempdb() {
                       "' is an SQLite database, but not one of Ledgerwick's. Move it away.");
   }
   if (state == TempdbState::Sound || (state == TempdbState::Outdated && !lock_->alone())) {
-    return true;
+    return std::nullopt;
   }
-  if (!lock_->alone()) return false;
+  if (!lock_->alone()) return errors::TempdbDamaged(tempdb.string());
   MakeTempdb();
   if (state == TempdbState::Damaged) {
     Note("tempdb '" + tempdb.string() +
          "' was damaged and has been made anew; what reports had put there has to be filled again");
   }
-  return true;
+  return std::nullopt;
 }
 
 // A new tempdb in the place of what is there. Only while alone.

@@ -4,6 +4,8 @@
 #include <optional>
 
 #include "tsql/storage/database_files.h"
+#include "tsql/storage/text_order.h"
+#include "tsql/values/collation.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -43,6 +45,12 @@ TempdbState InspectTempdb(sqlite3* db, int attached, int& result) {
   }
   if (*id == kApplicationId) {
     if (*format != kFormatVersion) return TempdbState::Unmade;
+    const std::string order = NotedTextOrder(db, "tempdb", result);
+    if (result != SQLITE_OK) {
+      if (IsDamage(result)) result = SQLITE_OK;
+      return TempdbState::Damaged;
+    }
+    if (order != CollationVersion()) return TempdbState::Unmade;
     return *vacuum == kIncremental ? TempdbState::Sound : TempdbState::Outdated;
   }
   return *id == 0 && *objects == 0 ? TempdbState::Unmade : TempdbState::Foreign;

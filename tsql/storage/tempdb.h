@@ -13,13 +13,14 @@ namespace ledgerwick::tsql {
 enum class TempdbState {
   Sound,
   Outdated,  // of an older version: it never shrinks
-  Unmade,    // without content, left half made, or of another format
+  Unmade,    // without content, left half made, of another format or with another order of text
   Damaged,
   Foreign,  // a database of somebody else's
 };
 
 // What the attached tempdb of `db` is like, by its head and its table of tables. `attached` is the
-// result code of attaching it. Throws nothing; an error that says nothing of the file is `result`.
+// result code of attaching it. An error that says nothing of the file is `result`. Throws what
+// CollationVersion does.
 TempdbState InspectTempdb(sqlite3* db, int attached, int& result);
 
 // Gives free pages back to the system if they are many. The caller has the turn to write to tempdb.

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "tsql/base/characters.h"
+#include "tsql/values/collation.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -42,12 +43,23 @@ bool OnlyBlanks(TextView text) noexcept { return text.find_first_not_of(u' ') ==
 
 }  // namespace
 
-bool LikePattern::Element::Accepts(char16_t folded) const noexcept {
+bool LikePattern::Range::Holds(char16_t folded) const {
+  if (folded == first || folded == last) return true;
+  if (first == last) return false;
+  const auto utf8 = [](char16_t unit) {
+    std::string text;
+    AppendChar(text, unit);
+    return text;
+  };
+  const std::string text = utf8(folded);
+  return CompareCollated(utf8(first), text) <= 0 && CompareCollated(text, utf8(last)) <= 0;
+}
+
+bool LikePattern::Element::Accepts(char16_t folded) const {
   if (kind == Kind::kUnit) return folded == unit;
   if (kind == Kind::kAnyUnit) return true;
-  const bool listed = std::any_of(ranges.begin(), ranges.end(), [folded](Range range) {
-    return folded >= range.first && folded <= range.last;
-  });
+  const bool listed = std::any_of(ranges.begin(), ranges.end(),
+                                  [folded](Range range) { return range.Holds(folded); });
   return listed != negated;
 }
 
@@ -144,7 +156,7 @@ bool LikePattern::Matches(std::string_view value, bool blanks_count) const {
 
 // Only the last % met needs to be tried again: an earlier one can stay with the shortest text that
 // let what follows it match.
-bool LikePattern::MatchesUnits(TextView folded, bool blanks_count) const noexcept {
+bool LikePattern::MatchesUnits(TextView folded, bool blanks_count) const {
   constexpr std::size_t kNone = TextView::npos;
   std::size_t element = 0;
   std::size_t unit = 0;
