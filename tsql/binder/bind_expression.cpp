@@ -5,6 +5,7 @@
 
 #include "tsql/binder/binder.h"
 #include "tsql/syntax/lexer.h"
+#include "tsql/values/ansi.h"
 #include "tsql/values/convert.h"
 #include "tsql/values/datetime.h"
 
@@ -80,7 +81,7 @@ BoundExpr* Binder::BindExpression(const Expr& value) {
 }
 
 BoundExpr* Binder::BindValue(const Expr& value, const Type& target, Conversion conversion) {
-  return Coerce(BindExpression(value), target, conversion);
+  return Coerce(WithAllCharacters(BindExpression(value), target), target, conversion);
 }
 
 BoundExpr* Binder::NewExpr(const Expr& expr) {
@@ -511,7 +512,17 @@ BoundExpr* Binder::FoldLiteral(BoundExpr* expr, Type target) {
   return nullptr;
 }
 
+BoundExpr* Binder::WithAllCharacters(BoundExpr* expr, const Type& target) {
+  const bool lacking = expr->kind == ExprKind::String && !IsUnicode(expr->type.kind) &&
+                       IsText(target.kind) && !IsUnicode(target.kind) && !FitsAnsi(expr->text);
+  if (!lacking) return expr;
+  BoundExpr* literal = arena_.Make<BoundExpr>(*expr);
+  literal->type.kind = TypeKind::NVarChar;
+  return literal;
+}
+
 BoundExpr* Binder::Coerce(BoundExpr* expr, const Type& target, Conversion conversion) {
+  if (conversion != Conversion::Implicit) expr = WithAllCharacters(expr, target);
   const Type& source = expr->type;
   const bool same_kind = source.kind == target.kind && expr->kind != ExprKind::Null;
   const bool computed =

@@ -39,7 +39,8 @@ BoundQuery* Binder::BindQuery(const Query& query) {
   for (std::size_t i = 0; i < select.items.size(); ++i) {
     BoundItem& item = bound->selects[0]->items[i];
     item.variable = select.items[i].variable->slot;
-    item.expr = Coerce(item.expr, select.items[i].variable->type);
+    const Type& type = select.items[i].variable->type;
+    item.expr = Coerce(WithAllCharacters(item.expr, type), type);
   }
   return bound;
 }

@@ -78,6 +78,10 @@ class Binder {
                     Conversion conversion = Conversion::Implicit);
 
  private:
+  // `expr`; where it is a literal with characters that `target`, a char or varchar, lacks, one of
+  // nvarchar, so that its conversion takes them from it. Coerce does so unless it is Implicit.
+  BoundExpr* WithAllCharacters(BoundExpr* expr, const Type& target);
+
   // A column of a select list that stands in a star, or what else is written there.
   struct WrittenItem {
     const SelectItem* item = nullptr;

@@ -41,13 +41,15 @@ void Emitter::EmitConvert(const BoundExpr& expr) {
   }
 }
 
-// Text to text: cut (or, where it is stored, refused) and padded.
+// Text to text: cut (or, where it is stored, refused), padded, and in the type's characters.
 void Emitter::CutText(const BoundExpr& expr) {
   const BoundExpr& arg = *expr.args[0];
   const Type& target = expr.type;
   const bool same_length = IsPadded(arg.type.kind) && arg.type.kind == target.kind &&
                            arg.type.length == target.length && arg.kind != ExprKind::String;
-  if (same_length || (!IsPadded(target.kind) && FitsWithoutCutting(arg.type, target))) {
+  // char and varchar lack characters that nchar and nvarchar have.
+  const bool whole = IsUnicode(target.kind) || !IsUnicode(arg.type.kind);
+  if (whole && (same_length || (!IsPadded(target.kind) && FitsWithoutCutting(arg.type, target)))) {
     EmitExpr(arg);
     return;
   }

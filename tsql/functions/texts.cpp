@@ -12,6 +12,7 @@
 #include "tsql/base/characters.h"
 #include "tsql/base/errors.h"
 #include "tsql/functions/function_table.h"
+#include "tsql/values/ansi.h"
 #include "tsql/values/collation.h"
 #include "tsql/values/like.h"
 
@@ -91,19 +92,38 @@ std::uint8_t FirstAnsiByte(std::string_view character) {
   return static_cast<std::uint8_t>(known ? out[0] : '?');
 }
 
+// `text` with a '?' for each UTF-16 unit that the ANSI code page lacks; nothing where it has all.
+std::optional<std::string> InAnsi(std::string_view text) {
+  if (FitsAnsi(text)) return std::nullopt;
+  std::string ansi;
+  const char* at = text.data();
+  for (const char* const end = at + text.size(); at != end;) {
+    const char32_t c = NextChar(at, end);
+    if (FitsAnsi(c)) {
+      AppendChar(ansi, c);
+    } else {
+      ansi.append(UnitsOf(c), '?');
+    }
+  }
+  return ansi;
+}
+
 enum class Excess { kCut, kRefuse };
 
 // t_char and the like (text, length, pad): the text as a value of that length.
 template <Measure kMeasure, Excess kExcess>
 void FitText(Call& call) {
-  const std::string_view text = call.Utf8(0);
+  std::string_view text = call.Utf8(0);
+  std::optional<std::string> ansi;
+  if (kMeasure == AnsiBytesOf) ansi = InAnsi(text);
+  if (ansi) text = *ansi;
   const std::int64_t length = call.Integer(1);
   const bool pad = call.Integer(2) != 0;
   // No character measures more than its bytes of UTF-8, so that text fits without being looked at.
   const bool fits = length < 0 || text.size() <= static_cast<std::size_t>(length);
   if (fits && (!pad || length < 0 || text.size() == static_cast<std::size_t>(length))) {
     const bool unchanged = !pad || length < 0 || Utf16Length(text) == text.size();
-    if (unchanged) return call.IsText(0) ? call.ReturnArgument(0) : call.Return(text);
+    if (unchanged) return call.IsText(0) && !ansi ? call.ReturnArgument(0) : call.Return(text);
   }
   const auto most = static_cast<std::size_t>(length);
   const Prefix kept = LongestPrefix<kMeasure>(text, most);

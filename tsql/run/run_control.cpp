@@ -109,7 +109,7 @@ void Interpreter::Perform(const AssignStatement& statement) {
 void Interpreter::Perform(const PrintStatement& statement) {
   constexpr std::int32_t kLongest = 8000;
   session_.row_count = 0;
-  const SqliteValue text = Evaluate(*statement.value, MakeType(TypeKind::VarChar, kLongest));
+  const SqliteValue text = Evaluate(*statement.value, MakeType(TypeKind::NVarChar, kLongest));
   sink_->Message(ToText(TextOf(text)));
   session_.last_error = 0;
 }
