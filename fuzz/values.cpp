@@ -45,17 +45,27 @@ void Require(bool holds) {
 void TryDates(std::string_view a, std::string_view b) {
   const std::int64_t parsed = ParseDateTime(a);
   Require(ParseDateTime(FormatDateTime(parsed, 126, false)) == parsed);
+  for (int style = 0; style < 140; ++style) {
+    const DateOptions options{static_cast<DateOrder>(style % 6), static_cast<Language>(style % 2)};
+    Quietly([&] { ParseMoment(b, {TypeKind::DateTime2, 0, 0, 7}, options, style); });
+  }
   ParseSmallDateTime(b);
 }
 
 void TryStoredDates(std::string_view a, std::string_view b) {
   const auto from = NumberIn<std::int64_t>(a);
   const auto to = NumberIn<std::int64_t>(b);
-  for (int part = 0; part <= static_cast<int>(DatePart::Millisecond); ++part) {
+  for (int part = 0; part <= static_cast<int>(DatePart::Nanosecond); ++part) {
     const auto of = static_cast<DatePart>(part);
-    DatePartOf(of, from);
-    Quietly([&] { DateDiff(of, from, to); });
-    Quietly([&] { DateAdd(of, to, from); });
+    for (const TypeKind kind : {TypeKind::Time, TypeKind::Date, TypeKind::SmallDateTime,
+                                TypeKind::DateTime, TypeKind::DateTime2}) {
+      const std::int64_t ticks = TicksOf(kind, from);
+      const Type type{kind, 0, 0, static_cast<std::uint8_t>(to & 7U)};
+      DateNameOf(of, ticks, OptionsOf(Language::Chinese));
+      Quietly([&] { DateDiff(of, ticks, TicksOf(kind, to)); });
+      Quietly([&] { DateAdd(of, to, ticks, type); });
+      Quietly([&] { FormatMoment(ticks, type, static_cast<int>(to % 140)); });
+    }
     Quietly([&] { FormatDateTime(from, static_cast<int>(to % 130), part == 0); });
   }
   DateFromDateTime(from);

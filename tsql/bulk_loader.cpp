@@ -5,6 +5,7 @@
 
 #include "tsql/base/border.h"
 #include "tsql/base/errors.h"
+#include "tsql/values/any_value.h"
 #include "tsql/values/convert.h"
 #include "tsql/values/datetime.h"
 
@@ -43,6 +44,8 @@ class Loader final : public BulkLoader {
     if (value.IsEmpty() || value.IsNull()) {
       if (column.is_row_number) throw errors::NullNotAllowed(column.name, {}, true);
       sqlite3_bind_null(statement, index);
+    } else if (IsConvertedAsAny(kind)) {
+      BindAny(index, value, column.type);
     } else if (IsText(kind)) {
       BindText(index, value, column);
     } else if (IsDate(kind)) {
@@ -70,6 +73,32 @@ class Loader final : public BulkLoader {
     const std::string utf8 = ToUtf8(text);
     CheckBound(sqlite3_bind_text64(statement_.get(), index, utf8.data(), utf8.size(),
                                    SQLITE_TRANSIENT, SQLITE_UTF8));
+  }
+
+  // A date as one, anything else by its text; bytes are told by 0x and digits.
+  void BindAny(int index, const Value& value, const Type& type) {
+    Type source;
+    source.kind = IsBinary(type.kind) ? TypeKind::VarBinary : TypeKind::VarChar;
+    AnyValue read = ToUtf8(value.ToText());
+    if (const auto* date = value.If<Date>(); date != nullptr && IsMoment(type.kind)) {
+      source.kind = TypeKind::DateTime;
+      read = DateTimeFromDate(*date);
+    } else if (IsBinary(type.kind)) {
+      std::string_view digits = std::get<std::string>(read);
+      const bool prefixed = digits.starts_with("0x") || digits.starts_with("0X");
+      if (!prefixed) throw errors::ConvertDataType(u"varchar", u"varbinary");
+      read = BytesOfHex(digits.substr(2));
+    } else if (type.kind == TypeKind::RowVersion) {
+      throw errors::ExplicitRowVersion({});
+    }
+    read = ConvertAny(read, source, type, {-1, true, {}});
+    if (const auto* number = std::get_if<std::int64_t>(&read)) {
+      sqlite3_bind_int64(statement_.get(), index, *number);
+      return;
+    }
+    const auto& bytes = std::get<std::string>(read);
+    CheckBound(
+        sqlite3_bind_blob64(statement_.get(), index, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
   }
 
   static std::int64_t Integer(const Value& value, TypeKind kind) {

@@ -14,8 +14,9 @@ TEST_CASE("datetimes as the component's dates") {
     CAPTURE(text);
     const std::int64_t ms = ParseDateTime(text);
     const Date date = DateFromDateTime(ms);
-    CHECK(ToCalendar(date).day == DatePartOf(DatePart::Day, ms));
-    CHECK(ToCalendar(date).hour == DatePartOf(DatePart::Hour, ms));
+    const std::int64_t ticks = TicksOf(TypeKind::DateTime, ms);
+    CHECK(ToCalendar(date).day == DatePartOf(DatePart::Day, ticks));
+    CHECK(ToCalendar(date).hour == DatePartOf(DatePart::Hour, ticks));
     CHECK(DateTimeFromDate(date) == ms);
   }
   CHECK(ErrorOf([] { DateTimeFromDate(Date{-600'000}); }).substr(0, 4) == "242:");

@@ -96,6 +96,46 @@ SqlError DateOutOfRange() {
           "out-of-range value."};
 }
 
+SqlError MomentOutOfRange(const char* source, const char* target) {
+  return {242, kUser,
+          std::string("The conversion of a ") + source + " data type to a " + target +
+              " data type resulted in an out-of-range value."};
+}
+
+SqlError DateAddOverflow(const char* type) {
+  return {517, kUser, std::string("Adding a value to a '") + type + "' column caused an overflow."};
+}
+
+SqlError InvalidStyle(int style, const char* source) {
+  return {281, kUser,
+          N(style) + " is not a valid style number when converting from " + source +
+              " to a character string."};
+}
+
+SqlError NoUniqueIdentifier() {
+  return {8169, kUser,
+          "Conversion failed when converting from a character string to "
+          "uniqueidentifier."};
+}
+
+SqlError NoRoomForUniqueIdentifier() {
+  return {8170, kUser, "Insufficient result space to convert uniqueidentifier value to char."};
+}
+
+SqlError DateOrderInvalid(TextView order) {
+  return {2741, kUser, "SET DATEFORMAT date order " + Q(order) + " is invalid."};
+}
+
+SqlError LanguageUnknown(TextView language) {
+  return {2740, kUser,
+          "SET LANGUAGE failed because " + Q(language) +
+              " is not an official name or a language alias on this SQL Server."};
+}
+
+SqlError FirstDayOutOfRange(std::int64_t day) {
+  return {2742, kUser, "SET DATEFIRST " + N(day) + " is out of range."};
+}
+
 SqlError Overflow(TextView target) {
   return {8115, kUser,
           "Arithmetic overflow error converting expression to data type " + ToUtf8(target) + "."};

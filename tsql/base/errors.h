@@ -140,6 +140,22 @@ SqlError AmbiguousTarget(TextView table, Position at);                          
 SqlError CaseOfNulls(Position at);                                                       // 8133
 SqlError ImplicitConversion(TextView source, TextView target, Position at);              // 257
 SqlError ExplicitConversion(TextView source, TextView target, Position at);              // 529
+SqlError TypeClash(TextView source, TextView target, Position at);                       // 206
+SqlError NullIfOfNull(Position at);                                                      // 4151
+SqlError ScaleTooLarge(std::int64_t scale, Position at);                                 // 1002
+SqlError DatePartUnsupported(TextView part, TextView function, TextView type,
+                             Position at);                                // 9810, 9806
+SqlError ExplicitRowVersion(Position at);                                 // 273
+SqlError RowVersionUpdated(Position at);                                  // 272
+SqlError SecondRowVersion(TextView table, TextView column, Position at);  // 2738
+SqlError DateOrderInvalid(TextView order);                                // 2741
+SqlError LanguageUnknown(TextView language);                              // 2740
+SqlError FirstDayOutOfRange(std::int64_t day);                            // 2742
+SqlError NoUniqueIdentifier();                                            // 8169
+SqlError NoRoomForUniqueIdentifier();                                     // 8170
+SqlError MomentOutOfRange(const char* source, const char* target);        // 242
+SqlError DateAddOverflow(const char* type);                               // 517
+SqlError InvalidStyle(int style, const char* source);                     // 281
 // `who` has had `what`, a file or a table in quotes, for all of `wait`.
 SqlError LockTimeout(const std::string& who, const std::string& what,
                      std::chrono::milliseconds wait);                         // 1222

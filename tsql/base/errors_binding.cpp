@@ -1,6 +1,7 @@
 // The errors that the parser, the binder and the interpreter find.
 #include "tsql/base/error_text.h"
 #include "tsql/base/errors.h"
+#include "tsql/base/types.h"
 
 namespace ledgerwick::tsql::errors {
 
@@ -375,7 +376,8 @@ SqlError FloatOutOfRange(TextView literal, Position at) {
 SqlError NumberOutOfRange(TextView literal, Position at) {
   return {1007, kSyntax,
           "The number " + Q(literal) +
-              " is out of the range for numeric representation (maximum precision 38).",
+              " is out of the range for numeric representation (maximum precision " +
+              N(kMostDigits) + ").",
           at};
 }
 
@@ -394,6 +396,49 @@ SqlError ImplicitConversion(TextView source, TextView target, Position at) {
   return {257, kUser,
           "Implicit conversion from data type " + U(source) + " to " + U(target) +
               " is not allowed. Use the CONVERT function to run this query.",
+          at};
+}
+
+SqlError TypeClash(TextView source, TextView target, Position at) {
+  return {206, kUser, "Operand type clash: " + U(source) + " is incompatible with " + U(target),
+          at};
+}
+
+SqlError NullIfOfNull(Position at) {
+  return {4151, kUser,
+          "The type of the first argument to NULLIF cannot be the NULL constant because the type "
+          "of the first argument has to be known.",
+          at};
+}
+
+SqlError ScaleTooLarge(std::int64_t scale, Position at) {
+  return {1002, kSyntax, "Line " + N(at.line) + ": Specified scale " + N(scale) + " is invalid.",
+          at};
+}
+
+SqlError DatePartUnsupported(TextView part, TextView function, TextView type, Position at) {
+  const bool difference = function == u"datediff";
+  return {difference ? 9806 : 9810, kUser,
+          "The datepart " + U(part) + " is not supported by date function " + U(function) +
+              (difference ? "." : " for data type " + U(type) + "."),
+          at};
+}
+
+SqlError ExplicitRowVersion(Position at) {
+  return {273, kUser,
+          "Cannot insert an explicit value into a timestamp column. Use INSERT with a column list "
+          "to exclude the timestamp column, or insert a DEFAULT into the timestamp column.",
+          at};
+}
+
+SqlError RowVersionUpdated(Position at) {
+  return {272, kUser, "Cannot update a timestamp column.", at};
+}
+
+SqlError SecondRowVersion(TextView table, TextView column, Position at) {
+  return {2738, kUser,
+          "A table can only have one timestamp column. Because table " + Q(table) +
+              " already has one, the column " + Q(column) + " cannot be added.",
           at};
 }
 

@@ -14,15 +14,17 @@ struct KindNames {
   const char* declaration;
 };
 
-constexpr std::int32_t kLongestText = 8000;
-
 // In the order of TypeKind.
-constexpr std::array<KindNames, 17> kKinds = {{
+constexpr std::array<KindNames, kTypeKinds> kKinds = {{
     {TypeKind::Null, "NULL", "null"},
+    {TypeKind::Binary, "binary", "binary"},
+    {TypeKind::VarBinary, "varbinary", "varbinary"},
     {TypeKind::Char, "char", "char"},
     {TypeKind::VarChar, "varchar", "varchar"},
     {TypeKind::NChar, "nchar", "nchar"},
     {TypeKind::NVarChar, "nvarchar", "nvarchar"},
+    {TypeKind::UniqueIdentifier, "uniqueidentifier", "uniqueidentifier"},
+    {TypeKind::RowVersion, "timestamp", "timestamp"},
     {TypeKind::Bit, "bit", "bit"},
     {TypeKind::TinyInt, "tinyint", "tinyint"},
     {TypeKind::SmallInt, "smallint", "smallint"},
@@ -33,8 +35,11 @@ constexpr std::array<KindNames, 17> kKinds = {{
     {TypeKind::Decimal, "numeric", "decimal"},
     {TypeKind::Real, "real", "real"},
     {TypeKind::Float, "float", "float"},
+    {TypeKind::Time, "time", "time"},
+    {TypeKind::Date, "date", "date"},
     {TypeKind::SmallDateTime, "smalldatetime", "smalldatetime"},
     {TypeKind::DateTime, "datetime", "datetime"},
+    {TypeKind::DateTime2, "datetime2", "datetime2"},
 }};
 
 const KindNames& NamesOf(TypeKind kind) { return kKinds[static_cast<std::size_t>(kind)]; }
@@ -58,7 +63,7 @@ bool ReadLength(std::string_view argument, Type& type) {
     type.length = kMaxLength;
     return true;
   }
-  return ReadNumber(argument, type.length) && type.length > 0 && type.length <= kLongestText;
+  return ReadNumber(argument, type.length) && type.length > 0 && type.length <= kLongestBytes;
 }
 
 bool ReadPrecision(std::string_view arguments, Type& type) {
@@ -69,7 +74,15 @@ bool ReadPrecision(std::string_view arguments, Type& type) {
          type.precision <= kMostDigits && type.scale <= type.precision;
 }
 
-bool TakesArguments(TypeKind kind) { return IsText(kind) || kind == TypeKind::Decimal; }
+bool ReadScale(std::string_view argument, Type& type) {
+  return ReadNumber(argument, type.scale) && type.scale <= kMostFractionDigits;
+}
+
+bool HasLength(TypeKind kind) { return IsText(kind) || IsBinary(kind); }
+bool HasScale(TypeKind kind) { return kind == TypeKind::Time || kind == TypeKind::DateTime2; }
+bool TakesArguments(TypeKind kind) {
+  return HasLength(kind) || HasScale(kind) || kind == TypeKind::Decimal;
+}
 
 }  // namespace
 
@@ -77,10 +90,12 @@ const char* KindName(TypeKind kind) noexcept { return NamesOf(kind).message; }
 
 std::string TypeName(const Type& type) {
   std::string name = NamesOf(type.kind).declaration;
-  if (IsText(type.kind)) {
+  if (HasLength(type.kind)) {
     name += type.length == kMaxLength ? "(max)" : "(" + std::to_string(type.length) + ")";
   } else if (type.kind == TypeKind::Decimal) {
     name += "(" + std::to_string(type.precision) + "," + std::to_string(type.scale) + ")";
+  } else if (HasScale(type.kind)) {
+    name += "(" + std::to_string(type.scale) + ")";
   }
   return name;
 }
@@ -97,8 +112,9 @@ Type ParseTypeName(const std::string& declaration) {
 
   if (!text.ends_with(')')) return {};
   const std::string_view arguments = text.substr(open + 1, text.size() - open - 2);
-  const bool understood =
-      IsText(type.kind) ? ReadLength(arguments, type) : ReadPrecision(arguments, type);
+  const bool understood = HasLength(type.kind)  ? ReadLength(arguments, type)
+                          : HasScale(type.kind) ? ReadScale(arguments, type)
+                                                : ReadPrecision(arguments, type);
   return understood ? type : Type{};
 }
 

@@ -1,6 +1,7 @@
 // T-SQL's types and how the storage keeps their values.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -11,10 +12,14 @@ namespace ledgerwick::tsql {
 // In rising precedence: where two types meet, the later one wins.
 enum class TypeKind : std::uint8_t {
   Null,  // the literal NULL before it takes a type
+  Binary,
+  VarBinary,
   Char,
   VarChar,
   NChar,
   NVarChar,
+  UniqueIdentifier,
+  RowVersion,
   Bit,
   TinyInt,
   SmallInt,
@@ -25,23 +30,38 @@ enum class TypeKind : std::uint8_t {
   Decimal,
   Real,
   Float,
+  Time,
+  Date,
   SmallDateTime,
   DateTime,
+  DateTime2,
 };
+inline constexpr std::size_t kTypeKinds = static_cast<std::size_t>(TypeKind::DateTime2) + 1;
 
-inline constexpr std::int32_t kMaxLength = -1;  // varchar(max)
-inline constexpr int kMostDigits = 38;          // of a decimal
+// What the types are limited to.
+inline constexpr std::int32_t kMaxLength = -1;       // varchar(max)
+inline constexpr std::int32_t kLongestBytes = 8000;  // of char, varchar, binary, varbinary
+inline constexpr std::int32_t kLongestUnits = 4000;  // of nchar, nvarchar
+inline constexpr std::int32_t kLongestName = 128;    // of an object: sysname
+inline constexpr std::int32_t kCastLength = 30;      // of a conversion to a type without a length
+inline constexpr int kMostDigits = 38;               // of a decimal
+inline constexpr int kUsualDigits = 18;              // of a decimal without a precision
 inline constexpr std::uint8_t kMoneyScale = 4;
+inline constexpr std::uint8_t kMostFractionDigits = 7;  // of time and datetime2
+inline constexpr std::int32_t kRowVersionBytes = 8;
+inline constexpr std::int32_t kUniqueIdentifierBytes = 16;
 
 // A T-SQL type. The storage keeps bit and the integers as INTEGER, float and real as REAL, decimal
-// and money as whole numbers of units (exact.h), text as UTF-8 TEXT, and datetimes as INTEGER:
-// milliseconds since 1900-01-01.
+// and money as whole numbers of units (exact.h), text as UTF-8 TEXT, dates and times as INTEGER
+// (datetime.h) and all that consists of bytes as BLOB, a uniqueidentifier's in the order in which
+// they count.
 struct Type {
   TypeKind kind = TypeKind::Null;
-  std::int32_t length = 0;  // of text: bytes of the ANSI code page, or UTF-16 units for n-types
+  // Of text: bytes of the ANSI code page, or UTF-16 units for n-types; of binary and varbinary.
+  std::int32_t length = 0;
   // Of decimal; beyond 38 digits of what decimals of different scales are compared in.
   std::uint8_t precision = 0;
-  std::uint8_t scale = 0;  // of decimal and money
+  std::uint8_t scale = 0;  // of decimal, money, time and datetime2
   bool nullable = true;
 
   friend bool operator==(const Type&, const Type&) = default;
@@ -73,8 +93,28 @@ constexpr bool IsFloat(TypeKind kind) noexcept {
 constexpr bool IsNumber(TypeKind kind) noexcept {
   return kind >= TypeKind::Bit && kind <= TypeKind::Float;
 }
+// Kept in milliseconds.
 constexpr bool IsDate(TypeKind kind) noexcept {
   return kind == TypeKind::SmallDateTime || kind == TypeKind::DateTime;
+}
+// A day, a time of day, or both.
+constexpr bool IsMoment(TypeKind kind) noexcept {
+  return kind >= TypeKind::Time && kind <= TypeKind::DateTime2;
+}
+constexpr bool IsBinary(TypeKind kind) noexcept {
+  return kind == TypeKind::Binary || kind == TypeKind::VarBinary;
+}
+// Kept as a BLOB, but for the long decimals.
+constexpr bool IsBytes(TypeKind kind) noexcept {
+  return IsBinary(kind) || kind == TypeKind::UniqueIdentifier || kind == TypeKind::RowVersion;
+}
+// What any_value.h converts from and to.
+constexpr bool IsConvertedAsAny(TypeKind kind) noexcept {
+  return IsBytes(kind) || (IsMoment(kind) && !IsDate(kind));
+}
+// The longest length that a text or binary type can be declared with.
+constexpr std::int32_t LongestOf(TypeKind kind) noexcept {
+  return IsUnicode(kind) ? kLongestUnits : kLongestBytes;
 }
 
 // The name as the server writes it in messages: "varchar", "int", "numeric".

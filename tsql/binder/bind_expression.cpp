@@ -6,6 +6,7 @@
 #include "tsql/binder/binder.h"
 #include "tsql/syntax/lexer.h"
 #include "tsql/values/ansi.h"
+#include "tsql/values/any_value.h"
 #include "tsql/values/convert.h"
 #include "tsql/values/datetime.h"
 
@@ -44,7 +45,7 @@ Text QualifiedName(const Expr& column) {
 
 bool IsLiteral(const BoundExpr& expr) noexcept {
   return expr.kind == ExprKind::Integer || expr.kind == ExprKind::Number ||
-         expr.kind == ExprKind::String;
+         expr.kind == ExprKind::String || expr.kind == ExprKind::Binary;
 }
 
 Text Widened(std::int64_t number) {
@@ -134,6 +135,7 @@ BoundExpr* Binder::BindPredicate(const Expr& expr, Scope& scope) {
     case ExprKind::Integer:
     case ExprKind::Number:
     case ExprKind::String:
+    case ExprKind::Binary:
     case ExprKind::Column:
     case ExprKind::Star:
     case ExprKind::Variable:
@@ -171,13 +173,14 @@ BoundExpr* Binder::BindCompare(const Expr& expr, Scope& scope) {
   BoundExpr* bound = BindArguments(expr, scope);
   if (expr.kind == ExprKind::Like) {
     for (BoundExpr*& arg : bound->args) {
-      if (!IsText(arg->type.kind)) arg = Coerce(arg, MakeType(TypeKind::VarChar, 8000));
+      if (!IsText(arg->type.kind)) arg = Coerce(arg, MakeType(TypeKind::VarChar, kLongestBytes));
     }
     return bound;
   }
   Type common;
   for (const BoundExpr* arg : bound->args) common = ComparisonType(common, arg->type);
   if (common.kind == TypeKind::Null) return bound;  // NULL = NULL
+  RequireComparable(*bound, common);
   if (IsExactFraction(common.kind) && BringLiterals(bound->args)) return bound;
   for (BoundExpr*& arg : bound->args) {
     // Integers and floats compare as they are stored; others have units or a precision of their
@@ -191,6 +194,21 @@ BoundExpr* Binder::BindCompare(const Expr& expr, Scope& scope) {
     arg = Coerce(arg, common);
   }
   return bound;
+}
+
+// The clash is that of the first operand with the other one.
+void Binder::RequireComparable(const BoundExpr& expr, const Type& common) const {
+  const BoundExpr& first = *expr.args[0];
+  const auto clashes = [&](const BoundExpr* arg) {
+    return arg->kind != ExprKind::Null &&
+           ConversionOf(arg->type.kind, common.kind) == Convertible::Never;
+  };
+  const auto meets = [&](const BoundExpr* arg) { return arg->type.kind == common.kind; };
+  const auto clash = std::find_if(expr.args.begin(), expr.args.end(), clashes);
+  if (clash == expr.args.end()) return;
+  const BoundExpr& other =
+      *clash == &first ? **std::find_if(expr.args.begin(), expr.args.end(), meets) : **clash;
+  throw errors::TypeClash(KindText(first.type.kind), KindText(other.type.kind), At(first.offset));
 }
 
 BoundExpr* Binder::BindInQuery(const Expr& expr, Scope& scope) {
@@ -215,7 +233,8 @@ BoundExpr* Binder::Bind(const Expr& expr, Scope& scope) {
       return NewExpr(expr);
     case ExprKind::Integer:
     case ExprKind::Number:
-    case ExprKind::String: {
+    case ExprKind::String:
+    case ExprKind::Binary: {
       if (expr.kind == ExprKind::Number) CheckRange(expr);
       BoundExpr* bound = NewExpr(expr);
       bound->type = LiteralType(expr);
@@ -348,27 +367,30 @@ BoundExpr* Binder::BindArithmetic(const Expr& written, Scope& scope) {
     return expr;
   }
   const bool bitwise = expr->kind >= ExprKind::BitAnd && expr->kind <= ExprKind::BitXor;
-  if (IsText(common.kind)) {
+  if (IsText(common.kind) || IsBinary(common.kind)) {
     if (expr->kind != ExprKind::Add) {
       throw errors::InvalidOperand(KindText(common.kind), what, At(expr->offset));
     }
-    const std::int32_t most = IsUnicode(common.kind) ? 4000 : 8000;
-    const bool unlimited = left->type.length == kMaxLength || right->type.length == kMaxLength;
-    expr->type =
-        MakeType(IsUnicode(common.kind) ? TypeKind::NVarChar : TypeKind::VarChar,
-                 unlimited ? kMaxLength : std::min(left->type.length + right->type.length, most));
-    expr->type.nullable = common.nullable;
-    return expr;
-  }
-  if (IsDate(common.kind)) {
-    if (expr->kind != ExprKind::Add && expr->kind != ExprKind::Subtract) {
+    const auto differs = [&](const BoundExpr& side) {
+      return side.type.kind != TypeKind::Null && IsBinary(side.type.kind) != IsBinary(common.kind);
+    };
+    if (differs(*left) || differs(*right)) {
       throw errors::IncompatibleTypes(KindText(left->type.kind), KindText(right->type.kind), what,
                                       At(expr->offset));
     }
-    left = Coerce(left, MakeType(TypeKind::DateTime));
-    right = Coerce(right, MakeType(TypeKind::DateTime));
-    expr->type = MakeType(TypeKind::DateTime);
+    const std::int32_t most = LongestOf(common.kind);
+    const bool unlimited = left->type.length == kMaxLength || right->type.length == kMaxLength;
+    expr->type =
+        MakeType(IsBinary(common.kind)    ? TypeKind::VarBinary
+                 : IsUnicode(common.kind) ? TypeKind::NVarChar
+                                          : TypeKind::VarChar,
+                 unlimited ? kMaxLength : std::min(left->type.length + right->type.length, most));
+    expr->type.nullable = left->type.nullable || right->type.nullable;
     return expr;
+  }
+  if (IsMoment(common.kind)) return BindDateArithmetic(expr, what);
+  if (IsBytes(common.kind)) {
+    throw errors::InvalidOperand(KindText(common.kind), what, At(expr->offset));
   }
   const bool whole_only = bitwise || expr->kind == ExprKind::Modulo;
   if (common.kind == TypeKind::Bit || (whole_only && IsFloat(common.kind)) ||
@@ -390,6 +412,29 @@ BoundExpr* Binder::BindArithmetic(const Expr& written, Scope& scope) {
   }
   expr->type.nullable = true;
   return expr;
+}
+
+// Only datetime and smalldatetime are reckoned with, as numbers of days; a smalldatetime stays one.
+BoundExpr* Binder::BindDateArithmetic(BoundExpr* expr, TextView what) {
+  const Type a = expr->args[0]->type;
+  const Type b = expr->args[1]->type;
+  for (const Type* side : {&a, &b}) {
+    const Type& other = side == &a ? b : a;
+    if (!IsMoment(side->kind) || IsDate(side->kind)) continue;
+    if (a.kind == b.kind) throw errors::InvalidOperand(KindText(a.kind), what, At(expr->offset));
+    if (IsNumber(other.kind)) {
+      throw errors::TypeClash(KindText(side->kind), KindText(other.kind), At(expr->offset));
+    }
+    throw errors::IncompatibleTypes(KindText(a.kind), KindText(b.kind), what, At(expr->offset));
+  }
+  if (expr->kind != ExprKind::Add && expr->kind != ExprKind::Subtract) {
+    throw errors::IncompatibleTypes(KindText(a.kind), KindText(b.kind), what, At(expr->offset));
+  }
+  const Type common = CommonType(a, b);
+  for (BoundExpr*& side : expr->args) side = Coerce(side, MakeType(TypeKind::DateTime));
+  expr->type = MakeType(TypeKind::DateTime);
+  expr->type.nullable = true;
+  return Coerce(expr, MakeType(common.kind));
 }
 
 BoundExpr* Binder::BindCase(const Expr& written, Scope& scope) {
@@ -442,29 +487,73 @@ BoundExpr* Binder::BindScalar(const Expr& written, Scope& scope) {
 }
 
 BoundExpr* Binder::BindConvert(const Expr& written, Scope& scope) {
-  constexpr std::int32_t kDefaultLength = 30;
   BoundExpr* expr = BindArguments(written, scope);
+
   expr->conversion = Conversion::Cast;
   const Type source = expr->args[0]->type;
   Type& target = expr->type;
-  if (IsText(target.kind) && target.length == 0) target.length = kDefaultLength;
-  if (IsDate(source.kind) && (IsExactFraction(target.kind) || target.kind == TypeKind::Bit)) {
-    throw errors::ExplicitConversion(KindText(source.kind), KindText(target.kind),
-                                     At(expr->offset));
-  }
+  const bool has_length = IsText(target.kind) || IsBinary(target.kind);
+  if (has_length && target.length == 0) target.length = kCastLength;
+  RequireConversion(*expr->args[0], target, Conversion::Cast);
   target.nullable = source.nullable || expr->args[0]->kind == ExprKind::Null;
   return expr;
 }
 
+// Throws 206 where the server knows no conversion, 257 where it wants it written. A cast (of
+// CONVERT, not one that the binder inserts) that it does not know is 529.
+void Binder::RequireConversion(const BoundExpr& expr, const Type& target,
+                               Conversion conversion) const {
+  const TypeKind source = expr.type.kind;
+  const Convertible how =
+      expr.kind == ExprKind::Null ? Convertible::Implicitly : ConversionOf(source, target.kind);
+  if (how == Convertible::Implicitly) return;
+  const Position at = At(expr.offset);
+  if (how == Convertible::Explicitly) {
+    if (conversion == Conversion::Cast) return;
+    throw errors::ImplicitConversion(KindText(source), KindText(target.kind), at);
+  }
+  if (conversion == Conversion::Cast) {
+    throw errors::ExplicitConversion(KindText(source), KindText(target.kind), at);
+  }
+  throw errors::TypeClash(KindText(source), KindText(target.kind), at);
+}
+
+// A literal as a value of a type that any_value.h converts to or from.
+BoundExpr* Binder::FoldAny(const BoundExpr& literal, const Type& target, Conversion conversion) {
+  AnyValue value = literal.integer;
+  if (literal.kind == ExprKind::String) value = ToUtf8(literal.text);
+  if (literal.kind == ExprKind::Binary) {
+    value = BytesOfHex(std::string(literal.text.begin(), literal.text.end()));
+  }
+  if (literal.kind == ExprKind::Number) return nullptr;
+  const Manners manners{-1, conversion == Conversion::Store, Dates()};
+  const AnyValue converted = ConvertAny(value, literal.type, target, manners);
+  BoundExpr* folded = arena_.Make<BoundExpr>(literal);
+  folded->type = target;
+  if (const auto* number = std::get_if<std::int64_t>(&converted)) {
+    folded->kind = ExprKind::Integer;
+    folded->integer = *number;
+    return IsExactFraction(target.kind) ? nullptr : folded;
+  }
+  const auto* bytes = std::get_if<std::string>(&converted);
+  if (bytes == nullptr || IsExactFraction(target.kind)) return nullptr;
+  const std::string digits = IsText(target.kind) ? *bytes : HexDigits(*bytes);
+  folded->kind = IsText(target.kind) ? ExprKind::String : ExprKind::Binary;
+  folded->text = arena_.Copy(FromUtf8(digits));
+  return folded;
+}
+
 // A literal converted when the statement is compiled. A text that cannot be converted stays as it
 // is: it fails only if it is reached when the statement runs.
-BoundExpr* Binder::FoldLiteral(BoundExpr* expr, Type target) {
+BoundExpr* Binder::FoldLiteral(BoundExpr* expr, Type target, Conversion conversion) {
   if (expr->kind == ExprKind::Null) {
     expr->type = target;
     expr->type.nullable = true;
     return expr;
   }
-  if (IsExactFraction(target.kind)) return FoldExact(expr, target);
+  if (IsExactFraction(target.kind) && !IsConvertedAsAny(expr->type.kind)) {
+    return FoldExact(expr, target);
+  }
   if (!IsLiteral(*expr)) return nullptr;
   target.nullable = false;
   const auto folded = [&](ExprKind kind) {
@@ -474,10 +563,14 @@ BoundExpr* Binder::FoldLiteral(BoundExpr* expr, Type target) {
     return literal;
   };
   try {
+    if (IsConvertedAsAny(target.kind) || IsConvertedAsAny(expr->type.kind)) {
+      return FoldAny(*expr, target, conversion);
+    }
     if (expr->kind == ExprKind::String && IsDate(target.kind)) {
+      const DateOptions& dates = Dates();
       BoundExpr* literal = folded(ExprKind::Integer);
-      literal->integer = target.kind == TypeKind::DateTime ? ParseDateTime(expr->text)
-                                                           : ParseSmallDateTime(expr->text);
+      literal->integer = target.kind == TypeKind::DateTime ? ParseDateTime(expr->text, dates)
+                                                           : ParseSmallDateTime(expr->text, dates);
       return literal;
     }
     const char* source = KindName(expr->type.kind);
@@ -524,31 +617,20 @@ BoundExpr* Binder::WithAllCharacters(BoundExpr* expr, const Type& target) {
 BoundExpr* Binder::Coerce(BoundExpr* expr, const Type& target, Conversion conversion) {
   if (conversion != Conversion::Implicit) expr = WithAllCharacters(expr, target);
   const Type& source = expr->type;
-  const bool same_kind = source.kind == target.kind && expr->kind != ExprKind::Null;
   const bool computed =
       !IsLiteral(*expr) && expr->kind != ExprKind::Column && expr->kind != ExprKind::Variable;
   const bool checked = conversion == Conversion::Store && IsFloat(target.kind) && computed;
-  if (same_kind && !IsText(target.kind) && target.kind != TypeKind::Decimal && !checked) {
+  // A literal that was made char is not padded yet.
+  const bool unpadded = expr->kind == ExprKind::String &&
+                        (target.kind == TypeKind::Char || target.kind == TypeKind::NChar);
+  if (conversion == Conversion::Store && target.kind == TypeKind::RowVersion) {
+    throw errors::ExplicitRowVersion(At(expr->offset));
+  }
+  if (expr->kind != ExprKind::Null && HoldsAsItIs(target, source) && !checked && !unpadded) {
     return expr;
   }
-  if (same_kind && target.kind == TypeKind::Decimal && source.scale == target.scale &&
-      source.precision <= target.precision && IsLongDecimal(source) == IsLongDecimal(target) &&
-      target.precision <= kMostDigits) {
-    return expr;
-  }
-  if (same_kind && IsText(target.kind)) {
-    const bool padded = target.kind == TypeKind::Char || target.kind == TypeKind::NChar;
-    const bool fits = target.length == kMaxLength ||
-                      (source.length != kMaxLength && source.length <= target.length);
-    if (padded ? source.length == target.length && expr->kind != ExprKind::String : fits) {
-      return expr;
-    }
-  }
-  if (BoundExpr* literal = FoldLiteral(expr, target)) return literal;
-  if (IsDate(source.kind) && (IsNumber(target.kind)) && conversion != Conversion::Cast) {
-    throw errors::ImplicitConversion(KindText(source.kind), KindText(target.kind),
-                                     At(expr->offset));
-  }
+  RequireConversion(*expr, target, conversion);
+  if (BoundExpr* literal = FoldLiteral(expr, target, conversion)) return literal;
   BoundExpr* convert = arena_.Make<BoundExpr>();
   convert->kind = ExprKind::Convert;
   convert->offset = expr->offset;

@@ -1,76 +1,25 @@
 // Binding of function calls.
 #include <algorithm>
+#include <optional>
 
 #include "tsql/binder/binder.h"
 #include "tsql/functions/function_signature.h"
 #include "tsql/syntax/system_variables.h"
+#include "tsql/values/any_value.h"
 
 namespace ledgerwick::tsql {
 namespace {
 
-struct DatePartName {
-  TextView name;
-  TextView part;  // as the storage's functions call it
-};
-
-constexpr DatePartName kDateParts[] = {
-    {u"year", u"year"},
-    {u"yy", u"year"},
-    {u"yyyy", u"year"},
-    {u"quarter", u"quarter"},
-    {u"qq", u"quarter"},
-    {u"q", u"quarter"},
-    {u"month", u"month"},
-    {u"mm", u"month"},
-    {u"m", u"month"},
-    {u"dayofyear", u"dayofyear"},
-    {u"dy", u"dayofyear"},
-    {u"y", u"dayofyear"},
-    {u"day", u"day"},
-    {u"dd", u"day"},
-    {u"d", u"day"},
-    {u"week", u"week"},
-    {u"wk", u"week"},
-    {u"ww", u"week"},
-    {u"weekday", u"weekday"},
-    {u"dw", u"weekday"},
-    {u"hour", u"hour"},
-    {u"hh", u"hour"},
-    {u"minute", u"minute"},
-    {u"mi", u"minute"},
-    {u"n", u"minute"},
-    {u"second", u"second"},
-    {u"ss", u"second"},
-    {u"s", u"second"},
-    {u"millisecond", u"millisecond"},
-    {u"ms", u"millisecond"},
-};
-
-constexpr std::int32_t kLongest = 8000;
 constexpr std::int32_t kQuotedName = 258;
 
-// The bytes that the server keeps a value of a fixed type in.
-std::int32_t StoredLength(const Type& type) noexcept {
-  switch (type.kind) {
-    case TypeKind::Bit:
-    case TypeKind::TinyInt:
-      return 1;
-    case TypeKind::SmallInt:
-      return 2;
-    case TypeKind::Int:
-    case TypeKind::Real:
-    case TypeKind::SmallMoney:
-    case TypeKind::SmallDateTime:
-      return 4;
-    case TypeKind::Decimal:
-      return type.precision <= 9 ? 5 : type.precision <= 19 ? 9 : type.precision <= 28 ? 13 : 17;
-    default:
-      return 8;
-  }
+bool TakesDatePart(FunctionId id) noexcept {
+  return id == FunctionId::DateDiff || id == FunctionId::DateAdd || id == FunctionId::DatePart ||
+         id == FunctionId::DateName;
 }
 
-bool TakesDatePart(FunctionId id) noexcept {
-  return id == FunctionId::DateDiff || id == FunctionId::DateAdd || id == FunctionId::DatePart;
+// The type whose parts a date function takes of a value: its own, or datetime.
+Type MomentType(const Type& type) noexcept {
+  return IsMoment(type.kind) ? type : MakeType(TypeKind::DateTime);
 }
 
 }  // namespace
@@ -97,6 +46,13 @@ BoundExpr* Binder::BindFunction(const Expr& expr, Scope& scope) {
   bound->text = known->name;
   for (std::size_t i = 0; known->arguments[0] != '\0' && i < bound->args.size(); ++i) {
     BringArgument(*bound, i, known->arguments[i]);
+  }
+  if (known->id == FunctionId::Year && !IsDate(bound->args[0]->type.kind)) {
+    // As DATEPART, which is told the type.
+    bound->function = FunctionId::DatePart;
+    bound->args = arena_.Copy(std::vector<BoundExpr*>{TextLiteral(known->name), bound->args[0]});
+    bound->text = u"datepart";
+    AddType(*bound, bound->args[1]->type);
   }
   if (known->result == FunctionResult::Own) return BindOwnRule(bound);
   TypeResult(*bound, known->result);
@@ -165,39 +121,75 @@ BoundExpr* Binder::BindAggregate(const Expr& written, const FunctionSignature& k
   return bound;
 }
 
-BoundExpr* Binder::BindDateFunction(const Expr& expr, const FunctionSignature& known,
-                                    Scope& scope) {
-  const Expr& part = *expr.args[0];
-  const bool bare = part.kind == ExprKind::Column && !IsQualified(part);
-  const auto found =
-      std::find_if(std::begin(kDateParts), std::end(kDateParts),
-                   [&](const DatePartName& p) { return bare && EqualText(p.name, part.text); });
-  if (found == std::end(kDateParts)) {
-    throw errors::UnknownDatePart(part.text, known.name, At(part.offset));
-  }
-  BoundExpr* bound = NewExpr(expr);
-  bound->function = known.id;
-  bound->text = known.name;
-  bound->args = arena_.MakeSpan<BoundExpr*>(expr.args.size());
-  auto* literal = arena_.Make<BoundExpr>();
+BoundExpr* Binder::TextLiteral(TextView text) {
+  BoundExpr* literal = arena_.Make<BoundExpr>();
   literal->kind = ExprKind::String;
-  literal->text = found->part;
-  literal->type = MakeType(TypeKind::VarChar, static_cast<std::int32_t>(found->part.size()));
+  literal->text = arena_.Copy(text);
+  literal->type = MakeType(TypeKind::VarChar, static_cast<std::int32_t>(text.size()));
   literal->type.nullable = false;
-  bound->args[0] = literal;
-  for (std::size_t i = 1; i < expr.args.size(); ++i) {
-    bound->args[i] = Bind(*expr.args[i], scope);
-    bound->has_aggregate |= bound->args[i]->has_aggregate;
+  return literal;
+}
+
+// Tells a date function the type of the value that it computes with, where that is none of those
+// that are kept in milliseconds.
+void Binder::AddType(BoundExpr& expr, const Type& type) {
+  if (type.kind == TypeKind::DateTime) return;
+  std::vector<BoundExpr*> args(expr.args.begin(), expr.args.end());
+  const std::string name = TypeName(type);
+  args.push_back(TextLiteral(Text(name.begin(), name.end())));
+  expr.args = arena_.Copy(args);
+}
+
+BoundExpr* Binder::BindDateFunction(const Expr& written, const FunctionSignature& function,
+                                    Scope& scope) {
+  const Expr& part = *written.args[0];
+  const bool bare = part.kind == ExprKind::Column && !IsQualified(part);
+  const std::optional<DatePart> known = bare ? FindDatePart(part.text) : std::nullopt;
+  if (!known) throw errors::UnknownDatePart(part.text, function.name, At(part.offset));
+  BoundExpr* bound = NewExpr(written);
+  BoundExpr& expr = *bound;
+  expr.function = function.id;
+  expr.text = function.name;
+  expr.args = arena_.MakeSpan<BoundExpr*>(written.args.size());
+  expr.args[0] = TextLiteral(DatePartName(*known));
+  for (std::size_t i = 1; i < written.args.size(); ++i) {
+    expr.args[i] = Bind(*written.args[i], scope);
+    expr.has_aggregate |= expr.args[i]->has_aggregate;
   }
-  const Type date = MakeType(TypeKind::DateTime);
-  bound->type = MakeType(TypeKind::Int);
-  if (known.id == FunctionId::DateAdd) {
-    bound->args[1] = Coerce(bound->args[1], MakeType(TypeKind::Int), Conversion::Cast);
-    bound->args[2] = Coerce(bound->args[2], date);
-    bound->type = date;
-    return bound;
+  const bool adds = expr.function == FunctionId::DateAdd;
+  Type type = MomentType(expr.args.back()->type);
+  if (expr.function == FunctionId::DateDiff) {
+    // A text is read as what it is compared with.
+    const Type& from = expr.args[1]->type;
+    const Type& to = expr.args[2]->type;
+    type = IsText(to.kind)     ? MomentType(from)
+           : IsText(from.kind) ? MomentType(to)
+                               : CommonType(MomentType(from), MomentType(to));
+    // A day and a time have no boundary in common, but as moments.
+    if (type.kind == TypeKind::Date || type.kind == TypeKind::Time) {
+      type = MakeType(TypeKind::DateTime2);
+      type.scale = kMostFractionDigits;
+    }
   }
-  for (BoundExpr*& arg : bound->args.subspan(1)) arg = Coerce(arg, date);
+  const bool fine = *known > DatePart::Millisecond && IsDate(type.kind) && adds;
+  const bool difference = expr.function == FunctionId::DateDiff;
+  const bool iso = *known == DatePart::IsoWeek && (adds || difference);
+  if (fine || iso || (!difference && !HasPart(type.kind, *known))) {
+    throw errors::DatePartUnsupported(DatePartName(*known), expr.text, KindText(type.kind),
+                                      At(part.offset));
+  }
+  if (adds) {
+    expr.args[1] = Coerce(expr.args[1], MakeType(TypeKind::Int), Conversion::Cast);
+    expr.args[2] = Coerce(expr.args[2], type);
+  } else {
+    for (BoundExpr*& arg : expr.args.subspan(1)) arg = Coerce(arg, type);
+  }
+  const bool counts = expr.function != FunctionId::DateName;
+  expr.type = adds     ? type
+              : counts ? MakeType(TypeKind::Int)
+                       : MakeType(TypeKind::NVarChar, kCastLength);
+  expr.type.nullable = true;
+  if (adds || !IsDate(type.kind)) AddType(expr, type);
   return bound;
 }
 
@@ -206,17 +198,25 @@ void Binder::BringArgument(BoundExpr& expr, std::size_t i, char wanted) {
   BoundExpr*& arg = expr.args[i];
   const TypeKind kind = arg->type.kind;
   switch (wanted) {
+    case 's':
+      if (IsMoment(kind) && !IsDate(kind)) {
+        throw errors::InvalidArgument(KindText(kind), static_cast<int>(i + 1), expr.text,
+                                      At(arg->offset));
+      }
+      [[fallthrough]];
+    case 'b':
     case 't':
-      if (!IsText(kind)) arg = Coerce(arg, MakeType(TypeKind::VarChar, kLongest));
+      if (wanted == 'b' && IsBytes(kind) && kind != TypeKind::UniqueIdentifier) return;
+      if (!IsText(kind)) arg = Coerce(arg, MakeType(TypeKind::VarChar, kLongestBytes));
       return;
     case 'i':
       arg = Coerce(arg, MakeType(TypeKind::Int), Conversion::Cast);
       return;
     case 'd':
-      arg = Coerce(arg, MakeType(TypeKind::DateTime));
+      arg = Coerce(arg, MomentType(arg->type));
       return;
     default:
-      if (IsDate(kind) || kind == TypeKind::Bit) {
+      if (IsMoment(kind) || IsBytes(kind) || kind == TypeKind::Bit) {
         throw errors::InvalidArgument(KindText(kind), static_cast<int>(i + 1), expr.text,
                                       At(arg->offset));
       }
@@ -251,12 +251,17 @@ void Binder::TypeResult(BoundExpr& expr, FunctionResult result) {
       }
       return;
     case FunctionResult::Text:
+      if (IsBytes(first.kind)) {
+        expr.type = MakeType(TypeKind::VarBinary,
+                             IsBinary(first.kind) ? first.length : StoredLength(first));
+        return;
+      }
       expr.type = text(IsUnicode(first.kind), first.length);
       return;
     case FunctionResult::LongText: {
       const bool wide = std::any_of(expr.args.begin(), expr.args.end(),
                                     [](const BoundExpr* arg) { return IsUnicode(arg->type.kind); });
-      expr.type = text(wide, wide ? kLongest / 2 : kLongest);
+      expr.type = text(wide, wide ? kLongestUnits : kLongestBytes);
       return;
     }
     case FunctionResult::Character:
@@ -273,9 +278,10 @@ BoundExpr* Binder::BindOwnRule(BoundExpr* expr) {
   switch (expr->function) {
     case FunctionId::IsNull:
     case FunctionId::Coalesce:
-    case FunctionId::NullIf:
       BindChoice(*expr);
       return expr;
+    case FunctionId::NullIf:
+      return BindNullIf(expr);
     case FunctionId::Left: {
       const Type type = expr->args[0]->type;
       const bool literal = expr->args[1]->kind == ExprKind::Integer && type.length != kMaxLength;
@@ -291,11 +297,11 @@ BoundExpr* Binder::BindOwnRule(BoundExpr* expr) {
       constexpr std::int64_t kUsual = 10;
       const bool literal = expr->args.size() > 1 && expr->args[1]->kind == ExprKind::Integer;
       const std::int64_t length = literal                 ? expr->args[1]->integer
-                                  : expr->args.size() > 1 ? kLongest
+                                  : expr->args.size() > 1 ? kLongestBytes
                                                           : kUsual;
       expr->type =
           MakeType(TypeKind::VarChar,
-                   static_cast<std::int32_t>(std::clamp<std::int64_t>(length, 1, kLongest)));
+                   static_cast<std::int32_t>(std::clamp<std::int64_t>(length, 1, kLongestBytes)));
       return expr;
     }
     case FunctionId::Abs:
@@ -310,6 +316,15 @@ BoundExpr* Binder::BindOwnRule(BoundExpr* expr) {
       return expr;
     case FunctionId::QuoteName:
       expr->type = MakeType(TypeKind::NVarChar, kQuotedName);
+      return expr;
+    case FunctionId::SysDateTime:
+      expr->type = MakeType(TypeKind::DateTime2);
+      expr->type.scale = kMostFractionDigits;
+      expr->type.nullable = false;
+      return expr;
+    case FunctionId::NewId:
+      expr->type = MakeType(TypeKind::UniqueIdentifier);
+      expr->type.nullable = false;
       return expr;
     default:  // GETDATE
       expr->type = MakeType(TypeKind::DateTime);
@@ -326,6 +341,7 @@ void Binder::BindChoice(BoundExpr& expr) {
     if (type.kind == TypeKind::Null) type = MakeType(TypeKind::Int);
     const bool nullable = expr.args[1]->kind == ExprKind::Null || expr.args[1]->type.nullable;
     expr.args[0] = Coerce(expr.args[0], type);
+    if (!IsNumber(type.kind)) RequireConversion(*expr.args[1], type, Conversion::Implicit);
     expr.args[1] = Coerce(expr.args[1], type, Conversion::Cast);
     expr.type = type;
     expr.type.nullable = expr.args[0]->type.nullable && nullable;
@@ -338,11 +354,39 @@ void Binder::BindChoice(BoundExpr& expr) {
     nullable = nullable && (arg->kind == ExprKind::Null || arg->type.nullable);
   }
   if (common.kind == TypeKind::Null) throw errors::CaseOfNulls(At(expr.offset));
-  const Type first = expr.args[0]->type;
-  const bool is_nullif = expr.function == FunctionId::NullIf;
-  if (!is_nullif || !IsText(common.kind)) CoerceAll(expr.args, common);
-  expr.type = is_nullif && IsText(common.kind) ? first : common;
-  expr.type.nullable = is_nullif || nullable;
+  CoerceAll(expr.args, common);
+  expr.type = common;
+  expr.type.nullable = nullable;
+}
+
+// CASE WHEN a = b THEN NULL ELSE a END: the type is the first argument's, the comparison's is what
+// both meet in.
+BoundExpr* Binder::BindNullIf(BoundExpr* expr) {
+  if (expr->args[0]->kind == ExprKind::Null) throw errors::NullIfOfNull(At(expr->offset));
+  const Type type = expr->args[0]->type;
+  const Type common = ComparisonType(type, expr->args[1]->type);
+  const bool as_they_are = IsText(common.kind) || HoldsAsItIs(common, type) ||
+                           (IsInteger(common.kind) && IsInteger(type.kind));
+  if (as_they_are) {
+    if (!IsText(common.kind)) expr->args[1] = Coerce(expr->args[1], common);
+    expr->type = type;
+    expr->type.nullable = true;
+    return expr;
+  }
+  BoundExpr* compare = arena_.Make<BoundExpr>(*expr);
+  compare->kind = ExprKind::Compare;
+  compare->function = FunctionId::Unknown;
+  compare->args = arena_.Copy(
+      std::vector<BoundExpr*>{Coerce(expr->args[0], common), Coerce(expr->args[1], common)});
+  BoundExpr* null = arena_.Make<BoundExpr>();
+  null->type = type;
+  expr->kind = ExprKind::Case;
+  expr->function = FunctionId::Unknown;
+  expr->has_else = true;
+  expr->args = arena_.Copy(std::vector<BoundExpr*>{compare, null, expr->args[0]});
+  expr->type = type;
+  expr->type.nullable = true;
+  return expr;
 }
 
 // Of the base's own type: an int stays one, decimals keep their scale.
@@ -364,7 +408,9 @@ void Binder::BindDataLength(BoundExpr& expr) {
   const Type& type = expr.args[0]->type;
   BoundExpr* unit = arena_.Make<BoundExpr>();
   unit->kind = ExprKind::Integer;
-  unit->integer = IsText(type.kind) ? (IsUnicode(type.kind) ? 2 : 1) : -StoredLength(type);
+  unit->integer = IsText(type.kind)     ? (IsUnicode(type.kind) ? 2 : 1)
+                  : IsBinary(type.kind) ? 0
+                                        : -StoredLength(type);
   expr.args = arena_.Copy(std::vector<BoundExpr*>{expr.args[0], unit});
   expr.type = MakeType(TypeKind::Int);
 }

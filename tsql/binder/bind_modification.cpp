@@ -102,6 +102,7 @@ void Binder::BindAssignment(const Assignment& assignment, const ObjectName& name
   const std::int32_t index = target.table->FindColumn(column.text);
   if (index < 0) throw errors::InvalidColumn(column.text, At(column.offset));
   const Type& type = target.table->columns[static_cast<std::size_t>(index)].type;
+  if (type.kind == TypeKind::RowVersion) throw errors::RowVersionUpdated(At(column.offset));
   modification.values.push_back(Coerce(Bind(*assignment.value, scope), type, Conversion::Store));
   std::vector<std::int32_t>& columns = modification.columns;
   if (std::find(columns.begin(), columns.end(), index) != columns.end()) {

@@ -21,7 +21,8 @@ bool Holds(const Tree& expr, const Accept& accept) {
 bool MayVary(const BoundExpr& expr) noexcept {
   return expr.kind == ExprKind::Column || expr.query != nullptr ||
          (expr.kind == ExprKind::Function &&
-          (IsAggregate(expr.function) || expr.function == FunctionId::GetDate));
+          (IsAggregate(expr.function) || expr.function == FunctionId::GetDate ||
+           expr.function == FunctionId::SysDateTime || expr.function == FunctionId::NewId));
 }
 
 // The same as long as nobody knows the function.

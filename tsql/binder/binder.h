@@ -57,7 +57,7 @@ class Binder {
   // The number that no table or derived table of the statement has yet.
   std::int32_t next_source() const noexcept { return next_source_; }
 
-  // True when anything was looked up in the catalogue.
+  // True when anything was looked up in the catalogue, or a date was read as the session reads it.
   bool reads_schema() const noexcept { return reads_schema_; }
 
   // The table or view of that name. Throws 208 when there is none.
@@ -135,10 +135,14 @@ class Binder {
   BoundExpr* BindConvert(const Expr& expr, Scope& scope);
   BoundExpr* BindCompare(const Expr& expr, Scope& scope);
   BoundExpr* BindInQuery(const Expr& expr, Scope& scope);
+  BoundExpr* BindDateArithmetic(BoundExpr* expr, TextView what);
+  void RequireComparable(const BoundExpr& expr, const Type& common) const;
+  void RequireConversion(const BoundExpr& expr, const Type& target, Conversion conversion) const;
   // A node for `expr` with its arguments.
   BoundExpr* BindArguments(const Expr& expr, Scope& scope);
   void CoerceAll(std::span<BoundExpr*> items, const Type& type);
-  BoundExpr* FoldLiteral(BoundExpr* expr, Type target);
+  BoundExpr* FoldLiteral(BoundExpr* expr, Type target, Conversion conversion);
+  BoundExpr* FoldAny(const BoundExpr& literal, const Type& target, Conversion conversion);
 
   // Numbers (bind_literal.cpp)
   BoundExpr* FoldExact(BoundExpr* expr, const Type& target);
@@ -152,8 +156,17 @@ class Binder {
   void TypeResult(BoundExpr& expr, FunctionResult result);
   BoundExpr* BindOwnRule(BoundExpr* expr);
   void BindChoice(BoundExpr& expr);
+  BoundExpr* BindNullIf(BoundExpr* expr);
+  BoundExpr* TextLiteral(TextView text);
+  void AddType(BoundExpr& expr, const Type& type);
   BoundExpr* BindPower(BoundExpr* expr);
   void BindDataLength(BoundExpr& expr);
+
+  // How the session reads dates. What was read so holds as long as the catalogue's version.
+  const DateOptions& Dates() noexcept {
+    reads_schema_ = true;
+    return catalogue_.dates();
+  }
 
   Position PositionOf_(std::uint32_t offset) const noexcept;
 

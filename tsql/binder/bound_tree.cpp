@@ -84,6 +84,7 @@ bool SameExpr(const BoundExpr& a, const BoundExpr& b) {
       if (a.text != b.text || !(a.type == b.type)) return false;
       break;
     case ExprKind::String:
+    case ExprKind::Binary:
       if (a.text != b.text) return false;
       break;
     case ExprKind::Convert:

@@ -61,7 +61,7 @@ struct BoundExpr {
   const BoundPart* part = nullptr;  // the planner's: the expression is a part
   std::int32_t column = 0;          // in the source
   std::int32_t slot = 0;            // of a Variable
-  std::int32_t style = 0;           // of a Convert
+  std::int32_t style = -1;          // of a Convert; -1 where none is written
   Type type;                        // of the value
   FunctionId function = FunctionId::Unknown;
   Conversion conversion = Conversion::Implicit;

@@ -1,5 +1,6 @@
 // Which type the result of an operation has.
 #include <algorithm>
+#include <array>
 
 #include "frame/text.h"
 #include "tsql/binder/type_rules.h"
@@ -38,17 +39,120 @@ std::int32_t LongerOf(std::int32_t a, std::int32_t b) noexcept {
 
 Type CommonText(const Type& a, const Type& b) noexcept {
   Type type = MakeType(std::max(a.kind, b.kind), LongerOf(a.length, b.length));
-  // Texts of different lengths in blank-padded types meet as they are.
-  if (type.kind == TypeKind::Char && a.length != b.length) type.kind = TypeKind::VarChar;
-  if (type.kind == TypeKind::NChar && a.length != b.length) type.kind = TypeKind::NVarChar;
   // char with nchar is nvarchar only by way of nvarchar; varchar with nchar must not pad.
   if (type.kind == TypeKind::NChar && (!IsUnicode(a.kind) || !IsUnicode(b.kind))) {
     type.kind = TypeKind::NVarChar;
   }
+  if (IsText(type.kind)) type.length = std::min(type.length, LongestOf(type.kind));
   return type;
 }
 
+// Types that convert alike.
+enum class Family : std::uint8_t {
+  Binary,
+  Text,
+  WideText,
+  Identifier,
+  RowVersion,
+  Number,
+  Float,
+  Time,
+  Date,
+  DateTime,
+  DateTime2,
+};
+
+Family FamilyOf(TypeKind kind) noexcept {
+  switch (kind) {
+    case TypeKind::Null:
+    case TypeKind::Binary:
+    case TypeKind::VarBinary:
+      return Family::Binary;
+    case TypeKind::Char:
+    case TypeKind::VarChar:
+      return Family::Text;
+    case TypeKind::NChar:
+    case TypeKind::NVarChar:
+      return Family::WideText;
+    case TypeKind::UniqueIdentifier:
+      return Family::Identifier;
+    case TypeKind::RowVersion:
+      return Family::RowVersion;
+    case TypeKind::Real:
+    case TypeKind::Float:
+      return Family::Float;
+    case TypeKind::Time:
+      return Family::Time;
+    case TypeKind::Date:
+      return Family::Date;
+    case TypeKind::SmallDateTime:
+    case TypeKind::DateTime:
+      return Family::DateTime;
+    case TypeKind::DateTime2:
+      return Family::DateTime2;
+    case TypeKind::Bit:
+    case TypeKind::TinyInt:
+    case TypeKind::SmallInt:
+    case TypeKind::Int:
+    case TypeKind::BigInt:
+    case TypeKind::SmallMoney:
+    case TypeKind::Money:
+    case TypeKind::Decimal:
+      return Family::Number;
+  }
+  return Family::Number;
+}
+
+// A row for each family as the source, a letter for each as the target: i implicit, e explicit, x
+// not at all. In the order of Family.
+constexpr std::array<std::string_view, 11> kConversions = {
+    "iiiiiixeeie",  // binary
+    "eiiieiiiiii",  // text
+    "eiiixiiiiii",  // n-text
+    "iiiixxxxxxx",  // uniqueidentifier
+    "iixxiixxxix",  // rowversion
+    "iiixiiixxix",  // integers, decimals, money
+    "iiixxiixxix",  // floats
+    "eiixxxxixii",  // time
+    "eiixxxxxiii",  // date
+    "eiixeeeiiii",  // datetime
+    "eiixxxxiiii",  // datetime2
+};
+
 }  // namespace
+
+Convertible ConversionOf(TypeKind source, TypeKind target) noexcept {
+  if (source == TypeKind::Null) return Convertible::Implicitly;
+  const char letter = kConversions[static_cast<std::size_t>(FamilyOf(source))]
+                                  [static_cast<std::size_t>(FamilyOf(target))];
+  return letter == 'i'   ? Convertible::Implicitly
+         : letter == 'e' ? Convertible::Explicitly
+                         : Convertible::Never;
+}
+
+bool HoldsAsItIs(const Type& target, const Type& source) noexcept {
+  if (source.kind != target.kind) return false;
+  const bool longer = target.length == kMaxLength ||
+                      (source.length != kMaxLength && source.length <= target.length);
+  switch (source.kind) {
+    case TypeKind::Binary:
+    case TypeKind::Char:
+    case TypeKind::NChar:
+      return source.length == target.length;
+    case TypeKind::VarBinary:
+    case TypeKind::VarChar:
+    case TypeKind::NVarChar:
+      return longer;
+    case TypeKind::Decimal:
+      return source.scale == target.scale && source.precision <= target.precision &&
+             IsLongDecimal(source) == IsLongDecimal(target) && target.precision <= kMostDigits;
+    case TypeKind::Time:
+    case TypeKind::DateTime2:
+      return source.scale <= target.scale;
+    default:
+      return true;
+  }
+}
 
 Type MakeType(TypeKind kind, std::int32_t length) noexcept {
   Type type;
@@ -101,12 +205,23 @@ Type CommonType(const Type& a, const Type& b) noexcept {
   Type type;
   if (IsText(a.kind) && IsText(b.kind)) {
     type = CommonText(a, b);
+  } else if (IsBinary(a.kind) && IsBinary(b.kind)) {
+    type = MakeType(std::max(a.kind, b.kind), LongerOf(a.length, b.length));
   } else if (a.kind == b.kind && a.kind != TypeKind::Decimal) {
     type = a;
+    type.scale = std::max(a.scale, b.scale);
   } else {
     const Type& higher = a.kind > b.kind ? a : b;
     const Type& lower = a.kind > b.kind ? b : a;
     type = higher;
+    if (type.kind == TypeKind::DateTime2) {
+      constexpr std::uint8_t kMilliseconds = 3;
+      const bool datetime = lower.kind == TypeKind::DateTime;
+      const std::uint8_t fraction = datetime               ? kMilliseconds
+                                    : IsMoment(lower.kind) ? lower.scale
+                                                           : 0;
+      type.scale = std::max(type.scale, fraction);
+    }
     if (higher.kind == TypeKind::Decimal && IsNumber(lower.kind)) {
       const Type x = AsDecimal(a);
       const Type y = AsDecimal(b);
@@ -144,7 +259,9 @@ Type ArithmeticType(ExprKind kind, const Type& a, const Type& b) noexcept {
 }
 
 Type ComparisonType(const Type& a, const Type& b) noexcept {
-  const Type type = CommonType(a, b);
+  Type type = CommonType(a, b);
+  // Zeros behind the bytes do not count, so that all are compared at one length.
+  if (type.kind == TypeKind::VarBinary && type.length != kMaxLength) type.kind = TypeKind::Binary;
   if (type.kind != TypeKind::Decimal || !IsNumber(a.kind) || !IsNumber(b.kind)) return type;
   const Type x = AsDecimal(a);
   const Type y = AsDecimal(b);
@@ -164,6 +281,10 @@ Type LiteralType(const Expr& literal) {
       type = MakeType(literal.national ? TypeKind::NVarChar : TypeKind::VarChar, std::max(size, 1));
       break;
     }
+    case ExprKind::Binary:
+      type = MakeType(TypeKind::VarBinary,
+                      std::max(static_cast<std::int32_t>((literal.text.size() + 1) / 2), 1));
+      break;
     case ExprKind::Number: {
       const TextView text = literal.text;
       if (text.find_first_of(u"eE") != TextView::npos) {

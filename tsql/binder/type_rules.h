@@ -1,6 +1,8 @@
 // Type arithmetic: which type the result of an operation has.
 #pragma once
 
+#include <cstdint>
+
 #include "frame/text.h"
 #include "tsql/base/types.h"
 #include "tsql/syntax/syntax_tree.h"
@@ -13,6 +15,11 @@ Type CommonType(const Type& a, const Type& b) noexcept;
 Type ComparisonType(const Type& a, const Type& b) noexcept;
 // The result of + - * / % on two numbers of these types: the one table of precision and scale.
 Type ArithmeticType(ExprKind kind, const Type& a, const Type& b) noexcept;
+// How the server lets values of one type become values of another.
+enum class Convertible : std::uint8_t { Implicitly, Explicitly, Never };
+Convertible ConversionOf(TypeKind source, TypeKind target) noexcept;
+// True when every value of `source` is one of `target` already, as it is kept.
+bool HoldsAsItIs(const Type& target, const Type& source) noexcept;
 // A number type as decimal: int is decimal(10,0).
 Type AsDecimal(const Type& type) noexcept;
 Type MakeType(TypeKind kind, std::int32_t length = 0) noexcept;

@@ -7,8 +7,32 @@
 
 namespace ledgerwick::tsql {
 
+RowVersionSql RowVersionSqlOf(DatabaseId database, const std::string& table,
+                              const std::string& column) {
+  const std::string schema = SchemaName(database);
+  const std::string counter = schema + "." + kRowVersionTable;
+  const std::string name = QuoteIdentifier(column);
+  RowVersionSql sql;
+  sql.before = {
+      "CREATE TABLE IF NOT EXISTS " + counter + " (value INTEGER NOT NULL)",
+      "INSERT INTO " + counter + " SELECT 2000 WHERE NOT EXISTS (SELECT 1 FROM " + counter + ")"};
+  for (const std::string event : {"INSERT", "UPDATE"}) {
+    // What the trigger itself changes is the version alone.
+    const std::string when = event == "UPDATE" ? " WHEN NEW." + name + " IS OLD." + name : "";
+    sql.after.push_back("CREATE TRIGGER " + schema + "." + QuoteIdentifier(table + "." + event) +
+                        " AFTER " + event + " ON " + QuoteIdentifier(table) + when +
+                        " BEGIN UPDATE " + kRowVersionTable + " SET value = value + 1; UPDATE " +
+                        QuoteIdentifier(table) + " SET " + name +
+                        " = (SELECT t_rowversion(value) FROM " + kRowVersionTable +
+                        ") WHERE _rowid_ = NEW._rowid_; END");
+  }
+  return sql;
+}
+
 std::string ColumnDeclaration(std::string_view name, const Type& type) {
   std::string sql = QuoteIdentifier(name) + " " + QuoteIdentifier(TypeName(type));
+  // Until a trigger sets it.
+  if (type.kind == TypeKind::RowVersion) sql += " DEFAULT (X'0000000000000000')";
   if (IsText(type.kind)) sql.append(" COLLATE ").append(kCollation);
   if (!type.nullable) sql += " NOT NULL";
   return sql;
@@ -90,7 +114,15 @@ Compiled Compiler::CompileInto(const ObjectName& into, const BoundQuery& query, 
   Compiled compiled;
   Emitter emitter(compiled.parts);
   emitter.Raw("INSERT INTO ").Raw(table).Raw(" ").EmitQuery(query);
-  compiled.sql = {create + ")", emitter.Take()};
+  RowVersionSql versions;
+  for (std::size_t i = 0; i < query.types.size(); ++i) {
+    if (query.types[i].kind != TypeKind::RowVersion) continue;
+    versions = RowVersionSqlOf(database, ToUtf8(into.object.text), ToUtf8(query.names[i]));
+  }
+  compiled.sql = std::move(versions.before);
+  compiled.sql.push_back(create + ")");
+  compiled.sql.push_back(emitter.Take());
+  compiled.sql.insert(compiled.sql.end(), versions.after.begin(), versions.after.end());
   if (database == DatabaseId::Session) compiled.temporary = table;
   return compiled;
 }

@@ -19,7 +19,8 @@ namespace ledgerwick::tsql {
 // What a statement comes to. It points to nothing: it holds as long as the schema stays the same,
 // or for good where it does not read the schema.
 struct Compiled {
-  // To be run in this order. Rows and their count are those of the last, but for SELECT @v = …
+  // To be run in this order. Rows and their count are those of the last that has any, but for
+  // SELECT @v = …
   std::vector<std::string> sql;
   // What the deep expressions in them are evaluated by (statement_parts.h).
   std::vector<std::string> parts;
@@ -97,6 +98,16 @@ class Compiler {
 // Throws SqlError.
 std::vector<std::string> CompileQueries(TextView batch, Catalogue& catalogue,
                                         Planning planning = Planning::Usual);
+
+// The statements that have SQLite give the rows of `table` ("x" in `database`) the database's next
+// version in `column` when they are inserted and when they are changed: some before the table is
+// filled, some after that. They are triggers, so that nothing that writes rows can forget it.
+struct RowVersionSql {
+  std::vector<std::string> before;
+  std::vector<std::string> after;
+};
+RowVersionSql RowVersionSqlOf(DatabaseId database, const std::string& table,
+                              const std::string& column);
 
 // The declaration of a column in SQLite, with its collation and nullability.
 std::string ColumnDeclaration(std::string_view name, const Type& type);

@@ -40,12 +40,12 @@ void Emitter::EmitArithmetic(const BoundExpr& expr) {
     return;
   }
   const TypeKind kind = expr.type.kind;
-  if (IsText(kind)) {
-    Raw("(");
+  if (IsText(kind) || IsBytes(kind)) {
+    Raw(IsBytes(kind) ? "CAST((" : "(");
     EmitExpr(*expr.args[0]);
     Raw(" || ");
     EmitExpr(*expr.args[1]);
-    Raw(")");
+    Raw(IsBytes(kind) ? ") AS BLOB)" : ")");
     return;
   }
   // Results are kept in the range of their type. A float beyond its range is noticed where the
@@ -68,7 +68,8 @@ void Emitter::EmitArithmetic(const BoundExpr& expr) {
   if (kind == TypeKind::Real) Raw(")");
 }
 
-// SQLite's division by zero is NULL; the server's is an error of whichever row reaches it.
+// SQLite's division by zero is NULL; the server's is an error of whichever row reaches it, unless
+// what is divided is NULL.
 void Emitter::EmitDivision(const BoundExpr& expr) {
   const BoundExpr& dividend = *expr.args[0];
   const BoundExpr& divisor = *expr.args[1];
@@ -79,21 +80,30 @@ void Emitter::EmitDivision(const BoundExpr& expr) {
     EmitExpr(operand);
     if (cast) Raw(" AS REAL)");
   };
+  const bool modulo = expr.kind == ExprKind::Modulo;
+  const bool short_dividend = dividend.kind == ExprKind::Column || IsNonZeroLiteral(dividend);
+  const bool by_column = divisor.kind == ExprKind::Column && short_dividend;
+  if (!IsNonZeroLiteral(divisor) && !by_column) {
+    Raw(modulo ? "t_remainder(" : "t_quotient(");
+    emit_real(dividend);
+    Raw(", ");
+    emit_real(divisor);
+    Raw(")");
+    return;
+  }
   Raw("(");
   emit_real(dividend);
-  Raw(expr.kind == ExprKind::Modulo ? " % " : " / ");
-  if (IsNonZeroLiteral(divisor)) {
-    emit_real(divisor);
-  } else if (divisor.kind == ExprKind::Column) {
+  Raw(modulo ? " % " : " / ");
+  if (by_column) {
     Raw("CASE ");
     EmitExpr(divisor);
-    Raw(" WHEN 0 THEN t_div0() ELSE ");
+    Raw(" WHEN 0 THEN t_div0(");
+    EmitExpr(dividend);
+    Raw(") ELSE ");
     EmitExpr(divisor);
     Raw(" END");
   } else {
-    Raw("t_nonzero(");
-    EmitExpr(divisor);
-    Raw(")");
+    emit_real(divisor);
   }
   Raw(")");
 }

@@ -1,4 +1,6 @@
 // Conversions between types as calls of the storage's functions.
+#include <algorithm>
+
 #include "tsql/emit/emitter.h"
 
 namespace ledgerwick::tsql {
@@ -24,6 +26,12 @@ void Emitter::EmitConvert(const BoundExpr& expr) {
   const Type& target = expr.type;
   if (expr.args[0]->kind == ExprKind::Null) {
     Raw("NULL");
+  } else if (IsConvertedAsAny(source.kind) || IsConvertedAsAny(target.kind)) {
+    Raw("t_convert(");
+    EmitExpr(*expr.args[0]);
+    Raw(", '").Raw(TypeName(source)).Raw("', '").Raw(TypeName(target)).Raw("', ");
+    Raw(std::to_string(expr.style));
+    Raw(expr.conversion == Conversion::Store ? ", 1)" : ", 0)");
   } else if (IsText(target.kind)) {
     if (IsText(source.kind)) {
       CutText(expr);
@@ -71,7 +79,7 @@ void Emitter::ConvertToText(const BoundExpr& expr) {
     if (IsPadded(target.kind)) Raw(", ").Raw(std::to_string(target.length)).Raw(", 1)");
     return;
   }
-  const std::string style = std::to_string(expr.style);
+  const std::string style = std::to_string(std::max(expr.style, 0));
   const std::string length = std::to_string(target.length);
   const bool date = IsDate(arg.type.kind);
   const bool cut = date || IsPadded(target.kind);
@@ -164,6 +172,7 @@ void Emitter::ConvertToDate(const BoundExpr& expr) {
   if (IsText(arg.type.kind)) {
     Raw(small ? "t_str_to_sdt(" : "t_str_to_dt(");
     EmitExpr(arg);
+    if (expr.style > 0) Raw(", ").Raw(std::to_string(expr.style));
     Raw(")");
     return;
   }

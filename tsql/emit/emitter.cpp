@@ -45,6 +45,9 @@ void Emitter::EmitExpr(const BoundExpr& expr) {
     case ExprKind::String:
       EmitString(expr.text);
       return;
+    case ExprKind::Binary:
+      Raw("X'").Raw(expr.text.size() % 2 == 0 ? "" : "0").Raw(ToUtf8(expr.text)).Raw("'");
+      return;
     case ExprKind::Column:
       EmitColumn(expr);
       return;

@@ -13,6 +13,8 @@
 #include <utility>
 
 #include "tsql/base/errors.h"
+#include "tsql/values/any_value.h"
+#include "tsql/values/datetime.h"
 #include "tsql/values/exact.h"
 
 struct sqlite3_context;
@@ -30,7 +32,10 @@ struct FunctionState {
   std::exception_ptr order_failure;
 
   // GETDATE's answer for the whole statement that runs; none before it is asked.
-  std::optional<std::int64_t> now;
+  std::optional<Instant> now;
+
+  // How the session reads and writes dates.
+  DateOptions dates;
 
   // Keeps `raised` for whoever runs the statement.
   void Keep(SqlError&& raised) noexcept { error.emplace(std::move(raised)); }
@@ -54,12 +59,15 @@ class Call {
   bool IsNull(std::size_t i) const;
   bool IsInteger(std::size_t i) const;
   bool IsText(std::size_t i) const;
+  bool IsBytes(std::size_t i) const;
 
   // The argument; a view lives until the call ends. Real throws SqlError 8115 for what SQLite
   // computes where a float overflows.
   std::int64_t Integer(std::size_t i) const;
   double Real(std::size_t i) const;
   std::string_view Utf8(std::size_t i) const;
+  std::string_view Bytes(std::size_t i) const;
+  AnyValue Any(std::size_t i) const;  // of an argument that is not NULL
 
   // The units of a decimal or of money.
   Int128 Units(std::size_t i) const noexcept;
@@ -84,6 +92,7 @@ class Call {
   // The units as a type of that precision keeps them (exact.h).
   void ReturnUnits(Int128 units, int precision) noexcept;
   void ReturnBytes(std::span<const unsigned char> bytes);
+  void ReturnBytes(std::string_view bytes);
 
   FunctionState& state() const { return state_; }
 

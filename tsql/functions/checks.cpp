@@ -5,13 +5,6 @@
 namespace ledgerwick::tsql {
 namespace {
 
-// t_nonzero(x): x, unless it is zero: what a division may divide by.
-void NonZero(Call& call) {
-  const bool zero = call.IsInteger(0) ? call.Integer(0) == 0 : call.Real(0) == 0;
-  if (zero) throw errors::DivideByZero();
-  call.ReturnArgument(0);
-}
-
 // t_notnull(x, column, table): x, unless it is null. For the column that is the storage's row
 // number, which SQLite would invent.
 void NotNull(Call& call) {
@@ -35,16 +28,33 @@ void ObjectId(Call& call) {
 // t_error_512(): a subquery gave more than one row.
 void TooManyRows(Call&) { throw errors::MoreThanOneRow(); }
 
-constexpr FunctionRow kFunctions[] = {
-    {"t_nonzero", 1, 1, 1, NonZero},
+// t_newid(): another one for every row
+void NewId(Call& call) { call.ReturnBytes(NewIdentifier()); }
+
+// t_rowversion(number): the eight bytes that a row's version is kept in
+void RowVersion(Call& call) {
+  const std::int64_t number = call.Integer(0);
+  std::string bytes;
+  for (int shift = 56; shift >= 0; shift -= 8) bytes += static_cast<char>(number >> shift);
+  call.ReturnBytes(bytes);
+}
+
+constexpr FunctionSignature kFunctions[] = {
+    {u"object_id", FunctionId::Scalar, 1, 2, "tt", FunctionResult::Int, ObjectId, 1,
+     Purity::kStaysInPlace},
+    {u"newid", FunctionId::NewId, 0, 0, "", FunctionResult::Own, NewId, 0, Purity::kStaysInPlace},
+};
+
+constexpr FunctionRow kHelpers[] = {
+    {"t_rowversion", 1, 1, 1, RowVersion},
     {"t_notnull", 3, 3, 0, NotNull},
     {"t_variable", 1, 1, 0, ReadVariable, Purity::kStaysInPlace},
-    {"t_object_id", 1, 2, 1, ObjectId, Purity::kStaysInPlace},
     {"t_error_512", 0, 0, 0, TooManyRows, Purity::kStaysInPlace},
 };
 
 }  // namespace
 
-std::span<const FunctionRow> CheckFunctions() { return kFunctions; }
+std::span<const FunctionSignature> CheckFunctions() { return kFunctions; }
+std::span<const FunctionRow> CheckHelpers() { return kHelpers; }
 
 }  // namespace ledgerwick::tsql

@@ -33,9 +33,15 @@ void TextToFloat(Call& call) { call.Return(ParseFloat(call.Utf8(0), call.Name(1)
 // t_to_real(number)
 void NumberToReal(Call& call) { call.Return(ToReal(call.Real(0))); }
 
-// t_str_to_dt(text), t_str_to_sdt(text)
-void TextToDateTime(Call& call) { call.Return(ParseDateTime(call.Utf8(0))); }
-void TextToSmallDateTime(Call& call) { call.Return(ParseSmallDateTime(call.Utf8(0))); }
+// t_str_to_dt(text[, style]), t_str_to_sdt(text[, style])
+void TextToDateTime(Call& call) {
+  const int style = call.size() > 1 ? IntArgument(call, 1) : 0;
+  call.Return(ParseDateTime(call.Utf8(0), call.state().dates, style));
+}
+void TextToSmallDateTime(Call& call) {
+  const int style = call.size() > 1 ? IntArgument(call, 1) : 0;
+  call.Return(ParseSmallDateTime(call.Utf8(0), call.state().dates, style));
+}
 
 // t_dt_to_sdt(ms), t_num_to_dt(days), t_dt_to_num(ms)
 void DateTimeToSmall(Call& call) { call.Return(ToSmallDateTime(call.Integer(0))); }
@@ -83,7 +89,8 @@ void FitNumber(Call& call) {
 
 // t_dt_to_str(ms, style, is_small)
 void DateTimeToText(Call& call) {
-  call.Return(FormatDateTime(call.Integer(0), IntArgument(call, 1), call.Integer(2) != 0));
+  call.Return(FormatDateTime(call.Integer(0), IntArgument(call, 1), call.Integer(2) != 0,
+                             call.state().dates));
 }
 
 // True when `read` takes the text.
@@ -106,17 +113,53 @@ void IsNumeric(Call& call) {
 void IsDateText(Call& call) {
   const std::string_view text = call.IsNull(0) ? std::string_view() : call.Utf8(0);
   const bool blank = text.find_first_not_of(' ') == std::string_view::npos;
-  call.Return(blank ? 0 : Reads([&] { ParseDateTime(text); }));
+  call.Return(blank ? 0 : Reads([&] { ParseDateTime(text, call.state().dates); }));
 }
 
-constexpr auto kFunctions = std::to_array<FunctionRow>({
+// The types that a t_convert names, read once for a statement.
+struct NamedTypes : KeptBetweenCalls {
+  NamedTypes(const char* source_name, const char* target_name)
+      : source(ParseTypeName(source_name)), target(ParseTypeName(target_name)) {}
+
+  Type source;
+  Type target;
+};
+
+// t_convert(value, source, target, style, stores): any_value.h's, where the types are declarations
+void ConvertToAny(Call& call) {
+  constexpr int kTypesArgument = 2;
+  const auto* types = static_cast<const NamedTypes*>(call.Kept(kTypesArgument));
+  std::unique_ptr<NamedTypes> read;
+  if (types == nullptr) {
+    read = std::make_unique<NamedTypes>(call.Name(1), call.Name(2));
+    types = read.get();
+  }
+  const Manners manners{IntArgument(call, 3), call.Integer(4) != 0, call.state().dates};
+  const AnyValue value = ConvertAny(call.Any(0), types->source, types->target, manners);
+  if (const auto* number = std::get_if<std::int64_t>(&value)) {
+    call.Return(*number);
+  } else if (IsText(types->target.kind)) {
+    call.Return(std::get<std::string>(value));
+  } else {
+    call.ReturnBytes(std::get<std::string>(value));
+  }
+  if (read) call.Keep(kTypesArgument, std::move(read));
+}
+
+constexpr FunctionSignature kFunctions[] = {
+    {u"isnumeric", FunctionId::Scalar, 1, 1, "t", FunctionResult::Int, IsNumeric},
+    {u"isdate", FunctionId::Scalar, 1, 1, "s", FunctionResult::Int, IsDateText},
+};
+
+constexpr auto kHelpers = std::to_array<FunctionRow>({
+    {"t_convert", 5, 5, 1, ConvertToAny},
     {"t_to_int", 2, 2, 1, NumberToInteger},
     {"t_str_to_int", 3, 3, 1, TextToIntegerType},
     {"t_str_to_bit", 2, 2, 1, TextToBit},
     {"t_str_to_float", 2, 2, 1, TextToFloat},
     {"t_to_real", 1, 1, 1, NumberToReal},
-    {"t_str_to_dt", 1, 1, 1, TextToDateTime},
-    {"t_str_to_sdt", 1, 1, 1, TextToSmallDateTime},
+    {"t_str_to_dt", 1, 2, 1, TextToDateTime},
+    {"t_str_to_sdt", 1, 2, 1, TextToSmallDateTime},
     {"t_dt_to_sdt", 1, 1, 1, DateTimeToSmall},
     {"t_num_to_dt", 1, 1, 1, NumberToDateTime},
     {"t_dt_to_num", 1, 1, 1, DateTimeToNumber},
@@ -124,8 +167,6 @@ constexpr auto kFunctions = std::to_array<FunctionRow>({
     {"t_float_to_str", 2, 2, 1, FloatToText},
     {"t_fit", 4, 4, 1, FitNumber},
     {"t_dt_to_str", 3, 3, 2, DateTimeToText},
-    {"t_isnumeric", 1, 1, 0, IsNumeric},
-    {"t_isdate", 1, 1, 0, IsDateText},
 });
 
 }  // namespace
@@ -143,6 +184,7 @@ TypeKind TypeOfInteger(const char* name) {
   }
 }
 
-std::span<const FunctionRow> ConversionFunctions() { return kFunctions; }
+std::span<const FunctionSignature> ConversionFunctions() { return kFunctions; }
+std::span<const FunctionRow> ConversionHelpers() { return kHelpers; }
 
 }  // namespace ledgerwick::tsql

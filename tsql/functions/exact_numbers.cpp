@@ -117,7 +117,7 @@ void Widen(Call& call) {
   call.ReturnBytes(bytes);
 }
 
-constexpr auto kFunctions = std::to_array<FunctionRow>({
+constexpr auto kHelpers = std::to_array<FunctionRow>({
     {"t_dec_add", 6, 6, 3, Arithmetic<Add>, Purity::kStaysInPlace},
     {"t_dec_sub", 6, 6, 3, Arithmetic<Subtract>, Purity::kStaysInPlace},
     {"t_dec_mul", 6, 6, 3, Arithmetic<Multiply>, Purity::kStaysInPlace},
@@ -142,6 +142,6 @@ constexpr auto kFunctions = std::to_array<FunctionRow>({
 
 }  // namespace
 
-std::span<const FunctionRow> ExactFunctions() { return kFunctions; }
+std::span<const FunctionRow> ExactHelpers() { return kHelpers; }
 
 }  // namespace ledgerwick::tsql

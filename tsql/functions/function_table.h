@@ -1,18 +1,14 @@
-// The registered functions: one row for each, in a table for each theme.
+// The functions that the emitter writes beside T-SQL's own: conversions, arithmetic, checks. One
+// row for each, in a table for each theme.
 #pragma once
 
 #include <span>
 
 #include "tsql/base/types.h"
 #include "tsql/functions/call.h"
+#include "tsql/functions/function_signature.h"
 
 namespace ledgerwick::tsql {
-
-// When a function may be evaluated.
-enum class Purity {
-  kPure,         // the same arguments give the same result
-  kStaysInPlace  // never moved out of the branch that it stands in, never evaluated only once
-};
 
 // A registered function. It throws SqlError; the caller turns that into the statement's error.
 struct FunctionRow {
@@ -25,12 +21,11 @@ struct FunctionRow {
   Purity purity = Purity::kPure;
 };
 
-std::span<const FunctionRow> CheckFunctions();
-std::span<const FunctionRow> ConversionFunctions();
-std::span<const FunctionRow> DateFunctions();
-std::span<const FunctionRow> ExactFunctions();
-std::span<const FunctionRow> NumberFunctions();
-std::span<const FunctionRow> TextFunctions();
+std::span<const FunctionRow> CheckHelpers();
+std::span<const FunctionRow> ConversionHelpers();
+std::span<const FunctionRow> ExactHelpers();
+std::span<const FunctionRow> NumberHelpers();
+std::span<const FunctionRow> TextHelpers();
 
 // The integer type of that name.
 TypeKind TypeOfInteger(const char* name);

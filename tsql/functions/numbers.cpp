@@ -22,8 +22,27 @@ SqlError InvalidOperation() {
 // t_xor(a, b)
 void ExclusiveOr(Call& call) { call.Return(call.Integer(0) ^ call.Integer(1)); }
 
-// t_div0()
+// t_div0(dividend): the error, unless the dividend is NULL
 void DivideByZero(Call&) { throw errors::DivideByZero(); }
+
+// t_quotient(a, b), t_remainder(a, b): of whole numbers or of floats
+template <bool kRemainder>
+void Divide(Call& call) {
+  if (!call.IsInteger(0) || !call.IsInteger(1)) {
+    if (call.Real(1) == 0) throw errors::DivideByZero();
+    return call.Return(kRemainder ? std::fmod(call.Real(0), call.Real(1))
+                                  : call.Real(0) / call.Real(1));
+  }
+  const std::int64_t divisor = call.Integer(1);
+  if (divisor == 0) throw errors::DivideByZero();
+  const std::int64_t dividend = call.Integer(0);
+  if (divisor != -1) return call.Return(kRemainder ? dividend % divisor : dividend / divisor);
+  // The least number has no opposite.
+  if (!kRemainder && dividend == std::numeric_limits<std::int64_t>::min()) {
+    throw errors::Overflow(u"bigint");
+  }
+  call.Return(kRemainder ? std::int64_t{0} : -dividend);
+}
 
 // `number` cut or rounded to a multiple of 10^`zeros`, half away from zero.
 std::int64_t RoundInteger(std::int64_t number, std::int64_t zeros, bool truncate) {
@@ -102,11 +121,10 @@ void SquareRoot(Call& call) {
 
 // t_str(number[, length[, digits]]): right-justified; stars when it does not fit.
 void NumberAsText(Call& call) {
-  constexpr std::int64_t kLongest = 8000;
-  constexpr std::int64_t kMostDigits = 16;
+  constexpr std::int64_t kDigitsShown = 16;
   const std::int64_t length = call.size() > 1 ? call.Integer(1) : 10;
   const std::int64_t wanted = call.size() > 2 ? call.Integer(2) : 0;
-  if (length <= 0 || length > kLongest || wanted < 0) return call.ReturnNull();
+  if (length <= 0 || length > kLongestBytes || wanted < 0) return call.ReturnNull();
   const auto width = static_cast<std::size_t>(length);
   const auto format = [&](std::int64_t digits) {
     const int scale = static_cast<int>(digits);
@@ -116,27 +134,36 @@ void NumberAsText(Call& call) {
   if (whole > width) return call.Return(std::string(width, '*'));
   // Digits behind the point give way to a narrow field.
   const std::int64_t room = static_cast<std::int64_t>(width - whole) - 1;
-  std::string text = format(std::max<std::int64_t>(0, std::min({wanted, kMostDigits, room})));
+  std::string text = format(std::max<std::int64_t>(0, std::min({wanted, kDigitsShown, room})));
   if (text.size() < width) text.insert(0, width - text.size(), ' ');
   call.Return(text);
 }
 
-constexpr auto kFunctions = std::to_array<FunctionRow>({
-    {"t_div0", 0, 0, 0, DivideByZero, Purity::kStaysInPlace},
-    {"t_xor", 2, 2, 2, ExclusiveOr},
-    {"t_round", 2, 3, 3, Round},
-    {"t_finite", 1, 1, 1, CheckFinite},
-    {"t_abs", 1, 1, 1, Absolute},
-    {"t_ceiling", 1, 1, 1, Ceiling},
-    {"t_floor", 1, 1, 1, Floor},
-    {"t_sign", 1, 1, 1, Sign},
-    {"t_power", 2, 2, 2, Power},
-    {"t_sqrt", 1, 1, 1, SquareRoot},
-    {"t_str", 1, 3, 3, NumberAsText},
+using Id = FunctionId;
+using Result = FunctionResult;
+
+constexpr auto kFunctions = std::to_array<FunctionSignature>({
+    {u"round", Id::Scalar, 2, 3, "nii", Result::Number, Round, 3},
+    {u"abs", Id::Abs, 1, 1, "", Result::Own, Absolute, 1},
+    {u"ceiling", Id::Scalar, 1, 1, "n", Result::WholeNumber, Ceiling, 1},
+    {u"floor", Id::Scalar, 1, 1, "n", Result::WholeNumber, Floor, 1},
+    {u"sign", Id::Scalar, 1, 1, "n", Result::Sign, Sign, 1},
+    {u"power", Id::Power, 2, 2, "nf", Result::Own, Power, 2},
+    {u"sqrt", Id::Scalar, 1, 1, "f", Result::Float, SquareRoot, 1},
+    {u"str", Id::Str, 1, 3, "fii", Result::Own, NumberAsText, 3},
 });
+
+constexpr FunctionRow kHelpers[] = {
+    {"t_div0", 1, 1, 1, DivideByZero, Purity::kStaysInPlace},
+    {"t_quotient", 2, 2, 2, Divide<false>, Purity::kStaysInPlace},
+    {"t_remainder", 2, 2, 2, Divide<true>, Purity::kStaysInPlace},
+    {"t_xor", 2, 2, 2, ExclusiveOr},
+    {"t_finite", 1, 1, 1, CheckFinite},
+};
 
 }  // namespace
 
-std::span<const FunctionRow> NumberFunctions() { return kFunctions; }
+std::span<const FunctionSignature> NumberFunctions() { return kFunctions; }
+std::span<const FunctionRow> NumberHelpers() { return kHelpers; }
 
 }  // namespace ledgerwick::tsql

@@ -1,7 +1,5 @@
 // The functions that compute with text. Lengths and positions count UTF-16 units, as the server's
 // n-types do; char and varchar are cut by bytes of the ANSI code page.
-#include <iconv.h>
-
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -13,6 +11,7 @@
 #include "tsql/base/errors.h"
 #include "tsql/functions/function_table.h"
 #include "tsql/values/ansi.h"
+#include "tsql/values/code_page.h"
 #include "tsql/values/collation.h"
 #include "tsql/values/like.h"
 
@@ -20,7 +19,7 @@ namespace ledgerwick::tsql {
 namespace {
 
 constexpr std::int32_t kSeverity = 16;
-constexpr std::int64_t kLongestText = 8000;
+constexpr std::int64_t kLongestText = kLongestBytes;
 
 // The bytes that `c` takes in the ANSI code page.
 std::size_t AnsiBytesOf(char32_t c) {
@@ -75,23 +74,6 @@ std::size_t Clamp(std::int64_t count) {
   return static_cast<std::size_t>(std::max<std::int64_t>(count, 0));
 }
 
-// The first byte of a character of several bytes in the ANSI code page; that of '?' where the code
-// page lacks it.
-std::uint8_t FirstAnsiByte(std::string_view character) {
-  const iconv_t converter = iconv_open("GBK", "UTF-8");
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): how iconv says no
-  if (converter == reinterpret_cast<iconv_t>(-1)) return '?';
-  std::string in(character);
-  std::array<char, 8> out{'?'};
-  char* from = in.data();
-  char* to = out.data();
-  std::size_t in_left = in.size();
-  std::size_t out_left = out.size();
-  const bool known = iconv(converter, &from, &in_left, &to, &out_left) == 0;
-  iconv_close(converter);
-  return static_cast<std::uint8_t>(known ? out[0] : '?');
-}
-
 // `text` with a '?' for each UTF-16 unit that the ANSI code page lacks; nothing where it has all.
 std::optional<std::string> InAnsi(std::string_view text) {
   if (FitsAnsi(text)) return std::nullopt;
@@ -144,8 +126,9 @@ void Length(Call& call) {
 }
 
 // t_datalength(text, bytes per unit): 1 for char and varchar, 2 for n-types; a negative number is
-// the length of a type that has but one
+// the length of a type that has but one. Of binary its bytes.
 void DataLength(Call& call) {
+  if (call.Integer(1) == 0) return call.Return(static_cast<std::int64_t>(call.Bytes(0).size()));
   if (call.Integer(1) < 0) return call.Return(-call.Integer(1));
   const std::string_view text = call.Utf8(0);
   const std::size_t length = call.Integer(1) == 2
@@ -197,6 +180,11 @@ void Substring(Call& call) {
   }
   constexpr std::int64_t kFarAway = std::int64_t{1} << 40;  // keeps the sum from overflowing
   if (start < 1) length += std::max(start, -kFarAway) - 1;
+  if (call.IsBytes(0)) {
+    const std::string_view bytes = call.Bytes(0);
+    const std::size_t from = std::min(Clamp(start - (start > 0)), bytes.size());
+    return call.ReturnBytes(bytes.substr(from, Clamp(length)));
+  }
   call.Return(Units(call.Utf8(0), Clamp(start - (start > 0)), Clamp(length)));
 }
 
@@ -277,16 +265,14 @@ void Stuff(Call& call) {
 
 // t_quotename(name[, quote]): NULL for a quote that is none and for a text that is too long
 void QuoteName(Call& call) {
-  constexpr std::size_t kLongestName = 128;
+  constexpr std::string_view kPairs = "[](){}<>''\"\"``";
   const std::string_view name = call.Utf8(0);
   const std::string_view quote = call.size() > 1 ? call.Utf8(1) : "[";
-  const char first = quote.empty() ? '\0' : quote.front();
-  const bool bracket = first == '[' || first == ']';
-  if (Utf16Length(name) > kLongestName || (!bracket && first != '\'' && first != '"')) {
-    return call.ReturnNull();
-  }
-  const char close = bracket ? ']' : first;
-  std::string quoted(1, bracket ? '[' : first);
+  const std::size_t found = quote.empty() ? std::string_view::npos : kPairs.find(quote.front());
+  const bool fits = Utf16Length(name) <= static_cast<std::size_t>(kLongestName);
+  if (!fits || found == std::string_view::npos) return call.ReturnNull();
+  const char close = kPairs[found | 1U];
+  std::string quoted(1, kPairs[found & ~std::size_t{1}]);
   for (const char c : name) {
     if (c == close) quoted += c;
     quoted += c;
@@ -320,8 +306,8 @@ void AsciiOf(Call& call) {
   if (text.empty()) return call.ReturnNull();
   const char* at = text.data();
   const char32_t c = NextChar(at, at + text.size());
-  call.Return(static_cast<std::int64_t>(
-      c < 0x80 ? c : FirstAnsiByte(text.substr(0, static_cast<std::size_t>(at - text.data())))));
+  const std::string bytes = ToCodePage(text.substr(0, static_cast<std::size_t>(at - text.data())));
+  call.Return(static_cast<std::int64_t>(c < 0x80 ? c : static_cast<std::uint8_t>(bytes[0])));
 }
 
 // t_space(count)
@@ -384,36 +370,43 @@ void Like(Call& call) {
   call.Keep(kPatternArgument, std::move(compiled));
 }
 
-constexpr auto kFunctions = std::to_array<FunctionRow>({
+using Id = FunctionId;
+using Result = FunctionResult;
+
+constexpr auto kFunctions = std::to_array<FunctionSignature>({
+    {u"len", Id::Scalar, 1, 1, "t", Result::Int, Length, 1},
+    {u"datalength", Id::DataLength, 1, 1, "", Result::Own, DataLength, 1, Purity::kPure, 1},
+    {u"left", Id::Left, 2, 2, "ti", Result::Own, Left, 2},
+    {u"right", Id::Left, 2, 2, "ti", Result::Own, Right, 2},
+    {u"substring", Id::Substring, 3, 3, "bii", Result::Text, Substring, 3},
+    {u"ltrim", Id::Scalar, 1, 1, "t", Result::Text, TrimLeft, 1},
+    {u"rtrim", Id::Scalar, 1, 1, "t", Result::Text, TrimRight, 1},
+    {u"upper", Id::Scalar, 1, 1, "t", Result::Text, ChangeCase<ToUpper>, 1},
+    {u"lower", Id::Scalar, 1, 1, "t", Result::Text, ChangeCase<ToLower>, 1},
+    {u"replace", Id::Scalar, 3, 3, "ttt", Result::LongText, Replace, 3},
+    {u"charindex", Id::Scalar, 2, 3, "tti", Result::Int, CharIndex, 3},
+    {u"reverse", Id::Scalar, 1, 1, "t", Result::Text, Reverse, 1},
+    {u"stuff", Id::Scalar, 4, 4, "tiit", Result::LongText, Stuff, 3},
+    {u"quotename", Id::QuoteName, 1, 2, "tt", Result::Own, QuoteName, 2},
+    {u"char", Id::Scalar, 1, 1, "i", Result::Character, CharacterOf<0x80>, 1},
+    {u"nchar", Id::Scalar, 1, 1, "i", Result::WideCharacter, CharacterOf<0x10000>, 1},
+    {u"unicode", Id::Scalar, 1, 1, "t", Result::Int, UnicodeOf, 1},
+    {u"ascii", Id::Scalar, 1, 1, "t", Result::Int, AsciiOf, 1},
+    {u"space", Id::Scalar, 1, 1, "i", Result::LongText, Space, 1},
+    {u"replicate", Id::Scalar, 2, 2, "ti", Result::LongText, Replicate, 2},
+});
+
+constexpr auto kHelpers = std::to_array<FunctionRow>({
     {"t_char", 3, 3, 1, FitText<AnsiBytesOf, Excess::kCut>},
     {"t_nchar", 3, 3, 1, FitText<Utf16UnitsOf, Excess::kCut>},
     {"t_store_char", 3, 3, 1, FitText<AnsiBytesOf, Excess::kRefuse>},
     {"t_store_nchar", 3, 3, 1, FitText<Utf16UnitsOf, Excess::kRefuse>},
-    {"t_len", 1, 1, 1, Length},
-    {"t_datalength", 2, 2, 1, DataLength},
-    {"t_left", 2, 2, 2, Left},
-    {"t_right", 2, 2, 2, Right},
-    {"t_substring", 3, 3, 3, Substring},
-    {"t_ltrim", 1, 1, 1, TrimLeft},
-    {"t_rtrim", 1, 1, 1, TrimRight},
-    {"t_upper", 1, 1, 1, ChangeCase<ToUpper>},
-    {"t_lower", 1, 1, 1, ChangeCase<ToLower>},
-    {"t_replace", 3, 3, 3, Replace},
-    {"t_charindex", 2, 3, 3, CharIndex},
-    {"t_reverse", 1, 1, 1, Reverse},
-    {"t_stuff", 4, 4, 3, Stuff},
-    {"t_quotename", 1, 2, 2, QuoteName},
-    {"t_char", 1, 1, 1, CharacterOf<0x80>},
-    {"t_nchar", 1, 1, 1, CharacterOf<0x10000>},
-    {"t_unicode", 1, 1, 1, UnicodeOf},
-    {"t_ascii", 1, 1, 1, AsciiOf},
-    {"t_space", 1, 1, 1, Space},
-    {"t_replicate", 2, 2, 2, Replicate},
     {"t_like", 4, 4, 2, Like},
 });
 
 }  // namespace
 
-std::span<const FunctionRow> TextFunctions() { return kFunctions; }
+std::span<const FunctionSignature> TextFunctions() { return kFunctions; }
+std::span<const FunctionRow> TextHelpers() { return kHelpers; }
 
 }  // namespace ledgerwick::tsql

@@ -257,6 +257,8 @@ BoundQuery* PreAggregation::MakeInnerQuery() {
     types.push_back(inner_columns_[i]->type);
     if (columns_[i].is_key) {
       group_by.push_back(item.expr);
+      // The hashing knows no bytes but those of decimals.
+      if (IsBytes(item.expr->type.kind)) inner->hashed = false;
     } else if (item.expr->function != FunctionId::Sum && item.expr->function != FunctionId::Count) {
       inner->hashed = false;
     }

@@ -1,5 +1,6 @@
 // Statements that change the schema.
 #include <algorithm>
+#include <optional>
 
 #include "tsql/run/interpreter.h"
 
@@ -16,6 +17,13 @@ std::string KeySql(std::span<const KeyColumn> columns, const Table* table) {
     if (columns[i].descending) sql += " DESC";
   }
   return sql + ")";
+}
+
+// The type of a column; without a length it holds one character or byte.
+Type ColumnType(const ColumnDefinition& column) {
+  Type type = column.type;
+  if ((IsText(type.kind) || IsBinary(type.kind)) && type.length == 0) type.length = 1;
+  return type;
 }
 
 // A column that a PRIMARY KEY names admits no null, whatever its definition says.
@@ -56,16 +64,25 @@ void Interpreter::Perform(const CreateTableStatement& statement) {
   std::string sql = "CREATE TABLE " + table + " (";
   TextMap<bool> seen;
   bool has_row_number = false;
+  bool has_row_version = false;
+  RowVersionSql versions;
   for (const ColumnDefinition& column : statement.definitions) {
     if (!seen.emplace(FoldText(column.name.text), true).second) {
       throw errors::DuplicateColumn(column.name.text, name.object.text,
                                     binder.At(column.name.offset));
     }
     if (seen.size() > 1) sql += ", ";
-    Type type = column.type;
-    if (IsText(type.kind) && type.length == 0) type.length = 1;
+    Type type = ColumnType(column);
     if (IsKeyColumn(statement, column)) type.nullable = false;
     const std::string column_name = ToUtf8(column.name.text);
+    if (type.kind == TypeKind::RowVersion) {
+      if (has_row_version) {
+        throw errors::SecondRowVersion(name.object.text, column.name.text,
+                                       binder.At(column.name.offset));
+      }
+      has_row_version = true;
+      versions = RowVersionSqlOf(database, ToUtf8(name.object.text), column_name);
+    }
     if (IsRowNumber(statement, column)) {
       sql += QuoteIdentifier(column_name) + " " + kRowNumberType + " PRIMARY KEY NOT NULL";
       has_row_number = true;
@@ -89,7 +106,12 @@ void Interpreter::Perform(const CreateTableStatement& statement) {
            KeySql(key.columns, nullptr);
   }
   if (database == DatabaseId::Session) KeepTemporary(table);
+  std::optional<Transaction> together;
+  if (has_row_version) together.emplace(storage_);
+  for (const std::string& before : versions.before) storage_.Execute(before);
   storage_.Execute(sql + ")");
+  for (const std::string& after : versions.after) storage_.Execute(after);
+  if (together) together->Commit();
   session_.last_error = 0;
 }
 
@@ -110,8 +132,10 @@ void Interpreter::Perform(const AlterTableStatement& statement) {
     if (added_before || table.FindColumn(column.name.text) >= 0) {
       throw errors::DuplicateColumn(column.name.text, table.name, binder.At(column.name.offset));
     }
-    Type type = column.type;
-    if (IsText(type.kind) && type.length == 0) type.length = 1;
+    const Type type = ColumnType(column);
+    if (type.kind == TypeKind::RowVersion) {
+      throw errors::CannotAlter(table.name, binder.At(column.name.offset));
+    }
     const std::string name = ToUtf8(column.name.text);
     std::string sql = "ALTER TABLE " + table.sql + " ADD COLUMN " + ColumnDeclaration(name, type);
     if (column.default_value != nullptr) {

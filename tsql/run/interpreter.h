@@ -145,6 +145,8 @@ class Interpreter {
 
   // Control flow and transactions (run_control.cpp)
   Flow RunAll(Statements statements);
+  void SetDates(const DateOptions& dates);
+  void SetDateOption(TextView name, const Expr& value);
   void RollbackTransaction();
   void FollowTransaction();
 

@@ -66,6 +66,7 @@ bool IsConversion(const SqlError& error) noexcept {
     case 244:
     case 245:
     case 248:
+    case 8169:
       return true;
     default:
       return false;
@@ -108,10 +109,12 @@ std::vector<const Argument*> MatchArguments(std::span<const Parameter> parameter
 
 }  // namespace
 
-// Temporary tables live as long as the call that makes them.
+// Temporary tables live as long as the call that makes them, and so does what SET says of dates.
 void Interpreter::Call(Frame& frame, Statements body) {
   const RunningFrame running(session_, frame);
+  const DateOptions dates = storage_.functions().dates;
   const auto drop_temporaries = [&] {
+    SetDates(dates);
     for (const std::string& drop : frame.temporaries) storage_.Execute(drop);
   };
   try {

@@ -63,6 +63,9 @@ Value ReadValue(sqlite3_stmt* row, int column, const Type& type) {
     case ColumnKind::DateTime:
       return DateFromDateTime(sqlite3_column_int64(row, column));
     default:
+      if (IsConvertedAsAny(type.kind)) {
+        return FromUtf8(ShowAny(AnyOf(sqlite3_column_value(row, column)), type));
+      }
       return ToText(ColumnText(row, column));
   }
 }

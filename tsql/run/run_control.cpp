@@ -107,14 +107,41 @@ void Interpreter::Perform(const AssignStatement& statement) {
 }
 
 void Interpreter::Perform(const PrintStatement& statement) {
-  constexpr std::int32_t kLongest = 8000;
   session_.row_count = 0;
-  const SqliteValue text = Evaluate(*statement.value, MakeType(TypeKind::NVarChar, kLongest));
+  const SqliteValue text =
+      Evaluate(*statement.value, MakeType(TypeKind::NVarChar, kLongestBytes));
   sink_->Message(ToText(TextOf(text)));
   session_.last_error = 0;
 }
 
+// What was bound under other options is stale.
+void Interpreter::SetDates(const DateOptions& dates) {
+  if (storage_.functions().dates == dates) return;
+  storage_.functions().dates = dates;
+  catalogue_.Forget();
+}
+
+// SET DATEFIRST, DATEFORMAT and LANGUAGE.
+void Interpreter::SetDateOption(TextView name, const Expr& value) {
+  DateOptions dates = storage_.functions().dates;
+  if (EqualText(name, u"DATEFIRST")) {
+    const std::int64_t day = IntegerOf(Evaluate(value, MakeType(TypeKind::Int)));
+    if (day < 1 || day > 7) throw errors::FirstDayOutOfRange(day);
+    dates.first_weekday = static_cast<int>(day);
+    return SetDates(dates);
+  }
+  const Text word = ToText(TextOf(Evaluate(value, MakeType(TypeKind::NVarChar, kLongestName))));
+  if (EqualText(name, u"DATEFORMAT")) {
+    dates.order = DateOrderByName(word);
+    return SetDates(dates);
+  }
+  SetDates(OptionsOf(LanguageByName(word)));
+  sink_->Message(u"Changed language setting to " +
+                 Text(LanguageName(storage_.functions().dates.language)) + u".");
+}
+
 void Interpreter::Perform(const SetOptionStatement& statement) {
+  if (statement.value != nullptr) SetDateOption(statement.options[0].text, *statement.value);
   for (const Name& name : statement.options) {
     if (EqualText(name.text, u"NOCOUNT")) session_.no_count = statement.on;
     if (EqualText(name.text, u"XACT_ABORT")) session_.xact_abort = statement.on;

@@ -15,18 +15,23 @@ bool Call::IsInteger(std::size_t i) const {
   return sqlite3_value_type(arguments_[i]) == SQLITE_INTEGER;
 }
 bool Call::IsText(std::size_t i) const { return sqlite3_value_type(arguments_[i]) == SQLITE_TEXT; }
+bool Call::IsBytes(std::size_t i) const { return sqlite3_value_type(arguments_[i]) == SQLITE_BLOB; }
 
 std::int64_t Call::Integer(std::size_t i) const { return sqlite3_value_int64(arguments_[i]); }
 double Call::Real(std::size_t i) const { return Finite(sqlite3_value_double(arguments_[i])); }
 
+std::string_view Call::Bytes(std::size_t i) const {
+  const auto* bytes = static_cast<const char*>(sqlite3_value_blob(arguments_[i]));
+  const auto size = static_cast<std::size_t>(sqlite3_value_bytes(arguments_[i]));
+  if (bytes == nullptr && size > 0) throw std::bad_alloc();
+  return {bytes == nullptr ? "" : bytes, size};
+}
+
+AnyValue Call::Any(std::size_t i) const { return AnyOf(arguments_[i]); }
+
 std::string_view Call::Utf8(std::size_t i) const {
-  if (IsText(i)) {
-    // As a blob it need not be zero-terminated, for which SQLite would copy most columns.
-    const auto* bytes = static_cast<const char*>(sqlite3_value_blob(arguments_[i]));
-    const auto size = static_cast<std::size_t>(sqlite3_value_bytes(arguments_[i]));
-    if (bytes == nullptr && size > 0) throw std::bad_alloc();
-    return {bytes == nullptr ? "" : bytes, size};
-  }
+  // As a blob it need not be zero-terminated, for which SQLite would copy most columns.
+  if (IsText(i)) return Bytes(i);
   const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(arguments_[i]));
   if (text == nullptr) throw std::bad_alloc();
   return {text, static_cast<std::size_t>(sqlite3_value_bytes(arguments_[i]))};
@@ -71,6 +76,10 @@ void Call::ReturnUnits(Int128 units, int precision) noexcept {
 
 void Call::ReturnBytes(std::span<const unsigned char> bytes) {
   sqlite3_result_blob(context_, bytes.data(), static_cast<int>(bytes.size()), SQLITE_TRANSIENT);
+}
+void Call::ReturnBytes(std::string_view bytes) {
+  sqlite3_result_blob64(context_, bytes.data() == nullptr ? "" : bytes.data(), bytes.size(),
+                        SQLITE_TRANSIENT);
 }
 
 }  // namespace ledgerwick::tsql

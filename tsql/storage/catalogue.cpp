@@ -59,7 +59,7 @@ std::unique_ptr<Table> SysObjects(DatabaseId database) {
   return SystemTable(database, "sysobjects",
                      "SELECT name, kind || ' ' AS xtype, kind || ' ' AS type FROM (" +
                          ObjectsQuery(database) + ")",
-                     {{"name", TextType(TypeKind::NVarChar, 128)},
+                     {{"name", TextType(TypeKind::NVarChar, kLongestName)},
                       {"xtype", TextType(TypeKind::Char, 2)},
                       {"type", TextType(TypeKind::Char, 2)}});
 }
@@ -71,9 +71,9 @@ std::unique_ptr<Table> SchemaTables(DatabaseId database, const Text& database_na
           " AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, name AS TABLE_NAME, CASE kind WHEN 'U' THEN "
           "'BASE TABLE' ELSE 'VIEW' END AS TABLE_TYPE FROM (" +
           ObjectsQuery(database) + ") WHERE kind <> 'P'",
-      {{"TABLE_CATALOG", TextType(TypeKind::NVarChar, 128)},
-       {"TABLE_SCHEMA", TextType(TypeKind::NVarChar, 128)},
-       {"TABLE_NAME", TextType(TypeKind::NVarChar, 128)},
+      {{"TABLE_CATALOG", TextType(TypeKind::NVarChar, kLongestName)},
+       {"TABLE_SCHEMA", TextType(TypeKind::NVarChar, kLongestName)},
+       {"TABLE_NAME", TextType(TypeKind::NVarChar, kLongestName)},
        {"TABLE_TYPE", TextType(TypeKind::VarChar, 10)}});
 }
 

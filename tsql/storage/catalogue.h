@@ -27,6 +27,9 @@ constexpr const char* SchemaName(DatabaseId id) noexcept {
 // The table that keeps the texts of views and procedures; hidden from queries.
 inline constexpr const char* kModulesTable = "ledgerwick_modules";
 
+// The table that counts the versions of rows; hidden too.
+inline constexpr const char* kRowVersionTable = "ledgerwick_rowversion";
+
 // Lets a map keyed by Text be searched with a view.
 struct TextHash {
   using is_transparent = void;
@@ -78,6 +81,9 @@ class Catalogue {
   // Forgets what has become stale. Tables that were found before stay valid until then. Throws
   // SqlError when the storage cannot be read.
   void Refresh();
+
+  // How the session reads dates. Whoever changes that calls Forget: what was bound before is stale.
+  const DateOptions& dates() const noexcept { return storage_.functions().dates; }
 
   // Forgets everything: a transaction was rolled back, and the schema's version with it.
   void Forget() {

@@ -4,6 +4,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <string>
 
 #include "tsql/functions/function_table.h"
 #include "tsql/storage/aggregates.h"
@@ -17,20 +18,20 @@ constexpr std::int32_t kEngineSeverity = 17;
 
 // What a registered function finds behind its context.
 struct Registration {
-  const FunctionRow* row;
+  int null_arguments;
+  void (*function)(Call& call);
   FunctionState* state;
 };
 
 // Exceptions must not pass through SQLite.
 void Invoke(sqlite3_context* context, int count, sqlite3_value** values) {
   const auto& registration = *static_cast<Registration*>(sqlite3_user_data(context));
-  const FunctionRow& row = *registration.row;
-  for (int i = 0; i < std::min(row.null_arguments, count); ++i) {
+  for (int i = 0; i < std::min(registration.null_arguments, count); ++i) {
     if (sqlite3_value_type(values[i]) == SQLITE_NULL) return;  // the result is NULL already
   }
   try {
     Call call(context, {values, static_cast<std::size_t>(count)}, *registration.state);
-    row.function(call);
+    registration.function(call);
   } catch (SqlError& error) {
     sqlite3_result_error(context, error.message.data(), static_cast<int>(error.message.size()));
     registration.state->Keep(std::move(error));
@@ -61,7 +62,8 @@ void Register(sqlite3* db, const FunctionRow& row, FunctionState& state) {
   const int flags =
       SQLITE_UTF8 | SQLITE_INNOCUOUS | (row.purity == Purity::kPure ? SQLITE_DETERMINISTIC : 0);
   for (int count = row.least_arguments; count <= row.most_arguments; ++count) {
-    auto registration = std::make_unique<Registration>(Registration{&row, &state});
+    auto registration =
+        std::make_unique<Registration>(Registration{row.null_arguments, row.function, &state});
     // SQLite destroys the registration, also when it refuses the function.
     Check(db, sqlite3_create_function_v2(db, row.name, count, flags, registration.release(), Invoke,
                                          nullptr, nullptr, [](void* data) {
@@ -89,9 +91,20 @@ void ChooseOptimizations(sqlite3* db, std::size_t text_size) noexcept {
 void RegisterFunctions(sqlite3* db, FunctionState& state) {
   ChooseOptimizations(db, 0);
   Check(db, sqlite3_create_collation_v2(db, kCollation, SQLITE_UTF8, &state, Collate, nullptr));
-  for (const auto table : {CheckFunctions(), ConversionFunctions(), DateFunctions(),
-                           ExactFunctions(), NumberFunctions(), TextFunctions()}) {
+  for (const auto table :
+       {CheckHelpers(), ConversionHelpers(), ExactHelpers(), NumberHelpers(), TextHelpers()}) {
     for (const FunctionRow& row : table) Register(db, row, state);
+  }
+  for (const auto table : {CheckFunctions(), ConversionFunctions(), DateFunctions(),
+                           NumberFunctions(), TextFunctions()}) {
+    for (const FunctionSignature& function : table) {
+      if (function.implementation == nullptr) continue;
+      const std::string name = "t_" + ToUtf8(function.name);
+      Register(db,
+               {name.c_str(), function.least, function.most + function.added_arguments,
+                function.null_arguments, function.implementation, function.purity},
+               state);
+    }
   }
   Check(db, RegisterSums(db, state));
   Check(db, RegisterGrouping(db, state));

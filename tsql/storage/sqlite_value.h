@@ -7,6 +7,8 @@
 #include <memory>
 #include <string_view>
 
+#include "tsql/values/any_value.h"
+
 namespace ledgerwick::tsql {
 
 struct SqliteValueFree {
@@ -22,6 +24,9 @@ inline constexpr const char* kVariablePointer = "ledgerwick variable";
 // A value as text (UTF-8; empty for NULL) and as a whole number (0 for NULL).
 std::string_view TextOf(const SqliteValue& value);
 std::int64_t IntegerOf(const SqliteValue& value);
+
+// A value that is not NULL as any_value.h takes it. Throws std::bad_alloc.
+AnyValue AnyOf(sqlite3_value* value);
 
 // A copy of the value in `column` of the current row.
 SqliteValue CopyValue(sqlite3_stmt* row, int column);

@@ -61,6 +61,9 @@ Keyword FindKeyword(TextView word) noexcept {
 }
 
 constexpr bool IsDigit(char16_t c) noexcept { return c >= u'0' && c <= u'9'; }
+constexpr bool IsHexDigit(char16_t c) noexcept {
+  return IsDigit(c) || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+}
 
 // Letters of any script may stand in a name without brackets; punctuation and blanks of any width
 // may not.
@@ -216,10 +219,12 @@ class Lexer {
     const std::size_t start = at_;
     token.kind = TokenKind::Integer;
     while (IsDigit(Peek())) ++at_;
-    // A binary constant, which must not become a 0 with a name.
     if ((Peek() == u'x' || Peek() == u'X') && batch_.substr(start, at_ - start) == u"0") {
-      while (IsNamePart(Peek())) ++at_;
-      throw errors::IncorrectSyntax(batch_.substr(start, at_ - start), Here(start));
+      token.kind = TokenKind::Binary;
+      ++at_;
+      while (IsHexDigit(Peek())) ++at_;
+      token.text = batch_.substr(start + 2, at_ - start - 2);
+      return;
     }
     if (Peek() == u'.') {
       token.kind = TokenKind::Decimal;

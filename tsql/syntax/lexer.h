@@ -21,6 +21,7 @@ enum class TokenKind : std::uint8_t {
   Integer,
   Decimal,   // 1.5
   Float,     // 1e5
+  Binary,    // 0xFF; the text is the digits behind the x
   Variable,  // @name or @@name
   Symbol,    // an operator or a punctuation mark; see Token::symbol
 };

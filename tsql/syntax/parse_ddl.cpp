@@ -10,22 +10,47 @@ struct TypeWord {
 };
 
 constexpr TypeWord kTypes[] = {
-    {u"int", TypeKind::Int},           {u"integer", TypeKind::Int},
-    {u"varchar", TypeKind::VarChar},   {u"nvarchar", TypeKind::NVarChar},
-    {u"char", TypeKind::Char},         {u"nchar", TypeKind::NChar},
-    {u"float", TypeKind::Float},       {u"real", TypeKind::Real},
-    {u"datetime", TypeKind::DateTime}, {u"smalldatetime", TypeKind::SmallDateTime},
-    {u"bit", TypeKind::Bit},           {u"tinyint", TypeKind::TinyInt},
-    {u"smallint", TypeKind::SmallInt}, {u"bigint", TypeKind::BigInt},
-    {u"decimal", TypeKind::Decimal},   {u"numeric", TypeKind::Decimal},
-    {u"money", TypeKind::Money},       {u"smallmoney", TypeKind::SmallMoney},
-    {u"text", TypeKind::VarChar},      {u"ntext", TypeKind::NVarChar},
+    {u"int", TypeKind::Int},
+    {u"integer", TypeKind::Int},
+    {u"varchar", TypeKind::VarChar},
+    {u"nvarchar", TypeKind::NVarChar},
+    {u"char", TypeKind::Char},
+    {u"nchar", TypeKind::NChar},
+    {u"float", TypeKind::Float},
+    {u"real", TypeKind::Real},
+    {u"datetime", TypeKind::DateTime},
+    {u"smalldatetime", TypeKind::SmallDateTime},
+    {u"bit", TypeKind::Bit},
+    {u"tinyint", TypeKind::TinyInt},
+    {u"smallint", TypeKind::SmallInt},
+    {u"bigint", TypeKind::BigInt},
+    {u"decimal", TypeKind::Decimal},
+    {u"numeric", TypeKind::Decimal},
+    {u"money", TypeKind::Money},
+    {u"smallmoney", TypeKind::SmallMoney},
+    {u"text", TypeKind::VarChar},
+    {u"ntext", TypeKind::NVarChar},
     {u"sysname", TypeKind::NVarChar},
+    {u"binary", TypeKind::Binary},
+    {u"date", TypeKind::Date},
+    {u"varbinary", TypeKind::VarBinary},
+    {u"time", TypeKind::Time},
+    {u"image", TypeKind::VarBinary},
+    {u"datetime2", TypeKind::DateTime2},
+    {u"rowversion", TypeKind::RowVersion},
+    {u"timestamp", TypeKind::RowVersion},
+    {u"uniqueidentifier", TypeKind::UniqueIdentifier},
 };
 
-constexpr std::int32_t kLongestVarChar = 8000;
-constexpr std::int32_t kLongestNVarChar = 4000;
-constexpr std::int32_t kLongestName = 128;
+// Types whose length is not written.
+struct LengthOfName {
+  TextView word;
+  std::int32_t length;
+};
+constexpr LengthOfName kLengths[] = {{u"text", kMaxLength},
+                                     {u"ntext", kMaxLength},
+                                     {u"image", kMaxLength},
+                                     {u"sysname", kLongestName}};
 
 }  // namespace
 
@@ -187,24 +212,24 @@ Type Parser::TypeRule() {
   }
   if (type.kind == TypeKind::Null) throw errors::UnknownType(name.text, At(name.offset));
   if (IsMoney(type.kind)) type.scale = kMoneyScale;
-  if (type.kind == TypeKind::Decimal) type.precision = 18;
+  if (type.kind == TypeKind::Decimal) type.precision = kUsualDigits;
+  const bool has_fraction = type.kind == TypeKind::Time || type.kind == TypeKind::DateTime2;
+  if (has_fraction) type.scale = kMostFractionDigits;
   // Without a length a column holds 1 character; a conversion's 30 is set where it is read.
-  if (IsText(type.kind)) type.length = 0;
-  if (EqualText(name.text, u"text") || EqualText(name.text, u"ntext")) {
-    type.length = kMaxLength;
-    return type;
-  }
-  if (EqualText(name.text, u"sysname")) {
-    type.length = kLongestName;
+  for (const LengthOfName& known : kLengths) {
+    if (!EqualText(name.text, known.word)) continue;
+    type.length = known.length;
     return type;
   }
   if (!Accept(Symbol::LeftParen)) return type;
-  if (IsText(type.kind)) {
-    if (AcceptWord(u"max")) {
+  if (IsText(type.kind) || IsBinary(type.kind)) {
+    const bool varies = type.kind == TypeKind::VarChar || type.kind == TypeKind::NVarChar ||
+                        type.kind == TypeKind::VarBinary;
+    if (varies && AcceptWord(u"max")) {
       type.length = kMaxLength;
     } else {
       const std::int64_t length = ExpectInteger();
-      const std::int64_t longest = IsUnicode(type.kind) ? kLongestNVarChar : kLongestVarChar;
+      const std::int64_t longest = LongestOf(type.kind);
       if (length < 1 || length > longest)
         throw errors::TypeLength(name.text, length, longest, At(name.offset));
       type.length = static_cast<std::int32_t>(length);
@@ -214,6 +239,10 @@ Type Parser::TypeRule() {
     const std::int64_t scale = Accept(Symbol::Comma) ? ExpectInteger() : 0;
     if (precision < 1 || precision > kMostDigits || scale > precision) Fail();
     type.precision = static_cast<std::uint8_t>(precision);
+    type.scale = static_cast<std::uint8_t>(scale);
+  } else if (has_fraction) {
+    const std::int64_t scale = ExpectInteger();
+    if (scale > kMostFractionDigits) throw errors::ScaleTooLarge(scale, At(name.offset));
     type.scale = static_cast<std::uint8_t>(scale);
   } else if (type.kind == TypeKind::Float) {
     constexpr std::int64_t kRealBits = 24;

@@ -252,6 +252,7 @@ Expr* Parser::Primary() {
     case TokenKind::Integer:
     case TokenKind::Decimal:
     case TokenKind::Float:
+    case TokenKind::Binary:
       return Literal();
     case TokenKind::Identifier:
     case TokenKind::QuotedIdentifier:
@@ -320,6 +321,8 @@ Expr* Parser::Literal() {
   if (token.kind == TokenKind::String || token.kind == TokenKind::NationalString) {
     expr->kind = ExprKind::String;
     expr->national = token.kind == TokenKind::NationalString;
+  } else if (token.kind == TokenKind::Binary) {
+    expr->kind = ExprKind::Binary;
   } else if (token.kind == TokenKind::Integer) {
     const std::string digits(token.text.begin(), token.text.end());
     const auto [end, error] =
@@ -336,6 +339,13 @@ Expr* Parser::NameExpression() {
   std::size_t count = 1;
   if (Is(Symbol::LeftParen) && tokens_[at_ - 1].kind == TokenKind::Identifier) {
     return EqualText(parts[0].text, u"CAST") ? Cast() : Call(parts[0]);
+  }
+  const bool bare = tokens_[at_ - 1].kind == TokenKind::Identifier && !Is(Symbol::Dot);
+  if (bare && EqualText(parts[0].text, u"CURRENT_TIMESTAMP")) {
+    Expr* call = NewExpr(ExprKind::Function, offset);
+    call->text = u"getdate";
+    Finish(call);
+    return call;
   }
   bool star = false;
   while (Accept(Symbol::Dot)) {

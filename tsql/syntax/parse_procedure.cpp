@@ -9,7 +9,7 @@ namespace {
 
 // A type without a length, of a variable or a parameter, holds one character.
 Type WithLength(Type type) {
-  if (IsText(type.kind) && type.length == 0) type.length = 1;
+  if ((IsText(type.kind) || IsBinary(type.kind)) && type.length == 0) type.length = 1;
   return type;
 }
 
@@ -96,7 +96,9 @@ Statement* Parser::Declare() {
   do {
     const Name name = ExpectVariable();
     Accept(Keyword::As);
-    if (IsWord(u"text") || IsWord(u"ntext")) throw errors::TextVariable(At(Current().offset));
+    if (IsWord(u"text") || IsWord(u"ntext") || IsWord(u"image")) {
+      throw errors::TextVariable(At(Current().offset));
+    }
     const Type type = WithLength(TypeRule());
     Expr* value = nullptr;
     if (Accept(Symbol::Equal)) value = Value();
@@ -163,8 +165,9 @@ Statement* Parser::ExecuteProcedure() {
     const TokenKind kind = Current().kind;
     return kind == TokenKind::Variable || kind == TokenKind::String ||
            kind == TokenKind::NationalString || kind == TokenKind::Integer ||
-           kind == TokenKind::Decimal || kind == TokenKind::Float || Is(Symbol::Minus) ||
-           Is(Symbol::Plus) || Is(Keyword::Null) || Is(Keyword::Default) || IsName();
+           kind == TokenKind::Decimal || kind == TokenKind::Float || kind == TokenKind::Binary ||
+           Is(Symbol::Minus) || Is(Symbol::Plus) || Is(Keyword::Null) || Is(Keyword::Default) ||
+           IsName();
   };
   std::vector<Argument> arguments;
   if (at_argument()) {
@@ -226,7 +229,8 @@ Expr* Parser::Constant() {
   }
   const TokenKind kind = Current().kind;
   if (kind != TokenKind::String && kind != TokenKind::NationalString &&
-      kind != TokenKind::Integer && kind != TokenKind::Decimal && kind != TokenKind::Float) {
+      kind != TokenKind::Integer && kind != TokenKind::Decimal && kind != TokenKind::Float &&
+      kind != TokenKind::Binary) {
     Fail();
   }
   return Literal();

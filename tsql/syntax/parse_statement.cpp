@@ -268,6 +268,11 @@ Statement* Parser::Truncate() {
 Statement* Parser::SetOption() {
   auto* statement = NewStatement<SetOptionStatement>();
   Expect(Keyword::Set);
+  if (IsWord(u"DATEFORMAT") || IsWord(u"LANGUAGE") || IsWord(u"DATEFIRST")) {
+    statement->options = arena_.Copy(std::vector<Name>{ExpectName()});
+    statement->value = Constant();
+    return statement;
+  }
   static constexpr TextView kOptions[] = {u"NOCOUNT",
                                           u"XACT_ABORT",
                                           u"ANSI_NULLS",

@@ -32,6 +32,7 @@ enum class ExprKind : std::uint8_t {
   Integer,   // `integer`
   Number,    // a decimal or float literal: `text`
   String,    // `text`
+  Binary,    // `text`: hexadecimal digits
   Column,    // `qualifier`, `text`
   Star,      // * or qualifier.* in a select list, * in COUNT(*)
   Variable,  // `slot`, and its type, which the parser knows; live
@@ -81,11 +82,11 @@ struct Expr {
   bool distinct = false;  // COUNT(DISTINCT x)
   bool has_operand = false;
   bool has_else = false;
-  bool national = false;  // N'text'
-  bool live = false;      // a variable that the statement itself assigns: read anew for every row
-  std::int32_t style = 0;
-  std::int32_t slot = 0;  // of a Variable
-  Type type;              // of a Variable, and what Convert converts to
+  bool national = false;    // N'text'
+  bool live = false;        // a variable that the statement itself assigns: read anew for every row
+  std::int32_t style = -1;  // of CONVERT; -1 where none is written
+  std::int32_t slot = 0;    // of a Variable
+  Type type;                // of a Variable, and what Convert converts to
 };
 
 inline bool IsQualified(const Expr& expr) noexcept {
@@ -324,9 +325,10 @@ struct ReturnStatement : StatementOf<StatementKind::Return> {
   const Expr* value = nullptr;
 };
 
-// SET NOCOUNT ON and the like.
+// SET NOCOUNT ON, SET DATEFORMAT dmy and the like.
 struct SetOptionStatement : StatementOf<StatementKind::SetOption> {
   std::span<const Name> options;
+  const Expr* value = nullptr;  // of an option that has one
   bool on = false;
 };
 

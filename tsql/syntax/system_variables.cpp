@@ -18,15 +18,12 @@ constexpr Type UnicodeText(std::int32_t length) {
   return type;
 }
 
-constexpr std::int32_t kLongestMessage = 4000;
-constexpr std::int32_t kLongestName = 128;
-
 constexpr SystemVariableName kNames[] = {
     {u"@@ROWCOUNT", SystemVariable::RowCount, Int()},
     {u"@@ERROR", SystemVariable::Error, Int()},
     {u"@@TRANCOUNT", SystemVariable::TranCount, Int()},
     {u"@@NESTLEVEL", SystemVariable::NestLevel, Int()},
-    {u"ERROR_MESSAGE", SystemVariable::ErrorMessage, UnicodeText(kLongestMessage)},
+    {u"ERROR_MESSAGE", SystemVariable::ErrorMessage, UnicodeText(kLongestUnits)},
     {u"ERROR_NUMBER", SystemVariable::ErrorNumber, Int()},
     {u"ERROR_SEVERITY", SystemVariable::ErrorSeverity, Int()},
     {u"ERROR_STATE", SystemVariable::ErrorState, Int()},

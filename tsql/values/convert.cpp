@@ -150,7 +150,7 @@ std::string PrintFixed(double number, int digits) {
 
 std::int64_t ParseInteger(std::string_view text, TypeKind target, const char* source) {
   const std::string_view digits = TrimBlanks(text);
-  if (digits.empty()) return 0;
+  if (digits.empty() || digits == "-" || digits == "+") return 0;
   std::int64_t number = 0;
   const IntegerText result = ReadInteger(digits, number);
   if (result == IntegerText::kBad) {
@@ -187,6 +187,13 @@ double ParseFloat(std::string_view text, const char* source) {
   if (digits.empty() || !(IsDigit(digits.front()) || digits.front() == '.')) {
     throw BadText(source, TypeKind::Float);
   }
+  // An exponent may be written with a d.
+  std::string with_e;
+  if (const std::size_t d = digits.find_first_of("dD"); d != std::string_view::npos) {
+    with_e = digits;
+    with_e[d] = 'e';
+    digits = with_e;
+  }
   double number = 0;
   const char* const end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, number);
@@ -207,8 +214,11 @@ Exact ParseDecimal(std::string_view text, ExactSize size, const char* source) {
 Exact ParseMoney(std::string_view text, int precision) {
   const std::string_view digits = TrimBlanks(text);
   if (digits.empty()) return {0, kMoneyScale};
+  const std::string plain = PlainAmount(digits);
+  // A sign, a point or a comma alone is nothing.
+  if (plain.empty() || plain == "-" || plain == "+" || plain == ".") return {0, kMoneyScale};
   const auto number =
-      ParseExact(PlainAmount(digits), kMoneyScale, "expression",
+      ParseExact(plain, kMoneyScale, "expression",
                  KindName(precision == kMoneyPrecision ? TypeKind::Money : TypeKind::SmallMoney));
   if (!number) {
     throw SqlError(235, kSeverity,

@@ -6,9 +6,9 @@
 #include <cmath>
 #include <ctime>
 #include <limits>
-#include <utility>
 
 #include "tsql/base/errors.h"
+#include "tsql/values/calendar.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -17,15 +17,13 @@ namespace chrono = std::chrono;
 
 constexpr std::int32_t kSeverity = 16;
 
-constexpr chrono::sys_days kFirstDay = chrono::year{1900} / 1 / 1;
-
-constexpr std::int64_t StartOf(chrono::year_month_day day) {
-  return (chrono::sys_days(day) - kFirstDay).count() * kMillisecondsPerDay;
+constexpr std::int64_t MillisecondsOf(chrono::year_month_day day) {
+  return StartOf(day) / kTicksPerMillisecond;
 }
 
-constexpr std::int64_t kLeast = StartOf(chrono::year{1753} / 1 / 1);
-constexpr std::int64_t kEnd = StartOf(chrono::year{10000} / 1 / 1);
-constexpr std::int64_t kSmallEnd = StartOf(chrono::year{2079} / 6 / 7);
+constexpr std::int64_t kLeast = MillisecondsOf(chrono::year{1753} / 1 / 1);
+constexpr std::int64_t kEnd = MillisecondsOf(chrono::year{10000} / 1 / 1);
+constexpr std::int64_t kSmallEnd = MillisecondsOf(chrono::year{2079} / 6 / 7);
 
 // The frame counts its dates from two days before the storage's first day.
 constexpr double kFrameOffset = 2;
@@ -34,20 +32,8 @@ constexpr double kFrameOffset = 2;
 // the range's end. What T-SQL itself computes stays far within what can be added here.
 constexpr std::int64_t Stored(std::int64_t ms) noexcept { return std::clamp(ms, -kEnd, kEnd); }
 
-constexpr std::int64_t FloorDivide(std::int64_t a, std::int64_t b) noexcept {
-  return a / b - (a % b < 0);
-}
-
-constexpr std::int64_t DayOf(std::int64_t ms) noexcept {
-  return FloorDivide(ms, kMillisecondsPerDay);
-}
-
-constexpr std::int64_t TimeOf(std::int64_t ms) noexcept {
-  return ms - DayOf(ms) * kMillisecondsPerDay;
-}
-
-chrono::year_month_day CivilOf(std::int64_t ms) noexcept {
-  return kFirstDay + chrono::days(DayOf(ms));
+chrono::year_month_day CivilOf(std::int64_t ticks) noexcept {
+  return kFirstDay + chrono::days(DayOf(ticks));
 }
 
 int YearOf(chrono::year_month_day day) noexcept { return static_cast<int>(day.year()); }
@@ -61,24 +47,48 @@ std::int64_t DayOfWeek(std::int64_t day) noexcept { return day + 1 - FloorDivide
 
 SqlError OverflowToDateTime() { return errors::Overflow(u"datetime"); }
 
-SqlError OutOfSmallRange(const char* source) {
-  return {242, kSeverity,
-          std::string("The conversion of a ") + source +
-              " data type to a smalldatetime data type resulted in an out-of-range value."};
-}
-
 std::int64_t RoundToMinute(std::int64_t ms, const char* source) {
   constexpr std::int64_t kMinute = 60'000;
   constexpr std::int64_t kRoundUp = 30'001;  // 29.999 seconds count as a whole minute
   const std::int64_t rounded = FloorDivide(ms + kRoundUp, kMinute) * kMinute;
-  if (rounded < 0 || rounded >= kSmallEnd) throw OutOfSmallRange(source);
+  if (rounded < 0 || rounded >= kSmallEnd) throw errors::MomentOutOfRange(source, "smalldatetime");
   return rounded;
 }
 
+struct PartNames {
+  DatePart part;
+  TextView name;
+  std::array<TextView, 2> abbreviations;
+  std::int64_t ticks;  // of a unit that always has the same length; 0 for the others
+};
+
+constexpr std::int64_t kTicksPerSecond = 1000 * kTicksPerMillisecond;
+
+// In the order of DatePart.
+constexpr std::array<PartNames, 14> kParts = {{
+    {DatePart::Year, u"year", {u"yy", u"yyyy"}, 0},
+    {DatePart::Quarter, u"quarter", {u"qq", u"q"}, 0},
+    {DatePart::Month, u"month", {u"mm", u"m"}, 0},
+    {DatePart::Week, u"week", {u"wk", u"ww"}, 7 * kTicksPerDay},
+    {DatePart::IsoWeek, u"iso_week", {u"isowk", u"isoww"}, 0},
+    {DatePart::Day, u"day", {u"dd", u"d"}, kTicksPerDay},
+    {DatePart::DayOfYear, u"dayofyear", {u"dy", u"y"}, kTicksPerDay},
+    {DatePart::Weekday, u"weekday", {u"dw", u"w"}, kTicksPerDay},
+    {DatePart::Hour, u"hour", {u"hh", u"hh"}, 3600 * kTicksPerSecond},
+    {DatePart::Minute, u"minute", {u"mi", u"n"}, 60 * kTicksPerSecond},
+    {DatePart::Second, u"second", {u"ss", u"s"}, kTicksPerSecond},
+    {DatePart::Millisecond, u"millisecond", {u"ms", u"ms"}, kTicksPerMillisecond},
+    {DatePart::Microsecond, u"microsecond", {u"mcs", u"mcs"}, 10},
+    {DatePart::Nanosecond, u"nanosecond", {u"ns", u"ns"}, 1},
+}};
+constexpr std::int64_t kNanosecondsPerTick = 100;
+
+const PartNames& NamesOf(DatePart part) { return kParts[static_cast<std::size_t>(part)]; }
+
 // How often the unit has turned over since the first day.
-std::int64_t CountOf(DatePart part, std::int64_t ms) {
+std::int64_t CountOf(DatePart part, std::int64_t ticks) {
   const auto months = [&] {
-    const chrono::year_month_day day = CivilOf(ms);
+    const chrono::year_month_day day = CivilOf(ticks);
     return std::int64_t{YearOf(day)} * 12 + MonthOf(day) - 1;
   };
   switch (part) {
@@ -89,42 +99,10 @@ std::int64_t CountOf(DatePart part, std::int64_t ms) {
     case DatePart::Month:
       return months();
     case DatePart::Week:
-      return FloorDivide(DayOf(ms) + 1, 7);
-    case DatePart::Day:
-    case DatePart::DayOfYear:
-    case DatePart::Weekday:
-      return DayOf(ms);
-    case DatePart::Hour:
-      return FloorDivide(ms, 3'600'000);
-    case DatePart::Minute:
-      return FloorDivide(ms, 60'000);
-    case DatePart::Second:
-      return FloorDivide(ms, 1000);
-    case DatePart::Millisecond:
-      return ms;
-  }
-  return 0;
-}
-
-// The length of a unit that always has the same one; 0 for the others.
-std::int64_t LengthOf(DatePart part) {
-  switch (part) {
-    case DatePart::Week:
-      return 7 * kMillisecondsPerDay;
-    case DatePart::Day:
-    case DatePart::DayOfYear:
-    case DatePart::Weekday:
-      return kMillisecondsPerDay;
-    case DatePart::Hour:
-      return 3'600'000;
-    case DatePart::Minute:
-      return 60'000;
-    case DatePart::Second:
-      return 1000;
-    case DatePart::Millisecond:
-      return 1;
+    case DatePart::IsoWeek:
+      return FloorDivide(DayOf(ticks) + 1, 7);
     default:
-      return 0;
+      return FloorDivide(ticks, NamesOf(part).ticks);
   }
 }
 
@@ -133,51 +111,116 @@ std::int64_t MonthsIn(DatePart part) {
   return part == DatePart::Quarter ? 3 : 12;
 }
 
-SqlError AddOverflow() {
-  return {517, kSeverity, "Adding a value to a 'datetime' column caused an overflow."};
-}
+int LeastYear(TypeKind kind) noexcept { return kind == TypeKind::DateTime ? 1753 : 1; }
 
-std::int64_t AddMonths(std::int64_t ms, std::int64_t months) {
-  const chrono::year_month_day from = CivilOf(ms);
+std::int64_t AddMonths(std::int64_t ticks, std::int64_t months, TypeKind kind) {
+  const chrono::year_month_day from = CivilOf(ticks);
   const std::int64_t month = std::int64_t{YearOf(from)} * 12 + MonthOf(from) - 1 + months;
   const std::int64_t year = FloorDivide(month, 12);
-  if (year < 1753 || year > 9999) throw AddOverflow();
+  if (year < LeastYear(kind) || year > 9999) throw errors::DateAddOverflow(KindName(kind));
   const chrono::year_month to_month{chrono::year(static_cast<int>(year)),
                                     chrono::month(static_cast<unsigned>(month - year * 12 + 1))};
   chrono::year_month_day to = to_month / from.day();
   if (!to.ok()) to = to_month / chrono::last;
-  return StartOf(to) + TimeOf(ms);
+  return StartOf(to) + TimeOf(ticks);
+}
+
+// The week of the year by ISO 8601: the first one has the year's first Thursday.
+std::int64_t IsoWeekOf(std::int64_t day) {
+  const std::int64_t monday = FloorDivide(day, 7) * 7;
+  const std::int64_t thursday = monday + 3;
+  const std::int64_t new_year = DayOf(StartOf(CivilOf(thursday * kTicksPerDay).year() / 1 / 1));
+  return (thursday - new_year) / 7 + 1;
+}
+
+template <std::size_t N>
+bool IsOneOf(TextView name, const std::array<TextView, N>& names) noexcept {
+  return std::any_of(names.begin(), names.end(),
+                     [&](TextView known) { return EqualText(known, name); });
 }
 
 }  // namespace
 
-DatePart DatePartByName(std::string_view name) {
-  constexpr std::array<std::pair<std::string_view, DatePart>, 11> kNames = {{
-      {"day", DatePart::Day},
-      {"month", DatePart::Month},
-      {"year", DatePart::Year},
-      {"quarter", DatePart::Quarter},
-      {"week", DatePart::Week},
-      {"dayofyear", DatePart::DayOfYear},
-      {"weekday", DatePart::Weekday},
-      {"hour", DatePart::Hour},
-      {"minute", DatePart::Minute},
-      {"second", DatePart::Second},
-      {"millisecond", DatePart::Millisecond},
-  }};
-  for (const auto& [known, part] : kNames) {
-    if (known == name) return part;
+DateOrder DateOrderByName(TextView name) {
+  constexpr std::array<TextView, 6> kOrders = {u"mdy", u"dmy", u"ymd", u"ydm", u"myd", u"dym"};
+  for (std::size_t i = 0; i < kOrders.size(); ++i) {
+    if (EqualText(kOrders[i], name)) return static_cast<DateOrder>(i);
   }
-  throw SqlError(155, 15, "'" + std::string(name) + "' is not a recognized datepart option.");
+  throw errors::DateOrderInvalid(name);
 }
 
-std::int64_t ParseSmallDateTime(std::string_view text) {
-  return RoundToMinute(ParseDateTime(text), "varchar");
+Language LanguageByName(TextView name) {
+  if (IsOneOf<2>(name, {u"us_english", u"English"})) return Language::English;
+  if (IsOneOf<2>(name, {u"简体中文", u"Simplified Chinese"})) return Language::Chinese;
+  throw errors::LanguageUnknown(name);
 }
-std::int64_t ParseSmallDateTime(TextView text) {
-  return ParseSmallDateTime(std::string_view(ToUtf8(text)));
+
+TextView LanguageName(Language language) noexcept {
+  return language == Language::English ? u"us_english" : u"简体中文";
 }
-std::int64_t ParseDateTime(TextView text) { return ParseDateTime(std::string_view(ToUtf8(text))); }
+
+DateOptions OptionsOf(Language language) noexcept {
+  return {language == Language::English ? DateOrder::Mdy : DateOrder::Ymd, language, 7};
+}
+
+std::optional<DatePart> FindDatePart(TextView name) noexcept {
+  for (const PartNames& known : kParts) {
+    if (EqualText(known.name, name) || IsOneOf(name, known.abbreviations)) return known.part;
+  }
+  return std::nullopt;
+}
+
+TextView DatePartName(DatePart part) noexcept { return NamesOf(part).name; }
+
+bool HasPart(TypeKind kind, DatePart part) noexcept {
+  if (kind == TypeKind::Date) return part < DatePart::Hour;
+  return kind != TypeKind::Time || part >= DatePart::Hour;
+}
+
+std::int64_t TicksOf(TypeKind kind, std::int64_t stored) noexcept {
+  switch (kind) {
+    case TypeKind::Date:
+      return std::clamp(stored, DayOf(kLeastTick), DayOf(kEndTick)) * kTicksPerDay;
+    case TypeKind::Time:
+      return std::clamp(stored, std::int64_t{0}, kTicksPerDay - 1);
+    case TypeKind::DateTime2:
+      return std::clamp(stored, kLeastTick, kEndTick);
+    default:
+      return Stored(stored) * kTicksPerMillisecond;
+  }
+}
+
+std::int64_t FromTicks(std::int64_t ticks, const Type& type, const char* source) {
+  switch (type.kind) {
+    case TypeKind::Date:
+      return DayOf(ticks);
+    case TypeKind::Time:
+    case TypeKind::DateTime2: {
+      std::int64_t unit = 1;
+      for (int digits = type.scale; digits < kMostFractionDigits; ++digits) unit *= 10;
+      const std::int64_t rounded = FloorDivide(ticks + unit / 2, unit) * unit;
+      if (type.kind == TypeKind::Time) return TimeOf(rounded);
+      return rounded >= kEndTick ? rounded - unit : rounded;
+    }
+    default: {
+      const std::int64_t half = kTicksPerMillisecond / 2;
+      const std::int64_t ms = RoundDateTime(FloorDivide(ticks + half, kTicksPerMillisecond));
+      if (type.kind == TypeKind::SmallDateTime) return RoundToMinute(ms, source);
+      if (ms < kLeast || ms >= kEnd) throw errors::MomentOutOfRange(source, "datetime");
+      return ms;
+    }
+  }
+}
+
+std::int64_t ParseSmallDateTime(std::string_view text, const DateOptions& options, int style) {
+  return RoundToMinute(ParseDateTime(text, options, style), "varchar");
+}
+std::int64_t ParseSmallDateTime(TextView text, const DateOptions& options) {
+  return ParseSmallDateTime(std::string_view(ToUtf8(text)), options);
+}
+std::int64_t ParseDateTime(TextView text, const DateOptions& options) {
+  return ParseDateTime(std::string_view(ToUtf8(text)), options);
+}
 
 std::int64_t RoundDateTime(std::int64_t ms) noexcept {
   const std::int64_t tens = FloorDivide(ms, 10) * 10;
@@ -207,21 +250,24 @@ std::int64_t DateTimeFromDate(Date date) {
   const chrono::year_month_day day =
       chrono::year(t.year) / static_cast<int>(t.month) / static_cast<int>(t.day);
   const std::int64_t of_day = ((t.hour * 60 + t.minute) * 60 + t.second) * 1000 + t.millisecond;
-  const std::int64_t ms = RoundDateTime(StartOf(day) + of_day);
+  const std::int64_t ms = RoundDateTime(MillisecondsOf(day) + of_day);
   if (ms < kLeast || ms >= kEnd) throw errors::DateOutOfRange();
   return ms;
 }
 
 Date DateFromDateTime(std::int64_t stored) noexcept {
   const std::int64_t ms = Stored(stored);
-  const double day = static_cast<double>(DayOf(ms)) + kFrameOffset;
-  const double time = DaysFromDateTime(TimeOf(ms));
+  const std::int64_t whole = FloorDivide(ms, kMillisecondsPerDay);
+  const double day = static_cast<double>(whole) + kFrameOffset;
+  const double time = DaysFromDateTime(ms - whole * kMillisecondsPerDay);
   return Date{day < 0 ? day - time : day + time};  // before its zero day it counts times backwards
 }
 
 std::int64_t DateDiff(DatePart part, std::int64_t from, std::int64_t to) {
-  const std::int64_t difference = CountOf(part, Stored(to)) - CountOf(part, Stored(from));
-  if (difference < std::numeric_limits<std::int32_t>::min() ||
+  std::int64_t difference = CountOf(part, to) - CountOf(part, from);
+  const bool too_many = part == DatePart::Nanosecond &&
+                        __builtin_mul_overflow(difference, kNanosecondsPerTick, &difference);
+  if (too_many || difference < std::numeric_limits<std::int32_t>::min() ||
       difference > std::numeric_limits<std::int32_t>::max()) {
     throw SqlError(535, kSeverity,
                    "The datediff function resulted in an overflow. The number of dateparts "
@@ -231,25 +277,40 @@ std::int64_t DateDiff(DatePart part, std::int64_t from, std::int64_t to) {
   return difference;
 }
 
-std::int64_t DateAdd(DatePart part, std::int64_t count, std::int64_t stored) {
-  const std::int64_t ms = Stored(stored);
+std::int64_t DateAdd(DatePart part, std::int64_t count, std::int64_t ticks, const Type& type) {
   if (count < std::numeric_limits<std::int32_t>::min() ||
       count > std::numeric_limits<std::int32_t>::max()) {
     throw errors::Overflow(u"int");
   }
-  const std::int64_t length = LengthOf(part);
-  const std::int64_t sum =
-      length == 0 ? AddMonths(ms, count * MonthsIn(part)) : RoundDateTime(ms + count * length);
-  if (sum < kLeast || sum >= kEnd) throw AddOverflow();
-  return sum;
+  const std::int64_t unit = NamesOf(part).ticks;
+  std::int64_t sum = 0;
+  if (unit == 0) {
+    sum = AddMonths(ticks, count * MonthsIn(part), type.kind);
+  } else if (part == DatePart::Nanosecond) {
+    sum = ticks + FloorDivide(count + kNanosecondsPerTick / 2, kNanosecondsPerTick);
+  } else if (__builtin_mul_overflow(count, unit, &sum) ||
+             __builtin_add_overflow(ticks, sum, &sum)) {
+    throw errors::DateAddOverflow(KindName(type.kind));
+  }
+  if (type.kind == TypeKind::Time) return FromTicks(TimeOf(sum), type);
+  if (sum < kLeastTick || sum >= kEndTick) throw errors::DateAddOverflow(KindName(type.kind));
+  try {
+    return FromTicks(sum, type);
+  } catch (const SqlError&) {
+    throw errors::DateAddOverflow(KindName(type.kind));
+  }
 }
 
-int DatePartOf(DatePart part, std::int64_t stored) noexcept {
-  const std::int64_t ms = Stored(stored);
-  const chrono::year_month_day day = CivilOf(ms);
+std::int64_t DatePartOf(DatePart part, std::int64_t ticks, const DateOptions& options) noexcept {
+  const chrono::year_month_day day = CivilOf(ticks);
   const std::int64_t new_year = DayOf(StartOf(day.year() / 1 / 1));
-  const std::int64_t of_year = DayOf(ms) - new_year;
-  const std::int64_t of_day = TimeOf(ms);
+  const std::int64_t of_year = DayOf(ticks) - new_year;
+  const std::int64_t of_day = TimeOf(ticks);
+  const std::int64_t fraction = of_day % kTicksPerSecond;
+  // Days since the week began.
+  const auto of_week = [&](std::int64_t of) {
+    return (DayOfWeek(of) - options.first_weekday % 7 + 7) % 7;
+  };
   switch (part) {
     case DatePart::Year:
       return YearOf(day);
@@ -258,35 +319,48 @@ int DatePartOf(DatePart part, std::int64_t stored) noexcept {
     case DatePart::Month:
       return MonthOf(day);
     case DatePart::Week:
-      return static_cast<int>((of_year + DayOfWeek(new_year)) / 7 + 1);
+      return (of_year + of_week(new_year)) / 7 + 1;
+    case DatePart::IsoWeek:
+      return IsoWeekOf(DayOf(ticks));
     case DatePart::Day:
-      return static_cast<int>(static_cast<unsigned>(day.day()));
+      return static_cast<unsigned>(day.day());
     case DatePart::DayOfYear:
-      return static_cast<int>(of_year + 1);
+      return of_year + 1;
     case DatePart::Weekday:
-      return static_cast<int>(DayOfWeek(DayOf(ms)) + 1);
+      return of_week(DayOf(ticks)) + 1;
     case DatePart::Hour:
-      return static_cast<int>(of_day / 3'600'000);
+      return of_day / (3600 * kTicksPerSecond);
     case DatePart::Minute:
-      return static_cast<int>(of_day / 60'000 % 60);
+      return of_day / (60 * kTicksPerSecond) % 60;
     case DatePart::Second:
-      return static_cast<int>(of_day / 1000 % 60);
+      return of_day / kTicksPerSecond % 60;
     case DatePart::Millisecond:
-      return static_cast<int>(of_day % 1000);
+      return fraction / kTicksPerMillisecond;
+    case DatePart::Microsecond:
+      return fraction / 10;
+    case DatePart::Nanosecond:
+      return fraction * kNanosecondsPerTick;
   }
   return 0;
 }
 
-std::int64_t CurrentDateTime() {
-  const auto now = chrono::floor<chrono::milliseconds>(chrono::system_clock::now());
+std::string DateNameOf(DatePart part, std::int64_t ticks, const DateOptions& options) {
+  const auto index = [&](DatePart of) {
+    return static_cast<std::size_t>(DatePartOf(of, ticks) - 1);
+  };
+  if (part == DatePart::Month) return ToUtf8(MonthName(options.language, index(part)));
+  if (part == DatePart::Weekday) return ToUtf8(DayName(options.language, index(part)));
+  return std::to_string(DatePartOf(part, ticks, options));
+}
+
+Instant CurrentInstant() {
+  using Ticks = chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
+  const auto now = chrono::system_clock::now();
   const std::time_t seconds = chrono::system_clock::to_time_t(now);
-  const std::int64_t ms = (now - chrono::floor<chrono::seconds>(now)).count();
   std::tm local{};
   if (localtime_r(&seconds, &local) == nullptr) throw OverflowToDateTime();
-  const chrono::year_month_day day =
-      chrono::year(local.tm_year + 1900) / (local.tm_mon + 1) / local.tm_mday;
-  const std::int64_t of_day = (local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec;
-  return RoundDateTime(StartOf(day) + of_day * 1000 + ms);
+  const std::int64_t universal = chrono::floor<Ticks>(now - kFirstDay).count();
+  return {universal + std::int64_t{local.tm_gmtoff} * kTicksPerSecond, universal};
 }
 
 }  // namespace ledgerwick::tsql
