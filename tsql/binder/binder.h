@@ -121,7 +121,7 @@ class Binder {
   void BindView(const Table& view, Source& source);
   void AddStarColumns(const Source& source, std::uint32_t offset, std::vector<WrittenItem>& items);
 
-  // Expressions (bind_expression.cpp)
+  // Expressions (bind_expression.cpp), conversions (bind_conversion.cpp)
   BoundExpr* BindPredicate(const Expr& expr, Scope& scope);
   BoundExpr* Bind(const Expr& expr, Scope& scope);
   BoundExpr* NewExpr(const Expr& expr);
