@@ -158,6 +158,8 @@ class Printer {
         return ToUtf8(expr.text);
       case ExprKind::String:
         return "'" + ToUtf8(expr.text) + "'";
+      case ExprKind::Binary:
+        return "0x" + ToUtf8(expr.text);
       case ExprKind::Column:
         return "s" + std::to_string(expr.source->id) + "." +
                ToUtf8(expr.source->NameOf(expr.column));

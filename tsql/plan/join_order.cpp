@@ -27,6 +27,7 @@ bool NullWith(const BoundExpr& expr, const Sources& sources) {
     case ExprKind::Integer:
     case ExprKind::Number:
     case ExprKind::String:
+    case ExprKind::Binary:
     case ExprKind::Star:
     case ExprKind::Variable:
     case ExprKind::BitNot:
@@ -77,6 +78,7 @@ bool Rejects(const BoundExpr& condition, const Sources& sources) {
     case ExprKind::Integer:
     case ExprKind::Number:
     case ExprKind::String:
+    case ExprKind::Binary:
     case ExprKind::Column:
     case ExprKind::Star:
     case ExprKind::Variable:

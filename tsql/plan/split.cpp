@@ -63,6 +63,7 @@ int EdgeOf(const BoundExpr& expr, std::size_t i) noexcept {
     case ExprKind::Integer:
     case ExprKind::Number:
     case ExprKind::String:
+    case ExprKind::Binary:
     case ExprKind::Star:
     case ExprKind::Column:
     case ExprKind::Variable:

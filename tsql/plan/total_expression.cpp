@@ -49,6 +49,7 @@ bool NodeCannotFail(const BoundExpr& expr) noexcept {
     case ExprKind::Integer:
     case ExprKind::Number:
     case ExprKind::String:
+    case ExprKind::Binary:
     case ExprKind::Column:
     case ExprKind::Case:
     case ExprKind::Compare:
