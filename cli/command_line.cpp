@@ -11,6 +11,7 @@
 #include "host/json_document.h"
 #include "host/suggest.h"
 #include "host/trace.h"
+#include "output/column_selection.h"
 #include "sample/sample.h"
 
 namespace ledgerwick {
@@ -34,7 +35,7 @@ class CommandLine {
     app_.footer(
         "Data goes to standard output, everything else to standard error.\n"
         "Exit codes: 0 done; 1 the report or the database said no; 2 wrong usage or a malformed "
-        "request.\n\n"
+        "request; 141 whoever read the output had enough of it.\n\n"
         "Examples:\n"
         "  ledgerwick sample create sample.db\n"
         "  ledgerwick run clsRepAQKCYJ --connection embedded:sample.db\n"
@@ -67,11 +68,20 @@ class CommandLine {
   }
 
   static void AddOutput(CLI::App& sub, OutputOptions& output) {
-    std::string formats = "The format:";
+    std::string formats = "The format (else what the file's ending says, else table):";
     for (const OutputFormat& format : OutputFormats()) formats.append(" ").append(format.name);
-    sub.add_option("--format", output.format, formats)->capture_default_str();
+    sub.add_option("--format", output.format, formats);
     sub.add_option("--output", output.file,
-                   "Write to this file instead of standard output; it appears whole or not at all");
+                   "Write to this file instead of standard output (-); it appears whole or not at "
+                   "all");
+    sub.add_option("--columns", output.columns, "Only these columns, in this order: A,B")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    sub.add_option("--separator", output.separator, "What parts values in csv, such as ';' or tab");
+    sub.add_flag("--bom", output.byte_order_mark,
+                 "csv with a byte-order mark, by which spreadsheets know UTF-8");
+    sub.add_flag("--guard-formulas", output.guard_formulas,
+                 "csv and tsv: ' before a text that a spreadsheet would run as a formula");
     sub.add_option("--limit", output.limit, "Print at most so many rows of each result")
         ->check(CLI::Range(std::int64_t{0}, kNoLimit));
   }
@@ -121,8 +131,9 @@ class CommandLine {
         app_, "run", "Fill a report's table and print it",
         "  ledgerwick run clsRepAQKCYJ --connection embedded:sample.db\n"
         "  ledgerwick run clsRepAQKCYJ --filter 查询类型=高于安全库存量存货 --format csv\n"
-        "  ledgerwick run --request request.json --output result.json --format json");
-    sub.add_option("CLASS", run_.report.report, "The report class");
+        "  ledgerwick run request.json --output result.xlsx");
+    sub.add_option("CLASS|REQUEST.json", run_.report.report,
+                   "The report class, or a request's file, - for standard input");
     sub.add_option("--request", run_.report.request_file,
                    "A request's file instead of a class, - for standard input");
     AddReport(sub, run_.report);
@@ -137,13 +148,18 @@ class CommandLine {
     CLI::App& sub = AddSubcommand(app_, "trace", "Print what a report does, without a database",
                                   "  ledgerwick trace clsInventroy\n"
                                   "  ledgerwick trace request.json\n"
-                                  "  ledgerwick trace clsRepAQKCYJ --filter 仓库编码=01..05");
+                                  "  ledgerwick trace clsRepAQKCYJ --filter 仓库编码=01..05\n"
+                                  "  ledgerwick trace clsRepAQKCYJ --format sql");
     sub.add_option("CLASS|REQUEST.json", trace_.report,
                    "The report class, or a request's file, - for standard input");
     sub.add_option("--request", trace_.request_file, "A request's file instead of a class");
     AddReport(sub, trace_);
-    sub.callback(
-        [this] { command_ = [this](Console& console) { return TraceCommand(console, trace_); }; });
+    sub.add_option("--format", trace_format_, "The format: json, or sql for a script")
+        ->check(CLI::IsMember({"json", "sql"}))
+        ->capture_default_str();
+    sub.callback([this] {
+      command_ = [this](Console& console) { return TraceCommand(console, trace_, trace_format_); };
+    });
   }
 
   void AddQuery() {
@@ -215,6 +231,7 @@ class CommandLine {
   std::string upgraded_;
   RunOptions run_;
   ReportOptions trace_;
+  std::string trace_format_ = "json";
   QueryOptions query_;
   ExplainOptions explain_;
   SampleOptionsGiven sample_;
@@ -244,6 +261,14 @@ std::string UsageMessage(const CLI::App& app, const CLI::ParseError& error,
   return nearest.empty() ? message : message + "; did you mean '" + nearest + "'?";
 }
 
+std::string MissingColumnMessage(const MissingColumn& missing) {
+  const std::string nearest = Nearest(missing.name(), missing.known());
+  if (!nearest.empty()) return missing.what() + ("; did you mean '" + nearest + "'?");
+  std::string message = missing.what() + std::string("; it has");
+  for (const std::string& name : missing.known()) message.append(" ").append(name);
+  return message;
+}
+
 int RunParsed(CommandLine& line, Console& console) {
   try {
     return line.Run(console);
@@ -253,6 +278,10 @@ int RunParsed(CommandLine& line, Console& console) {
     PrintError(console, error.what());
   } catch (const FilterError& error) {
     PrintError(console, error.what());
+  } catch (const MissingColumn& missing) {
+    PrintError(console, "--columns: " + MissingColumnMessage(missing));
+  } catch (const ReaderGone&) {
+    return kReaderGone;
   } catch (const std::exception& error) {
     PrintError(console, error.what());
     return kRefused;

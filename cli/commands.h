@@ -8,21 +8,13 @@
 #include <vector>
 
 #include "cli/console.h"
-#include "cli/result_console.h"
-#include "host/result_writer.h"
+#include "cli/result_output.h"
 
 namespace ledgerwick {
 
-// Where results go and in which form.
-struct OutputOptions {
-  std::string format = "table";
-  std::string file;  // empty for the standard output
-  std::int64_t limit = kNoLimit;
-};
-
 // What describes one use of a report.
 struct ReportOptions {
-  std::string report;        // a class, or (for trace) a request's file
+  std::string report;        // a class, or a request's file
   std::string request_file;  // "-" for the standard input
   std::vector<std::string> filters;
   std::optional<std::string> title;
@@ -63,13 +55,10 @@ struct SampleOptionsGiven {
 int ListCommand(Console& console, const std::string& format);
 int DescribeCommand(Console& console, const std::string& class_name);
 int RunCommand(Console& console, const RunOptions& options);
-int TraceCommand(Console& console, const ReportOptions& options);
+int TraceCommand(Console& console, const ReportOptions& options, const std::string& format);
 int QueryCommand(Console& console, const QueryOptions& options);
 int ExplainCommand(Console& console, const ExplainOptions& options);
 int UpgradeCommand(Console& console, const std::string& path);
 int SampleCreateCommand(Console& console, const SampleOptionsGiven& options);
-
-// The format of that name. Throws UsageError that lists the formats.
-const OutputFormat& RequireFormat(const std::string& name);
 
 }  // namespace ledgerwick

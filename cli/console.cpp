@@ -1,5 +1,6 @@
 #include "cli/console.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <array>
@@ -12,7 +13,7 @@
 #include <iterator>
 #include <sstream>
 
-#include "host/display_text.h"
+#include "output/display_text.h"
 
 namespace ledgerwick {
 namespace {
@@ -24,6 +25,10 @@ constexpr const char* kPlain = "\033[0m";
 // How much of a statement's line is shown on each side of the caret.
 constexpr std::size_t kBefore = 60;
 constexpr std::size_t kAfter = 40;
+
+// Of a terminal that does not tell.
+constexpr std::size_t kUsualWidth = 80;
+constexpr std::size_t kUsualHeight = 24;
 
 bool IsTerminal(const std::ostream& stream) {
   if (&stream == &std::cout) return isatty(STDOUT_FILENO) == 1;
@@ -96,6 +101,12 @@ Console MakeConsole(std::istream& in, std::ostream& out, std::ostream& err, Colo
   console.err_is_terminal = IsTerminal(err);
   console.out_colour = ShowColours(console.out_is_terminal, choice);
   console.err_colour = ShowColours(console.err_is_terminal, choice);
+  if (console.out_is_terminal) {
+    winsize size{};
+    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0;
+    console.width = known && size.ws_col > 0 ? size.ws_col : kUsualWidth;
+    console.height = known && size.ws_row > 0 ? size.ws_row : kUsualHeight;
+  }
   return console;
 }
 

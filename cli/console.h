@@ -33,6 +33,8 @@ struct Console {
   bool err_is_terminal = false;
   bool out_colour = false;
   bool err_colour = false;
+  std::size_t width = 0;   // of the terminal that the output is, in columns; 0 where it is none
+  std::size_t height = 0;  // in lines
 };
 
 // The console on these streams. Without a choice, colours show on a terminal unless NO_COLOR is

@@ -3,6 +3,7 @@
 
 #include "cli/command_line.h"
 #include "cli/commands.h"
+#include "cli/pager.h"
 #include "component/class_table.h"
 #include "host/filters.h"
 #include "host/request.h"
@@ -58,32 +59,51 @@ void DescribeColumns(ResultWriter& writer, const ReportInfo& report) {
   table.End();
 }
 
-}  // namespace
-
-const OutputFormat& RequireFormat(const std::string& name) {
-  if (const OutputFormat* format = FindOutputFormat(name)) return *format;
-  std::string message = "unknown format '" + name + "'; the formats are";
-  for (const OutputFormat& format : OutputFormats()) message.append(" ").append(format.name);
-  throw UsageError(message);
-}
-
-int ListCommand(Console& console, const std::string& format) {
-  const auto writer = RequireFormat(format).make(console.out, ResultOptions(console, {}));
-  TextTable table(*writer,
-                  {u"ProgID", u"report", u"result table", u"subtitle", u"in this version"});
+void ListWhole(ResultWriter& writer) {
+  TextTable table(writer, {u"ProgID", u"report", u"result table", u"subtitle", u"in this version"});
   for (const ClassInfo& info : Classes()) {
     table.Row({ProgId(info), info.report, ResultTable(info), YesOrNo(info.Has(Member::strSubTitle)),
                YesOrNo(info.factory != nullptr)});
   }
   table.End();
-  writer->Finish();
+}
+
+// What fits 80 columns; the other formats and `describe` tell the rest.
+void ListForReading(ResultOutput& output) {
+  TextTable table(output.writer(), {u"class", u"report", u"result table"});
+  for (const ClassInfo& info : Classes()) {
+    const TextView mark = info.Has(Member::strSubTitle) ? u", subtitled" : u"";
+    table.Row({info.name, Text(info.report).append(mark), info.result_table});
+  }
+  table.End();
+  if (!output.console().out_is_terminal) return;
+  output.console().err
+      << "(hosts put Ledgerwick. before the class; the tables are in tempdb, those "
+         "of most\nsales reports with the machine's name behind theirs: see "
+         "'ledgerwick describe')\n";
+}
+
+}  // namespace
+
+int ListCommand(Console& console, const std::string& format) {
+  OutputOptions options;
+  options.format = format;
+  const OutputFormat& chosen = ChooseFormat(console, options);
+  ResultOutput output(console, options, chosen, true);
+  if (chosen.name == "table") {
+    ListForReading(output);
+  } else {
+    ListWhole(output.writer());
+  }
+  output.Finish();
   return kDone;
 }
 
 int DescribeCommand(Console& console, const std::string& class_name) {
-  const ClassInfo* info = FindClass(FromUtf8(class_name));
+  const ClassInfo* info = FindReportClass(FromUtf8(class_name));
   if (!info) throw UsageError(UnknownClassMessage(class_name));
-  std::ostream& out = console.out;
+  Pager pager(console);
+  std::ostream& out = pager.console().out;
   out << ToUtf8(ProgId(*info)) << ": " << ToUtf8(info->report);
   if (!info->help.empty()) out << " (" << ToUtf8(info->help) << ')';
   out << "\nresult table: " << ToUtf8(ResultTable(*info))
@@ -92,9 +112,10 @@ int DescribeCommand(Console& console, const std::string& class_name) {
   if (!report) {
     out << "This version does not know the filters of this report.\n";
     CheckWritten(out.flush());
+    pager.Close();
     return kDone;
   }
-  const auto writer = RequireFormat("table").make(out, ResultOptions(console, {}));
+  const auto writer = RequireFormat("table").make(out, ResultOptions(console));
   if (report->filters.empty()) {
     out << "filters: none\n\n";
   } else {
@@ -105,6 +126,8 @@ int DescribeCommand(Console& console, const std::string& class_name) {
   if (!report->columns_note.empty()) {
     out << "columns: " << ToUtf8(report->columns_note) << '\n';
   }
+  CheckWritten(out.flush());
+  pager.Close();
   return kDone;
 }
 

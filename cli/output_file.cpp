@@ -7,7 +7,7 @@
 #include <cstring>
 #include <system_error>
 
-#include "host/result_writer.h"
+#include "output/result_writer.h"
 #include "tsql/storage/database_lock.h"
 
 namespace ledgerwick {

@@ -1,6 +1,6 @@
 #include "cli/progress_line.h"
 
-#include "host/display_text.h"
+#include "output/display_text.h"
 
 namespace ledgerwick {
 

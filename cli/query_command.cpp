@@ -3,7 +3,8 @@
 #include "cli/commands.h"
 #include "cli/connections.h"
 #include "cli/interrupt.h"
-#include "cli/output_file.h"
+#include "cli/result_console.h"
+#include "cli/result_output.h"
 #include "cli/sql_script.h"
 
 namespace ledgerwick {
@@ -28,13 +29,13 @@ Script ReadScript(Console& console, const QueryOptions& options) {
 
 }  // namespace
 
-int QueryCommand(Console& console, const QueryOptions& options) {
-  const OutputFormat& format = RequireFormat(options.output.format);
+int QueryCommand(Console& terminal, const QueryOptions& options) {
+  const OutputFormat& format = ChooseFormat(terminal, options.output);
   const Text connection = ChooseConnection(options.connection, {});
-  const Script script = ReadScript(console, options);
+  const Script script = ReadScript(terminal, options);
   const InterruptGuard guard;
-  OutputTarget target(console.out, options.output.file);
-  const auto writer = format.make(target.stream(), ResultOptions(console, options.output.file));
+  ResultOutput output(terminal, options.output, format, false);
+  Console& console = output.console();
   ProgressLine progress(console);
   StatementSource source;
   source.file_name = script.file_name;
@@ -51,11 +52,12 @@ int QueryCommand(Console& console, const QueryOptions& options) {
     for (const ScriptBatch& batch : script.batches) {
       source.sql = batch.sql;
       source.first_line = batch.first_line;
-      ResultConsole results(console, progress, *writer, options.output.limit, source);
+      ResultConsole results(console, progress, output.writer(), options.output.limit, source);
       database->Reader().Run(batch.sql, results);
     }
   } catch (const DatabaseError& error) {
     progress.Clear();
+    output.writer().Abandon();
     console.out.flush();
     InterruptGuard::Check();
     // An error of the opening has no file of statements behind it.
@@ -63,8 +65,7 @@ int QueryCommand(Console& console, const QueryOptions& options) {
     PrintDatabaseError(console, error, source);
     return kRefused;
   }
-  writer->Finish();
-  target.Commit();
+  output.Finish();
   return kDone;
 }
 

@@ -13,22 +13,23 @@ Request ReadRequest(Console& console, const std::string& path) {
 
 // A word that can only be meant as a file.
 bool LooksLikeFile(const std::string& word) {
+  if (HasProgIdPrefix(FromUtf8(word))) return false;
   return word == "-" || word.find('/') != std::string::npos || word.find('.') != std::string::npos;
 }
 
-Request StartRequest(Console& console, const ReportOptions& options, bool class_or_file) {
+Request StartRequest(Console& console, const ReportOptions& options) {
   if (options.report.empty() == options.request_file.empty()) {
     throw UsageError(options.report.empty() ? "which report? give a class or a request"
                                             : "give either a class or --request, not both");
   }
   if (!options.request_file.empty()) return ReadRequest(console, options.request_file);
   Request request;
-  request.report = FindClass(FromUtf8(options.report));
+  request.report = FindReportClass(FromUtf8(options.report));
   if (request.report) {
     request.filters = DialogueFilters(*request.report);
     return request;
   }
-  if (class_or_file && LooksLikeFile(options.report)) return ReadRequest(console, options.report);
+  if (LooksLikeFile(options.report)) return ReadRequest(console, options.report);
   throw UsageError(UnknownClassMessage(options.report));
 }
 
@@ -46,8 +47,8 @@ void ApplyLogin(Request& request, const ReportOptions& options) {
 
 }  // namespace
 
-Request MakeRequest(Console& console, const ReportOptions& options, bool class_or_file) {
-  Request request = StartRequest(console, options, class_or_file);
+Request MakeRequest(Console& console, const ReportOptions& options) {
+  Request request = StartRequest(console, options);
   std::vector<Text> filters;
   for (const std::string& filter : options.filters) filters.push_back(FromUtf8(filter));
   for (const std::string& remark : ApplyFilterArguments(request, filters)) {

@@ -7,8 +7,8 @@
 namespace ledgerwick {
 
 // The request that the options describe: the file's, changed by the options, or a fresh one for a
-// class. With `class_or_file`, `options.report` may name a request's file too. Prints remarks on
-// the filters. Throws UsageError, FileError or FilterError.
-Request MakeRequest(Console& console, const ReportOptions& options, bool class_or_file);
+// class; `options.report` may name either. Prints remarks on the filters. Throws UsageError,
+// FileError or FilterError.
+Request MakeRequest(Console& console, const ReportOptions& options);
 
 }  // namespace ledgerwick

@@ -2,21 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <limits>
 
 #include "cli/console.h"
 #include "cli/progress_line.h"
-#include "host/result_writer.h"
+#include "output/result_writer.h"
 
 namespace ledgerwick {
-
-inline constexpr std::int64_t kNoLimit = std::numeric_limits<std::int64_t>::max();
-
-// How results look on the console's output or, unless `file` is empty, in that file.
-inline WriterOptions ResultOptions(const Console& console, const std::string& file) {
-  if (!file.empty()) return {};
-  return {console.out_colour, console.out_is_terminal};
-}
 
 // Gives the first `limit` rows of each result set to a writer and tells counts and messages on the
 // error stream. Throws Interrupted when the user asks to stop.

@@ -3,10 +3,12 @@
 #include "cli/commands.h"
 #include "cli/connections.h"
 #include "cli/interrupt.h"
-#include "cli/output_file.h"
 #include "cli/report_options.h"
+#include "cli/result_console.h"
+#include "cli/result_output.h"
 #include "host/runner.h"
 #include "host/trace.h"
+#include "host/trace_script.h"
 
 namespace ledgerwick {
 namespace {
@@ -14,8 +16,13 @@ namespace {
 // Tells on the error stream what a running report does, and remembers the statement for its error.
 class ConsoleListener final : public RunListener {
  public:
-  ConsoleListener(Console& console, ProgressLine& progress, const Request& request, bool show_sql)
-      : console_(console), progress_(progress), report_(*request.report), show_sql_(show_sql) {
+  ConsoleListener(ResultOutput& output, ProgressLine& progress, const Request& request,
+                  bool show_sql)
+      : console_(output.console()),
+        writer_(output.writer()),
+        progress_(progress),
+        report_(*request.report),
+        show_sql_(show_sql) {
     const bool has_account = request.login && request.login->cAcc_Id;
     if (!request.filters) {
       missing_ = "; the request gives it no filter set";
@@ -37,6 +44,7 @@ class ConsoleListener final : public RunListener {
         !title.empty() ? title : Text(report_.help.empty() ? report_.report : report_.help);
     console_.err << SafeLines(ToUtf8(shown)) << '\n';
     if (sub_title && !sub_title->empty()) console_.err << SafeLines(ToUtf8(*sub_title)) << '\n';
+    writer_.Titles(shown, sub_title.value_or(Text()));
   }
   void MessageBox(const Text& text, const Text& title) override {
     has_spoken_ = true;
@@ -63,6 +71,7 @@ class ConsoleListener final : public RunListener {
 
  private:
   Console& console_;
+  ResultWriter& writer_;
   ProgressLine& progress_;
   const ClassInfo& report_;
   bool show_sql_;
@@ -72,9 +81,9 @@ class ConsoleListener final : public RunListener {
   bool has_spoken_ = false;
 };
 
-// Runs the report into `target`. Returns false when the report said that it could not.
-bool RunInto(Console& console, Request& request, const RunOptions& options,
-             const OutputFormat& format, OutputTarget& target) {
+// Runs the report into `output`. Returns false when the report said that it could not.
+bool RunInto(ResultOutput& output, const Request& request, const RunOptions& options) {
+  Console& console = output.console();
   ProgressLine progress(console);
   const std::string table = ToUtf8(request.report->result_table);
   ConnectionSettings settings;
@@ -89,17 +98,15 @@ bool RunInto(Console& console, Request& request, const RunOptions& options,
     progress.Clear();
     PrintNote(console, SafeLines(ToUtf8(text)));
   };
-  ConsoleListener listener(console, progress, request, options.show_sql);
+  ConsoleListener listener(output, progress, request, options.show_sql);
   try {
     const auto database = OpenReportDatabase(request.connectionString, settings);
-    const auto writer = format.make(target.stream(), ResultOptions(console, options.output.file));
-    ResultConsole rows(console, progress, *writer, options.output.limit);
+    ResultConsole rows(console, progress, output.writer(), options.output.limit);
     if (!RunReport(request, *database, listener, rows)) {
       InterruptGuard::Check();
       listener.ExplainGivingUp();
       return false;
     }
-    writer->Finish();
     return true;
   } catch (const DatabaseError& error) {
     progress.Clear();
@@ -112,23 +119,24 @@ bool RunInto(Console& console, Request& request, const RunOptions& options,
 }  // namespace
 
 int RunCommand(Console& console, const RunOptions& options) {
-  const OutputFormat& format = RequireFormat(options.output.format);
-  Request request = MakeRequest(console, options.report, false);
+  const OutputFormat& format = ChooseFormat(console, options.output);
+  Request request = MakeRequest(console, options.report);
   request.connectionString = ChooseConnection(options.report.connection, request.connectionString);
   if (!request.report->factory) throw ReportMissing(*request.report);
   const InterruptGuard guard;
-  OutputTarget target(console.out, options.output.file);
-  if (!RunInto(console, request, options, format, target)) return kRefused;
+  ResultOutput output(console, options.output, format, true);
+  if (!RunInto(output, request, options)) return kRefused;
   InterruptGuard::Check();
-  target.Commit();
+  output.Finish();
   return kDone;
 }
 
-int TraceCommand(Console& console, const ReportOptions& options) {
-  const Request request = MakeRequest(console, options, true);
-  console.out << ToJson(TraceReport(request)) << std::flush;
+int TraceCommand(Console& console, const ReportOptions& options, const std::string& format) {
+  const Request request = MakeRequest(console, options);
+  const Trace trace = TraceReport(request);
+  console.out << (format == "sql" ? ToScript(trace, *request.report) : ToJson(trace)) << std::flush;
   CheckWritten(console.out);
-  return kDone;
+  return Succeeded(trace) ? kDone : kRefused;
 }
 
 }  // namespace ledgerwick

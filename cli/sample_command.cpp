@@ -2,7 +2,8 @@
 #include "cli/command_line.h"
 #include "cli/commands.h"
 #include "cli/interrupt.h"
-#include "host/display_text.h"
+#include "cli/progress_line.h"
+#include "output/display_text.h"
 #include "sample/sample.h"
 
 namespace ledgerwick {

@@ -4,6 +4,7 @@
 #include "cli/command_line.h"
 #include "cli/commands.h"
 #include "cli/interrupt.h"
+#include "cli/progress_line.h"
 
 namespace ledgerwick {
 

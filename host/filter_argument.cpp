@@ -6,6 +6,7 @@
 #include "frame/error.h"
 #include "host/filters.h"
 #include "host/reference_host.h"
+#include "host/suggest.h"
 
 namespace ledgerwick {
 namespace {
@@ -79,6 +80,20 @@ void Place(std::vector<FilterItem>& items, FilterItem item) {
   }
 }
 
+std::string RemarkOnUnknown(const ClassInfo& report, TextView name) {
+  const std::string remark = ToUtf8(report.name) + " has no filter '" + ToUtf8(name) + "'";
+  std::vector<std::string> known;
+  if (const ReportInfo* info = FindReportInfo(report.name)) {
+    for (const FilterInfo& filter : info->filters) {
+      known.push_back(ToUtf8(filter.name));
+      known.push_back(ToUtf8(filter.caption));
+    }
+  }
+  const std::string nearest = Nearest(ToUtf8(name), known);
+  return remark + (nearest.empty() ? "" : "; did you mean '" + nearest + "'?") +
+         (nearest.empty() ? "; it" : " It") + " is passed on as it stands";
+}
+
 struct Argument {
   TextView name;  // as it is given
   TextView value;
@@ -128,8 +143,7 @@ std::optional<std::string> ApplyFilterArgument(Request& request, TextView argume
   if (!filter) {
     item.Name = name;
     Place(*request.filters, RangeItem(std::move(item), SplitBounds(value)));
-    return ToUtf8(request.report->name) + " has no filter '" + ToUtf8(name) +
-           "'; it is passed on as it stands";
+    return RemarkOnUnknown(*request.report, name);
   }
   item.Name = filter->name;
   item.strcaption = filter->caption;

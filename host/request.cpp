@@ -12,6 +12,8 @@
 namespace ledgerwick {
 namespace {
 
+constexpr TextView kProgIdPrefix = u"Ledgerwick.";
+
 std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 std::string WithSuggestion(std::string message, std::string_view name,
@@ -19,6 +21,18 @@ std::string WithSuggestion(std::string message, std::string_view name,
   const std::string nearest = Nearest(name, known);
   if (!nearest.empty()) message += "; did you mean " + Quoted(nearest) + '?';
   return message;
+}
+
+// Three numbers parted by - or /, and perhaps a time behind them.
+bool IsLaidOutAsDate(TextView text) noexcept {
+  text = Trim(text);
+  text = text.substr(0, text.find(u' '));
+  const auto is_part = [](char16_t c) { return c == u'-' || c == u'/'; };
+  const auto is_digit = [](char16_t c) { return c >= u'0' && c <= u'9'; };
+  return std::count_if(text.begin(), text.end(), is_part) == 2 && !text.empty() &&
+         is_digit(text.front()) && is_digit(text.back()) &&
+         std::all_of(text.begin(), text.end(),
+                     [&](char16_t c) { return is_part(c) || is_digit(c); });
 }
 
 // Reads the nodes of a request and complains in its file's name.
@@ -96,7 +110,7 @@ class RequestReader {
 
   const ClassInfo& ReadClass(const JsonMember& member) const {
     const Text name = ReadText(member);
-    if (const ClassInfo* found = FindClass(name)) return *found;
+    if (const ClassInfo* found = FindReportClass(name)) return *found;
     Fail(member.node.at, UnknownClassMessage(ToUtf8(name)));
   }
 
@@ -118,11 +132,21 @@ class RequestReader {
     return item;
   }
 
+  // A text that is no date at all is the host's own affair; one that is laid out as a date and
+  // names none is a slip.
+  Value ReadLoginDate(const JsonMember& member) const {
+    const Value date = ReadScalar(member);
+    const Text* text = date.If<Text>();
+    if (text && IsLaidOutAsDate(*text) && !ParseDate(*text)) {
+      Fail(member.node.at, "\"CurDate\" is no date: the calendar has no " + ToUtf8(*text));
+    }
+    return date;
+  }
   std::optional<LoginMembers> ReadLogin(const JsonMember& member) const {
     if (member.node.IsNull()) return std::nullopt;
     CheckObject(member.node, "\"login\"", {"CurDate", "cAcc_Id"});
     LoginMembers login;
-    Optional(member.node, "CurDate", [&](auto& m) { login.CurDate = ReadScalar(m); });
+    Optional(member.node, "CurDate", [&](auto& m) { login.CurDate = ReadLoginDate(m); });
     Optional(member.node, "cAcc_Id", [&](auto& m) { login.cAcc_Id = ReadScalar(m); });
     return login;
   }
@@ -175,6 +199,14 @@ Request ParseRequest(std::string_view utf8, std::string_view file_name) {
   return RequestReader(file_name).Read(ParseJson(utf8, file_name));
 }
 
+bool HasProgIdPrefix(TextView name) noexcept {
+  return EqualText(name.substr(0, kProgIdPrefix.size()), kProgIdPrefix);
+}
+
+const ClassInfo* FindReportClass(TextView name) noexcept {
+  return FindClass(HasProgIdPrefix(name) ? name.substr(kProgIdPrefix.size()) : name);
+}
+
 std::vector<std::string> ClassNames() {
   std::vector<std::string> names;
   for (const ClassInfo& info : Classes()) names.push_back(ToUtf8(info.name));
@@ -182,7 +214,10 @@ std::vector<std::string> ClassNames() {
 }
 
 std::string UnknownClassMessage(std::string_view name) {
-  return WithSuggestion("unknown class " + Quoted(name), name, ClassNames());
+  const std::optional<Text> text = TryFromUtf8(name);
+  const std::string_view bare =
+      text && HasProgIdPrefix(*text) ? name.substr(name.find('.') + 1) : name;
+  return WithSuggestion("unknown class " + Quoted(name), bare, ClassNames());
 }
 
 }  // namespace ledgerwick

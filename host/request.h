@@ -64,8 +64,15 @@ struct Request {
 };
 
 // Reads a request. `file_name` stands in messages. Throws FileError with the position of whatever
-// is wrong: syntax, an unknown or doubled key, a value of the wrong type, an unknown class.
+// is wrong: syntax, an unknown or doubled key, a value of the wrong type, an unknown class, a login
+// date that the calendar does not have.
 Request ParseRequest(std::string_view utf8, std::string_view file_name);
+
+// True when `name` begins like the name by which hosts create a class, "Ledgerwick.".
+bool HasProgIdPrefix(TextView name) noexcept;
+
+// The class of that name, with or without "Ledgerwick." before it, letter case aside; or nullptr.
+const ClassInfo* FindReportClass(TextView name) noexcept;
 
 // The names of all report classes.
 std::vector<std::string> ClassNames();

@@ -3,7 +3,6 @@
 #include <nlohmann/json.hpp>
 
 #include "frame/report_provider.h"
-#include "host/value_text.h"
 
 namespace ledgerwick {
 namespace {
@@ -54,7 +53,6 @@ Json ValueJson(const Value& value) {
   if (const auto* b = value.If<bool>()) return *b;
   if (const auto* i = value.If<std::int64_t>()) return *i;
   if (const auto* d = value.If<double>()) return *d;
-  if (const auto* date = value.If<Date>()) return DateText(*date);
   return ToUtf8(value.ToText());
 }
 
@@ -152,6 +150,12 @@ Trace TraceReport(const Request& request) {
   trace.operations = recorder.operations();
   trace.filters_after = LookAtFilters(set.get());
   return trace;
+}
+
+bool Succeeded(const Trace& trace) noexcept {
+  const bool* done = std::get_if<bool>(&trace.result);
+  return done != nullptr && *done && std::holds_alternative<Text>(trace.table_name) &&
+         (!trace.sub_title || std::holds_alternative<Text>(*trace.sub_title));
 }
 
 std::string ToJson(const Trace& trace) {

@@ -45,6 +45,9 @@ struct Trace {
 // class has one. Throws ReportMissing.
 Trace TraceReport(const Request& request);
 
+// True when the report said that it has built its table and raised no error.
+bool Succeeded(const Trace& trace) noexcept;
+
 // The trace as JSON in UTF-8, with a line break at the end.
 std::string ToJson(const Trace& trace);
 

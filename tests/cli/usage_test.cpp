@@ -53,7 +53,10 @@ TEST_CASE("wrong usage is exit code 2 with a message that helps") {
       {{"trace", folder / "bytes.json"}, "bytes.json:1:12: invalid UTF-8 at byte 11"},
       {{"run", "clsRepAQKCYJ", "--connection", "DSN=x"}, "connection strings of servers"},
       {{"run", "clsRepAQKCYJ", "--connection", "embedded:"}, "lacks the database's path"},
-      {{"run", "clsRepAQKCYJ", "--format", "xml"}, "the formats are table csv json"},
+      {{"run", "clsRepAQKCYJ", "--format", "xml"}, "the formats are table line csv tsv json"},
+      {{"query", "SELECT 1", "--format", "json", "--bom"}, "--bom is for csv, not for json"},
+      {{"query", "SELECT 1", "--format", "csv", "--separator", "x"}, "parts no values"},
+      {{"run", "Ledgerwick.clsRepAQ"}, "did you mean \"clsRepAQKCYJ\"?"},
       {{"run", "clsRepAQKCYJ", "--filter", "novalue"}, "is not NAME=VALUE"},
       {{"run", "clsRepAQKCYJ", "--filter", "安全库存量=x"}, "'x' is no number"},
       {{"run", "clsRepAQKCYJ", "--login-date", "2002-02-30"}, "is no date"},
@@ -120,13 +123,20 @@ TEST_CASE("trace takes a class, a file or standard input, and the options change
   CHECK(from_file.code == kDone);
   CHECK(from_file.err.empty());
   CHECK(from_file.out == CallMain({"trace", "-"}, kRequest).out);
-  const Ended changed = CallMain({"trace", folder / "request.json", "--connection", "cs",
-                                  "--filter", "I.cInvCode=2", "--filter", "new=3"});
+  CHECK(CallMain({"trace", "ledgerwick.CLSREPSFC"}).out == CallMain({"trace", "clsRepSFC"}).out);
+  const Ended failing =
+      CallMain({"trace", "-"}, R"({"class": "clsRepXCL", "fail_at": {"index": 0, "number": -5}})");
+  CHECK(failing.code == kRefused);
+  CHECK(Json::parse(failing.out)["result"]["error"]["number"] == -5);
+  const Ended changed =
+      CallMain({"trace", folder / "request.json", "--connection", "cs", "--filter", "I.cInvCode=2",
+                "--filter", "new=3", "--filter", "存货编妈=4"});
   const auto json = Json::parse(changed.out);
   CHECK(json["ops"][0]["connectionString"] == "cs");
   CHECK(json["filtersAfter"][0]["varValue"] == "2");
   CHECK(json["filtersAfter"][1]["Name"] == "new");
   CHECK(changed.err.find("note: clsRepAQKCYJ has no filter 'new'") != std::string::npos);
+  CHECK(changed.err.find("'存货编妈'; did you mean '存货编码'?") != std::string::npos);
   // A class's dialogue is there as a whole, so no filter of the user's is the last one examined.
   const Ended of_class = CallMain({"trace", "clsRepAQKCYJ", "--filter", "现存数量=1", "--filter",
                                    "new=3", "--login-date", "2002-03-31"});

@@ -10,7 +10,7 @@
 #include "fake_world.h"
 #include "frame/error.h"
 #include "helper/wire.h"
-#include "host/value_text.h"
+#include "output/value_text.h"
 #include "requests.h"
 
 namespace ledgerwick::com::testing {

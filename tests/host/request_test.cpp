@@ -48,6 +48,8 @@ TEST_CASE("a bad request is refused with line and column") {
       {R"({"class": "clsRepXCL", "filters": ["a"]})", "1:36: a filter must be an object"},
       {R"({"class": "clsRepXCL", "login": {"CurDate": [1]}})",
        "1:45: \"CurDate\" must be a string, a number, true, false or null"},
+      {R"({"class": "Ledgerwick.clsRepXCL", "login": {"CurDate": "2002-02-31"}})",
+       "1:56: \"CurDate\" is no date: the calendar has no 2002-02-31"},
       {R"({"class": "clsRepXCL", "filters": [{"Name": "a", "strSqlString": null}]})",
        "1:66: \"strSqlString\" must be a string"},
       {R"({"class": "clsRepXCL", "filters": [-1.5e3, 2]})", "1:36: a filter must be an object"},

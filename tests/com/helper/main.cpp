@@ -13,7 +13,7 @@
 
 #include "frame/error.h"
 #include "frame/result_sink.h"
-#include "host/value_text.h"
+#include "output/value_text.h"
 #include "tests/com/helper/wire.h"
 #include "tsql/database.h"
 

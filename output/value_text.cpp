@@ -1,4 +1,4 @@
-#include "host/value_text.h"
+#include "output/value_text.h"
 
 #include <array>
 #include <charconv>

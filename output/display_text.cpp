@@ -1,4 +1,4 @@
-#include "host/display_text.h"
+#include "output/display_text.h"
 
 #include <utf8proc.h>
 

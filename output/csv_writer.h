@@ -1,7 +1,7 @@
 // Comma-separated values.
 #pragma once
 
-#include "host/result_writer.h"
+#include "output/result_writer.h"
 
 namespace ledgerwick {
 
@@ -19,12 +19,19 @@ class CsvWriter final : public ResultWriter {
 
  private:
   void AppendField(const std::string& field);
+  void AppendText(std::string field);  // a field that is no number
+  void WriteLine();
 
   std::ostream& out_;
-  bool terminal_;
+  WriterOptions options_;
+  std::string specials_;  // what makes a field need quotes
   std::vector<ResultColumn> columns_;
   std::string line_;
   bool first_set_ = true;
 };
+
+// True when a spreadsheet would read `utf8` as a formula: it begins with = + - @, in their
+// full-width forms too, or with a tab or a line break in front of them.
+bool ReadsAsFormula(std::string_view utf8) noexcept;
 
 }  // namespace ledgerwick

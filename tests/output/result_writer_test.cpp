@@ -1,5 +1,5 @@
 // The formats of results.
-#include "host/result_writer.h"
+#include "output/result_writer.h"
 
 #include <doctest/doctest.h>
 
@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "host/display_text.h"
-#include "host/value_text.h"
+#include "output/display_text.h"
+#include "output/value_text.h"
 
 namespace ledgerwick {
 namespace {
