@@ -29,6 +29,9 @@ constexpr std::size_t kMeasuredRows = 1000;
 constexpr std::size_t kWidest = 60;
 constexpr std::size_t kSheetName = 24;  // of 31 characters; the rest is for a number
 constexpr std::uint8_t kPaperA4 = 9;
+// What a cell takes at most, its text aside, and what an archive holds without an extension.
+constexpr std::uint64_t kCellSize = 64;
+constexpr std::uint64_t kMostPlainSize = 4'000'000'000;
 
 void Check(lxw_error error) {
   if (error == LXW_NO_ERROR) return;
@@ -83,7 +86,6 @@ XlsxWriter::XlsxWriter(std::ostream& out, const WriterOptions&) : out_(out), fil
   lxw_workbook_options options{};
   options.constant_memory = LXW_TRUE;
   options.tmpdir = folder.data();
-  options.use_zip64 = LXW_TRUE;
   workbook_.reset(workbook_new_opt(file_.c_str(), &options));
   if (!workbook_) throw OutputError("cannot write the workbook: no memory");
   AddFormats();
@@ -200,7 +202,9 @@ void XlsxWriter::Row(std::span<const Value> values) {
   }
   if (row_ - header_row_ <= kMeasuredRows) Measure(values);
   for (std::size_t i = 0; i < values.size(); ++i) {
-    if (!values[i].IsNull()) WriteCell(Narrow(i), values[i]);
+    if (values[i].IsNull()) continue;
+    size_ += kCellSize;
+    WriteCell(Narrow(i), values[i]);
   }
   ++row_;
 }
@@ -263,7 +267,9 @@ void XlsxWriter::WriteText(std::uint16_t column, const Text& text) {
                       "; choose another format");
   }
   if (text.empty()) return;
-  Check(worksheet_write_string(sheet_, row_, column, XmlText(text).c_str(), text_format_));
+  const std::string utf8 = XmlText(text);
+  size_ += utf8.size();
+  Check(worksheet_write_string(sheet_, row_, column, utf8.c_str(), text_format_));
 }
 
 void XlsxWriter::EndRows(std::int64_t) {
@@ -274,7 +280,10 @@ void XlsxWriter::EndRows(std::int64_t) {
 void XlsxWriter::Finish() {
   CheckWritten(out_);
   errno = 0;
-  if (workbook_) Check(workbook_close(workbook_.release()));
+  if (!workbook_) return;
+  // Not otherwise: some programs take it for damage.
+  if (size_ > kMostPlainSize) workbook_->options.use_zip64 = LXW_TRUE;
+  Check(workbook_close(workbook_.release()));
   const std::ifstream file(file_, std::ios::binary);
   out_ << file.rdbuf();
   if (!file) throw OutputError("cannot read " + file_.string() + ": " + std::strerror(errno));

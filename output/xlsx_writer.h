@@ -67,7 +67,8 @@ class XlsxWriter final : public ResultWriter {
   lxw_worksheet* sheet_ = nullptr;
   int sheets_ = 0;
   std::uint32_t header_row_ = 0;
-  std::uint32_t row_ = 0;  // the next one
+  std::uint32_t row_ = 0;   // the next one
+  std::uint64_t size_ = 0;  // of all sheets in bytes, no less than it is
 };
 
 }  // namespace ledgerwick
