@@ -44,6 +44,8 @@ class CommandLine {
     AddDescribe();
     AddRun();
     AddTrace();
+    AddDiff();
+    AddBatch();
     AddQuery();
     AddExplain();
     AddSample();
@@ -67,13 +69,15 @@ class CommandLine {
     return sub;
   }
 
-  static void AddOutput(CLI::App& sub, OutputOptions& output) {
+  // How results look.
+  static void AddForm(CLI::App& sub, OutputOptions& output) {
     std::string formats = "The format (else what the file's ending says, else table):";
+    if (!output.format.empty()) formats = "The format:";
     for (const OutputFormat& format : OutputFormats()) formats.append(" ").append(format.name);
-    sub.add_option("--format", output.format, formats);
-    sub.add_option("--output", output.file,
-                   "Write to this file instead of standard output (-); it appears whole or not at "
-                   "all");
+    CLI::Option* option = sub.add_option("--format", output.format, formats);
+    if (!output.format.empty()) option->capture_default_str();
+    sub.add_option("--limit", output.limit, "Print at most so many rows of each result")
+        ->check(CLI::Range(std::int64_t{0}, kNoLimit));
     sub.add_option("--columns", output.columns, "Only these columns, in this order: A,B")
         ->delimiter(',')
         ->allow_extra_args(false);
@@ -82,8 +86,13 @@ class CommandLine {
                  "csv with a byte-order mark, by which spreadsheets know UTF-8");
     sub.add_flag("--guard-formulas", output.guard_formulas,
                  "csv and tsv: ' before a text that a spreadsheet would run as a formula");
-    sub.add_option("--limit", output.limit, "Print at most so many rows of each result")
-        ->check(CLI::Range(std::int64_t{0}, kNoLimit));
+  }
+
+  static void AddOutput(CLI::App& sub, OutputOptions& output) {
+    AddForm(sub, output);
+    sub.add_option("--output", output.file,
+                   "Write to this file instead of standard output (-); it appears whole or not at "
+                   "all");
   }
 
   static void AddMemoryLimit(CLI::App& sub, std::optional<std::int64_t>& limit) {
@@ -162,6 +171,51 @@ class CommandLine {
     });
   }
 
+  void AddDiff() {
+    CLI::App& sub = AddSubcommand(
+        app_, "diff", "Show the rows that differ between two results",
+        "  ledgerwick diff before.csv after.csv\n"
+        "  ledgerwick diff before.json after.csv --key cInvCode\n"
+        "  ledgerwick diff clsRepSFC --connection embedded:a.db --with embedded:b.db");
+    sub.add_option("FILE FILE|CLASS|REQUEST.json", diff_.operands,
+                   "Two results in csv, tsv, json or jsonl; or with --with a report or a request")
+        ->required()
+        ->expected(1, 2);
+    AddReport(sub, diff_.report);
+    sub.add_option("--with", diff_.with, "The second database, on which the same report runs");
+    sub.add_option("--key", diff_.keys, "The columns that tell the rows apart: A,B (else found)")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    sub.add_flag("--ordered", diff_.ordered, "Compare row by row: the order counts");
+    AddOutput(sub, diff_.output);
+    AddMemoryLimit(sub, diff_.memory_limit);
+    sub.callback(
+        [this] { command_ = [this](Console& console) { return DiffCommand(console, diff_); }; });
+  }
+
+  void AddBatch() {
+    CLI::App& sub =
+        AddSubcommand(app_, "batch", "Run many requests, each into a file of its own",
+                      "  ledgerwick batch requests/ --output results/ --format xlsx --jobs 4\n"
+                      "  ledgerwick batch monthly.jsonl --output results/ --continue");
+    sub.add_option("FOLDER|FILE.jsonl", batch_.requests,
+                   "A folder of requests (*.json), or a file with a request on each line")
+        ->required();
+    sub.add_option("--output", batch_.folder, "The folder of the results, made where it is missing")
+        ->required();
+    batch_.output.format = "csv";
+    AddForm(sub, batch_.output);
+    sub.add_option("--connection", batch_.connection, kConnectionHelp);
+    sub.add_option("--jobs", batch_.jobs, "How many requests run at a time")
+        ->check(CLI::Range(1, 64))
+        ->capture_default_str();
+    sub.add_flag("--continue", batch_.go_on,
+                 "Go on with a batch that was interrupted: what is done stays, the rest runs");
+    AddMemoryLimit(sub, batch_.memory_limit);
+    sub.callback(
+        [this] { command_ = [this](Console& console) { return BatchCommand(console, batch_); }; });
+  }
+
   void AddQuery() {
     CLI::App& sub = AddSubcommand(
         app_, "query", "Run T-SQL from the argument, a file or standard input",
@@ -232,6 +286,8 @@ class CommandLine {
   RunOptions run_;
   ReportOptions trace_;
   std::string trace_format_ = "json";
+  DiffOptions diff_;
+  BatchOptions batch_;
   QueryOptions query_;
   ExplainOptions explain_;
   SampleOptionsGiven sample_;

@@ -30,6 +30,28 @@ struct RunOptions {
   bool show_sql = false;
 };
 
+// What `diff` compares: two files, or a request on two connections.
+struct DiffOptions {
+  std::vector<std::string> operands;  // two files, or a class or a request's file
+  ReportOptions report;               // of a request; its connection is the first
+  std::string with;                   // the second connection; empty for files
+  std::vector<std::string> keys;      // columns; none to find them
+  bool ordered = false;
+  OutputOptions output;
+  std::optional<std::int64_t> memory_limit;  // in bytes
+};
+
+// Many requests in one go.
+struct BatchOptions {
+  std::string requests;  // a folder of request files, or a file with a request on each line
+  std::string folder;    // of the results
+  std::string connection;
+  OutputOptions output;  // its file is not used
+  int jobs = 1;
+  bool go_on = false;                        // with what an earlier batch left
+  std::optional<std::int64_t> memory_limit;  // in bytes
+};
+
 struct QueryOptions {
   std::string connection;
   std::optional<std::int64_t> memory_limit;  // in bytes
@@ -56,6 +78,8 @@ int ListCommand(Console& console, const std::string& format);
 int DescribeCommand(Console& console, const std::string& class_name);
 int RunCommand(Console& console, const RunOptions& options);
 int TraceCommand(Console& console, const ReportOptions& options, const std::string& format);
+int DiffCommand(Console& console, const DiffOptions& options);
+int BatchCommand(Console& console, const BatchOptions& options);
 int QueryCommand(Console& console, const QueryOptions& options);
 int ExplainCommand(Console& console, const ExplainOptions& options);
 int UpgradeCommand(Console& console, const std::string& path);

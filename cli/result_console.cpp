@@ -37,6 +37,7 @@ void ResultConsole::Row(std::span<const Value> values) {
 }
 
 void ResultConsole::EndRows(std::int64_t count) {
+  count_ = count;
   const std::int64_t written = std::min(rows_, limit_);
   writer_.EndRows(written);
   console_.out.flush();  // before the count, where both go to one terminal

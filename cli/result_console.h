@@ -18,6 +18,9 @@ class ResultConsole final : public ResultSink {
   ResultConsole(Console& console, ProgressLine& progress, ResultWriter& writer, std::int64_t limit,
                 StatementSource source = {});
 
+  // How many rows the last result set had, those beyond the limit included.
+  std::int64_t count() const noexcept { return count_; }
+
   void Columns(std::span<const ResultColumn> columns) override;
   bool WantsRow() override;
   void Row(std::span<const Value> values) override;
@@ -32,7 +35,8 @@ class ResultConsole final : public ResultSink {
   ResultWriter& writer_;
   std::int64_t limit_;
   StatementSource source_;
-  std::int64_t rows_ = 0;  // of the current result set
+  std::int64_t rows_ = 0;   // of the current result set
+  std::int64_t count_ = 0;  // of the last one
 };
 
 }  // namespace ledgerwick
