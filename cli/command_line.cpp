@@ -105,6 +105,12 @@ class CommandLine {
         ->envname("LEDGERWICK_MEMORY_LIMIT");
   }
 
+  static CLI::Option* AddReadOnly(CLI::App& sub, bool& read_only) {
+    return sub.add_flag("--read-only", read_only,
+                        "Leave the database's file and folder as they are; tempdb is then one of "
+                        "this command's own");
+  }
+
   static void AddReport(CLI::App& sub, ReportOptions& report) {
     sub.add_option("--filter", report.filters,
                    "A filter, NAME=VALUE or NAME=FROM..TO; NAME is its name or caption")
@@ -149,6 +155,7 @@ class CommandLine {
     AddOutput(sub, run_.output);
     AddMemoryLimit(sub, run_.memory_limit);
     sub.add_flag("--show-sql", run_.show_sql, "Print each statement before it runs");
+    AddReadOnly(sub, run_.read_only);
     sub.callback(
         [this] { command_ = [this](Console& console) { return RunCommand(console, run_); }; });
   }
@@ -228,6 +235,9 @@ class CommandLine {
                    "The database, embedded:PATH (else LEDGERWICK_CONNECTION)");
     AddOutput(sub, query_.output);
     AddMemoryLimit(sub, query_.memory_limit);
+    CLI::Option* read_only = AddReadOnly(sub, query_.read_only);
+    sub.add_flag("--create", query_.create, "Make an empty database where there is no file")
+        ->excludes(read_only);
     sub.callback([this, sql] {
       query_.has_sql = sql->count() > 0;
       command_ = [this](Console& console) { return QueryCommand(console, query_); };

@@ -28,6 +28,7 @@ struct RunOptions {
   OutputOptions output;
   std::optional<std::int64_t> memory_limit;  // in bytes
   bool show_sql = false;
+  bool read_only = false;
 };
 
 // What `diff` compares: two files, or a request on two connections.
@@ -59,6 +60,8 @@ struct QueryOptions {
   bool has_sql = false;
   std::string file;
   OutputOptions output;
+  bool read_only = false;
+  bool create = false;  // an empty database where there is none
 };
 
 struct ExplainOptions {

@@ -1,9 +1,15 @@
 #include "cli/connections.h"
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <optional>
 
 #include "cli/console.h"
+#include "output/result_writer.h"
 #include "tsql/connection.h"
 
 namespace ledgerwick {
@@ -17,6 +23,35 @@ class EmbeddedHold final : public TableHold {
   std::unique_ptr<tsql::TableLease> lease_;
 };
 
+bool CanOnlyBeRead(const std::filesystem::path& path) {
+  const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
+  return access(path.c_str(), R_OK) == 0 &&
+         (access(path.c_str(), W_OK) != 0 || access(folder.c_str(), W_OK) != 0);
+}
+
+// A folder for what a database that is only read keeps while it is open.
+class ScratchFolder {
+ public:
+  ScratchFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "ledgerwick-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) {
+      throw OutputError("cannot make a folder for tempdb: " + name + ": " + std::strerror(errno));
+    }
+    path_ = name;
+  }
+  ~ScratchFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+  const std::filesystem::path& path() const noexcept { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
 class EmbeddedReportDatabase final : public ReportDatabase {
  public:
   EmbeddedReportDatabase(const std::filesystem::path& path, const ConnectionSettings& settings)
@@ -25,6 +60,19 @@ class EmbeddedReportDatabase final : public ReportDatabase {
     options_.progress = settings.progress;
     options_.note = settings.note;
     if (settings.memory_limit) options_.memory_limit = *settings.memory_limit;
+    const bool must = !settings.read_only && settings.read_only_if_it_must && CanOnlyBeRead(path);
+    if (must && settings.note) {
+      settings.note(FromUtf8(path.string() + " cannot be written: it is opened to be read, with a "
+                                             "tempdb of its own"));
+    }
+    if (settings.read_only || must) options_.read_only_with = scratch_.emplace().path();
+    std::error_code ignored;
+    if (settings.create && !std::filesystem::exists(path, ignored)) {
+      tsql::DatabaseOptions creating = options_;
+      creating.create = true;
+      database_ = tsql::Database::Open(path, creating);
+      return;
+    }
     database_ = tsql::Database::Open(path, options_);
   }
 
@@ -37,6 +85,7 @@ class EmbeddedReportDatabase final : public ReportDatabase {
   BatchRunner& Reader() override { return *database_; }
 
  private:
+  std::optional<ScratchFolder> scratch_;  // outlives what lies in it
   tsql::DatabaseOptions options_;
   std::function<void()> on_wait_;
   std::unique_ptr<tsql::Database> database_;

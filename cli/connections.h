@@ -18,6 +18,9 @@ struct ConnectionSettings {
   std::function<void()> on_wait;              // called when another process holds the table
   std::function<void(const Text&)> note;      // told what opening the database has mended
   std::optional<std::int64_t> memory_limit;   // of a statement, in bytes; 0 for none
+  bool read_only = false;  // the file is not written, and its tempdb is one of this command's own
+  bool read_only_if_it_must = false;  // the same where the file or its folder cannot be written
+  bool create = false;                // make an empty database where there is no file
 };
 
 // The database that `connection_string` names: "embedded:PATH". Throws UsageError for a text that

@@ -39,16 +39,19 @@ int QueryCommand(Console& terminal, const QueryOptions& options) {
   ProgressLine progress(console);
   StatementSource source;
   source.file_name = script.file_name;
+  ConnectionSettings settings;
+  settings.cancel = &InterruptGuard::Flag();
+  settings.progress = [&] { progress.Show("running"); };
+  settings.note = [&](const Text& text) {
+    progress.Clear();
+    PrintNote(console, SafeLines(ToUtf8(text)));
+  };
+  settings.memory_limit = options.memory_limit;
+  settings.read_only = options.read_only;
+  settings.read_only_if_it_must = true;
+  settings.create = options.create;
   try {
-    const auto database =
-        OpenReportDatabase(connection, {&InterruptGuard::Flag(),
-                                        [&] { progress.Show("running"); },
-                                        {},
-                                        [&](const Text& text) {
-                                          progress.Clear();
-                                          PrintNote(console, SafeLines(ToUtf8(text)));
-                                        },
-                                        options.memory_limit});
+    const auto database = OpenReportDatabase(connection, settings);
     for (const ScriptBatch& batch : script.batches) {
       source.sql = batch.sql;
       source.first_line = batch.first_line;

@@ -86,6 +86,7 @@ std::optional<std::int64_t> RunReportInto(Console& console, ResultWriter& writer
   ConnectionSettings settings;
   settings.cancel = &InterruptGuard::Flag();
   settings.memory_limit = options.memory_limit;
+  settings.read_only = options.read_only;
   settings.progress = [&] { progress.Show("working on tempdb.." + table); };
   settings.on_wait = [&] {
     progress.Clear();

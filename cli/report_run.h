@@ -14,6 +14,7 @@ struct RunSettings {
   std::optional<std::int64_t> memory_limit;  // of a statement, in bytes
   std::int64_t limit = kNoLimit;             // of the rows that are written
   bool show_sql = false;                     // tell each statement before it runs
+  bool read_only = false;                    // leave the database's file as it is
 };
 
 // Has the report of `request` fill its table on the database that its connection string names, and

@@ -18,7 +18,8 @@ int RunCommand(Console& console, const RunOptions& options) {
   if (!request.report->factory) throw ReportMissing(*request.report);
   const InterruptGuard guard;
   ResultOutput output(console, options.output, format, true);
-  const RunSettings settings{options.memory_limit, options.output.limit, options.show_sql};
+  const RunSettings settings{options.memory_limit, options.output.limit, options.show_sql,
+                             options.read_only};
   if (!RunReportInto(output.console(), output.writer(), request, settings)) return kRefused;
   InterruptGuard::Check();
   output.Finish();

@@ -73,7 +73,7 @@ class EmbeddedDatabase final : public Database {
 
   std::unique_ptr<TableLease> Lease(TextView table, const std::function<void()>& on_wait) override {
     return AtBorder([&] {
-      return TakeLease(storage_.path(), table, storage_.options(), [&] {
+      return TakeLease(storage_.beside(), table, storage_.options(), [&] {
         if (on_wait) CallBack(on_wait);
       });
     });

@@ -79,6 +79,23 @@ TEST_CASE("explain tells a statement's meaning, plan and SQL, and runs it on dem
   CHECK(run.out.find("rows " + changed()[0]["n"].dump() + ", runs 1") != std::string::npos);
 }
 
+TEST_CASE("query makes an empty database where it is told to, and leaves one that is there alone") {
+  const testing::TemporaryFolder folder;
+  const std::string connection = "embedded:" + (folder / "new.db");
+  CHECK(CallMain({"query", "--connection", connection, "SELECT 1 AS a"}).code == kRefused);
+  for (const auto& [sql, out] : {std::pair("CREATE TABLE t (a int) INSERT INTO t VALUES (1)", ""),
+                                 std::pair("SELECT a FROM t", "a\n-\n1\n")}) {
+    const Ended ended = CallMain({"query", "--connection", connection, "--create", sql});
+    CHECK_MESSAGE(ended.code == kDone, ended.err);
+    CHECK(ended.out == out);
+  }
+  const Ended written = CallMain({"query", "--connection", connection, "--read-only",
+                                  "SELECT a INTO #u FROM t INSERT INTO #u VALUES (2) "
+                                  "SELECT SUM(a) AS s FROM #u INSERT INTO t VALUES (2)"});
+  CHECK(written.out == "s\n-\n3\n");
+  CHECK_MESSAGE(written.err.find("Msg 3906") != std::string::npos, written.err);
+}
+
 TEST_CASE("a statement's memory has a limit") {
   const Sample sample;
   for (const auto& [limit, code] :

@@ -192,6 +192,14 @@ TEST_CASE("missing rights are told with the file's name") {
     CHECK(ended.code == c.code);
     CHECK_MESSAGE(ended.err.find(c.named) != std::string::npos, ended.err);
   }
+  // What cannot be written can be read, and nothing comes beside it.
+  const Arguments count = closed.On({"query", "SELECT COUNT(*) AS n FROM Inventory"});
+  CHECK(Run(count, testing::DropRights).code == kDone);
+  const Ended read = Run(closed.On({"run", "clsRepAQKCYJ", "--read-only"}), testing::DropRights);
+  CHECK_MESSAGE(read.code == kDone, read.err);
+  const Ended written =
+      Run(closed.On({"query", "UPDATE Inventory SET cInvName = 'x'"}), testing::DropRights);
+  CHECK_MESSAGE(written.err.find("Msg 3906") != std::string::npos, written.err);
   CHECK(testing::FilesIn(folder) == std::set<std::string>{"s.db"});
   fs::permissions(folder, fs::perms(0755));
 }

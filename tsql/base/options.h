@@ -20,6 +20,11 @@ struct DatabaseOptions {
   // those that the process gives.
   std::filesystem::path rights_of;
 
+  // Where it is not empty, the database's file is only read, and its tempdb and locks lie in this
+  // folder, which is the caller's, instead of beside the file. Connections that share the folder
+  // share the tempdb. Whatever would write to the books is error 3906.
+  std::filesystem::path read_only_with;
+
   // How long a statement waits for another that writes, before it fails: since it began to wait or
   // the writer last changed.
   std::chrono::milliseconds lock_wait = std::chrono::seconds(60);

@@ -40,6 +40,10 @@ class Storage {
   const std::filesystem::path& path() const noexcept { return path_; }
   const DatabaseOptions& options() const noexcept { return options_; }
 
+  // What tempdb and the locks are called after: the main file or, where that is only read, a name
+  // in the folder that stands in for its own.
+  const std::filesystem::path& beside() const noexcept { return beside_; }
+
   SqliteStatement Prepare(const std::string& sql);
 
   // True while there is a row. Throws the statement's error, 8115 where a float has overflowed, and
@@ -77,6 +81,9 @@ class Storage {
   std::optional<SqlError> SettleTextOrder();
   std::optional<SqlError> OpenTempdb();
   void OpenMain();
+  void OpenMainToRead();
+  void OpenFile(const std::string& name, int flags);
+  bool CanRead();
   void SetUpMain();
   void CheckFormat();
   void SetUp(const char* schema, int page_size);
@@ -89,8 +96,11 @@ class Storage {
   static int OnProgress(void* self) noexcept;
   void LimitDepth();
 
+  bool ReadOnly() const noexcept { return !options_.read_only_with.empty(); }
+
   std::filesystem::path path_;
   DatabaseOptions options_;
+  std::filesystem::path beside_;
   FunctionState functions_;
   std::chrono::steady_clock::time_point wait_start_;
   std::exception_ptr callers_exception_;  // of `progress`, thrown while SQLite ran

@@ -49,6 +49,24 @@ fs::path FolderOf(const fs::path& path) {
   return path.has_parent_path() ? path.parent_path() : fs::path(".");
 }
 
+// The name of `path` under which SQLite only reads the file. A flag that says so would hold for
+// tempdb, too.
+std::string ToBeRead(const fs::path& path) {
+  std::string name = "file:";
+  for (const char c : path.string()) {
+    if (c == '%') {
+      name += "%25";
+    } else if (c == '?') {
+      name += "%3f";
+    } else if (c == '#') {
+      name += "%23";
+    } else {
+      name += c;
+    }
+  }
+  return name + "?mode=ro";
+}
+
 std::string AttachTempdb(const fs::path& database) {
   return "ATTACH " + QuoteLiteral(TempdbPath(database).string()) + " AS tempdb";
 }
@@ -56,7 +74,9 @@ std::string AttachTempdb(const fs::path& database) {
 }  // namespace
 
 Storage::Storage(const fs::path& path, const DatabaseOptions& options)
-    : path_(WithoutLinks(path)), options_(options) {
+    : path_(WithoutLinks(path)),
+      options_(options),
+      beside_(ReadOnly() ? WithoutLinks(options.read_only_with) / path_.filename() : path_) {
   CheckFiles();
   // Several who find something to mend at once let go of it, so that one of them has it alone.
   const auto patience =
@@ -114,10 +134,12 @@ void Storage::CheckFiles() const {
   if (!obstacle.empty()) Refuse(path_, "it is " + obstacle + ", not a database file.");
   for (const int right : {R_OK, W_OK}) {
     if (!exists || access(path_.c_str(), right) == 0) continue;
+    if (right == W_OK && ReadOnly()) continue;
     Refuse(path_, std::string(std::strerror(errno)) + ". Ask its owner for permission to " +
-                      (right == R_OK ? "read" : "write") + " it.");
+                      (right == R_OK ? "read it." : "write it, or open it with --read-only."));
   }
   if (exists) CheckContent();
+  if (ReadOnly()) return;
   const fs::path directory = FolderOf(path_);
   if (!fs::is_directory(directory, ignored)) {
     Refuse(path_, "there is no directory '" + directory.string() + "'.");
@@ -125,8 +147,8 @@ void Storage::CheckFiles() const {
   if (access(directory.c_str(), W_OK) != 0) {
     Refuse(path_, "the directory '" + directory.string() + "' cannot be written (" +
                       std::strerror(errno) +
-                      "), and the database keeps its tempdb there. Copy the database into a "
-                      "directory of your own.");
+                      "), and the database keeps its tempdb there. Open it with --read-only, or "
+                      "copy it into a directory of your own.");
   }
   const fs::path tempdb = TempdbPath(path_);
   const std::string beside = ObstacleAt(tempdb, false);
@@ -150,10 +172,10 @@ void Storage::CheckContent() const {
 
 std::optional<SqlError> Storage::OpenFiles() {
   ConfigureSqlite();
-  lock_.emplace(path_, options_);
+  lock_.emplace(beside_, options_);
   main_turn_.emplace(lock_->file(), LockSubject::Main(), "'" + path_.string() + "'");
   tempdb_turn_.emplace(lock_->file(), LockSubject::Tempdb(),
-                       "'" + TempdbPath(path_).string() + "'");
+                       "'" + TempdbPath(beside_).string() + "'");
   OpenMain();
   if (std::optional<SqlError> obstacle = SettleTextOrder()) return obstacle;
   if (std::optional<SqlError> obstacle = OpenTempdb()) return obstacle;
@@ -174,19 +196,53 @@ void Storage::OpenMain() {
     const int reason = CreateLike(path_, options_.rights_of);
     if (reason != 0) Refuse(path_, std::string(std::strerror(reason)) + ".");
   }
-  sqlite3* db = nullptr;
-  // No links: path_ has none, and none may come between.
-  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
-  const int result = sqlite3_open_v2(path_.c_str(), &db, flags, nullptr);
-  db_.reset(db);
-  if (result != SQLITE_OK) Refuse(path_, FailureText(db) + ".");
-  sqlite3_extended_result_codes(db, 1);
+  if (ReadOnly()) {
+    OpenMainToRead();
+  } else {
+    OpenFile(path_.string(), SQLITE_OPEN_READWRITE);
+  }
+  sqlite3* db = db_.get();
   sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
   sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
   sqlite3_busy_handler(db, &Storage::OnBusy, this);
   sqlite3_progress_handler(db, kInstructionsPerCheck, &Storage::OnProgress, this);
   RegisterFunctions(db, functions_);
   SetUpMain();
+}
+
+// Opens `name` in the place of what is open.
+void Storage::OpenFile(const std::string& name, int flags) {
+  db_.reset();
+  sqlite3* db = nullptr;
+  // No links: path_ has none, and none may come between.
+  flags |= SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
+  const int result = sqlite3_open_v2(name.c_str(), &db, flags, nullptr);
+  db_.reset(db);
+  if (result != SQLITE_OK) Refuse(path_, FailureText(db) + ".");
+  sqlite3_extended_result_codes(db, 1);
+}
+
+// Readers of a file that others write share an index of its log, which they make beside it. Where
+// that cannot be made, and there is no log to be read, nobody else writes either.
+void Storage::OpenMainToRead() {
+  OpenFile(ToBeRead(path_), SQLITE_OPEN_READWRITE | SQLITE_OPEN_URI);
+  if (CanRead()) return;
+  std::error_code ignored;
+  const fs::path log = path_.string() + "-wal";
+  if (fs::exists(log, ignored) && fs::file_size(log, ignored) > 0) {
+    Refuse(path_, "its last changes are in '" + log.string() +
+                      "', which cannot be read without the right to write there.");
+  }
+  OpenFile(ToBeRead(path_) + "&immutable=1", SQLITE_OPEN_READWRITE | SQLITE_OPEN_URI);
+}
+
+bool Storage::CanRead() {
+  sqlite3_stmt* prepared = nullptr;
+  int result = sqlite3_prepare_v2(db(), "PRAGMA main.schema_version", -1, &prepared, nullptr);
+  const SqliteStatement version(prepared);
+  if (result == SQLITE_OK) result = sqlite3_step(prepared);
+  const int kind = result & 0xFF;
+  return kind != SQLITE_CANTOPEN && kind != SQLITE_READONLY;
 }
 
 // Makes a new file a database of ours, and refuses one that is not.
@@ -205,6 +261,7 @@ void Storage::SetUpMain() {
   const bool empty = Step(pages.get()) && sqlite3_column_int(pages.get(), 0) == 0;
   pages.reset();
   if (!empty) Refuse(path_, "the file is an SQLite database, but not one of Ledgerwick's.");
+  if (ReadOnly()) Refuse(path_, "the file is empty, and is not made a database to be read.");
   SetUp("main", 4096);
 }
 
@@ -224,6 +281,11 @@ std::optional<SqlError> Storage::SettleTextOrder() {
   const std::string noted = NotedTextOrder(db(), "main", result);
   if (result != SQLITE_OK) Fail(result);
   if (noted == order) return std::nullopt;
+  if (ReadOnly()) {
+    Refuse(path_,
+           "its indexes have text in the order of another version, and are rebuilt when it is opened "
+           "to be written. Open it once without --read-only.");
+  }
   if (!lock_->alone()) return errors::OtherTextOrder(path_.string());
   LoadCollation();
   Transaction transaction(*this);
@@ -254,7 +316,7 @@ void Storage::SetUp(const char* schema, int page_size) {
 }
 
 std::optional<SqlError> Storage::OpenTempdb() {
-  const fs::path tempdb = TempdbPath(path_);
+  const fs::path tempdb = TempdbPath(beside_);
   TempdbState state = TempdbState::Unmade;
   std::error_code ignored;
   if (!fs::exists(fs::symlink_status(tempdb, ignored))) {
@@ -262,8 +324,8 @@ std::optional<SqlError> Storage::OpenTempdb() {
   } else if (lock_->tempdb_damaged()) {
     state = TempdbState::Damaged;
   } else if (!lock_->alone() || lock_->tempdb_of_this_start()) {
-    KeepModeOf(tempdb, path_);
-    int result = sqlite3_exec(db(), AttachTempdb(path_).c_str(), nullptr, nullptr, nullptr);
+    KeepModeOf(tempdb, beside_);
+    int result = sqlite3_exec(db(), AttachTempdb(beside_).c_str(), nullptr, nullptr, nullptr);
     state = InspectTempdb(db(), result, result);
     if (result != SQLITE_OK) Fail(result);
   }
@@ -286,14 +348,14 @@ std::optional<SqlError> Storage::OpenTempdb() {
 // A new tempdb in the place of what is there. Only while alone.
 void Storage::MakeTempdb() {
   sqlite3_exec(db(), "DETACH tempdb", nullptr, nullptr, nullptr);  // if it is attached at all
-  const fs::path tempdb = TempdbPath(path_);
+  const fs::path tempdb = TempdbPath(beside_);
   int reason = RemoveFile(tempdb);
-  if (reason == 0) reason = CreateLike(tempdb, path_);
+  if (reason == 0) reason = CreateLike(tempdb, beside_);
   if (reason != 0) {
     Refuse(path_,
            "its tempdb '" + tempdb.string() + "' cannot be made: " + std::strerror(reason) + ".");
   }
-  Execute(AttachTempdb(path_));
+  Execute(AttachTempdb(beside_));
   // Reports' rows are wide and are written and read one after another.
   SetUp(kTempdb, 16384);
   lock_->MarkTempdbMade();
