@@ -7,6 +7,7 @@
 #include "cli/interrupt.h"
 #include "cli/report_options.h"
 #include "cli/report_run.h"
+#include "output/column_selection.h"
 #include "output/comparison.h"
 #include "output/result_reader.h"
 
@@ -194,14 +195,14 @@ int DiffCommand(Console& console, const DiffOptions& options) {
     auto second = RunOn(console, options, options.with);
     if (!second) return kTrouble;
     return CompareAndTell(console, options, *std::move(first), *std::move(second));
-  } catch (const ResultFileError& error) {
-    PrintError(console, error.what());
+  } catch (const ReaderGone&) {
+    throw;
+  } catch (const MissingColumn&) {
+    throw;
   } catch (const KeyError& error) {
     PrintError(console, std::string("--key: ") + error.what());
-  } catch (const Interrupted& error) {
-    PrintError(console, error.what());
-  } catch (const OutputError& error) {
-    if (dynamic_cast<const ReaderGone*>(&error) != nullptr) throw;
+  } catch (const std::exception& error) {
+    // Whatever it is, the results have not been found to differ.
     PrintError(console, error.what());
   }
   return kTrouble;

@@ -122,6 +122,7 @@ TEST_CASE("diff runs one request on two databases") {
   CHECK(ended.code == kDifferent);
   CHECK_MESSAGE(ended.out.find("\tCHMC\t") != std::string::npos, ended.out);
   CHECK(sample.Call({"diff", "clsRepAQKCYJ", "--with", "embedded:/none"}).code == kTrouble);
+  CHECK(sample.Call({"diff", "newClsReportDaoSaleProfit", "--with", other}).code == kTrouble);
 }
 
 TEST_CASE("a batch that is killed and continued loses nothing and does nothing twice") {
