@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -78,6 +79,11 @@ std::uint16_t Narrow(std::size_t column) { return static_cast<std::uint16_t>(col
 }  // namespace
 
 void XlsxWriter::FreeWorkbook::operator()(lxw_workbook* workbook) const noexcept {
+  // The library leaves the rows of a workbook that comes to nothing open.
+  for (lxw_worksheet* sheet = workbook->worksheets->stqh_first; sheet != nullptr;
+       sheet = sheet->list_pointers.stqe_next) {
+    if (sheet->optimize_tmpfile != nullptr) std::fclose(sheet->optimize_tmpfile);
+  }
   lxw_workbook_free(workbook);
 }
 
