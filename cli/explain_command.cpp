@@ -6,6 +6,7 @@
 #include "cli/commands.h"
 #include "cli/connections.h"
 #include "cli/interrupt.h"
+#include "cli/progress_line.h"
 #include "frame/null_sink.h"
 #include "tsql/connection.h"
 
