@@ -42,6 +42,7 @@ class CommandLine {
         "  ledgerwick trace clsRepAQKCYJ --filter 存货编码=0101..0199");
     AddList();
     AddDescribe();
+    AddCheck();
     AddRun();
     AddTrace();
     AddDiff();
@@ -121,6 +122,10 @@ class CommandLine {
     sub.add_option("--connection", report.connection, kConnectionHelp);
   }
 
+  static void AddStrict(CLI::App& sub, bool& strict) {
+    sub.add_flag("--strict", strict, "Refuse a request in which `check` finds a warning");
+  }
+
   void AddList() {
     CLI::App& sub = AddSubcommand(app_, "list", "List the report classes",
                                   "  ledgerwick list\n"
@@ -133,11 +138,37 @@ class CommandLine {
 
   void AddDescribe() {
     CLI::App& sub =
-        AddSubcommand(app_, "describe", "Show a report's filters and its result's columns",
-                      "  ledgerwick describe clsRepAQKCYJ");
+        AddSubcommand(app_, "describe", "Show a report's filters, its result's columns and notes",
+                      "  ledgerwick describe clsRepAQKCYJ\n"
+                      "  ledgerwick describe clsRepSFC --format markdown");
     sub.add_option("CLASS", described_, "The report class")->required();
+    sub.add_option("--format", describe_format_, "The format: table json markdown")
+        ->capture_default_str();
     sub.callback([this] {
-      command_ = [this](Console& console) { return DescribeCommand(console, described_); };
+      command_ = [this](Console& console) {
+        return DescribeCommand(console, described_, describe_format_);
+      };
+    });
+  }
+
+  void AddCheck() {
+    CLI::App& sub = AddSubcommand(
+        app_, "check", "Tell what is wrong or surprising in a request, before it runs",
+        "  ledgerwick check clsRepHwhz --filter 日期=2002-03-01..2002-03-31\n"
+        "  ledgerwick check request.json --strict --format json\n"
+        "  ledgerwick check clsRepLsz --filter 仓库编码=77 --connection embedded:sample.db\n"
+        "  ledgerwick check --codes");
+    sub.add_option("CLASS|REQUEST.json", check_.report.report,
+                   "The report class, or a request's file, - for standard input");
+    sub.add_option("--request", check_.report.request_file, "A request's file instead of a class");
+    AddReport(sub, check_.report);
+    AddStrict(sub, check_.report.strict);
+    sub.add_option("--format", check_.format, "The format, as of run")->capture_default_str();
+    sub.add_flag("--codes", check_.codes, "List everything that can be found, by its code");
+    sub.callback([this] {
+      command_ = [this](Console& console) {
+        return check_.codes ? CodesCommand(console, check_.format) : CheckCommand(console, check_);
+      };
     });
   }
 
@@ -152,6 +183,7 @@ class CommandLine {
     sub.add_option("--request", run_.report.request_file,
                    "A request's file instead of a class, - for standard input");
     AddReport(sub, run_.report);
+    AddStrict(sub, run_.report.strict);
     AddOutput(sub, run_.output);
     AddMemoryLimit(sub, run_.memory_limit);
     sub.add_flag("--show-sql", run_.show_sql, "Print each statement before it runs");
@@ -170,6 +202,7 @@ class CommandLine {
                    "The report class, or a request's file, - for standard input");
     sub.add_option("--request", trace_.request_file, "A request's file instead of a class");
     AddReport(sub, trace_);
+    AddStrict(sub, trace_.strict);
     sub.add_option("--format", trace_format_, "The format: json, or sql for a script")
         ->check(CLI::IsMember({"json", "sql"}))
         ->capture_default_str();
@@ -293,6 +326,8 @@ class CommandLine {
   std::string list_format_ = "table";
   std::string described_;
   std::string upgraded_;
+  std::string describe_format_ = "table";
+  CheckOptions check_;
   RunOptions run_;
   ReportOptions trace_;
   std::string trace_format_ = "json";

@@ -21,6 +21,13 @@ struct ReportOptions {
   std::optional<std::string> login_date;
   std::optional<std::string> account;
   std::string connection;
+  bool strict = false;  // a warning is enough to refuse
+};
+
+struct CheckOptions {
+  ReportOptions report;
+  std::string format = "table";
+  bool codes = false;  // list all codes, and check nothing
 };
 
 struct RunOptions {
@@ -78,7 +85,9 @@ struct SampleOptionsGiven {
 };
 
 int ListCommand(Console& console, const std::string& format);
-int DescribeCommand(Console& console, const std::string& class_name);
+int DescribeCommand(Console& console, const std::string& class_name, const std::string& format);
+int CheckCommand(Console& console, const CheckOptions& options);
+int CodesCommand(Console& console, const std::string& format);
 int RunCommand(Console& console, const RunOptions& options);
 int TraceCommand(Console& console, const ReportOptions& options, const std::string& format);
 int DiffCommand(Console& console, const DiffOptions& options);

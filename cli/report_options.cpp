@@ -47,12 +47,17 @@ void ApplyLogin(Request& request, const ReportOptions& options) {
 
 }  // namespace
 
-Request MakeRequest(Console& console, const ReportOptions& options) {
+Request MakeRequest(Console& console, const ReportOptions& options,
+                    std::vector<Finding>* repeated) {
   Request request = StartRequest(console, options);
   std::vector<Text> filters;
   for (const std::string& filter : options.filters) filters.push_back(FromUtf8(filter));
-  for (const std::string& remark : ApplyFilterArguments(request, filters)) {
-    PrintNote(console, remark);
+  for (Finding& finding : ApplyFilterArguments(request, filters)) {
+    if (repeated != nullptr) {
+      repeated->push_back(std::move(finding));
+    } else {
+      PrintNote(console, ToUtf8(finding.what));
+    }
   }
   if (options.title) request.ReportTitle = FromUtf8(*options.title);
   if (!options.connection.empty()) request.connectionString = FromUtf8(options.connection);

@@ -2,6 +2,7 @@
 #include "cli/command_line.h"
 #include "cli/commands.h"
 #include "cli/connections.h"
+#include "cli/findings.h"
 #include "cli/interrupt.h"
 #include "cli/report_options.h"
 #include "cli/report_run.h"
@@ -16,6 +17,7 @@ int RunCommand(Console& console, const RunOptions& options) {
   Request request = MakeRequest(console, options.report);
   request.connectionString = ChooseConnection(options.report.connection, request.connectionString);
   if (!request.report->factory) throw ReportMissing(*request.report);
+  if (!TellFindings(console, request, options.report.strict)) return kRefused;
   const InterruptGuard guard;
   ResultOutput output(console, options.output, format, true);
   const RunSettings settings{options.memory_limit, options.output.limit, options.show_sql,
@@ -28,6 +30,7 @@ int RunCommand(Console& console, const RunOptions& options) {
 
 int TraceCommand(Console& console, const ReportOptions& options, const std::string& format) {
   const Request request = MakeRequest(console, options);
+  if (!TellFindings(console, request, options.strict)) return kRefused;
   const Trace trace = TraceReport(request);
   console.out << (format == "sql" ? ToScript(trace, *request.report) : ToJson(trace)) << std::flush;
   CheckWritten(console.out);

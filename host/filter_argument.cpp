@@ -6,7 +6,7 @@
 #include "frame/error.h"
 #include "host/filters.h"
 #include "host/reference_host.h"
-#include "host/suggest.h"
+#include "host/request_facts.h"
 
 namespace ledgerwick {
 namespace {
@@ -38,15 +38,6 @@ Text WordList(TextView name, TextView values) {
   return condition.empty() ? condition : condition + u")";
 }
 
-bool IsNumber(const Text& text) {
-  try {
-    ToNumber(text);
-    return true;
-  } catch (const DatabaseError&) {
-    return false;
-  }
-}
-
 void CheckBound(const FilterInfo& filter, const Text& bound) {
   if (bound.empty()) return;
   const std::string complaint = ToUtf8(filter.name) + ": '" + ToUtf8(bound) + "' is no ";
@@ -58,17 +49,6 @@ void CheckBound(const FilterInfo& filter, const Text& bound) {
   }
 }
 
-std::optional<std::string> RemarkOnOption(const FilterInfo& filter, const Text& value) {
-  const auto known = [&](TextView v) { return EqualText(v, Trim(value)); };
-  if (filter.values.empty() || value.empty() ||
-      std::any_of(filter.values.begin(), filter.values.end(), known)) {
-    return std::nullopt;
-  }
-  std::string remark = ToUtf8(filter.name) + " does not know '" + ToUtf8(value) + "'; it knows";
-  for (const TextView v : filter.values) remark += " '" + ToUtf8(v) + "'";
-  return remark;
-}
-
 void Place(std::vector<FilterItem>& items, FilterItem item) {
   const auto found = std::find_if(items.begin(), items.end(), [&](const FilterItem& i) {
     return EqualText(Trim(i.Name), item.Name);
@@ -78,20 +58,6 @@ void Place(std::vector<FilterItem>& items, FilterItem item) {
   } else {
     *found = std::move(item);
   }
-}
-
-std::string RemarkOnUnknown(const ClassInfo& report, TextView name) {
-  const std::string remark = ToUtf8(report.name) + " has no filter '" + ToUtf8(name) + "'";
-  std::vector<std::string> known;
-  if (const ReportInfo* info = FindReportInfo(report.name)) {
-    for (const FilterInfo& filter : info->filters) {
-      known.push_back(ToUtf8(filter.name));
-      known.push_back(ToUtf8(filter.caption));
-    }
-  }
-  const std::string nearest = Nearest(ToUtf8(name), known);
-  return remark + (nearest.empty() ? "" : "; did you mean '" + nearest + "'?") +
-         (nearest.empty() ? "; it" : " It") + " is passed on as it stands";
 }
 
 struct Argument {
@@ -135,7 +101,7 @@ std::vector<FilterItem> DialogueFilters(const ClassInfo& report) {
   return items;
 }
 
-std::optional<std::string> ApplyFilterArgument(Request& request, TextView argument) {
+void ApplyFilterArgument(Request& request, TextView argument) {
   const auto [name, value, filter] = SplitArgument(request, argument);
   if (!request.filters) request.filters.emplace();
 
@@ -143,7 +109,7 @@ std::optional<std::string> ApplyFilterArgument(Request& request, TextView argume
   if (!filter) {
     item.Name = name;
     Place(*request.filters, RangeItem(std::move(item), SplitBounds(value)));
-    return RemarkOnUnknown(*request.report, name);
+    return;
   }
   item.Name = filter->name;
   item.strcaption = filter->caption;
@@ -152,30 +118,30 @@ std::optional<std::string> ApplyFilterArgument(Request& request, TextView argume
     CheckBound(*filter, bounds.from);
     CheckBound(*filter, bounds.to);
     Place(*request.filters, RangeItem(std::move(item), bounds));
-    return std::nullopt;
+    return;
   }
   item.varValue = value;
   if (filter->kind == FilterKind::List && filter->worded_by == WordedBy::Host) {
     item.strSqlString = WordList(filter->name, value);
   }
   Place(*request.filters, std::move(item));
-  return RemarkOnOption(*filter, Text(value));
 }
 
-std::vector<std::string> ApplyFilterArguments(Request& request, std::span<const Text> arguments) {
-  std::vector<std::string> remarks;
+std::vector<Finding> ApplyFilterArguments(Request& request, std::span<const Text> arguments) {
+  std::vector<Finding> repetitions;
   std::map<Text, const Text*> given;  // the last argument for an item, by its folded name
   for (const Text& argument : arguments) {
-    if (auto remark = ApplyFilterArgument(request, argument)) remarks.push_back(*std::move(remark));
+    ApplyFilterArgument(request, argument);
     const Text name = SplitArgument(request, argument).ItemName();
     const Text*& last = given[FoldText(name)];
     if (last != nullptr) {
-      remarks.push_back("--filter '" + ToUtf8(*last) + "' and --filter '" + ToUtf8(argument) +
-                        "' are both for " + ToUtf8(name) + "; the last one counts");
+      repetitions.push_back(Found(u"LW004", name,
+                                  u"--filter '" + *last + u"' and --filter '" + argument +
+                                      u"' are both for " + name + u"; the last one counts."));
     }
     last = &argument;
   }
-  return remarks;
+  return repetitions;
 }
 
 }  // namespace ledgerwick

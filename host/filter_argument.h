@@ -1,12 +1,12 @@
 // --filter NAME=VALUE and NAME=FROM..TO.
 #pragma once
 
-#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "host/finding.h"
 #include "host/request.h"
 
 namespace ledgerwick {
@@ -24,11 +24,11 @@ std::vector<FilterItem> DialogueFilters(const ClassInfo& report);
 // Puts the filter that `argument` describes into `request`: in place of the item of that name, else
 // behind the last. NAME is a filter's name or caption. A bound may be left open ("..TO", "FROM..");
 // a range without ".." means that one value. A name that the report does not know is passed on as
-// it stands. Returns a remark for the user where there is something to remark. Throws FilterError.
-std::optional<std::string> ApplyFilterArgument(Request& request, TextView argument);
+// it stands. Throws FilterError.
+void ApplyFilterArgument(Request& request, TextView argument);
 
-// Does so for each argument in turn. Returns the remarks on all, and one for every two arguments
-// that are for the same item, of which the last counts.
-std::vector<std::string> ApplyFilterArguments(Request& request, std::span<const Text> arguments);
+// Does so for each argument in turn. Returns a finding for every two arguments that are for the
+// same item, of which the last counts.
+std::vector<Finding> ApplyFilterArguments(Request& request, std::span<const Text> arguments);
 
 }  // namespace ledgerwick

@@ -9,6 +9,7 @@
 namespace ledgerwick::inventory_rows {
 
 using enum FilterKind;
+using enum FilterTrait;
 using enum WordedBy;
 
 // One array of several, as reports share their free fields.
@@ -98,22 +99,22 @@ inline constexpr TextView kBusinessStates[] = {u"所有存货", u"发生业务",
                                                u"入库未出库", u"出库未入库"};
 inline constexpr TextView kItemTypes[] = {u"所有存货", u"一般存货", u"呆滞积压存货",
                                           u"受托代销商品"};
-inline constexpr auto kBalanceFilters =
-    Joined(std::to_array<FilterInfo>({{u"dDate", u"日期", DateRange, Report},
-                                      {u"dVeriDate", u"审核日期", DateRange, Report},
-                                      {u"RdRecord.cWhCode", u"仓库编码", List, Report},
-                                      {u"RdRecords.cInvCode", u"存货编码", Range, Host},
-                                      {u"Inventory.cInvCCode", u"存货大类", Range, Host},
-                                      {u"Inventory.cInvStd", u"规格型号", PlainText, Host},
-                                      {u"cInvType", u"存货类型", Option, Report, kItemTypes},
-                                      {u"cRdCode", u"收发类别", PlainText, Report},
-                                      {u"iAssUnitGrade", u"收发类别级次", PlainText, Report},
-                                      {u"BusCond", u"业务状态", Option, Report, kBusinessStates},
-                                      {u"JCQuantity", u"结存数量", NumberRange, Report},
-                                      {u"DispZeroInv", u"显示零结存", Option, Report, kYesNo},
-                                      {u"ExtAcc", u"展开成套件", Option, Report, kYesNo},
-                                      {u"VeriType", u"已审核单据", Option, Report, kYesNo}}),
-           kFreeFilters);
+inline constexpr auto kBalanceFilters = Joined(
+    std::to_array<FilterInfo>({{u"dDate", u"日期", DateRange, Report, {}, AnyOrder},
+                               {u"dVeriDate", u"审核日期", DateRange, Report, {}, AnyOrder},
+                               {u"RdRecord.cWhCode", u"仓库编码", List, Report},
+                               {u"RdRecords.cInvCode", u"存货编码", Range, Host},
+                               {u"Inventory.cInvCCode", u"存货大类", Range, Host},
+                               {u"Inventory.cInvStd", u"规格型号", PlainText, Host},
+                               {u"cInvType", u"存货类型", Option, Report, kItemTypes, None, true},
+                               {u"cRdCode", u"收发类别", PlainText, Report},
+                               {u"iAssUnitGrade", u"收发类别级次", PlainText, Report},
+                               {u"BusCond", u"业务状态", Option, Report, kBusinessStates},
+                               {u"JCQuantity", u"结存数量", NumberRange, Report, {}, AnyOrder},
+                               {u"DispZeroInv", u"显示零结存", Option, Report, kYesNo},
+                               {u"ExtAcc", u"展开成套件", Option, Report, kYesNo},
+                               {u"VeriType", u"已审核单据", Option, Report, kYesNo}}),
+    kFreeFilters);
 inline constexpr auto kBalanceColumns =
     std::to_array<ResultColumnInfo>({{u"仓库编码", u"warehouse code"},
                                      {u"仓库名称", u"warehouse name"},
@@ -139,7 +140,7 @@ inline constexpr TextView kBalanceNote =
 
 // clsRepHwhz
 inline constexpr auto kLocationFilters =
-    Joined(std::to_array<FilterInfo>({{u"dDate", u"日期", DateRange, Report},
+    Joined(std::to_array<FilterInfo>({{u"dDate", u"日期", DateRange, Report, {}, AnyOrder},
                                       {u"Warehouse.cWhCode", u"仓库编码", List, Report},
                                       {u"InvPosition.cPosCode", u"货位编码", Range, Host},
                                       {u"InvPosition.cInvCode", u"存货编码", Range, Host},
@@ -270,8 +271,9 @@ inline constexpr auto kJournalColumns =
                                             {u"ZDR", u"made by"}}));
 
 // clsRepPcch
-inline constexpr auto kBatchFilters = std::to_array<FilterInfo>(
-    {{u"dDate", u"日期", DateRange, Report}, {u"dVeriDate", u"审核日期", DateRange, Report}});
+inline constexpr auto kBatchFilters =
+    std::to_array<FilterInfo>({{u"dDate", u"日期", DateRange, Report, {}, AnyOrder},
+                               {u"dVeriDate", u"审核日期", DateRange, Report, {}, AnyOrder}});
 inline constexpr auto kBatchColumns =
     Joined(std::to_array<ResultColumnInfo>({{u"仓库", u"warehouse name"},
                                             {u"仓库编码", u"warehouse code"},
@@ -299,20 +301,21 @@ inline constexpr auto kBatchColumns =
 // clsRepXCL
 inline constexpr TextView kStopStates[] = {u"全部", u"冻结", u"未冻结"};
 inline constexpr auto kCurrentStockFilters =
-    Joined(std::to_array<FilterInfo>({{u"I.cInvCode", u"存货编码", Range, Host},
-                                      {u"I.cInvCCode", u"存货大类", Range, Host},
-                                      {u"WH.cWhCode", u"仓库编码", Range, Host},
-                                      {u"I.cInvStd", u"规格型号", PlainText, Host},
-                                      {u"I.cBarCode", u"条形码", PlainText, Report},
-                                      {u"CS.cBatch", u"批号", PlainText, Report},
-                                      {u"CS.dMDate", u"生产日期", DateRange, Host},
-                                      {u"CS.dVDate", u"失效日期", DateRange, Host},
-                                      {u"iQuantity", u"现存数量", NumberRange, Host},
-                                      {u"iNum", u"现存件数", NumberRange, Report},
-                                      {u"I.cPosition", u"货位编码", Range, Host},
-                                      {u"def_iInvCGrade", u"存货大类级次", PlainText, Report},
-                                      {u"def_iPosCGrade", u"货位级次", PlainText, Report},
-                                      {u"def_bStop", u"冻结状态", Option, Report, kStopStates}}),
+    Joined(std::to_array<FilterInfo>(
+               {{u"I.cInvCode", u"存货编码", Range, Host},
+                {u"I.cInvCCode", u"存货大类", Range, Host},
+                {u"WH.cWhCode", u"仓库编码", Range, Host},
+                {u"I.cInvStd", u"规格型号", PlainText, Host},
+                {u"I.cBarCode", u"条形码", PlainText, Report},
+                {u"CS.cBatch", u"批号", PlainText, Report},
+                {u"CS.dMDate", u"生产日期", DateRange, Host},
+                {u"CS.dVDate", u"失效日期", DateRange, Host},
+                {u"iQuantity", u"现存数量", NumberRange, Host},
+                {u"iNum", u"现存件数", NumberRange, Report, {}, AnyOrder},
+                {u"I.cPosition", u"货位编码", Range, Host},
+                {u"def_iInvCGrade", u"存货大类级次", PlainText, Report},
+                {u"def_iPosCGrade", u"货位级次", PlainText, Report},
+                {u"def_bStop", u"冻结状态", Option, Report, kStopStates, None, true}}),
            kFreeFilters,
            std::to_array<FilterInfo>({{u"cInvDefine1", u"存货自定义项1", PlainText, Host},
                                       {u"cInvDefine2", u"存货自定义项2", PlainText, Host},
@@ -372,8 +375,8 @@ inline constexpr TextView kShelfLifeStates[] = {u"所有保质期存货", u"过�
                                                 u"到期存货"};
 inline constexpr auto kShelfLifeFilters =
     std::to_array<FilterInfo>({{u"InvType", u"存货状态", Option, Report, kShelfLifeStates},
-                               {u"PassDays", u"过期天数", NumberRange, Report},
-                               {u"CloserDays", u"距失效天数", NumberRange, Report},
+                               {u"PassDays", u"过期天数", NumberRange, Report, {}, AnyOrder},
+                               {u"CloserDays", u"距失效天数", NumberRange, Report, {}, AnyOrder},
                                {u"iAssUnitGrade", u"辅计量单位级次", PlainText, Report},
                                {u"Warehouse.cWhCode", u"仓库编码", Range, Host},
                                {u"CurrentStock.cInvCode", u"存货编码", Range, Host},

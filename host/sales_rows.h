@@ -9,6 +9,7 @@
 namespace ledgerwick::sales_rows {
 
 using enum FilterKind;
+using enum FilterTrait;
 using enum WordedBy;
 
 // The columns are the procedures' affair: these are what those of the sample make.
@@ -20,19 +21,19 @@ inline constexpr TextView kServices[] = {u"劳务", u"非劳务"};
 
 // newclsReportDataSaleTotal and newclsReportDataSaleDetail. The report hands the department's
 // condition on without the first eight characters, which "cDepCode" are.
-inline constexpr auto kSalesFilters =
-    std::to_array<FilterInfo>({{u"dDate", u"日期", DateRange, Host},
-                               {u"dKeepDate", u"记账日期", DateRange, Host},
-                               {u"cDepCode", u"部门编码", PlainText, Host},
-                               {u"cWhCode", u"仓库编码", PlainText, Report},
-                               {u"cChecker", u"复核", Option, Report, kReviewed},
-                               {u"Inventory.bService", u"劳务", Option, Report, kServices},
-                               {u"cCusCode", u"客户编码", Range, Host},
-                               {u"Inventory.cInvCode", u"存货编码", Range, Host},
-                               {u"Inventory.cInvCCode", u"存货分类", Range, Host},
-                               {u"cPersonCode", u"业务员", PlainText, Host},
-                               {u"cSTCode", u"销售类型", PlainText, Host},
-                               {u"iQuantity", u"数量", NumberRange, Host}});
+inline constexpr auto kSalesFilters = std::to_array<FilterInfo>(
+    {{u"dDate", u"日期", DateRange, Host},
+     {u"dKeepDate", u"记账日期", DateRange, Host},
+     {u"cDepCode", u"部门编码", PlainText, Host},
+     {u"cWhCode", u"仓库编码", PlainText, Report},
+     {u"cChecker", u"复核", Option, Report, kReviewed, None, true},
+     {u"Inventory.bService", u"劳务", Option, Report, kServices, None, true},
+     {u"cCusCode", u"客户编码", Range, Host},
+     {u"Inventory.cInvCode", u"存货编码", Range, Host},
+     {u"Inventory.cInvCCode", u"存货分类", Range, Host},
+     {u"cPersonCode", u"业务员", PlainText, Host},
+     {u"cSTCode", u"销售类型", PlainText, Host},
+     {u"iQuantity", u"数量", NumberRange, Host}});
 inline constexpr auto kSummaryColumns =
     std::to_array<ResultColumnInfo>({{u"部门编码", u"department code"},
                                      {u"部门名称", u"department name"},
@@ -87,13 +88,13 @@ inline constexpr auto kCostColumns =
                                      {u"毛利率", u"margin in percent of the income"}});
 
 // newClsReportDaoSaleInCome
-inline constexpr auto kIncomeFilters =
-    std::to_array<FilterInfo>({{u"dDate", u"日期", DateRange, Host},
-                               {u"cChecker", u"复核", Option, Report, kReviewed},
-                               {u"Inventory.bService", u"劳务", Option, Report, kServices},
-                               {u"cCusCode", u"客户编码", Range, Host},
-                               {u"Inventory.cInvCode", u"存货编码", Range, Host},
-                               {u"cDepCode", u"部门编码", Range, Host}});
+inline constexpr auto kIncomeFilters = std::to_array<FilterInfo>(
+    {{u"dDate", u"日期", DateRange, Host},
+     {u"cChecker", u"复核", Option, Report, kReviewed, ByCaption, true},
+     {u"Inventory.bService", u"劳务", Option, Report, kServices, ByCaption, true},
+     {u"cCusCode", u"客户编码", Range, Host},
+     {u"Inventory.cInvCode", u"存货编码", Range, Host},
+     {u"cDepCode", u"部门编码", Range, Host}});
 inline constexpr auto kIncomeColumns =
     std::to_array<ResultColumnInfo>({{u"账套号", u"account"},
                                      {u"客户编码", u"customer code"},
@@ -108,10 +109,10 @@ inline constexpr auto kIncomeColumns =
 
 // newClsReportDaoConsignment
 inline constexpr auto kConsignmentFilters =
-    std::to_array<FilterInfo>({{u"dDate", u"发货日期", DateRange, Host},
-                               {u"dInvoiceDate", u"开票日期", DateRange, Host},
-                               {u"dPayDate", u"收款日期", DateRange, Host},
-                               {u"cWhCode", u"仓库", Range, Host},
+    std::to_array<FilterInfo>({{u"dDate", u"发货日期", DateRange, Host, {}, ByCaption},
+                               {u"dInvoiceDate", u"开票日期", DateRange, Host, {}, ByCaption},
+                               {u"dPayDate", u"收款日期", DateRange, Host, {}, ByCaption},
+                               {u"cWhCode", u"仓库", Range, Host, {}, ByCaption},
                                {u"cCusCode", u"客户编码", Range, Host},
                                {u"Inventory.cInvCode", u"存货编码", Range, Host},
                                {u"cDepCode", u"部门编码", Range, Host},
@@ -134,7 +135,7 @@ inline constexpr auto kConsignmentColumns =
 inline constexpr TextView kDispatchTypes[] = {u"发货单", u"委托结算"};
 inline constexpr auto kDispatchFilters =
     std::to_array<FilterInfo>({{u"dDate", u"日期", DateRange, Report},
-                               {u"cVerifier", u"审核", Option, Report, kAudited},
+                               {u"cVerifier", u"审核", Option, Report, kAudited, None, true},
                                {u"cVouchType", u"单据类型", Option, Report, kDispatchTypes},
                                {u"cCusCode", u"客户编码", Range, Host},
                                {u"Inventory.cInvCode", u"存货编码", Range, Host},
@@ -157,14 +158,14 @@ inline constexpr auto kDispatchColumns =
 
 // newClsReportDaoOutIncome
 inline constexpr TextView kDispatchIncomeTypes[] = {u"发货单", u"委托结算单"};
-inline constexpr auto kDispatchIncomeFilters =
-    std::to_array<FilterInfo>({{u"dDate", u"发货日期", DateRange, Host},
-                               {u"dInvoiceDate", u"开票日期", DateRange, Host},
-                               {u"cVerifier", u"审核", Option, Report, kAudited},
-                               {u"cVouchType", u"单据类型", Option, Report, kDispatchIncomeTypes},
-                               {u"cCusCode", u"客户编码", Range, Host},
-                               {u"Inventory.cInvCode", u"存货编码", Range, Host},
-                               {u"cDepCode", u"部门编码", Range, Host}});
+inline constexpr auto kDispatchIncomeFilters = std::to_array<FilterInfo>(
+    {{u"dDate", u"发货日期", DateRange, Host, {}, ByCaption},
+     {u"dInvoiceDate", u"开票日期", DateRange, Host, {}, ByCaption},
+     {u"cVerifier", u"审核", Option, Report, kAudited, ByCaption, true},
+     {u"cVouchType", u"单据类型", Option, Report, kDispatchIncomeTypes, ByCaption},
+     {u"cCusCode", u"客户编码", Range, Host},
+     {u"Inventory.cInvCode", u"存货编码", Range, Host},
+     {u"cDepCode", u"部门编码", Range, Host}});
 inline constexpr auto kDispatchIncomeColumns =
     std::to_array<ResultColumnInfo>({{u"发货日期", u"dispatch date"},
                                      {u"单据类型", u"kind of note"},

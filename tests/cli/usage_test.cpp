@@ -1,6 +1,7 @@
 // What the command says to wrong and right arguments, without a database.
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
@@ -86,8 +87,9 @@ TEST_CASE("wrong usage is exit code 2 with a message that helps") {
 }
 
 TEST_CASE("every command has help with examples") {
-  const Arguments commands[] = {{},        {"list"},  {"describe"}, {"run"},
-                                {"trace"}, {"query"}, {"sample"},   {"sample", "create"}};
+  const Arguments commands[] = {{},        {"list"},   {"describe"},
+                                {"run"},   {"check"},  {"trace"},
+                                {"query"}, {"sample"}, {"sample", "create"}};
   for (Arguments args : commands) {
     args.emplace_back("--help");
     const Ended ended = CallMain(args);
@@ -116,12 +118,60 @@ TEST_CASE("list and describe read the class table") {
   }
 }
 
+TEST_CASE("describe gives one report in three formats, and its notes in each") {
+  const Json json = Json::parse(CallMain({"describe", "clsRepBzqyj", "--format", "json"}).out);
+  CHECK(json["title"] == "保质期预警");
+  CHECK(json["needs"] == "the login date (--login-date, CurDate of \"login\")");
+  CHECK(json["filters"][0]["values"][1] == "过期存货");
+  CHECK(json["notes"][0]["code"] == "LW701");
+  const std::string page = CallMain({"describe", "clsRepXCL", "--format", "markdown"}).out;
+  CHECK(page.starts_with("# 现存量 (`clsRepXCL`)\n"));
+  CHECK(page.find("\n| LW602 | warning | iNum | ") != std::string::npos);
+  CHECK(CallMain({"describe", "clsRepXCL"}).out.find("\nLW602 warning (iNum): ") !=
+        std::string::npos);
+  CHECK(CallMain({"describe", "clsRepXCL", "--format", "csv"}).code == kWrongUsage);
+}
+
+TEST_CASE("check tells what is found, and --strict refuses") {
+  struct Case {
+    Arguments args;
+    int code;
+    std::string code_found;
+  };
+  const Case cases[] = {
+      {{"check", "clsRepAQKCYJ"}, kDone, "LW011"},
+      {{"check", "clsRepHwhz", "--filter", "日期=2002-03-01..2002-03-31"}, kDone, "LW301"},
+      {{"check", "clsRepHwhz", "--filter", "日期=2002-03-01", "--strict"}, kRefused, "LW301"},
+      {{"check", "clsRepBzqyj"}, kRefused, "LW008"},
+      {{"check", "clsRepXCL", "--filter", "批号=1", "--filter", "批号=2"}, kDone, "LW004"},
+      {{"check", "--codes"}, kDone, "LW805"},
+  };
+  for (Case c : cases) {
+    CAPTURE(c.code_found);
+    c.args.insert(c.args.end(), {"--format", "json"});
+    const Ended ended = CallMain(c.args);
+    CHECK(ended.code == c.code);
+    const Json found = Json::parse(ended.out);
+    CHECK(std::any_of(found.begin(), found.end(),
+                      [&](const Json& f) { return f["code"] == c.code_found; }));
+  }
+  for (const char* command : {"trace", "run"}) {
+    Arguments args = {command,    "clsRepHwhz",   "--filter",           "日期=2002-03-01",
+                      "--strict", "--connection", "embedded:nowhere.db"};
+    const Ended refused = CallMain(args);
+    CHECK(refused.code == kRefused);
+    CHECK(refused.out.empty());
+    CHECK(refused.err.starts_with("ledgerwick: warning LW301 (dDate): The date filter changes "));
+    CHECK(refused.err.find("as --strict was given") != std::string::npos);
+  }
+}
+
 TEST_CASE("trace takes a class, a file or standard input, and the options change the request") {
   const testing::TemporaryFolder folder;
   testing::Write(folder / "request.json", kRequest);
   const Ended from_file = CallMain({"trace", folder / "request.json"});
   CHECK(from_file.code == kDone);
-  CHECK(from_file.err.empty());
+  CHECK(from_file.err.starts_with("ledgerwick: warning LW101: "));
   CHECK(from_file.out == CallMain({"trace", "-"}, kRequest).out);
   CHECK(CallMain({"trace", "ledgerwick.CLSREPSFC"}).out == CallMain({"trace", "clsRepSFC"}).out);
   const Ended failing =
@@ -135,7 +185,8 @@ TEST_CASE("trace takes a class, a file or standard input, and the options change
   CHECK(json["ops"][0]["connectionString"] == "cs");
   CHECK(json["filtersAfter"][0]["varValue"] == "2");
   CHECK(json["filtersAfter"][1]["Name"] == "new");
-  CHECK(changed.err.find("note: clsRepAQKCYJ has no filter 'new'") != std::string::npos);
+  CHECK(changed.err.find("warning LW001 (new): clsRepAQKCYJ has no filter 'new'. ") !=
+        std::string::npos);
   CHECK(changed.err.find("'存货编妈'; did you mean '存货编码'?") != std::string::npos);
   // A class's dialogue is there as a whole, so no filter of the user's is the last one examined.
   const Ended of_class = CallMain({"trace", "clsRepAQKCYJ", "--filter", "现存数量=1", "--filter",
