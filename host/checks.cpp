@@ -138,6 +138,12 @@ void CheckInputs(const Subject& subject, Findings& findings) {
   if (subject.report.login_input == LoginInput::CurDate && !(login && login->CurDate)) {
     Add(findings, u"LW008", {}, u"The report needs the login date (CurDate).");
   }
+  if (subject.report.login_input == LoginInput::CurDate && login && login->CurDate) {
+    const Text date = ReadableText(*login->CurDate);
+    if (!login->CurDate->If<Date>() && !ParseDate(date)) {
+      Add(findings, u"LW006", u"CurDate", InQuotes(date) + u" is no date of the calendar.");
+    }
+  }
   if (subject.report.login_input == LoginInput::cAcc_Id && !(login && login->cAcc_Id)) {
     Add(findings, u"LW008", {}, u"The report needs the account's code (cAcc_Id).");
   }

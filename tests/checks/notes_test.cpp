@@ -129,20 +129,46 @@ const Case kCases[] = {
     {u"LW207",
      "clsRepSFC",
      {},
-     Sql,
+     Probe,
      {},
-     "RdRecord.cVouchType<>'33' AND  RdRecord.cVouchType<>'34'"},
+     "SELECT 1 FROM tempdb..temSFC HAVING SUM(iQCJCSL) <> (SELECT SUM(CASE WHEN bRdFlag <> 0 "
+     "THEN iQuantity ELSE -iQuantity END) FROM RdRecords INNER JOIN RdRecord "
+     "ON RdRecords.ID = RdRecord.ID WHERE cVouchType <> '33' AND dDate < '2001-11-01')"},
+    {u"LW207",
+     "clsRepSFC",
+     {u"dDate=2001-01-01"},
+     Probe,
+     {},
+     "SELECT 1 FROM tempdb..temSFC HAVING SUM(总计_入库数量) <> (SELECT SUM(iQuantity) "
+     "FROM RdRecords INNER JOIN RdRecord ON RdRecords.ID = RdRecord.ID "
+     "WHERE cVouchType NOT IN ('33', '34') AND bRdFlag <> 0)"},
     {u"LW208",
      "clsRepSFC",
      {u"ExtAcc=是"},
-     Sql,
+     Probe,
      {},
-     "SELECT cWhCode, cInvCode, (CASE WHEN bRdFlag"},
+     "SELECT 1 FROM tempdb..temSFC WHERE 存货编码 IN (SELECT cAccPCode FROM Accessaries) "
+     "HAVING SUM(iQCJCSL) = 0 OR SUM(总计_入库数量) <> 0 OR SUM(总计_出库数量) <> 0"},
     {u"LW209", "clsRepSFC", {u"cRdCode=1"}, Sql, {}, "RdRecord.cRdCode Like '1%'"},
     {u"LW301", "clsRepHwhz", {u"dDate=2002-03-01..2002-03-31"}, Same, {}},
     {u"LW302", "clsRepHwhz", {u"Warehouse.cWhCode=01,02"}, Empty, {}},
-    {u"LW303", "clsRepHwhz", {}, Sql, {}, " dDate >='2001-10-01'"},
-    {u"LW304", "clsRepHwhz", {}, Sql, {}, "Then 1 Else -1 End) * iNum"},
+    {u"LW303",
+     "clsRepHwhz",
+     {},
+     Probe,
+     {},
+     "SELECT 1 FROM tempdb..temHwhz HAVING SUM(本期入库数量) <> (SELECT SUM(iQuantity) "
+     "FROM InvPosition P INNER JOIN Position L ON P.cPosCode = L.cPosCode AND L.bPosEnd = 1 "
+     "WHERE bRdFlag <> 0 AND dDate >= '2001-10-01')"},
+    {u"LW304",
+     "clsRepHwhz",
+     {},
+     Probe,
+     {},
+     "SELECT 1 FROM tempdb..temHwhz T INNER JOIN Inventory I ON T.存货编码 = I.cInvCode "
+     "WHERE iGroupType = 2 HAVING SUM(期初结存件数) <> (SELECT SUM(CASE WHEN bRdFlag <> 0 AND "
+     "dDate < '2001-10-01' THEN iNum ELSE -iNum END) FROM InvPosition P INNER JOIN Inventory J "
+     "ON P.cInvCode = J.cInvCode AND J.iGroupType = 2)"},
     {u"LW305", "clsRepHwhz", {u"iAssUnitGrade=1"}, Refused, {}},
     {u"LW401", "clsRepLsz", {u"R.cWhCode=01,02"}, Empty, {u"R.cWhCode=01"}},
     {u"LW402", "clsRepLsz", {u"iAssUnitGrade=1"}, Same, {}},
@@ -155,7 +181,16 @@ const Case kCases[] = {
      {},
      "SELECT 1 FROM tempdb..TemLsz WHERE SFBZ = '入库' AND ISNULL(CKSL, 1) <> 0 "
      "OR SFBZ = '出库' AND ISNULL(RKDJ, 1) <> 0"},
-    {u"LW501", "clsRepPcch", {u"dDate=2002-01-01..2002-01-31"}, Sql, {}, "Then 1 Else -1 End)"},
+    {u"LW501",
+     "clsRepPcch",
+     {u"dDate=2002-01-01..2002-01-31"},
+     Probe,
+     {},
+     "SELECT 1 FROM tempdb..temPcch HAVING SUM(期初结存数量) <> (SELECT SUM(CASE WHEN "
+     "dDate < '2002-01-01' AND bRdFlag <> 0 THEN iQuantity ELSE -iQuantity END) FROM RdRecords "
+     "INNER JOIN RdRecord ON RdRecords.ID = RdRecord.ID INNER JOIN Inventory ON "
+     "RdRecords.cInvCode = Inventory.cInvCode WHERE cVouchType NOT IN ('33', '34') "
+     "AND bInvBatch = 1)"},
     {u"LW502",
      "clsRepPcch",
      {},
@@ -298,6 +333,8 @@ TEST_CASE("the document of the codes is golden") {
 TEST_CASE("inputs that a report needs") {
   Request shelf_life = RequestFor("clsRepBzqyj", Items("clsRepBzqyj", {}));
   CHECK_FALSE(Finds(CheckRequest(shelf_life), u"LW008"));
+  shelf_life.login->CurDate = Value(u"2002-02-31");
+  CHECK(Finds(CheckRequest(shelf_life), u"LW006"));
   shelf_life.login.reset();
   CHECK(Finds(CheckRequest(shelf_life), u"LW008"));
   CHECK(TraceReport(shelf_life).result.index() == 1);  // an error
