@@ -1,9 +1,10 @@
-// Requests: from JSON to the trace of what the report does.
+// Requests: from JSON to what is found in them and to the trace of what the report does.
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "host/checks.h"
 #include "host/json_document.h"
 #include "host/request.h"
 #include "host/trace.h"
@@ -14,6 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     const Request request =
         ParseRequest({reinterpret_cast<const char*>(data), size}, "request.json");
+    CheckRequest(request);
     const std::string trace = ToJson(TraceReport(request));
     ParseJson(trace, "trace.json");
   } catch (const FileError&) {  // of the request: its answer
