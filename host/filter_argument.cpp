@@ -135,9 +135,10 @@ std::vector<Finding> ApplyFilterArguments(Request& request, std::span<const Text
     const Text name = SplitArgument(request, argument).ItemName();
     const Text*& last = given[FoldText(name)];
     if (last != nullptr) {
-      repetitions.push_back(Found(u"LW004", name,
-                                  u"--filter '" + *last + u"' and --filter '" + argument +
-                                      u"' are both for " + name + u"; the last one counts."));
+      Text what = u"--filter '";
+      what.append(*last).append(u"' and --filter '").append(argument);
+      what.append(u"' are both for ").append(name).append(u"; the last one counts.");
+      repetitions.push_back(Found(u"LW004", name, std::move(what)));
     }
     last = &argument;
   }
