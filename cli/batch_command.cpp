@@ -13,6 +13,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <thread>
 
 #include "cli/batch_journal.h"
@@ -24,6 +25,9 @@
 
 namespace ledgerwick {
 namespace {
+
+// How a line on the error stream begins that tells a warning.
+constexpr std::string_view kWarningMark = "ledgerwick: warning ";
 
 namespace fs = std::filesystem;
 
@@ -158,8 +162,20 @@ class Batch {
     progress_.Clear();
     if (!entry.done) {
       console_.err << SafeLines(entry.name) << " failed:\n" << SafeLines(entry.messages);
+    } else {
+      TellWarnings(entry);
     }
     progress_.Show(std::to_string(ended_) + " of " + std::to_string(total_) + " requests");
+  }
+
+  // What a request that is done was warned of.
+  void TellWarnings(const BatchEntry& entry) {
+    std::istringstream lines(entry.messages);
+    for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with(kWarningMark)) {
+        console_.err << SafeLines(entry.name) << ": " << SafeLines(line) << '\n';
+      }
+    }
   }
 
   Console& console_;
@@ -179,7 +195,8 @@ std::string ErrorOf(const BatchEntry& entry) {
   for (std::size_t from = 0; from < entry.messages.size();) {
     const std::size_t end = std::min(entry.messages.find('\n', from), entry.messages.size());
     const std::string line = entry.messages.substr(from, end - from);
-    if (line.starts_with(mark) && !line.starts_with("ledgerwick: note:")) {
+    if (line.starts_with(mark) && !line.starts_with("ledgerwick: note:") &&
+        !line.starts_with(kWarningMark)) {
       error = line.substr(mark.size());
     } else if (error.empty()) {
       error = line;

@@ -15,6 +15,7 @@
 
 #include "cli/command_line.h"
 #include "cli/connections.h"
+#include "cli/findings.h"
 #include "cli/interrupt.h"
 #include "cli/report_run.h"
 
@@ -28,6 +29,7 @@ void RunRequest(Console& console, const BatchRequest& batch_request, const Batch
                 const OutputFormat& format, BatchEntry& entry) {
   Request request = ParseRequest(batch_request.text, batch_request.origin);
   request.connectionString = ChooseConnection(options.connection, request.connectionString);
+  if (!TellFindings(console, request, options.strict)) return;
   OutputOptions output_options = options.output;
   const std::string ending(format.endings.substr(0, format.endings.find(' ')));
   const std::string file = entry.name + '.' + (ending.empty() ? "txt" : ending);

@@ -251,6 +251,7 @@ class CommandLine {
         ->capture_default_str();
     sub.add_flag("--continue", batch_.go_on,
                  "Go on with a batch that was interrupted: what is done stays, the rest runs");
+    AddStrict(sub, batch_.strict);
     AddMemoryLimit(sub, batch_.memory_limit);
     sub.callback(
         [this] { command_ = [this](Console& console) { return BatchCommand(console, batch_); }; });

@@ -57,6 +57,7 @@ struct BatchOptions {
   OutputOptions output;  // its file is not used
   int jobs = 1;
   bool go_on = false;                        // with what an earlier batch left
+  bool strict = false;                       // a warning is enough to refuse a request
   std::optional<std::int64_t> memory_limit;  // in bytes
 };
 

@@ -178,4 +178,21 @@ TEST_CASE("a batch that is killed and continued loses nothing and does nothing t
   CHECK(done.size() == kRequests - 6);
 }
 
+TEST_CASE("a batch tells what each request is warned of, and --strict refuses it") {
+  const Sample sample;
+  testing::Write(
+      sample.folder / "one.jsonl",
+      R"({"class": "clsRepHwhz", "filters": [{"Name": "dDate", "varValue": "2002-03-01"}]})");
+  for (const bool strict : {false, true}) {
+    Arguments args = {"batch", sample.folder / "one.jsonl", "--output",
+                      sample.folder / (strict ? "strict" : "plain")};
+    if (strict) args.emplace_back("--strict");
+    const Ended ended = sample.Call(args);
+    CHECK(ended.code == (strict ? kRefused : kDone));
+    CHECK_MESSAGE(ended.err.find("ledgerwick: warning LW301 (dDate): ") != std::string::npos,
+                  ended.err);
+    CHECK((ended.out.find("as --strict was given") != std::string::npos) == strict);
+  }
+}
+
 }  // namespace ledgerwick
