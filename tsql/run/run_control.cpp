@@ -108,9 +108,13 @@ void Interpreter::Perform(const AssignStatement& statement) {
 
 void Interpreter::Perform(const PrintStatement& statement) {
   session_.row_count = 0;
-  const SqliteValue text =
-      Evaluate(*statement.value, MakeType(TypeKind::NVarChar, kLongestBytes));
-  sink_->Message(ToText(TextOf(text)));
+  // Bytes are text of the code page; all else keeps what that lacks.
+  const auto shown_as = [](std::size_t, const Type& own) {
+    return MakeType(IsBinary(own.kind) ? TypeKind::VarChar : TypeKind::NVarChar, kLongestBytes);
+  };
+  const Expr* const values[] = {statement.value};
+  const std::vector<SqliteValue> text = Evaluate(&statement, values, shown_as);
+  sink_->Message(ToText(TextOf(text[0])));
   session_.last_error = 0;
 }
 
