@@ -14,8 +14,10 @@ namespace {
 
 class Loader final : public BulkLoader {
  public:
-  Loader(Storage& storage, std::vector<const TableColumn*> columns, const std::string& sql)
+  Loader(Storage& storage, TextView table, std::vector<const TableColumn*> columns,
+         const std::string& sql)
       : storage_(storage),
+        table_(table),
         columns_(std::move(columns)),
         transaction_(storage),
         statement_(storage.Prepare(sql)) {}
@@ -42,7 +44,7 @@ class Loader final : public BulkLoader {
     const TypeKind kind = column.type.kind;
     sqlite3_stmt* statement = statement_.get();
     if (value.IsEmpty() || value.IsNull()) {
-      if (column.is_row_number) throw errors::NullNotAllowed(column.name, {}, true);
+      if (!column.type.nullable) throw errors::NullNotAllowed(column.name, table_, true);
       sqlite3_bind_null(statement, index);
     } else if (IsConvertedAsAny(kind)) {
       BindAny(index, value, column.type);
@@ -134,6 +136,7 @@ class Loader final : public BulkLoader {
   }
 
   Storage& storage_;
+  Text table_;
   std::vector<const TableColumn*> columns_;
   Transaction transaction_;
   SqliteStatement statement_;
@@ -157,7 +160,7 @@ std::unique_ptr<BulkLoader> NewBulkLoader(Storage& storage, Catalogue& catalogue
     marks += marks.empty() ? "?" : ", ?";
   }
   const std::string sql = "INSERT INTO " + target->sql + " (" + names + ") VALUES (" + marks + ")";
-  return std::make_unique<Loader>(storage, std::move(targets), sql);
+  return std::make_unique<Loader>(storage, target->name, std::move(targets), sql);
 }
 
 }  // namespace ledgerwick::tsql

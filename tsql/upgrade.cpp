@@ -68,8 +68,10 @@ class Upgrade {
     DatabaseLock lock(path_, options_);
     if (!lock.WaitAlone(options_)) Refuse(kInUse);
     Open();
+    const std::int64_t format = Integer("PRAGMA main.user_version");
+    if (format > kFormatVersion) Refuse(kNewerFormat);
     // Of the formats since, opening a database brings it to today's.
-    if (Integer("PRAGMA main.user_version") != 0) return false;
+    if (format >= kOldestFormatOpened) return false;
     HaveAlone();
     const Remains remains{fresh_};
     RemoveFile(fresh_);  // what an upgrade that was broken off has left
@@ -91,12 +93,7 @@ class Upgrade {
   };
 
   [[noreturn]] void Refuse(const std::string& why) const {
-    const std::string text = "Cannot upgrade database '" + path_.string() + "': " + why;
-    DatabaseError error(kErrorFailed, u"Ledgerwick",
-                        TryFromUtf8(text).value_or(u"Cannot upgrade the database."));
-    constexpr std::int32_t kCannotOpen = 4060;
-    error.native = kCannotOpen;
-    throw error;
+    throw ToDatabaseError(errors::CannotOpen("upgrade", path_.string(), why));
   }
 
   [[noreturn]] void Fail() {

@@ -62,7 +62,7 @@ TEST_CASE("lookups go by keys, the lines' own indexes stay in use") {
        u" JOIN Item ON item = Item.code",
        "SCAN s2"},
       {"an index of the lines", u"SELECT q FROM Line JOIN Head ON head = Head.id WHERE cus = '1'",
-       "INDEX Line.ix_line_head"},
+       "INDEX Line.IX_Line_head"},
   };
   for (const auto& c : cases) {
     CAPTURE(std::string(c.name));

@@ -82,12 +82,22 @@ TEST_CASE("damage is told of the file that has it; tempdb's is mended when its u
   }
   CHECK(NoteOf(database).find("made anew") != std::string::npos);
 
-  // The books' second page holds the texts of views: not to be found is not the same as not there.
+  // The books' second page holds the texts of views and procedures: not to be found is not the same
+  // as not there, whoever looks.
   database.Run(u"CREATE VIEW v AS SELECT a FROM t");
+  database.Run(u"CREATE PROCEDURE p AS SELECT 1 AS x");
   Overwrite(database.path(), kMainPage, Zeros(kMainPage));
-  const std::string error = ErrorOf([&] { database.Run(u"SELECT * FROM v"); });
-  CHECK_MESSAGE(error.starts_with("824: The database file '" + database.path().string() + "'"),
-                error);
+  for (const TextView statement :
+       {TextView(u"SELECT * FROM v"), TextView(u"EXEC p"), TextView(u"SELECT OBJECT_ID('p') AS x"),
+        TextView(u"DECLARE @p varchar(9) SET @p = 'p' EXEC @p"),
+        TextView(u"IF OBJECT_ID('v') IS NULL PRINT 'none'"), TextView(u"DROP VIEW v"),
+        TextView(u"CREATE TABLE v (a int)"), TextView(u"SELECT COUNT(*) FROM sysobjects"),
+        TextView(u"BEGIN TRY EXEC p END TRY BEGIN CATCH THROW END CATCH")}) {
+    const std::string error = ErrorOf([&] { database.Run(Text(statement)); });
+    CAPTURE(ToUtf8(statement));
+    CHECK_MESSAGE(error.starts_with("824: The database file '" + database.path().string() + "'"),
+                  error);
+  }
   CHECK(NoteOf(database).empty());
 }
 

@@ -92,8 +92,8 @@ TEST_CASE("a server error reaches the component with its number, text, place and
   CHECK(ToDatabaseError(errors::DivideByZero()).number == kErrorArithmetic);
   CHECK(ToDatabaseError(errors::Truncated()).number == kErrorArithmetic);
   CHECK(ToDatabaseError(errors::DateConversion()).number == kErrorConversion);
-  CHECK(ToDatabaseError({515, 16, "x"}).number == kErrorIntegrity);
-  CHECK(ToDatabaseError({1222, 17, "x"}).number == kErrorFailed);
+  CHECK(ToDatabaseError(errors::NullNotAllowed(u"c", u"t", true)).number == kErrorIntegrity);
+  CHECK(ToDatabaseError(errors::LockTimeout("a", "b", {})).number == kErrorFailed);
 }
 
 }  // namespace

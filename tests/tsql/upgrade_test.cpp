@@ -121,7 +121,27 @@ TEST_CASE("a database of the old format is refused, and one that is upgraded has
             .starts_with("Violation of UNIQUE KEY constraint"));
   CHECK(Ask(old.File(), u"SELECT d, l, m, v FROM t WHERE d = -1.5") ==
         "-1.5000|2.35|3.0000|x, DEFAULT (3)|\n");
+  // Its UNIQUE takes any number of NULLs still.
+  CHECK(Ask(old.File(),
+            u"INSERT INTO t (id, d, l) VALUES (11, 0, NULL) UPDATE t SET id = id + 4"
+            u" SELECT COUNT(*), MAX(id) FROM t WHERE l IS NULL") == "2|15|\n");
   CHECK(Ask(old.File(), u"DROP INDEX t.[by d]").empty());
+}
+
+TEST_CASE("a file of a newer version is neither opened nor converted") {
+  const OldDatabase old;
+  Run(OpenPlain(old.File()), "PRAGMA user_version = 99");
+  const std::string before = Content(old.File());
+  std::string upgrading;
+  try {
+    UpgradeDatabase(old.File());
+  } catch (const DatabaseError& error) {
+    upgrading = ToUtf8(error.description);
+  }
+  for (const std::string& text : {Ask(old.File(), u"SELECT 1"), upgrading}) {
+    CHECK_MESSAGE(text.find("made by a newer version of Ledgerwick") != std::string::npos, text);
+  }
+  CHECK(Content(old.File()) == before);
 }
 
 TEST_CASE("an upgrade that cannot be finished leaves the database as it was") {

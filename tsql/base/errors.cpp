@@ -1,53 +1,23 @@
+// The errors of values and names, and what all errors have in common.
 #include "tsql/base/errors.h"
 
 #include <utility>
 
 #include "tsql/base/characters.h"
-#include "tsql/base/error_text.h"
+#include "tsql/base/error_table.h"
 
 namespace ledgerwick::tsql {
-namespace {
 
-constexpr std::int32_t kLeastResourceSeverity = 17;
-
-// The result code that ADO gives for the server's error.
-std::int32_t ResultCode(const SqlError& error) {
-  switch (error.number) {
-    case 208:
-    case 3701:
-      return kErrorNoTable;
-    case 220:
-    case 232:
-    case 244:
-    case 248:
-    case 517:
-    case 535:
-    case 3623:
-    case 8115:
-    case 8134:
-    case 8152:
-      return kErrorArithmetic;
-    case 234:
-    case 235:
-    case 241:
-    case 242:
-    case 245:
-    case 8114:
-      return kErrorConversion;
-    case 515:
-    case 547:
-    case 2601:
-    case 2627:
-      return kErrorIntegrity;
-    default:
-      return error.severity >= kLeastResourceSeverity ? kErrorFailed : kErrorSyntaxOrAccess;
-  }
-}
-
-}  // namespace
+SqlError::SqlError(const ErrorRow& row, std::string message_utf8, Position where) noexcept
+    : number(row.number),
+      severity(row.severity),
+      reach(row.reach),
+      result(row.result),
+      message(std::move(message_utf8)),
+      position(where) {}
 
 DatabaseError ToDatabaseError(const SqlError& error) {
-  DatabaseError result(ResultCode(error), u"Ledgerwick", ToText(error.message));
+  DatabaseError result(error.result, u"Ledgerwick", ToText(error.message));
   result.native = error.number;
   result.procedure = ToText(error.procedure);
   result.in_text = error.in_text;
@@ -58,103 +28,72 @@ DatabaseError ToDatabaseError(const SqlError& error) {
 
 namespace errors {
 
-SqlError IncorrectSyntax(TextView near, Position at) {
-  return {102, kSyntax, "Incorrect syntax near " + Q(near) + ".", at};
+using error_table::Make;
+
+SqlError IncorrectSyntax(TextView near, Position at) { return Make<102>(at, near); }
+SqlError UnclosedQuote(TextView text, Position at) { return Make<105>(at, text); }
+SqlError MissingEndComment(Position at) { return Make<113>(at); }
+SqlError IncorrectSyntaxKeyword(TextView keyword, Position at) { return Make<156>(at, keyword); }
+SqlError InvalidColumn(TextView name, Position at) { return Make<207>(at, name); }
+SqlError InvalidObject(TextView name, Position at) { return Make<208>(at, name); }
+SqlError AmbiguousColumn(TextView name, Position at) { return Make<209>(at, name); }
+SqlError DateConversion() { return Make<241>({}); }
+
+SqlError DateOutOfRange(const char* source, const char* target) {
+  return Make<242>({}, source, target);
 }
 
-SqlError UnclosedQuote(TextView text, Position at) {
-  return {105, kSyntax, "Unclosed quotation mark after the character string " + Q(text) + ".", at};
-}
-
-SqlError MissingEndComment(Position at) {
-  return {113, kSyntax, "Missing end comment mark '*/'.", at};
-}
-
-SqlError IncorrectSyntaxKeyword(TextView keyword, Position at) {
-  return {156, kSyntax, "Incorrect syntax near the keyword " + Q(keyword) + ".", at};
-}
-
-SqlError InvalidColumn(TextView name, Position at) {
-  return {207, kUser, "Invalid column name " + Q(name) + ".", at};
-}
-
-SqlError InvalidObject(TextView name, Position at) {
-  return {208, kUser, "Invalid object name " + Q(name) + ".", at};
-}
-
-SqlError AmbiguousColumn(TextView name, Position at) {
-  return {209, kUser, "Ambiguous column name " + Q(name) + ".", at};
-}
-
-SqlError DateConversion() {
-  return {241, kUser, "Conversion failed when converting date and/or time from character string."};
-}
-
-SqlError DateOutOfRange() {
-  return {242, kUser,
-          "The conversion of a varchar data type to a datetime data type resulted in an "
-          "out-of-range value."};
-}
-
-SqlError MomentOutOfRange(const char* source, const char* target) {
-  return {242, kUser,
-          std::string("The conversion of a ") + source + " data type to a " + target +
-              " data type resulted in an out-of-range value."};
-}
-
-SqlError DateAddOverflow(const char* type) {
-  return {517, kUser, std::string("Adding a value to a '") + type + "' column caused an overflow."};
-}
-
-SqlError InvalidStyle(int style, const char* source) {
-  return {281, kUser,
-          N(style) + " is not a valid style number when converting from " + source +
-              " to a character string."};
-}
-
-SqlError NoUniqueIdentifier() {
-  return {8169, kUser,
-          "Conversion failed when converting from a character string to "
-          "uniqueidentifier."};
-}
-
-SqlError NoRoomForUniqueIdentifier() {
-  return {8170, kUser, "Insufficient result space to convert uniqueidentifier value to char."};
-}
-
-SqlError DateOrderInvalid(TextView order) {
-  return {2741, kUser, "SET DATEFORMAT date order " + Q(order) + " is invalid."};
-}
-
-SqlError LanguageUnknown(TextView language) {
-  return {2740, kUser,
-          "SET LANGUAGE failed because " + Q(language) +
-              " is not an official name or a language alias on this SQL Server."};
-}
-
-SqlError FirstDayOutOfRange(std::int64_t day) {
-  return {2742, kUser, "SET DATEFIRST " + N(day) + " is out of range."};
-}
-
-SqlError Overflow(TextView target) {
-  return {8115, kUser,
-          "Arithmetic overflow error converting expression to data type " + ToUtf8(target) + "."};
-}
+SqlError NoUniqueIdentifier() { return Make<8169>({}); }
+SqlError NoRoomForUniqueIdentifier() { return Make<8170>({}); }
+SqlError DateOrderInvalid(TextView order) { return Make<2741>({}, order); }
+SqlError LanguageUnknown(TextView language) { return Make<2740>({}, language); }
+SqlError FirstDayOutOfRange(std::int64_t day) { return Make<2742>({}, day); }
+SqlError Overflow(TextView target) { return Make<8115>({}, "expression", target); }
 
 SqlError OverflowFrom(const char* source, const char* target) {
-  return {8115, kUser,
-          std::string("Arithmetic overflow error converting ") + source + " to data type " +
-              target + "."};
+  return Make<8115>({}, source, target);
 }
 
 SqlError ConvertDataType(TextView source, TextView target) {
-  return {8114, kUser,
-          "Error converting data type " + ToUtf8(source) + " to " + ToUtf8(target) + "."};
+  return Make<8114>({}, source, target);
 }
 
-SqlError DivideByZero() { return {8134, kUser, "Divide by zero error encountered."}; }
+SqlError DivideByZero() { return Make<8134>({}); }
+SqlError Truncated() { return Make<8152>({}); }
 
-SqlError Truncated() { return {8152, kUser, "String or binary data would be truncated."}; }
+SqlError ConversionFailed(std::string_view source, std::string_view text, const char* target) {
+  return Make<245>({}, source, text, target);
+}
+
+SqlError IntegerColumnOverflow(std::string_view source, std::string_view text,
+                               std::string_view column) {
+  if (column == "int") return Make<248>({}, source, text);
+  return Make<244>({}, source, text, column);
+}
+
+SqlError ValueOverflow(std::string_view target, const std::string& number) {
+  return Make<220>({}, target, number);
+}
+
+SqlError FloatAsTextOverflow(std::string_view target, const std::string& number) {
+  return Make<232>({}, target, number);
+}
+
+SqlError NoRoomForMoney(std::string_view target) { return Make<234>({}, target); }
+SqlError BadMoney() { return Make<235>({}); }
+
+SqlError BadDateStyle(std::int32_t style, const char* source) {
+  return Make<281>({}, style, source);
+}
+
+SqlError BadEscape(std::string_view escape) { return Make<506>({}, escape); }
+SqlError DateAddOverflow(const char* type) { return Make<517>({}, type); }
+SqlError DateDiffOverflow() { return Make<535>({}); }
+SqlError InvalidLength(const char* function) { return Make<536>({}, function); }
+SqlError InvalidSubstringLength() { return Make<537>({}); }
+SqlError InvalidFloatOperation() { return Make<3623>({}); }
+SqlError FormatArgumentKind(std::size_t argument) { return Make<2786>({}, argument); }
+SqlError FormatPlace(std::string_view place) { return Make<2787>({}, place); }
 
 }  // namespace errors
 }  // namespace ledgerwick::tsql

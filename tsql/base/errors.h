@@ -1,10 +1,12 @@
-// The server's errors: one named factory for each, with the server's number, severity and text.
+// The server's errors: one named factory for each. Number, severity, reach, result code and text
+// stand in error_table.h.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <exception>
 #include <string>
+#include <string_view>
 
 #include "frame/error.h"
 #include "frame/text.h"
@@ -17,17 +19,23 @@ struct Position {
   std::int32_t column = 0;
 };
 
-// An error of the embedded server.
+// How far the effect of an error goes when nothing catches it.
+enum class Reach : std::uint8_t {
+  Statement,  // the next statement runs
+  Frame,      // the procedure or the dynamic text ends, its caller goes on
+  Batch,      // everything ends, an open transaction is rolled back
+};
+
+struct ErrorRow;  // error_table.h
+
+// An error of the embedded server. The factories below make it.
 struct SqlError : std::exception {
-  SqlError(std::int32_t error_number, std::int32_t error_severity, std::string message_utf8,
-           Position where = {})
-      : number(error_number),
-        severity(error_severity),
-        message(std::move(message_utf8)),
-        position(where) {}
+  SqlError(const ErrorRow& row, std::string message_utf8, Position where) noexcept;
 
   std::int32_t number;
   std::int32_t severity;
+  Reach reach;
+  std::int32_t result;  // the platform's result code
   std::string message;  // UTF-8
   Position position;    // line 0 where unknown
   std::int32_t state = 1;
@@ -53,12 +61,33 @@ SqlError InvalidColumn(TextView name, Position at);              // 207
 SqlError InvalidObject(TextView name, Position at);              // 208
 SqlError AmbiguousColumn(TextView name, Position at);            // 209
 SqlError DateConversion();                                       // 241
-SqlError DateOutOfRange();                                       // 242
-SqlError Overflow(TextView target);                              // 8115
-SqlError OverflowFrom(const char* source, const char* target);   // 8115
-SqlError ConvertDataType(TextView source, TextView target);      // 8114
-SqlError DivideByZero();                                         // 8134
-SqlError Truncated();                                            // 8152
+// A value of `source` that `target` ("datetime") cannot hold: 242
+SqlError DateOutOfRange(const char* source = "varchar", const char* target = "datetime");
+SqlError Overflow(TextView target);                             // 8115
+SqlError OverflowFrom(const char* source, const char* target);  // 8115
+SqlError ConvertDataType(TextView source, TextView target);     // 8114
+SqlError DivideByZero();                                        // 8134
+SqlError Truncated();                                           // 8152
+
+// What values do.
+SqlError ConversionFailed(std::string_view source, std::string_view text,
+                          const char* target);  // 245
+// The text is a number beyond `column`: "int", "INT1", "INT2".
+SqlError IntegerColumnOverflow(std::string_view source, std::string_view text,
+                               std::string_view column);                           // 244, 248
+SqlError ValueOverflow(std::string_view target, const std::string& number);        // 220
+SqlError FloatAsTextOverflow(std::string_view target, const std::string& number);  // 232
+SqlError NoRoomForMoney(std::string_view target);                                  // 234
+SqlError BadMoney();                                                               // 235
+SqlError BadDateStyle(std::int32_t style, const char* source);                     // 281
+SqlError BadEscape(std::string_view escape);                                       // 506
+SqlError DateAddOverflow(const char* type);                                        // 517
+SqlError DateDiffOverflow();                                                       // 535
+SqlError InvalidLength(const char* function);                                      // 536
+SqlError InvalidSubstringLength();                                                 // 537
+SqlError InvalidFloatOperation();                                                  // 3623
+SqlError FormatArgumentKind(std::size_t argument);                                 // 2786
+SqlError FormatPlace(std::string_view place);                                      // 2787
 
 // What the parser, the binder and the interpreter find.
 SqlError NestedTooDeeply(Position at);                                                       // 191
@@ -123,26 +152,36 @@ SqlError TransactionCount(std::int64_t before, std::int64_t after);  // 266
 SqlError Raised(std::int32_t number, std::int32_t severity, std::int32_t state,
                 std::string message);
 SqlError NoSuchMessage(std::int32_t number, std::int32_t severity, std::int32_t state);  // 18054
-SqlError ThrowOutsideCatch();                                                            // 10704
-SqlError ThrowNumber(std::int64_t number);                                               // 35100
-SqlError InsertCount(bool more_columns, Position at);                                    // 109, 110
-SqlError InsertSelectCount(bool more_items, Position at);                                // 120, 121
-SqlError TableValueCount(Position at);                                                   // 213
-SqlError ColumnTwice(TextView column, Position at);                                      // 264
-SqlError NullNotAllowed(TextView column, TextView table, bool insert);                   // 515
-SqlError DuplicateIndexKey(TextView table, TextView index);                              // 1505
-SqlError DuplicateKey(TextView table, bool primary);                                     // 2627
-SqlError StarWithoutFrom(Position at);                                                   // 263
-SqlError NotUpdatable(TextView view, Position at);                                       // 4405
-SqlError FloatOutOfRange(TextView literal, Position at);                                 // 168
-SqlError NumberOutOfRange(TextView literal, Position at);                                // 1007
-SqlError AmbiguousTarget(TextView table, Position at);                                   // 8154
-SqlError CaseOfNulls(Position at);                                                       // 8133
-SqlError ImplicitConversion(TextView source, TextView target, Position at);              // 257
-SqlError ExplicitConversion(TextView source, TextView target, Position at);              // 529
-SqlError TypeClash(TextView source, TextView target, Position at);                       // 206
-SqlError NullIfOfNull(Position at);                                                      // 4151
-SqlError ScaleTooLarge(std::int64_t scale, Position at);                                 // 1002
+SqlError TooManyRaiseArguments(Position at);                                             // 2747
+SqlError SeverityWithoutLog(Position at);                                                // 2754
+// `option` is what was set ("ANSI_NULLS OFF"), `usual` what holds ("ANSI_NULLS ON").
+SqlError OptionNotSupported(const Text& option, const Text& usual, Position at);  // 40517
+SqlError ViewOfTemporary(Position at);                                            // 4508
+SqlError ThrowOutsideCatch();                                                     // 10704
+SqlError ThrowNumber(std::int64_t number);                                        // 35100
+SqlError InsertCount(bool more_columns, Position at);                             // 109, 110
+SqlError InsertSelectCount(bool more_items, Position at);                         // 120, 121
+SqlError TableValueCount(Position at);                                            // 213
+SqlError ColumnTwice(TextView column, Position at);                               // 264
+SqlError NullNotAllowed(TextView column, TextView table, bool insert);            // 515
+// `key` is the value as messages have it: "(1, <NULL>)".
+SqlError DuplicateIndexKey(TextView table, TextView index, const std::string& key);  // 1505
+SqlError DuplicateIndexRow(TextView table, TextView index, const std::string& key);  // 2601
+SqlError DuplicateKey(TextView constraint, TextView table, bool primary,
+                      const std::string& key);             // 2627
+SqlError ConstraintViolated();                             // 2627, where nobody knows which and why
+SqlError SeveralPrimaryKeys(TextView table, Position at);  // 8110
+SqlError StarWithoutFrom(Position at);                     // 263
+SqlError NotUpdatable(TextView view, Position at);         // 4405
+SqlError FloatOutOfRange(TextView literal, Position at);   // 168
+SqlError NumberOutOfRange(TextView literal, Position at);  // 1007
+SqlError AmbiguousTarget(TextView table, Position at);     // 8154
+SqlError CaseOfNulls(Position at);                         // 8133
+SqlError ImplicitConversion(TextView source, TextView target, Position at);  // 257
+SqlError ExplicitConversion(TextView source, TextView target, Position at);  // 529
+SqlError TypeClash(TextView source, TextView target, Position at);           // 206
+SqlError NullIfOfNull(Position at);                                          // 4151
+SqlError ScaleTooLarge(std::int64_t scale, Position at);                     // 1002
 SqlError DatePartUnsupported(TextView part, TextView function, TextView type,
                              Position at);                                // 9810, 9806
 SqlError ExplicitRowVersion(Position at);                                 // 273
@@ -153,9 +192,6 @@ SqlError LanguageUnknown(TextView language);                              // 274
 SqlError FirstDayOutOfRange(std::int64_t day);                            // 2742
 SqlError NoUniqueIdentifier();                                            // 8169
 SqlError NoRoomForUniqueIdentifier();                                     // 8170
-SqlError MomentOutOfRange(const char* source, const char* target);        // 242
-SqlError DateAddOverflow(const char* type);                               // 517
-SqlError InvalidStyle(int style, const char* source);                     // 281
 // `who` has had `what`, a file or a table in quotes, for all of `wait`.
 SqlError LockTimeout(const std::string& who, const std::string& what,
                      std::chrono::milliseconds wait);                         // 1222
@@ -163,8 +199,10 @@ SqlError HeldAlone(const std::string& file, std::chrono::milliseconds wait);  //
 SqlError NoSpace(const std::string& file, const std::string& why);            // 1105
 SqlError DiskFull(const std::string& file);                                   // 1105
 SqlError ReadOnly(const std::string& file);                                   // 3906
-SqlError Damaged(const std::string& file);                                    // 824
-SqlError TempdbDamaged(const std::string& file);                              // 824
+// `what`: "open" or "upgrade"; `why` is a sentence of its own.
+SqlError CannotOpen(const char* what, const std::string& file, const std::string& why);  // 4060
+SqlError Damaged(const std::string& file);                                               // 824
+SqlError TempdbDamaged(const std::string& file);                                         // 824
 // Why ICU has no order of text.
 SqlError NoTextOrder(const std::string& why);  // 448
 // `file` is in use by those who order text in another way than this process.

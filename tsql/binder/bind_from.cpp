@@ -123,6 +123,9 @@ BoundFrom* Binder::AddSource(Scope& scope, TextView exposed, bool aliased) {
 }
 
 BoundFrom* Binder::BindTableSource(const ObjectName& name, const Name& alias, Scope& scope) {
+  if (creates_view_ && name.object.text.starts_with(u'#')) {
+    throw errors::ViewOfTemporary(At(name.object.offset));
+  }
   const Table& table = RequireTable(name);
   const bool aliased = !alias.text.empty();
   const TextView exposed = aliased ? alias.text : name.object.text;

@@ -46,6 +46,11 @@ BoundQuery* Binder::BindQuery(const Query& query) {
   return bound;
 }
 
+BoundQuery* Binder::BindViewQuery(const Query& query) {
+  creates_view_ = true;
+  return BindQueryIn(query, nullptr, true);
+}
+
 BoundQuery* Binder::BindQueryIn(const Query& query, Scope* parent, bool nested) {
   const Nesting nesting;
   auto* bound = arena_.Make<BoundQuery>();

@@ -37,6 +37,7 @@ class Binder {
   // Each throws SqlError with the position of what is wrong. The items of SELECT @v = … have the
   // types of their variables.
   BoundQuery* BindQuery(const Query& query);
+  BoundQuery* BindViewQuery(const Query& query);    // of CREATE VIEW
   BoundExpr* BindCondition(const Expr& condition);  // of IF
   BoundExpr* BindExpression(const Expr& value);     // outside a query
   // The same as `target`.
@@ -176,6 +177,7 @@ class Binder {
   std::int32_t next_source_ = 1;
   bool reads_schema_ = false;
   int view_depth_ = 0;
+  bool creates_view_ = false;
   bool in_view_ = false;  // offsets then point into the view's text: errors carry no position
 };
 

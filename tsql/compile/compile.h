@@ -33,6 +33,18 @@ struct Compiled {
   bool reads_schema = false;
 };
 
+// The rows that INSERT or UPDATE would make, as a statement that puts them into kRefusedRows, with
+// the numbers of changed rows in kRefusedRow.
+struct RefusedRows {
+  std::string sql;
+  std::vector<std::string> parts;  // as Compiled has them
+  const Table* table = nullptr;    // the catalogue's; nothing for other statements
+  bool update = false;
+};
+
+inline constexpr const char* kRefusedRows = "temp.ledgerwick_refused";
+inline constexpr const char* kRefusedRow = "ledgerwick_row";
+
 // What was found out on the way, for who asks.
 struct CompileNotes {
   std::string bound;  // the bound tree, readable
@@ -62,18 +74,28 @@ class Compiler {
   // A constant as it stands in a declaration.
   std::string CompileDefault(const Expr& value, const Type& type);
 
+  // For when the storage has refused what Compile gave for `statement` (run/refused_rows.cpp).
+  RefusedRows CompileRefused(const Statement& statement);
+
+  // The texts of the columns as messages have them, of a row of `table` under the name s1: the
+  // select list alone.
+  std::string CompileTexts(const Table& table, std::span<const std::int32_t> columns);
+
   // The SQL of the query alone, whatever becomes of its rows.
   std::string QuerySql(const Query& query);
 
  private:
   Compiled CompileInsert(const InsertStatement& statement);
-  void EmitInsert(const InsertStatement& statement, Binder& binder, Emitter& emitter);
+  const Table& InsertTarget(const InsertStatement& statement, Binder& binder);
+  void EmitInsert(const InsertStatement& statement, Binder& binder, const Table& table,
+                  const std::string& into, Emitter& emitter);
   void EmitInsertQuery(const InsertStatement& statement, Binder& binder, const Table& table,
                        const std::vector<std::int32_t>& columns, Emitter& emitter);
   void EmitInsertValues(const InsertStatement& statement, Binder& binder, const Table& table,
                         const std::vector<std::int32_t>& columns, Emitter& emitter);
   Compiled CompileUpdate(const UpdateStatement& statement);
   Compiled CompileDelete(const DeleteStatement& statement);
+  void EmitChangedRows(const BoundModification& change, Emitter& emitter);
   Compiled CompileAssignment(const BoundQuery& query);
   Compiled CompileInto(const ObjectName& into, const BoundQuery& query, Binder& binder);
 

@@ -381,7 +381,7 @@ void Emitter::EmitAggregate(const BoundExpr& expr) {
   if (IsInteger(kind)) {
     // Whole numbers average to a whole number.
     Raw("t_to_int(");
-    call("sum");
+    call(kind == TypeKind::BigInt ? "t_sum_bigint" : "sum");
     if (average) {
       Raw(" / ");
       call("count");

@@ -5,11 +5,11 @@
 namespace ledgerwick::tsql {
 namespace {
 
-// t_notnull(x, column, table): x, unless it is null. For the column that is the storage's row
-// number, which SQLite would invent.
+// t_notnull(x, column, table, inserted): x, unless it is null. For the column that is the storage's
+// row number, which SQLite would invent.
 void NotNull(Call& call) {
   if (call.IsNull(0)) {
-    throw errors::NullNotAllowed(ToText(call.Utf8(1)), ToText(call.Utf8(2)), true);
+    throw errors::NullNotAllowed(ToText(call.Utf8(1)), ToText(call.Utf8(2)), call.Integer(3) != 0);
   }
   call.ReturnArgument(0);
 }
@@ -47,7 +47,7 @@ constexpr FunctionSignature kFunctions[] = {
 
 constexpr FunctionRow kHelpers[] = {
     {"t_rowversion", 1, 1, 1, RowVersion},
-    {"t_notnull", 3, 3, 0, NotNull},
+    {"t_notnull", 4, 4, 0, NotNull},
     {"t_variable", 1, 1, 0, ReadVariable, Purity::kStaysInPlace},
     {"t_error_512", 0, 0, 0, TooManyRows, Purity::kStaysInPlace},
 };

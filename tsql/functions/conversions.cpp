@@ -62,18 +62,9 @@ void IntegerToText(Call& call) {
 void FloatToText(Call& call) { call.Return(FormatFloat(call.Real(0), IntArgument(call, 1))); }
 
 SqlError NoRoomFor(std::string_view number, std::string_view source, const std::string& target) {
-  constexpr std::int32_t kSeverity = 16;
-  if (source.ends_with("money")) {
-    return {234, kSeverity,
-            "There is insufficient result space to convert a money value to " + target + "."};
-  }
-  if (source == "numeric") {
-    return {8115, kSeverity,
-            "Arithmetic overflow error converting numeric to data type " + target + "."};
-  }
-  return {232, kSeverity,
-          "Arithmetic overflow error for type " + target +
-              ", value = " + FormatDecimal(ParseFloat(number, "varchar"), 6) + "."};
+  if (source.ends_with("money")) return errors::NoRoomForMoney(target);
+  if (source == "numeric") return errors::OverflowFrom("numeric", target.c_str());
+  return errors::FloatAsTextOverflow(target, FormatDecimal(ParseFloat(number, "varchar"), 6));
 }
 
 // t_fit(number as text, length, source, target): the text of a number with a fraction, which is

@@ -13,12 +13,6 @@
 namespace ledgerwick::tsql {
 namespace {
 
-constexpr std::int32_t kSeverity = 16;
-
-SqlError InvalidOperation() {
-  return {3623, kSeverity, "An invalid floating point operation occurred."};
-}
-
 // t_xor(a, b)
 void ExclusiveOr(Call& call) { call.Return(call.Integer(0) ^ call.Integer(1)); }
 
@@ -107,7 +101,7 @@ void Power(Call& call) {
   const double exponent = call.Real(1);
   if (base == 0 && exponent < 0) throw errors::DivideByZero();
   const double power = std::pow(base, exponent);
-  if (std::isnan(power)) throw InvalidOperation();
+  if (std::isnan(power)) throw errors::InvalidFloatOperation();
   if (std::isinf(power)) throw errors::Overflow(u"float");
   if (call.IsInteger(0)) return call.Return(ToInteger(power, TypeKind::BigInt));
   call.Return(power);
@@ -115,7 +109,7 @@ void Power(Call& call) {
 
 // t_sqrt(number)
 void SquareRoot(Call& call) {
-  if (call.Real(0) < 0) throw InvalidOperation();
+  if (call.Real(0) < 0) throw errors::InvalidFloatOperation();
   call.Return(std::sqrt(call.Real(0)));
 }
 

@@ -18,7 +18,6 @@
 namespace ledgerwick::tsql {
 namespace {
 
-constexpr std::int32_t kSeverity = 16;
 constexpr std::int64_t kLongestText = kLongestBytes;
 
 // The bytes that `c` takes in the ANSI code page.
@@ -152,18 +151,13 @@ std::string_view Units(std::string_view text, std::size_t from, std::size_t coun
   return text.substr(0, LongestPrefix<Utf16UnitsOf>(text, count).bytes);
 }
 
-SqlError InvalidLength(const char* function) {
-  return {536, kSeverity,
-          std::string("Invalid length parameter passed to the ") + function + " function."};
-}
-
 // t_left(text, count), t_right(text, count)
 void Left(Call& call) {
-  if (call.Integer(1) < 0) throw InvalidLength("left");
+  if (call.Integer(1) < 0) throw errors::InvalidLength("left");
   call.Return(Units(call.Utf8(0), 0, Clamp(call.Integer(1))));
 }
 void Right(Call& call) {
-  if (call.Integer(1) < 0) throw InvalidLength("right");
+  if (call.Integer(1) < 0) throw errors::InvalidLength("right");
   const std::string_view text = call.Utf8(0);
   const std::size_t length = Utf16Length(text);
   const std::size_t count = std::min(length, Clamp(call.Integer(1)));
@@ -175,8 +169,7 @@ void Substring(Call& call) {
   const std::int64_t start = call.Integer(1);
   std::int64_t length = call.Integer(2);
   if (length < 0) {
-    throw SqlError(537, kSeverity,
-                   "Invalid length parameter passed to the LEFT or SUBSTRING function.");
+    throw errors::InvalidSubstringLength();
   }
   constexpr std::int64_t kFarAway = std::int64_t{1} << 40;  // keeps the sum from overflowing
   if (start < 1) length += std::max(start, -kFarAway) - 1;
@@ -346,9 +339,7 @@ std::optional<char16_t> EscapeArgument(const Call& call, std::size_t i) {
   const char* const end = at + text.size();
   const char32_t c = at == end ? 0 : NextChar(at, end);
   if (c == 0 || c >= 0x10000 || at != end) {
-    throw SqlError(506, kSeverity,
-                   "The invalid escape character \"" + std::string(text) +
-                       "\" was specified in a LIKE predicate.");
+    throw errors::BadEscape(text);
   }
   return static_cast<char16_t>(c);
 }

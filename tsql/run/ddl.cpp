@@ -26,29 +26,55 @@ Type ColumnType(const ColumnDefinition& column) {
   return type;
 }
 
-// A column that a PRIMARY KEY names admits no null, whatever its definition says.
-bool IsKeyColumn(const CreateTableStatement& statement, const ColumnDefinition& column) {
-  return std::any_of(statement.keys.begin(), statement.keys.end(), [&](const TableKey& key) {
-    return key.primary &&
-           std::any_of(key.columns.begin(), key.columns.end(), [&](const KeyColumn& k) {
-             return EqualText(k.name.text, column.name.text);
-           });
-  });
+bool Names(const TableKey& key, const ColumnDefinition& column) {
+  return std::any_of(key.columns.begin(), key.columns.end(),
+                     [&](const KeyColumn& k) { return EqualText(k.name.text, column.name.text); });
 }
 
-// An int that alone is the primary key.
-bool IsRowNumber(const CreateTableStatement& statement, const ColumnDefinition& column) {
-  if (column.type.kind != TypeKind::Int) return false;
-  if (column.primary_key) return true;
-  return std::any_of(statement.keys.begin(), statement.keys.end(), [&](const TableKey& key) {
+// A column of the primary key admits no null, whatever its definition says.
+bool IsKeyColumn(std::span<const TableKey> keys, const ColumnDefinition& column) {
+  return std::any_of(keys.begin(), keys.end(),
+                     [&](const TableKey& key) { return key.primary && Names(key, column); });
+}
+
+// An int that alone is the primary key. The storage would not give it a default.
+bool IsRowNumber(std::span<const TableKey> keys, const ColumnDefinition& column) {
+  if (column.type.kind != TypeKind::Int || column.default_value != nullptr) return false;
+  return std::any_of(keys.begin(), keys.end(), [&](const TableKey& key) {
     return key.primary && key.columns.size() == 1 && !key.columns[0].descending &&
-           EqualText(key.columns[0].name.text, column.name.text);
+           Names(key, column);
   });
 }
 
-// SQLite's index names are unique in a database, T-SQL's in a table.
-std::string IndexName(const Table& table, TextView index) {
-  return ToUtf8(table.name) + "." + ToUtf8(FoldText(index));
+// The columns of a key of a table that is about to be made, in the key's order.
+std::vector<TableColumn> ColumnsOf(const TableKey& key, const CreateTableStatement& statement) {
+  std::vector<TableColumn> columns;
+  for (const KeyColumn& named : key.columns) {
+    const ColumnDefinition& column = *std::find_if(
+        statement.definitions.begin(), statement.definitions.end(),
+        [&](const ColumnDefinition& c) { return EqualText(c.name.text, named.name.text); });
+    columns.push_back(
+        {Text(column.name.text), QuoteIdentifier(ToUtf8(column.name.text)), column.type, {}});
+    if (IsKeyColumn(statement.keys, column)) columns.back().type.nullable = false;
+  }
+  return columns;
+}
+
+// The keys name columns that there are, and one of them at most is the primary key.
+void RequireKeys(const CreateTableStatement& statement, const Binder& binder,
+                 const TextMap<bool>& columns) {
+  bool has_primary = false;
+  for (const TableKey& key : statement.keys) {
+    for (const KeyColumn& column : key.columns) {
+      if (columns.contains(FoldText(column.name.text))) continue;
+      throw errors::InvalidColumn(column.name.text, binder.At(column.name.offset));
+    }
+    if (key.primary && has_primary) {
+      throw errors::SeveralPrimaryKeys(statement.target.object.text,
+                                       binder.At(key.columns[0].name.offset));
+    }
+    has_primary = has_primary || key.primary;
+  }
 }
 
 }  // namespace
@@ -63,7 +89,6 @@ void Interpreter::Perform(const CreateTableStatement& statement) {
       std::string(SchemaName(database)) + "." + QuoteIdentifier(ToUtf8(name.object.text));
   std::string sql = "CREATE TABLE " + table + " (";
   TextMap<bool> seen;
-  bool has_row_number = false;
   bool has_row_version = false;
   RowVersionSql versions;
   for (const ColumnDefinition& column : statement.definitions) {
@@ -73,7 +98,7 @@ void Interpreter::Perform(const CreateTableStatement& statement) {
     }
     if (seen.size() > 1) sql += ", ";
     Type type = ColumnType(column);
-    if (IsKeyColumn(statement, column)) type.nullable = false;
+    if (IsKeyColumn(statement.keys, column)) type.nullable = false;
     const std::string column_name = ToUtf8(column.name.text);
     if (type.kind == TypeKind::RowVersion) {
       if (has_row_version) {
@@ -83,36 +108,40 @@ void Interpreter::Perform(const CreateTableStatement& statement) {
       has_row_version = true;
       versions = RowVersionSqlOf(database, ToUtf8(name.object.text), column_name);
     }
-    if (IsRowNumber(statement, column)) {
-      sql += QuoteIdentifier(column_name) + " " + kRowNumberType + " PRIMARY KEY NOT NULL";
-      has_row_number = true;
+    if (IsRowNumber(statement.keys, column)) {
+      sql += QuoteIdentifier(column_name) + " " + kRowNumberType + " NOT NULL";
       continue;
     }
     sql += ColumnDeclaration(column_name, type);
-    if (column.primary_key) sql += " PRIMARY KEY";
-    if (column.unique) sql += " UNIQUE";
     if (column.default_value != nullptr) {
       sql += " DEFAULT (" + NewCompiler(arena).CompileDefault(*column.default_value, type) + ")";
     }
   }
+  RequireKeys(statement, binder, seen);
   for (const TableKey& key : statement.keys) {
-    for (const KeyColumn& column : key.columns) {
-      if (!seen.contains(FoldText(column.name.text))) {
-        throw errors::InvalidColumn(column.name.text, binder.At(column.name.offset));
-      }
-    }
-    if (key.primary && has_row_number) continue;  // stands with its column
-    sql += std::string(", ") + (key.primary ? "PRIMARY KEY " : "UNIQUE ") +
-           KeySql(key.columns, nullptr);
+    sql += ", ";
+    if (!key.name.text.empty()) sql += "CONSTRAINT " + QuoteIdentifier(ToUtf8(key.name.text)) + " ";
+    sql += (key.primary ? "PRIMARY KEY " : "UNIQUE ") + KeySql(key.columns, nullptr);
   }
   if (database == DatabaseId::Session) KeepTemporary(table);
-  std::optional<Transaction> together;
-  if (has_row_version) together.emplace(storage_);
+  Transaction transaction(storage_);
   for (const std::string& before : versions.before) storage_.Execute(before);
   storage_.Execute(sql + ")");
+  CreateNullIndexes(statement, database);
   for (const std::string& after : versions.after) storage_.Execute(after);
-  if (together) together->Commit();
+  transaction.Commit();
   session_.last_error = 0;
+}
+
+// For the UNIQUE constraints of a table that has just been made.
+void Interpreter::CreateNullIndexes(const CreateTableStatement& statement, DatabaseId database) {
+  const std::string table = ToUtf8(statement.target.object.text);
+  for (const TableKey& key : statement.keys) {
+    const std::vector<TableColumn> columns = ColumnsOf(key, statement);
+    const std::string sql =
+        CreateNullIndex(database, table, ConstraintIndexName(table, columns), columns);
+    if (!sql.empty()) storage_.Execute(sql);
+  }
 }
 
 // Rows that are there already have NULL in a new column that may be null, and the default in one
@@ -157,29 +186,32 @@ void Interpreter::Perform(const CreateIndexStatement& statement) {
   Arena arena;
   Binder binder = NewBinder(arena);
   const Table& table = binder.RequireTable(statement.target);
+  UniqueKey key;
+  std::vector<TableColumn> key_columns;
   for (const KeyColumn& column : statement.key_columns) {
-    if (table.FindColumn(column.name.text) < 0) {
-      throw errors::InvalidColumn(column.name.text, binder.At(column.name.offset));
-    }
+    const std::int32_t found = table.FindColumn(column.name.text);
+    if (found < 0) throw errors::InvalidColumn(column.name.text, binder.At(column.name.offset));
+    key.columns.push_back(found);
+    key_columns.push_back(table.columns[static_cast<std::size_t>(found)]);
   }
-  const std::string index = IndexName(table, statement.index.text);
-  const SqliteStatement existing =
-      storage_.Prepare(std::string("SELECT 1 FROM ") + SchemaName(table.database) +
-                       ".sqlite_schema WHERE type = 'index' AND name = " + QuoteLiteral(index));
-  if (storage_.Step(existing.get())) {
+  if (FindIndex(storage_, table, statement.index.text)) {
     throw errors::IndexExists(statement.index.text, table.name, binder.At(statement.index.offset));
   }
-  const std::string sql = std::string("CREATE ") + (statement.unique ? "UNIQUE " : "") + "INDEX " +
-                          SchemaName(table.database) + "." + QuoteIdentifier(index) + " ON " +
-                          QuoteIdentifier(ToUtf8(table.name)) + " " +
-                          KeySql(statement.key_columns, &table);
+  const std::string index = IndexName(table, statement.index.text);
+  Transaction transaction(storage_);
   try {
-    storage_.Execute(sql);
-  } catch (const SqlError& error) {
-    constexpr std::int32_t kDuplicateKey = 2627;
-    if (error.number != kDuplicateKey) throw;
-    throw errors::DuplicateIndexKey(table.name, statement.index.text);
+    storage_.Execute(std::string("CREATE ") + (statement.unique ? "UNIQUE " : "") + "INDEX " +
+                     SchemaName(table.database) + "." + QuoteIdentifier(index) + " ON " +
+                     QuoteIdentifier(ToUtf8(table.name)) + " " +
+                     KeySql(statement.key_columns, &table));
+    const std::string nulls =
+        CreateNullIndex(table.database, ToUtf8(table.name), index, key_columns);
+    if (statement.unique && !nulls.empty()) storage_.Execute(nulls);
+  } catch (const ConstraintFailure&) {
+    throw errors::DuplicateIndexKey(table.name, statement.index.text,
+                                    DuplicateIn(table, key).value_or(""));
   }
+  transaction.Commit();
   session_.last_error = 0;
 }
 
@@ -190,7 +222,7 @@ void Interpreter::Perform(const CreateViewStatement& statement) {
   Binder binder = NewBinder(arena);
   const ObjectName& name = statement.target;
   const DatabaseId database = binder.RequireNewName(name);
-  const BoundQuery& query = *binder.BindQuery(*statement.query);
+  const BoundQuery& query = *binder.BindViewQuery(*statement.query);
   std::vector<TextView> names(query.names.begin(), query.names.end());
   if (!statement.columns.empty()) {
     if (statement.columns.size() != names.size()) {
@@ -290,9 +322,22 @@ void Interpreter::DropTable(const Table& table) {
   } catch (const SqlError& error) {
     constexpr std::int32_t kCancelled = 0;
     if (error.number == kCancelled) throw;
-    failed_drop_ = FailedDrop{errors::ObjectExists(table.name, {}).message, error};
+    failed_drop_ = FailedDrop{table.database, table.name, error};
     throw;
   }
+}
+
+// True for a statement that cannot make a table anew since the storage kept the old one from being
+// dropped.
+bool Interpreter::FailedToDrop(const SqlError& error, const Statement& statement) const {
+  constexpr std::int32_t kExists = 2714;
+  if (!failed_drop_ || error.number != kExists) return false;
+  const auto* create = As<CreateTableStatement>(statement);
+  const auto* select = As<SelectStatement>(statement);
+  if (create == nullptr && select == nullptr) return false;
+  const ObjectName& made = create != nullptr ? create->target : select->query->selects[0]->into;
+  return catalogue_.FindDatabase(made.database.text, made.object.text) == failed_drop_->database &&
+         EqualText(made.object.text, failed_drop_->table);
 }
 
 void Interpreter::DropIndex(const ObjectName& name) {
@@ -300,19 +345,17 @@ void Interpreter::DropIndex(const ObjectName& name) {
   Binder binder = NewBinder(arena);
   const ObjectName owner{name.database, {}, name.schema};
   const Table* table = binder.FindTable(owner);
-  const SqliteStatement found =
-      table == nullptr
-          ? nullptr
-          : storage_.Prepare(std::string("SELECT 1 FROM ") + SchemaName(table->database) +
-                             ".sqlite_schema WHERE type = 'index' AND name = " +
-                             QuoteLiteral(IndexName(*table, name.object.text)));
-  if (!found || !storage_.Step(found.get())) {
+  const std::optional<std::string> index =
+      table == nullptr ? std::nullopt : FindIndex(storage_, *table, name.object.text);
+  if (!index) {
     throw errors::CannotDrop(u"index", Text(name.schema.text) + u"." + Text(name.object.text),
                              binder.At(name.object.offset));
   }
-  sqlite3_reset(found.get());
-  storage_.Execute(std::string("DROP INDEX ") + SchemaName(table->database) + "." +
-                   QuoteIdentifier(IndexName(*table, name.object.text)));
+  const std::string schema = SchemaName(table->database);
+  Transaction transaction(storage_);
+  storage_.Execute("DROP INDEX " + schema + "." + QuoteIdentifier(*index));
+  storage_.Execute("DROP INDEX IF EXISTS " + schema + "." + QuoteIdentifier(NullIndexName(*index)));
+  transaction.Commit();
 }
 
 void Interpreter::Perform(const TruncateStatement& statement) {

@@ -12,17 +12,12 @@ Interpreter::Interpreter(Storage& storage, Catalogue& catalogue)
 }
 
 // For OBJECT_ID. A text that is no name names no object.
-bool Interpreter::ObjectExists(TextView name) {
+bool Interpreter::ObjectExists(TextView text) {
   Arena scratch;
-  const Text text = u"DROP TABLE " + Text(name);
-  try {
-    const Batch batch = ParseBatch(text, scratch);
-    const auto* drop = As<DropStatement>(*batch.statements[0]);
-    catalogue_.Refresh();
-    return Binder(text, scratch, catalogue_).ObjectExists(drop->targets[0]);
-  } catch (const SqlError&) {
-    return false;
-  }
+  const std::optional<ObjectName> name = ParseObjectName(text, scratch);
+  if (!name) return false;
+  catalogue_.Refresh();
+  return Binder(text, scratch, catalogue_).ObjectExists(*name);
 }
 
 void Interpreter::Run(TextView text, ResultSink& sink) {
@@ -91,9 +86,7 @@ Flow Interpreter::Execute(const Statement& statement) {
     const Nesting nesting(depth_, kDeepest);
     return ExecuteAt(statement);
   } catch (SqlError& error) {
-    if (failed_drop_ && EqualText(FromUtf8(error.message), FromUtf8(failed_drop_->message))) {
-      error = failed_drop_->reason;
-    }
+    if (FailedToDrop(error, statement)) error = failed_drop_->reason;
     Locate(error, statement);
     FollowTransaction();
     if (session_.tries > 0 || !EndsHere(error)) throw;

@@ -4,6 +4,8 @@
 #include <chrono>
 #include <exception>
 #include <memory>
+#include <optional>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -15,6 +17,7 @@
 #include "tsql/run/session.h"
 #include "tsql/run/statement_cache.h"
 #include "tsql/storage/storage.h"
+#include "tsql/storage/unique_keys.h"
 #include "tsql/syntax/parser.h"
 
 namespace ledgerwick::tsql {
@@ -68,6 +71,7 @@ class Interpreter {
   Flow ExecuteAt(const Statement& statement);  // without a position in the error
   void EndTransaction();
   void KeepTemporary(const std::string& table);
+  bool FailedToDrop(const SqlError& error, const Statement& statement) const;
   void Locate(SqlError& error, const Statement& statement) const;
   bool ObjectExists(TextView name);
   bool EndsHere(const SqlError& error) const;
@@ -79,9 +83,9 @@ class Interpreter {
   // Compiled statements (run_compiled.cpp)
   template <typename Compile>
   std::shared_ptr<KeptStatement> Prepared(const void* node, const Compile& compile);
-  std::int64_t Change(KeptStatement& statement);
+  std::int64_t Change(KeptStatement& kept, const Statement& statement);
   void SendRows(KeptStatement& statement);
-  void SelectInto(KeptStatement& statement);
+  void SelectInto(KeptStatement& kept, const Statement& statement);
   void SelectAssign(KeptStatement& statement);
   bool Holds(const Expr& condition);
   // The values, each as the type that `type_of` gives; `types` receives their own. They are
@@ -163,16 +167,26 @@ class Interpreter {
                          std::span<const Parameter> parameters, std::span<const Argument> arguments,
                          TextView name);
 
+  // Rows that a constraint refuses (refused_rows.cpp)
+  std::int64_t SettleRefused(const Statement& statement);
+  void RequireValues(const Table& table, bool update);
+  void RequireUnique(const Table& table);
+  std::optional<std::string> DuplicateIn(const Table& table, const UniqueKey& key);
+  std::optional<std::string> KeyOfFirst(const Table& table, const UniqueKey& key,
+                                        const std::string& rows);
+
   // The schema (ddl.cpp)
+  void CreateNullIndexes(const CreateTableStatement& statement, DatabaseId database);
   void Drop(const DropStatement& statement, const ObjectName& name);
   void DropTable(const Table& table);
   void DropIndex(const ObjectName& name);
   void SaveModule(DatabaseId database, const std::string& name, char kind,
                   const std::string* definition);
 
-  // The last table that the storage could not drop: what making it anew fails with, and why.
+  // The last table that the storage could not drop, and why.
   struct FailedDrop {
-    std::string message;
+    DatabaseId database;
+    Text table;
     SqlError reason;
   };
 

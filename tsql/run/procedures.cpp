@@ -150,16 +150,12 @@ void Interpreter::Perform(const ExecuteTextStatement& statement) {
 void Interpreter::Perform(const ExecuteProcedureStatement& statement) {
   const Frame& caller = *session_.frame;
   ObjectName name = statement.target;
-  Text name_text;
   Arena arena;
   if (statement.name_variable != nullptr) {
-    name_text = u"EXEC " + ToText(TextOfPart(*statement.name_variable));
-    try {
-      const Batch batch = ParseBatch(name_text, arena);
-      name = As<ExecuteProcedureStatement>(*batch.statements[0])->target;
-    } catch (const SqlError&) {
-      throw errors::NoProcedure(TextView(name_text).substr(5), {});
-    }
+    const Text text = ToText(TextOfPart(*statement.name_variable));
+    const std::optional<ObjectName> named = ParseObjectName(text, arena);
+    if (!named) throw errors::NoProcedure(text, {});
+    name = *named;
   }
   if (EqualText(name.object.text, kExecuteSql)) {
     ExecuteSql(statement);

@@ -138,7 +138,7 @@ void Interpreter::Perform(const SelectStatement& statement) {
   if (!kept->compiled.assigned.empty()) {
     SelectAssign(*kept);
   } else if (statement.query->selects[0]->has_into) {
-    SelectInto(*kept);
+    SelectInto(*kept, statement);
   } else {
     SendRows(*kept);
   }
@@ -149,27 +149,33 @@ void Interpreter::PerformChange(const Statement& statement) {
   const ExplainedRun explained(*this, statement);
   const std::shared_ptr<KeptStatement> kept =
       Prepared(&statement, [&](Compiler& compiler) { return compiler.Compile(statement); });
-  Affected(Change(*kept));
+  Affected(Change(*kept, statement));
   session_.last_error = 0;
 }
 
 // The whole of it happens or nothing. Returns how many rows its last part changed.
-std::int64_t Interpreter::Change(KeptStatement& statement) {
+std::int64_t Interpreter::Change(KeptStatement& kept, const Statement& statement) {
   Transaction transaction(storage_);
-  for (std::size_t i = 0; i < statement.compiled.sql.size(); ++i) {
-    const RunningStatement running(statement, i, storage_, session_);
-    while (storage_.Step(running.get())) {
+  std::int64_t changes = 0;
+  try {
+    for (std::size_t i = 0; i < kept.compiled.sql.size(); ++i) {
+      const RunningStatement running(kept, i, storage_, session_);
+      while (storage_.Step(running.get())) {
+      }
     }
+    changes = sqlite3_changes64(storage_.db());
+  } catch (const ConstraintFailure&) {
+    // The statement alone is undone; the right to write stays with the transaction.
+    changes = SettleRefused(statement);
   }
-  const std::int64_t changes = sqlite3_changes64(storage_.db());
   transaction.Commit();
   return changes;
 }
 
 // The new table is there with all its rows or not at all.
-void Interpreter::SelectInto(KeptStatement& statement) {
-  if (!statement.compiled.temporary.empty()) KeepTemporary(statement.compiled.temporary);
-  Affected(Change(statement));
+void Interpreter::SelectInto(KeptStatement& kept, const Statement& statement) {
+  if (!kept.compiled.temporary.empty()) KeepTemporary(kept.compiled.temporary);
+  Affected(Change(kept, statement));
 }
 
 void Interpreter::SendRows(KeptStatement& statement) {

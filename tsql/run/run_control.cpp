@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::int32_t kLeastError = 11;  // a lower severity is information
 constexpr std::int32_t kUser = 16;
+constexpr std::int32_t kMostUnlogged = 18;  // severities above go to the server's log
 constexpr std::int32_t kFirstUserNumber = 50000;
 
 // Takes the innermost caught error away when its CATCH ends.
@@ -47,6 +48,18 @@ MessageArgument ArgumentOf(const SqliteValue& value) {
   if (sqlite3_value_type(value.get()) == SQLITE_TEXT) return TextOf(value);
   return IntegerOf(value);
 }
+
+// Options of a session that are not to be set otherwise: whoever does wants other rows.
+struct FixedOption {
+  TextView name;
+  bool on;
+};
+constexpr FixedOption kFixedOptions[] = {
+    {u"ANSI_DEFAULTS", true}, {u"ANSI_NULLS", true},          {u"ANSI_NULL_DFLT_ON", true},
+    {u"ANSI_WARNINGS", true}, {u"NUMERIC_ROUNDABORT", false}, {u"CONCAT_NULL_YIELDS_NULL", true},
+};
+
+Text Setting(TextView option, bool on) { return Text(option) + (on ? u" ON" : u" OFF"); }
 
 }  // namespace
 
@@ -108,13 +121,13 @@ void Interpreter::Perform(const AssignStatement& statement) {
 
 void Interpreter::Perform(const PrintStatement& statement) {
   session_.row_count = 0;
-  // Bytes are text of the code page; all else keeps what that lacks.
-  const auto shown_as = [](std::size_t, const Type& own) {
+  // Bytes are shown as the characters of varchar, whose bytes they are.
+  const auto type_of = [](std::size_t, const Type& own) {
     return MakeType(IsBinary(own.kind) ? TypeKind::VarChar : TypeKind::NVarChar, kLongestBytes);
   };
   const Expr* const values[] = {statement.value};
-  const std::vector<SqliteValue> text = Evaluate(&statement, values, shown_as);
-  sink_->Message(ToText(TextOf(text[0])));
+  const std::vector<SqliteValue> texts = Evaluate(statement.value, values, type_of);
+  sink_->Message(ToText(TextOf(texts[0])));
   session_.last_error = 0;
 }
 
@@ -147,6 +160,14 @@ void Interpreter::SetDateOption(TextView name, const Expr& value) {
 void Interpreter::Perform(const SetOptionStatement& statement) {
   if (statement.value != nullptr) SetDateOption(statement.options[0].text, *statement.value);
   for (const Name& name : statement.options) {
+    for (const FixedOption& fixed : kFixedOptions) {
+      if (statement.on == fixed.on || !EqualText(name.text, fixed.name)) continue;
+      throw errors::OptionNotSupported(Setting(fixed.name, statement.on),
+                                       Setting(fixed.name, fixed.on),
+                                       PositionOf(session_.frame->text, name.offset));
+    }
+  }
+  for (const Name& name : statement.options) {
     if (EqualText(name.text, u"NOCOUNT")) session_.no_count = statement.on;
     if (EqualText(name.text, u"XACT_ABORT")) session_.xact_abort = statement.on;
   }
@@ -163,6 +184,9 @@ void Interpreter::Perform(const RaiseErrorStatement& statement) {
   const std::vector<SqliteValue> values = Evaluate(&statement, statement.values, type_of, &types);
   const auto severity = static_cast<std::int32_t>(IntegerOf(values[1]));
   const auto state = static_cast<std::int32_t>(IntegerOf(values[2]));
+  if (severity > kMostUnlogged && !statement.with_log) {
+    throw errors::SeverityWithoutLog(PositionOf(session_.frame->text, statement.offset));
+  }
   if (IsInteger(types[0].kind)) {
     throw errors::NoSuchMessage(static_cast<std::int32_t>(IntegerOf(values[0])), severity, state);
   }

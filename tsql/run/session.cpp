@@ -5,32 +5,12 @@
 namespace ledgerwick::tsql {
 namespace {
 
-// Errors of one statement that leave the rest of the batch running: what a value did, not what was
-// written.
-constexpr std::int32_t kOfStatement[] = {
-    201,  220,  232,  266,  281,  512,  515,  517,  535,  536,  537,  547,  1505, 2601,  2627,
-    2812, 3623, 3701, 3705, 3902, 3903, 8115, 8134, 8143, 8144, 8145, 8152, 8162, 18054,
-};
-
-// Values that cannot be converted, and what no statement can go on after.
-constexpr std::int32_t kOfBatch[] = {
-    0,   217, 234,  235,  241,  242,  244,  245,  248,  295,   701,
-    823, 824, 1105, 1222, 3906, 8114, 8169, 8170, 8631, 10704, 35100,
-};
-
 constexpr std::int32_t kCancelled = 0;
 constexpr std::int32_t kFirstUserNumber = 50000;
 
-template <std::size_t N>
-bool IsAmong(const std::int32_t (&numbers)[N], std::int32_t number) noexcept {
-  return std::find(std::begin(numbers), std::end(numbers), number) != std::end(numbers);
-}
-
 // How far an error goes without XACT_ABORT.
 Reach UsualReach(const SqlError& error) noexcept {
-  if (error.thrown || IsAmong(kOfBatch, error.number)) return Reach::Batch;
-  const bool raised = error.number >= kFirstUserNumber;
-  return raised || IsAmong(kOfStatement, error.number) ? Reach::Statement : Reach::Frame;
+  return error.thrown ? Reach::Batch : error.reach;
 }
 
 void BindText(sqlite3_stmt* statement, int index, const std::string& text) {

@@ -29,13 +29,6 @@ struct Frame {
   std::vector<std::string> temporaries;  // what drops the session's tables that it made
 };
 
-// How far the effect of an error goes when nothing catches it.
-enum class Reach {
-  Statement,  // the next statement runs
-  Frame,      // the procedure or the dynamic text ends, its caller goes on
-  Batch,      // everything ends, an open transaction is rolled back
-};
-
 // The session's state. It knows no statement.
 struct Session {
   std::int64_t row_count = 0;

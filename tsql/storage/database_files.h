@@ -23,6 +23,10 @@ inline constexpr int kApplicationId = 0x4C656467;
 inline constexpr int kFormatVersion = 2;
 inline constexpr int kOldestFormatOpened = 1;
 
+// Why a file of a higher number is refused: what this version would make of it nobody knows.
+inline constexpr const char* kNewerFormat =
+    "it was made by a newer version of Ledgerwick. Use that version, or a later one.";
+
 // `path` with `suffix` added to its last part.
 std::filesystem::path WithSuffix(std::filesystem::path path, const char* suffix);
 

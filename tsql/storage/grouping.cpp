@@ -195,13 +195,13 @@ void ReturnKey(sqlite3_context* context, const StoredValue& key) {
   }
 }
 
-// As SQLite's sum() does, or t_sum_dec().
+// As SQLite's sum() does, or t_sum_dec(). Throws SqlError 8115.
 void ReturnSum(sqlite3_context* context, const Total& total, bool units) {
   if (total.count == 0) return;
   if (total.has_fraction) return sqlite3_result_double(context, total.real);
   const auto narrow = static_cast<std::int64_t>(total.whole);
   if (total.overflow || (!units && narrow != total.whole)) {
-    return sqlite3_result_error(context, "integer overflow", -1);
+    throw errors::Overflow(units ? u"numeric" : u"bigint");
   }
   if (units) return ReturnUnits(context, total.whole, kMostDigits);
   sqlite3_result_int64(context, narrow);
@@ -217,7 +217,8 @@ int Column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int column) {
     if (groups.values[i - groups.keys] == 'n') {
       sqlite3_result_int64(context, total.count);
     } else {
-      ReturnSum(context, total, groups.values[i - groups.keys] == 'd');
+      return Guard(StateOf(cursor),
+                   [&] { ReturnSum(context, total, groups.values[i - groups.keys] == 'd'); });
     }
   }
   return SQLITE_OK;

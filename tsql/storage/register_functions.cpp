@@ -14,8 +14,6 @@
 namespace ledgerwick::tsql {
 namespace {
 
-constexpr std::int32_t kEngineSeverity = 17;
-
 // What a registered function finds behind its context.
 struct Registration {
   int null_arguments;
@@ -55,7 +53,7 @@ int Collate(void* state, int size_a, const void* a, int size_b, const void* b) n
 
 void Check(sqlite3* db, int result) {
   if (result == SQLITE_OK) return;
-  throw SqlError(result, kEngineSeverity, sqlite3_errmsg(db));
+  throw errors::Storage(sqlite3_errmsg(db));
 }
 
 void Register(sqlite3* db, const FunctionRow& row, FunctionState& state) {

@@ -127,7 +127,7 @@ void Storage::Fail(int result) {
   if (functions_.error) {
     const SqlError error = *functions_.error;
     functions_.error.reset();
-    throw error;
+    throw SqlError(error);
   }
   const bool cancelled = options_.cancel != nullptr && options_.cancel->load();
   switch (result & 0xFF) {
@@ -139,6 +139,8 @@ void Storage::Fail(int result) {
       throw errors::OutOfMemory();
     case SQLITE_TOOBIG:
       throw errors::TooComplex(sqlite3_errmsg(db()), {});
+    case SQLITE_CONSTRAINT:
+      throw ConstraintFailure();
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
       if (cancelled) throw errors::Cancelled();

@@ -18,6 +18,12 @@
 
 namespace ledgerwick::tsql {
 
+// A row that a constraint of the storage's refuses. Which row and which constraint, who ran the
+// statement finds out.
+struct ConstraintFailure : SqlError {
+  ConstraintFailure() : SqlError(errors::ConstraintViolated()) {}
+};
+
 // An open database with its tempdb attached. Every failure is a SqlError with the server's number.
 //
 // Whoever writes has a turn first: one for the books, one for tempdb, each in the order in which

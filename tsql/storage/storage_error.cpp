@@ -19,24 +19,6 @@ namespace fs = std::filesystem;
 
 constexpr const char* kIoError = "disk I/O error";  // as SQLite says it
 
-// "table.column" at the end of SQLite's message about a constraint.
-std::pair<Text, Text> ConstraintColumn(const std::string& message) {
-  const std::string_view name = std::string_view(message).substr(message.rfind(": ") + 2);
-  const std::size_t point = name.find('.');
-  if (point == std::string_view::npos) return {ToText(name), {}};
-  return {ToText(name.substr(0, point)), ToText(name.substr(point + 1))};
-}
-
-bool IsUpdate(sqlite3* db) {
-  const sqlite3_stmt* statement = sqlite3_next_stmt(db, nullptr);
-  for (; statement != nullptr;
-       statement = sqlite3_next_stmt(db, const_cast<sqlite3_stmt*>(statement))) {
-    const char* sql = sqlite3_sql(const_cast<sqlite3_stmt*>(statement));
-    if (sql != nullptr && std::strncmp(sql, "UPDATE", 6) == 0) return true;
-  }
-  return false;
-}
-
 // The system's reason for the last failure with the schema's file or, `log`, with its log; 0 for
 // none.
 int ReasonOf(sqlite3* db, const char* schema, bool log) {
@@ -134,19 +116,6 @@ bool IsTempdbDamaged(sqlite3* db) {
 
 SqlError StorageError(sqlite3* db, int result, const fs::path& database, bool& tempdb_damaged) {
   const std::string message = sqlite3_errmsg(db);
-  switch (result) {
-    case SQLITE_CONSTRAINT_NOTNULL: {
-      const auto [table, column] = ConstraintColumn(message);
-      return errors::NullNotAllowed(column, table, !IsUpdate(db));
-    }
-    case SQLITE_CONSTRAINT_PRIMARYKEY:
-    case SQLITE_CONSTRAINT_ROWID:
-      return errors::DuplicateKey(ConstraintColumn(message).first, true);
-    case SQLITE_CONSTRAINT_UNIQUE:
-      return errors::DuplicateKey(ConstraintColumn(message).first, false);
-    default:
-      break;
-  }
   switch (result & 0xFF) {
     case SQLITE_FULL:
       return errors::DiskFull(FindFailure(db, database).file);
@@ -168,7 +137,6 @@ SqlError StorageError(sqlite3* db, int result, const fs::path& database, bool& t
       return tempdb_damaged ? errors::TempdbDamaged(TempdbPath(database).string())
                             : errors::Damaged(database.string());
     case SQLITE_ERROR:
-      if (message == "integer overflow") return errors::Overflow(u"int");
       return errors::TooComplex(message, {});
     default:
       return errors::Storage(message);

@@ -27,11 +27,7 @@ constexpr const char* kTempdb = "tempdb";
 
 // An open failure: the cause and what helps.
 [[noreturn]] void Refuse(const fs::path& path, const std::string& why) {
-  const std::string text = "Cannot open database '" + path.string() + "': " + why;
-  DatabaseError error(kErrorFailed, u"Ledgerwick",
-                      TryFromUtf8(text).value_or(u"Cannot open the database."));
-  error.native = 4060;  // the server's number for a database that cannot be opened
-  throw error;
+  throw ToDatabaseError(errors::CannotOpen("open", path.string(), why));
 }
 
 bool HasNul(const fs::path& path) { return path.native().find('\0') != std::string::npos; }
@@ -269,8 +265,9 @@ void Storage::CheckFormat() {
   const SqliteStatement version = Prepare("PRAGMA main.user_version");
   const int format = Step(version.get()) ? sqlite3_column_int(version.get(), 0) : 0;
   if (format >= kOldestFormatOpened && format <= kFormatVersion) return;
-  Refuse(path_, "the file has the format of another version. `ledgerwick upgrade " +
-                    path_.string() + "` brings one of an older version to today's.");
+  if (format > kFormatVersion) Refuse(path_, kNewerFormat);
+  Refuse(path_, "the file has the format of an older version. `ledgerwick upgrade " +
+                    path_.string() + "` brings it to today's.");
 }
 
 // Rebuilds the indexes on text where they are in another order than this process has. Whoever uses

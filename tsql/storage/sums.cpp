@@ -41,6 +41,19 @@ void FinishSum(sqlite3_context* context) {
   });
 }
 
+// t_sum_bigint(x): as SQLite's own sum, whose overflow has no code of its own.
+void FinishBigIntSum(sqlite3_context* context) {
+  const auto* sum = static_cast<const Sum*>(sqlite3_aggregate_context(context, 0));
+  if (sum == nullptr || sum->count == 0) return;
+  Int128 whole = 0;
+  std::memcpy(&whole, sum->units.data(), sizeof whole);
+  RaiseInStatement(context, [&] {
+    const auto narrow = static_cast<std::int64_t>(whole);
+    if (sum->overflow || narrow != whole) throw errors::Overflow(u"bigint");
+    sqlite3_result_int64(context, narrow);
+  });
+}
+
 }  // namespace
 
 Int128 UnitsOf(sqlite3_value* value) noexcept {
@@ -62,11 +75,13 @@ void ReturnUnits(sqlite3_context* context, Int128 units, int precision) noexcept
 }
 
 int RegisterSums(sqlite3* db, FunctionState& state) {
-  const int result = sqlite3_create_function_v2(db, "t_sum_dec", 1, SQLITE_UTF8, &state, nullptr,
-                                                AddToSum, FinishSum<kMostDigits>, nullptr);
-  if (result != SQLITE_OK) return result;
-  return sqlite3_create_function_v2(db, "t_sum_money", 1, SQLITE_UTF8, &state, nullptr, AddToSum,
-                                    FinishSum<kMoneyPrecision>, nullptr);
+  const auto add = [&](const char* name, auto* finish) {
+    return sqlite3_create_function_v2(db, name, 1, SQLITE_UTF8, &state, nullptr, AddToSum, finish,
+                                      nullptr);
+  };
+  int result = add("t_sum_dec", FinishSum<kMostDigits>);
+  if (result == SQLITE_OK) result = add("t_sum_money", FinishSum<kMoneyPrecision>);
+  return result == SQLITE_OK ? add("t_sum_bigint", FinishBigIntSum) : result;
 }
 
 }  // namespace ledgerwick::tsql

@@ -116,10 +116,15 @@ Statement* Parser::RaiseError() {
     values.push_back(Constant());
   } while (Accept(Symbol::Comma));
   if (values.size() < 3) Fail();
+  constexpr std::size_t kMostValues = 3 + 20;
+  if (values.size() > kMostValues) {
+    throw errors::TooManyRaiseArguments(At(values[kMostValues]->offset));
+  }
   Expect(Symbol::RightParen);
   if (Is(Keyword::With) && Ahead(1).kind == TokenKind::Identifier) {
     Advance();
     do {
+      statement->with_log = IsWord(u"LOG") || statement->with_log;
       ExpectName();  // NOWAIT, LOG, SETERROR
     } while (Accept(Symbol::Comma));
   }

@@ -80,8 +80,9 @@ Statement* Parser::Alter() {
   Expect(Keyword::Add);
   std::vector<ColumnDefinition> definitions;
   do {
-    definitions.push_back(Definition(u"ALTER TABLE"));
-    if (definitions.back().primary_key || definitions.back().unique) Fail();
+    std::vector<TableKey> keys;
+    definitions.push_back(Definition(u"ALTER TABLE", keys));
+    if (!keys.empty()) Fail();
   } while (Accept(Symbol::Comma));
   statement->definitions = arena_.Copy(definitions);
   return statement;
@@ -127,7 +128,7 @@ Statement* Parser::CreateTable() {
     if (AtTableKey()) {
       keys.push_back(Key());
     } else {
-      definitions.push_back(Definition(u"CREATE TABLE"));
+      definitions.push_back(Definition(u"CREATE TABLE", keys));
     }
   } while (Accept(Symbol::Comma));
   Expect(Symbol::RightParen);
@@ -141,8 +142,8 @@ bool Parser::AtTableKey() const noexcept {
 }
 
 TableKey Parser::Key() {
-  if (Accept(Keyword::Constraint)) ExpectName();
   TableKey key;
+  if (Accept(Keyword::Constraint)) key.name = ExpectName();
   key.primary = Accept(Keyword::Primary);
   if (key.primary) {
     Expect(Keyword::Key);
@@ -174,8 +175,16 @@ void Parser::RequireNoVariables(std::size_t uses_before, TextView statement) con
   throw errors::VariableNotAllowed(statement, At(variable_uses_[uses_before]->offset));
 }
 
-ColumnDefinition Parser::Definition(TextView statement) {
+// A column, whose own keys are added to `keys`.
+ColumnDefinition Parser::Definition(TextView statement, std::vector<TableKey>& keys) {
   ColumnDefinition definition;
+  Name constraint;
+  const auto add_key = [&](bool primary) {
+    if (!Accept(Keyword::Clustered)) Accept(Keyword::Nonclustered);
+    const KeyColumn column{definition.name};
+    keys.push_back({constraint, primary, arena_.Copy(std::span<const KeyColumn>(&column, 1))});
+    constraint = {};
+  };
   definition.name = ExpectName();
   definition.type = TypeRule();
   definition.type.nullable = true;
@@ -190,14 +199,12 @@ ColumnDefinition Parser::Definition(TextView statement) {
       definition.default_value = Value();
       RequireNoVariables(uses_before, statement);
     } else if (Accept(Keyword::Constraint)) {
-      ExpectName();
+      constraint = ExpectName();
     } else if (Accept(Keyword::Primary)) {
       Expect(Keyword::Key);
-      if (!Accept(Keyword::Clustered)) Accept(Keyword::Nonclustered);
-      definition.primary_key = true;
-      definition.type.nullable = false;
+      add_key(true);
     } else if (Accept(Keyword::Unique)) {
-      definition.unique = true;
+      add_key(false);
     } else {
       return definition;
     }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <unordered_map>
 #include <vector>
@@ -18,6 +19,11 @@ namespace ledgerwick::tsql {
 // What `batch` consists of; its text and `arena` outlive the result. Throws SqlError with the
 // position of what could not be read.
 Batch ParseBatch(TextView batch, Arena& arena);
+
+// The name of an object that is the whole of `text`: one to three parts, bare, in brackets or in
+// quotes ("tempdb..[a.b]"), blanks around each. Nothing for a text that is no name. The name lives
+// in `arena`.
+std::optional<ObjectName> ParseObjectName(TextView text, Arena& arena);
 
 // A text with parameters, as sp_executesql takes it.
 struct ParametrisedBatch {
@@ -127,7 +133,7 @@ class Parser {
   std::int32_t DeclareVariable(const Name& name, const Type& type);
   Name ExpectVariable();
 
-  ColumnDefinition Definition(TextView statement);
+  ColumnDefinition Definition(TextView statement, std::vector<TableKey>& keys);
   TableKey Key();
   std::span<const KeyColumn> KeyColumns();
   bool AtTableKey() const noexcept;

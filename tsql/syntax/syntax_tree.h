@@ -141,23 +141,22 @@ struct Query {
   std::uint32_t offset = 0;
 };
 
-struct ColumnDefinition {
-  Name name;
-  Type type;
-  const Expr* default_value = nullptr;
-  bool primary_key = false;
-  bool unique = false;
-};
-
 struct KeyColumn {
   Name name;
   bool descending = false;
 };
 
-// A PRIMARY KEY or UNIQUE of a whole table.
+// A PRIMARY KEY or UNIQUE, of a column or a whole table.
 struct TableKey {
+  Name name;  // empty where none is written
   bool primary = false;
   std::span<const KeyColumn> columns;
+};
+
+struct ColumnDefinition {
+  Name name;
+  Type type;
+  const Expr* default_value = nullptr;
 };
 
 struct Assignment {
@@ -268,7 +267,7 @@ struct TruncateStatement : StatementOf<StatementKind::Truncate> {
 struct CreateTableStatement : StatementOf<StatementKind::CreateTable> {
   ObjectName target;
   std::span<const ColumnDefinition> definitions;
-  std::span<const TableKey> keys;
+  std::span<const TableKey> keys;  // those of its columns too
 };
 
 struct AlterTableStatement : StatementOf<StatementKind::AlterTable> {
@@ -347,6 +346,7 @@ struct RollbackTransactionStatement : StatementOf<StatementKind::RollbackTransac
 
 struct RaiseErrorStatement : StatementOf<StatementKind::RaiseError> {
   std::span<const Expr* const> values;  // message, severity, state, arguments…
+  bool with_log = false;
 };
 
 struct ThrowStatement : StatementOf<StatementKind::Throw> {

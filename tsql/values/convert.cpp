@@ -12,8 +12,6 @@
 namespace ledgerwick::tsql {
 namespace {
 
-constexpr std::int32_t kSeverity = 16;
-
 constexpr bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 std::string_view TrimBlanks(std::string_view text) noexcept {
@@ -28,9 +26,7 @@ Text Widen(const char* ascii) {
 }
 
 SqlError BadInteger(std::string_view text, TypeKind target, const char* source) {
-  return {245, kSeverity,
-          "Conversion failed when converting the " + std::string(source) + " value '" +
-              std::string(text) + "' to data type " + KindName(target) + "."};
+  return errors::ConversionFailed(source, text, KindName(target));
 }
 
 SqlError BadText(const char* source, TypeKind target) {
@@ -42,17 +38,14 @@ SqlError OverflowFrom(const char* source, TypeKind target) {
 }
 
 SqlError IntegerColumnOverflow(std::string_view text, TypeKind target, const char* source) {
-  const std::string value =
-      "The conversion of the " + std::string(source) + " value '" + std::string(text) + "' ";
   switch (target) {
     case TypeKind::BigInt:
       return OverflowFrom("expression", target);
     case TypeKind::Int:
-      return {248, kSeverity, value + "overflowed an int column."};
+      return errors::IntegerColumnOverflow(source, text, "int");
     default:
-      return {244, kSeverity,
-              value + "overflowed an " + (target == TypeKind::TinyInt ? "INT1" : "INT2") +
-                  " column. Use a larger integer column."};
+      return errors::IntegerColumnOverflow(source, text,
+                                           target == TypeKind::TinyInt ? "INT1" : "INT2");
   }
 }
 
@@ -80,9 +73,7 @@ SqlError IntegerOverflow(const std::string& number, TypeKind target) {
   if (target != TypeKind::TinyInt && target != TypeKind::SmallInt) {
     return OverflowFrom("expression", target);
   }
-  return {220, kSeverity,
-          std::string("Arithmetic overflow error for data type ") + KindName(target) +
-              ", value = " + number + "."};
+  return errors::ValueOverflow(KindName(target), number);
 }
 
 enum class IntegerText { kRead, kBad, kTooLarge };
@@ -221,8 +212,7 @@ Exact ParseMoney(std::string_view text, int precision) {
       ParseExact(plain, kMoneyScale, "expression",
                  KindName(precision == kMoneyPrecision ? TypeKind::Money : TypeKind::SmallMoney));
   if (!number) {
-    throw SqlError(235, kSeverity,
-                   "Cannot convert a char value to money. The char value has incorrect syntax.");
+    throw errors::BadMoney();
   }
   return Convert(*number, {precision, kMoneyScale}, Rest::Round, "expression");
 }

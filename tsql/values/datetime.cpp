@@ -7,6 +7,7 @@
 #include <ctime>
 #include <limits>
 
+#include "tsql/base/characters.h"
 #include "tsql/base/errors.h"
 #include "tsql/values/calendar.h"
 
@@ -14,8 +15,6 @@ namespace ledgerwick::tsql {
 namespace {
 
 namespace chrono = std::chrono;
-
-constexpr std::int32_t kSeverity = 16;
 
 constexpr std::int64_t MillisecondsOf(chrono::year_month_day day) {
   return StartOf(day) / kTicksPerMillisecond;
@@ -51,7 +50,7 @@ std::int64_t RoundToMinute(std::int64_t ms, const char* source) {
   constexpr std::int64_t kMinute = 60'000;
   constexpr std::int64_t kRoundUp = 30'001;  // 29.999 seconds count as a whole minute
   const std::int64_t rounded = FloorDivide(ms + kRoundUp, kMinute) * kMinute;
-  if (rounded < 0 || rounded >= kSmallEnd) throw errors::MomentOutOfRange(source, "smalldatetime");
+  if (rounded < 0 || rounded >= kSmallEnd) throw errors::DateOutOfRange(source, "smalldatetime");
   return rounded;
 }
 
@@ -206,7 +205,7 @@ std::int64_t FromTicks(std::int64_t ticks, const Type& type, const char* source)
       const std::int64_t half = kTicksPerMillisecond / 2;
       const std::int64_t ms = RoundDateTime(FloorDivide(ticks + half, kTicksPerMillisecond));
       if (type.kind == TypeKind::SmallDateTime) return RoundToMinute(ms, source);
-      if (ms < kLeast || ms >= kEnd) throw errors::MomentOutOfRange(source, "datetime");
+      if (ms < kLeast || ms >= kEnd) throw errors::DateOutOfRange(source, "datetime");
       return ms;
     }
   }
@@ -269,10 +268,7 @@ std::int64_t DateDiff(DatePart part, std::int64_t from, std::int64_t to) {
                         __builtin_mul_overflow(difference, kNanosecondsPerTick, &difference);
   if (too_many || difference < std::numeric_limits<std::int32_t>::min() ||
       difference > std::numeric_limits<std::int32_t>::max()) {
-    throw SqlError(535, kSeverity,
-                   "The datediff function resulted in an overflow. The number of dateparts "
-                   "separating two date/time instances is too large. Try to use datediff with a "
-                   "less precise datepart.");
+    throw errors::DateDiffOverflow();
   }
   return difference;
 }

@@ -212,7 +212,7 @@ std::string FormatMoment(std::int64_t ticks, const Type& type, int style,
                          const DateOptions& options) {
   const Parts parts = PartsOf(ticks, style == 130 || style == 131);
   const std::string_view whole = PatternOf(style, parts.fraction != 0);
-  if (whole.empty()) throw errors::InvalidStyle(style, KindName(type.kind));
+  if (whole.empty()) throw errors::BadDateStyle(style, KindName(type.kind));
   const std::string_view pattern = PatternFor(whole, type.kind);
   if (pattern.empty()) {
     const std::string_view name = KindName(type.kind);

@@ -10,18 +10,6 @@
 namespace ledgerwick::tsql {
 namespace {
 
-constexpr std::int32_t kSeverity = 16;
-
-SqlError WrongKind(std::size_t argument) {
-  return {2786, kSeverity,
-          "The data type of substitution parameter " + std::to_string(argument) +
-              " does not match the expected type of the format specification."};
-}
-
-SqlError BadPlace(std::string_view place) {
-  return {2787, kSeverity, "Invalid format specification: '" + std::string(place) + "'."};
-}
-
 // How one place of the format shows its argument: "%-5s".
 struct Place {
   bool left = false;
@@ -115,7 +103,7 @@ std::string FormatMessage(std::string_view format, std::span<const MessageArgume
       continue;
     }
     const std::size_t kind_at = format.find_first_not_of("-+0123456789.# hl", at + 1);
-    if (kind_at == std::string_view::npos) throw BadPlace(format.substr(at));
+    if (kind_at == std::string_view::npos) throw errors::FormatPlace(format.substr(at));
     const char kind = format[kind_at];
     const char* end = format.data() + kind_at;
     NextChar(end, format.data() + format.size());  // it may be any character
@@ -129,7 +117,7 @@ std::string FormatMessage(std::string_view format, std::span<const MessageArgume
     }
     const bool is_text = kind == 's';
     if (!is_text && std::string_view("diuxXo").find(kind) == std::string_view::npos) {
-      throw BadPlace(written);
+      throw errors::FormatPlace(written);
     }
     const MessageArgument argument = used < arguments.size() ? arguments[used] : MessageArgument();
     ++used;
@@ -138,7 +126,7 @@ std::string FormatMessage(std::string_view format, std::span<const MessageArgume
     if (text == nullptr && number == nullptr) {
       message += "(null)";
     } else if (is_text != (text != nullptr)) {
-      throw WrongKind(used);
+      throw errors::FormatArgumentKind(used);
     } else {
       message += is_text ? FormatText(place, *text) : FormatNumber(place, kind, *number);
     }
