@@ -22,11 +22,13 @@ class DatabaseError : public std::exception {
   Text description;     // the text, unchanged from whoever raised it
   Text help_file;       // empty where there is none
   std::uint32_t help_context = 0;
-  std::int32_t native = 0;  // the database server's own number, 0 where there is none
-  int line = 0;             // in the statement, counted from 1; 0 where unknown
-  int column = 0;           // in characters, counted from 1; 0 where unknown
-  Text procedure;           // the stored procedure that the line is in; empty for none
-  bool in_text = false;     // the line is in a text that the statement had executed
+  std::int32_t native = 0;    // the database server's own number, 0 where there is none
+  std::int32_t severity = 0;  // as the database server rates it, 0 where it does not
+  std::int32_t state = 1;     // where in the server it arose
+  int line = 0;               // in the statement, counted from 1; 0 where unknown
+  int column = 0;             // in characters, counted from 1; 0 where unknown
+  Text procedure;             // the stored procedure that the line is in; empty for none
+  bool in_text = false;       // the line is in a text that the statement had executed
 
   // The description in UTF-8; valid as long as the error.
   const char* what() const noexcept override { return what_.c_str(); }

@@ -18,6 +18,7 @@ struct ResultColumn {
   ColumnKind kind = ColumnKind::String;
   Text type;               // as the server writes it, for instance "varchar(20)"
   std::int32_t scale = 0;  // digits behind the point of a Decimal
+  bool nullable = true;    // false where no value is ever null
 };
 
 // Receives what a batch gives, in order. The calls of one result set are Columns, Row…, EndRows.
@@ -39,11 +40,21 @@ class ResultSink {
   // `count` rows were there, the ones that nobody wanted included.
   virtual void EndRows(std::int64_t count) = 0;
 
+  // As EndRows; an error keeps further rows away and follows.
+  virtual void BreakRows(std::int64_t count) { EndRows(count); }
+
   // A statement without a result set changed that many rows.
   virtual void RowsAffected(std::int64_t count) = 0;
 
   // A PRINT or a warning of the server.
   virtual void Message(const Text& text) = 0;
+
+  // The same with its number, severity, state and line.
+  virtual void Information(const DatabaseError& message) { Message(message.description); }
+
+  // The batch's first error, as it happens; Run throws it in the end all the same. An error that
+  // lets nothing of the batch run is thrown alone.
+  virtual void FirstError(const DatabaseError&) {}
 
   // A further error of a batch that went on after its first, which Run throws in the end.
   virtual void Error(const DatabaseError& error) { Message(error.description); }

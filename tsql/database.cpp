@@ -29,11 +29,20 @@ class CallersSink final : public ResultSink {
   void EndRows(std::int64_t count) override {
     CallBack([&] { sink_.EndRows(count); });
   }
+  void BreakRows(std::int64_t count) override {
+    CallBack([&] { sink_.BreakRows(count); });
+  }
   void RowsAffected(std::int64_t count) override {
     CallBack([&] { sink_.RowsAffected(count); });
   }
   void Message(const Text& text) override {
     CallBack([&] { sink_.Message(text); });
+  }
+  void Information(const DatabaseError& message) override {
+    CallBack([&] { sink_.Information(message); });
+  }
+  void FirstError(const DatabaseError& error) override {
+    CallBack([&] { sink_.FirstError(error); });
   }
   void Error(const DatabaseError& error) override {
     CallBack([&] { sink_.Error(error); });
@@ -66,6 +75,10 @@ class EmbeddedDatabase final : public Database {
       return interpreter_.RunExplained(batch, callers);
     });
   }
+
+  std::int64_t OpenTransactions() const override { return interpreter_.open_transactions(); }
+
+  Text CurrentDatabase() const override { return catalogue_.NameOf(catalogue_.current()); }
 
   std::unique_ptr<BulkLoader> Load(TextView table, std::span<const Text> columns) override {
     return AtBorder([&] { return NewBulkLoader(storage_, catalogue_, table, columns); });

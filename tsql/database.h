@@ -50,6 +50,12 @@ class Database : public BatchRunner {
   // not known.
   virtual std::vector<Explanation> Explain(TextView batch, bool run, ResultSink& sink) = 0;
 
+  // How many BEGIN TRAN wait for their COMMIT, as @@TRANCOUNT tells.
+  virtual std::int64_t OpenTransactions() const = 0;
+
+  // The name of the database that names without one are looked for in: USE changes it.
+  virtual Text CurrentDatabase() const = 0;
+
   // A loader for `columns` of `table`. One loader at a time, and no statement while it lives.
   virtual std::unique_ptr<BulkLoader> Load(TextView table, std::span<const Text> columns) = 0;
 

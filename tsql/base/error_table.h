@@ -205,6 +205,8 @@ inline constexpr ErrorRow kErrors[] = {
     {824, 24, Batch, kErrorFailed,
      "The tempdb '%1' is damaged; the database itself is not concerned. Tempdb is made anew when "
      "nobody else uses the database: end what uses it and try again."},
+    {911, 16, Frame, kSyntax,
+     "Database '%1' does not exist. Make sure that the name is entered correctly."},
     {1002, 15, Frame, kSyntax, "Line %1: Specified scale %2 is invalid."},
     {1007, 15, Frame, kSyntax,
      "The number '%1' is out of the range for numeric representation (maximum precision 38)."},

@@ -19,6 +19,8 @@ SqlError::SqlError(const ErrorRow& row, std::string message_utf8, Position where
 DatabaseError ToDatabaseError(const SqlError& error) {
   DatabaseError result(error.result, u"Ledgerwick", ToText(error.message));
   result.native = error.number;
+  result.severity = error.severity;
+  result.state = error.state;
   result.procedure = ToText(error.procedure);
   result.in_text = error.in_text;
   result.line = error.position.line;

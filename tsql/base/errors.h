@@ -151,6 +151,7 @@ SqlError NoTransaction(bool commit);                                 // 3902, 39
 SqlError TransactionCount(std::int64_t before, std::int64_t after);  // 266
 SqlError Raised(std::int32_t number, std::int32_t severity, std::int32_t state,
                 std::string message);
+SqlError Information(std::int32_t number, std::string message);  // no error: severity 0
 SqlError NoSuchMessage(std::int32_t number, std::int32_t severity, std::int32_t state);  // 18054
 SqlError TooManyRaiseArguments(Position at);                                             // 2747
 SqlError SeverityWithoutLog(Position at);                                                // 2754
@@ -209,6 +210,7 @@ SqlError NoTextOrder(const std::string& why);  // 448
 SqlError OtherTextOrder(const std::string& file);              // 1222
 SqlError ReservedName(TextView name, Position at);             // 262
 SqlError NameWithNul(TextView name, Position at);              // 1055
+SqlError NoDatabase(TextView name, Position at);               // 911
 SqlError Cancelled();                                          // 0
 SqlError OutOfMemory();                                        // 701
 SqlError Internal(const std::string& what);                    // 8624, what nobody has foreseen

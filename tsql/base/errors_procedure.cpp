@@ -55,6 +55,10 @@ SqlError Raised(std::int32_t number, std::int32_t severity, std::int32_t state,
   return error;
 }
 
+SqlError Information(std::int32_t number, std::string message) {
+  return Raised(number, 0, 1, std::move(message));
+}
+
 SqlError NoSuchMessage(std::int32_t number, std::int32_t severity, std::int32_t state) {
   return Make<18054>({}, number, severity, state);
 }
@@ -68,5 +72,7 @@ SqlError OptionNotSupported(const Text& option, const Text& usual, Position at) 
 
 SqlError ThrowOutsideCatch() { return Make<10704>({}); }
 SqlError ThrowNumber(std::int64_t number) { return Make<35100>({}, number); }
+
+SqlError NoDatabase(TextView name, Position at) { return Make<911>(at, name); }
 
 }  // namespace ledgerwick::tsql::errors

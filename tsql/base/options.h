@@ -12,6 +12,19 @@
 
 namespace ledgerwick::tsql {
 
+// What the embedded server says it is.
+inline constexpr int kServerMajor = 11;
+inline constexpr int kServerMinor = 0;
+inline constexpr int kServerBuild = 2100;
+
+// Who a connection is for, as functions such as SUSER_SNAME() tell it.
+struct SessionIdentity {
+  std::int32_t number = 51;  // @@SPID
+  Text user = u"sa";
+  Text host;
+  Text application;
+};
+
 struct DatabaseOptions {
   // Makes a new, empty database; the file must not exist. Otherwise the file must exist.
   bool create = false;
@@ -29,6 +42,9 @@ struct DatabaseOptions {
   // the writer last changed.
   std::chrono::milliseconds lock_wait = std::chrono::seconds(60);
 
+  // Refuses what would change the books with 3906; tempdb stays open to changes.
+  bool read_only = false;
+
   // When it turns true, the running statement stops, leaves nothing half done and fails. May be
   // set from a signal handler. Outlives the database.
   const std::atomic<bool>* cancel = nullptr;
@@ -42,6 +58,8 @@ struct DatabaseOptions {
   // The bytes that a batch may use while it is prepared and run, SQLite's share and the pages that
   // it reads included; 0 for no limit. Beyond it the statement fails with 701 and the batch ends.
   std::int64_t memory_limit = std::int64_t{1} << 30;
+
+  SessionIdentity session;
 
   // How freely queries are rewritten.
   Planning planning = Planning::Usual;

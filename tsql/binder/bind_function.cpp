@@ -225,7 +225,7 @@ void Binder::BringArgument(BoundExpr& expr, std::size_t i, char wanted) {
 }
 
 void Binder::TypeResult(BoundExpr& expr, FunctionResult result) {
-  const Type first = expr.args[0]->type;
+  const Type first = expr.args.empty() ? Type{} : expr.args[0]->type;
   const auto text = [](bool wide, std::int32_t length) {
     return MakeType(wide ? TypeKind::NVarChar : TypeKind::VarChar, length);
   };
@@ -264,6 +264,9 @@ void Binder::TypeResult(BoundExpr& expr, FunctionResult result) {
       expr.type = text(wide, wide ? kLongestUnits : kLongestBytes);
       return;
     }
+    case FunctionResult::Name:
+      expr.type = text(true, kLongestName);
+      return;
     case FunctionResult::Character:
     case FunctionResult::WideCharacter:
       expr.type = text(result == FunctionResult::WideCharacter, 1);

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -40,8 +41,13 @@ struct FunctionState {
   // Keeps `raised` for whoever runs the statement.
   void Keep(SqlError&& raised) noexcept { error.emplace(std::move(raised)); }
 
-  // Whether there is an object of that name ("tempdb..x"); empty until someone knows.
-  std::function<bool(TextView name)> object_exists;
+  // The number of the object of that name ("tempdb..x"), if there is one; empty until someone
+  // knows.
+  std::function<std::optional<std::int64_t>(TextView name)> object_id;
+
+  // What the session and the server are ("@@SPID", "Collation", "DB_NAME"), as text; empty until
+  // someone knows. `argument` belongs to the fact and is empty where it has none.
+  std::function<std::optional<std::string>(std::string_view fact, std::string_view argument)> fact;
 };
 
 // What a function keeps between the calls of one statement.

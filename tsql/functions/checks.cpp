@@ -17,12 +17,12 @@ void NotNull(Call& call) {
 // t_variable(variable): what the variable holds just now.
 void ReadVariable(Call& call) { call.ReturnVariable(0); }
 
-// t_object_id(name[, kind]): 1 for the name of an object, else NULL
+// t_object_id(name[, kind]): the number of the object, NULL for none
 void ObjectId(Call& call) {
-  const bool exists =
-      call.state().object_exists && call.state().object_exists(ToText(call.Utf8(0)));
-  if (!exists) return call.ReturnNull();
-  call.Return(std::int64_t{1});
+  if (!call.state().object_id) return call.ReturnNull();
+  const std::optional<std::int64_t> id = call.state().object_id(ToText(call.Utf8(0)));
+  if (!id) return call.ReturnNull();
+  call.Return(*id);
 }
 
 // t_error_512(): a subquery gave more than one row.

@@ -39,8 +39,9 @@ std::span<const FunctionSignature> ChoiceFunctions() { return kChoices; }
 const FunctionSignature* FindFunction(TextView name) {
   static const auto kByName = [] {
     std::unordered_map<TextView, const FunctionSignature*, NameHash, SameName> by_name;
-    for (const auto table : {CheckFunctions(), ChoiceFunctions(), ConversionFunctions(),
-                             DateFunctions(), NumberFunctions(), TextFunctions()}) {
+    for (const auto table :
+         {CheckFunctions(), ChoiceFunctions(), ConversionFunctions(), DateFunctions(),
+          NumberFunctions(), SessionFunctions(), TextFunctions()}) {
       for (const FunctionSignature& function : table) {
         by_name.emplace(function.name, &function);
       }

@@ -53,6 +53,7 @@ enum class FunctionResult : std::uint8_t {
   Sign,          // of the first argument, with room for a 1
   Text,          // as long as the first argument
   LongText,      // of the longest length; n-text as soon as an argument is
+  Name,          // of an object, a user and the like
   Character,     // one of varchar
   WideCharacter  // one of nvarchar
 };
@@ -86,6 +87,7 @@ std::span<const FunctionSignature> ChoiceFunctions();
 std::span<const FunctionSignature> ConversionFunctions();
 std::span<const FunctionSignature> DateFunctions();
 std::span<const FunctionSignature> NumberFunctions();
+std::span<const FunctionSignature> SessionFunctions();
 std::span<const FunctionSignature> TextFunctions();
 
 // The function of that name without regard to case, or nullptr.

@@ -25,6 +25,7 @@ std::span<const FunctionRow> CheckHelpers();
 std::span<const FunctionRow> ConversionHelpers();
 std::span<const FunctionRow> ExactHelpers();
 std::span<const FunctionRow> NumberHelpers();
+std::span<const FunctionRow> SessionHelpers();
 std::span<const FunctionRow> TextHelpers();
 
 // The integer type of that name.

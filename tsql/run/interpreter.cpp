@@ -2,22 +2,27 @@
 
 #include <type_traits>
 
+#include "tsql/functions/type_facts.h"
 #include "tsql/syntax/parser.h"
 
 namespace ledgerwick::tsql {
 
 Interpreter::Interpreter(Storage& storage, Catalogue& catalogue)
     : storage_(storage), catalogue_(catalogue) {
-  storage.functions().object_exists = [this](TextView name) { return ObjectExists(name); };
+  storage.functions().object_id = [this](TextView name) { return ObjectId(name); };
+  storage.functions().fact = [this](std::string_view fact, std::string_view argument) {
+    return Fact(fact, argument);
+  };
 }
 
 // For OBJECT_ID. A text that is no name names no object.
-bool Interpreter::ObjectExists(TextView text) {
+std::optional<std::int64_t> Interpreter::ObjectId(TextView text) {
   Arena scratch;
   const std::optional<ObjectName> name = ParseObjectName(text, scratch);
-  if (!name) return false;
+  if (!name) return std::nullopt;
   catalogue_.Refresh();
-  return Binder(text, scratch, catalogue_).ObjectExists(*name);
+  if (!Binder(text, scratch, catalogue_).ObjectExists(*name)) return std::nullopt;
+  return ObjectKey(name->object.text);
 }
 
 void Interpreter::Run(TextView text, ResultSink& sink) {
@@ -69,7 +74,14 @@ void Interpreter::Tell(const SqlError& error) {
     sink_->Error(ToDatabaseError(error));
   } else {
     session_.first_error = error;
+    sink_->FirstError(ToDatabaseError(error));
   }
+}
+
+// What is no error and goes to the sink at once.
+void Interpreter::Inform(SqlError message, const Statement& statement) {
+  Locate(message, statement);
+  sink_->Information(ToDatabaseError(message));
 }
 
 // True when the next statement runs: the error was the statement's alone, or that of a call which
@@ -96,6 +108,8 @@ Flow Interpreter::Execute(const Statement& statement) {
 }
 
 Flow Interpreter::ExecuteAt(const Statement& statement) {
+  if (session_.format_only && OnlyDescribes(statement)) return Flow::Next;
+  if (BeginsTransaction(statement)) BeginTransaction();
   return VisitStatement(statement, [&](const auto& s) -> Flow {
     if constexpr (std::is_void_v<decltype(Perform(s))>) {
       Perform(s);
@@ -104,6 +118,52 @@ Flow Interpreter::ExecuteAt(const Statement& statement) {
       return Perform(s);
     }
   });
+}
+
+// SET IMPLICIT_TRANSACTIONS: what reads or changes tables.
+bool Interpreter::BeginsTransaction(const Statement& statement) const noexcept {
+  if (!session_.implicit_transactions || session_.transactions > 0) return false;
+  switch (statement.kind) {
+    case StatementKind::Select:
+      return As<SelectStatement>(statement)->query->selects[0]->from != nullptr;
+    case StatementKind::Insert:
+    case StatementKind::Update:
+    case StatementKind::Delete:
+    case StatementKind::Truncate:
+    case StatementKind::CreateTable:
+    case StatementKind::AlterTable:
+    case StatementKind::CreateIndex:
+    case StatementKind::Drop:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// SET FMTONLY: true for a statement that is done with when its columns have been told. Variables,
+// options, calls and control flow go on as ever.
+bool Interpreter::OnlyDescribes(const Statement& statement) {
+  switch (statement.kind) {
+    case StatementKind::Select: {
+      const Query& query = *As<SelectStatement>(statement)->query;
+      const Select& first = *query.selects[0];
+      if (first.items[0].variable == nullptr && !first.has_into) Describe(query);
+      return true;
+    }
+    case StatementKind::If:
+    case StatementKind::While:
+    case StatementKind::Block:
+    case StatementKind::TryCatch:
+    case StatementKind::Return:
+    case StatementKind::SetOption:
+    case StatementKind::Use:
+    case StatementKind::Assign:
+    case StatementKind::ExecuteText:
+    case StatementKind::ExecuteProcedure:
+      return false;
+    default:
+      return true;
+  }
 }
 
 void Interpreter::Affected(std::int64_t rows) {

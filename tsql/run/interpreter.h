@@ -66,6 +66,8 @@ class Interpreter {
   // calls, as they first came to run.
   std::vector<Explanation> RunExplained(TextView batch, ResultSink& sink);
 
+  std::int64_t open_transactions() const noexcept { return session_.transactions; }
+
  private:
   Flow Execute(const Statement& statement);
   Flow ExecuteAt(const Statement& statement);  // without a position in the error
@@ -73,9 +75,17 @@ class Interpreter {
   void KeepTemporary(const std::string& table);
   bool FailedToDrop(const SqlError& error, const Statement& statement) const;
   void Locate(SqlError& error, const Statement& statement) const;
-  bool ObjectExists(TextView name);
+  std::optional<std::int64_t> ObjectId(TextView name);
+  std::optional<std::string> Fact(std::string_view fact, std::string_view argument);  // facts.cpp
+  std::optional<std::string> ObjectFact(std::string_view fact, std::string_view id);
+  bool BeginsTransaction(const Statement& statement) const noexcept;
+  bool OnlyDescribes(const Statement& statement);
+  void Describe(const Query& query);
+  void BeginTransaction();
+  void SetValue(TextView option, const Expr& expr, const Statement& statement);
   bool EndsHere(const SqlError& error) const;
   void Tell(const SqlError& error);
+  void Inform(SqlError message, const Statement& statement);
   void Affected(std::int64_t rows);
   Binder NewBinder(Arena& arena);
   Compiler NewCompiler(Arena& arena);
@@ -134,6 +144,7 @@ class Interpreter {
   void Perform(const RaiseErrorStatement& statement);
   void Perform(const ThrowStatement& statement);
   void Perform(const SetOptionStatement& statement);
+  void Perform(const UseStatement& statement);
   void Perform(const PrintStatement& statement);
   void Perform(const BeginTransactionStatement& statement);
   void Perform(const CommitTransactionStatement& statement);
@@ -150,7 +161,7 @@ class Interpreter {
   // Control flow and transactions (run_control.cpp)
   Flow RunAll(Statements statements);
   void SetDates(const DateOptions& dates);
-  void SetDateOption(TextView name, const Expr& value);
+  void SetDateOption(TextView name, const Expr& value, const Statement& statement);
   void RollbackTransaction();
   void FollowTransaction();
 

@@ -30,7 +30,7 @@ std::vector<ResultColumn> DescribeColumns(const Compiled& query) {
     const Type& type = query.types[i];
     const std::string declaration = TypeName(type);
     columns.push_back({Text(query.names[i]), KindOf(type.kind),
-                       Text(declaration.begin(), declaration.end()), type.scale});
+                       Text(declaration.begin(), declaration.end()), type.scale, type.nullable});
   }
   return columns;
 }
@@ -178,6 +178,14 @@ void Interpreter::SelectInto(KeptStatement& kept, const Statement& statement) {
   Affected(Change(kept, statement));
 }
 
+// What the rows would be, without them.
+void Interpreter::Describe(const Query& query) {
+  Arena arena;
+  catalogue_.Refresh();
+  sink_->Columns(DescribeColumns(NewCompiler(arena).CompileQuery(query)));
+  sink_->EndRows(0);
+}
+
 void Interpreter::SendRows(KeptStatement& statement) {
   const RunningStatement running(statement, 0, storage_, session_);
   const Compiled& query = statement.compiled;
@@ -187,7 +195,8 @@ void Interpreter::SendRows(KeptStatement& statement) {
   bool more = storage_.Step(running.get());
   sink_->Columns(columns);
   try {
-    for (; more; more = storage_.Step(running.get()), ++count) {
+    const std::int64_t limit = session_.row_limit > 0 ? session_.row_limit : INT64_MAX;
+    for (; more && count < limit; more = storage_.Step(running.get()), ++count) {
       if (!sink_->WantsRow()) continue;
       for (std::size_t i = 0; i < columns.size(); ++i) {
         values[i] = ReadValue(running.get(), static_cast<int>(i), query.types[i]);
@@ -195,7 +204,7 @@ void Interpreter::SendRows(KeptStatement& statement) {
       sink_->Row(values);
     }
   } catch (const SqlError&) {
-    sink_->EndRows(count);  // the rows before the failure have been given
+    sink_->BreakRows(count);  // the rows before the failure have been given
     throw;
   }
   sink_->EndRows(count);

@@ -1,5 +1,7 @@
 // Variables, control flow, errors raised and caught, transactions.
 #include <algorithm>
+#include <charconv>
+#include <chrono>
 
 #include "tsql/base/characters.h"
 #include "tsql/run/interpreter.h"
@@ -72,12 +74,20 @@ Flow Interpreter::RunAll(Statements statements) {
 }
 
 Flow Interpreter::Perform(const IfStatement& statement) {
+  if (session_.format_only) {
+    Execute(*statement.then_branch);
+    return statement.else_branch != nullptr ? Execute(*statement.else_branch) : Flow::Next;
+  }
   if (Holds(*statement.condition)) return Execute(*statement.then_branch);
   return statement.else_branch != nullptr ? Execute(*statement.else_branch) : Flow::Next;
 }
 
 Flow Interpreter::Perform(const WhileStatement& statement) {
   const Repeating repeating(*session_.frame);
+  if (session_.format_only) {
+    Execute(*statement.body);
+    return Flow::Next;
+  }
   while (Holds(*statement.condition)) {
     // The storage itself looks at long statements only.
     storage_.CheckCancelled();
@@ -127,7 +137,7 @@ void Interpreter::Perform(const PrintStatement& statement) {
   };
   const Expr* const values[] = {statement.value};
   const std::vector<SqliteValue> texts = Evaluate(statement.value, values, type_of);
-  sink_->Message(ToText(TextOf(texts[0])));
+  Inform(errors::Information(0, std::string(TextOf(texts[0]))), statement);
   session_.last_error = 0;
 }
 
@@ -139,7 +149,7 @@ void Interpreter::SetDates(const DateOptions& dates) {
 }
 
 // SET DATEFIRST, DATEFORMAT and LANGUAGE.
-void Interpreter::SetDateOption(TextView name, const Expr& value) {
+void Interpreter::SetDateOption(TextView name, const Expr& value, const Statement& statement) {
   DateOptions dates = storage_.functions().dates;
   if (EqualText(name, u"DATEFIRST")) {
     const std::int64_t day = IntegerOf(Evaluate(value, MakeType(TypeKind::Int)));
@@ -153,12 +163,14 @@ void Interpreter::SetDateOption(TextView name, const Expr& value) {
     return SetDates(dates);
   }
   SetDates(OptionsOf(LanguageByName(word)));
-  sink_->Message(u"Changed language setting to " +
-                 Text(LanguageName(storage_.functions().dates.language)) + u".");
+  constexpr std::int32_t kChanged = 5703;
+  const TextView language = LanguageName(storage_.functions().dates.language);
+  Inform(errors::Information(kChanged, "Changed language setting to " + ToUtf8(language) + "."),
+         statement);
 }
 
 void Interpreter::Perform(const SetOptionStatement& statement) {
-  if (statement.value != nullptr) SetDateOption(statement.options[0].text, *statement.value);
+  if (statement.value != nullptr) SetValue(statement.options[0].text, *statement.value, statement);
   for (const Name& name : statement.options) {
     for (const FixedOption& fixed : kFixedOptions) {
       if (statement.on == fixed.on || !EqualText(name.text, fixed.name)) continue;
@@ -170,9 +182,44 @@ void Interpreter::Perform(const SetOptionStatement& statement) {
   for (const Name& name : statement.options) {
     if (EqualText(name.text, u"NOCOUNT")) session_.no_count = statement.on;
     if (EqualText(name.text, u"XACT_ABORT")) session_.xact_abort = statement.on;
+    if (EqualText(name.text, u"FMTONLY")) session_.format_only = statement.on;
+    if (EqualText(name.text, u"IMPLICIT_TRANSACTIONS")) {
+      session_.implicit_transactions = statement.on;
+    }
   }
   session_.row_count = 0;
   session_.last_error = 0;
+}
+
+// What an option is set to that has more than two positions.
+void Interpreter::SetValue(TextView option, const Expr& expr, const Statement& statement) {
+  if (EqualText(option, u"DATEFIRST") || EqualText(option, u"DATEFORMAT") ||
+      EqualText(option, u"LANGUAGE")) {
+    return SetDateOption(option, expr, statement);
+  }
+  const std::string value = TextOfPart(expr);
+  std::int64_t number = 0;
+  std::from_chars(value.data(), value.data() + value.size(), number);
+  if (EqualText(option, u"ROWCOUNT")) session_.row_limit = std::max<std::int64_t>(number, 0);
+  if (EqualText(option, u"TEXTSIZE")) session_.text_size = std::to_string(number);
+  if (EqualText(option, u"LOCK_TIMEOUT")) {
+    session_.lock_timeout = std::to_string(number);
+    storage_.SetLockWait(number < 0 ? std::nullopt
+                                    : std::optional(std::chrono::milliseconds(number)));
+  }
+}
+
+void Interpreter::Perform(const UseStatement& statement) {
+  constexpr std::int32_t kChanged = 5701;
+  const Name& name = statement.database;
+  session_.row_count = 0;
+  const std::optional<DatabaseId> database = catalogue_.FindDatabase(name.text, {});
+  if (!database) {
+    throw errors::NoDatabase(name.text, PositionOf(session_.frame->text, name.offset));
+  }
+  catalogue_.Use(*database);
+  const std::string now = ToUtf8(catalogue_.NameOf(*database));
+  Inform(errors::Information(kChanged, "Changed database context to '" + now + "'."), statement);
 }
 
 void Interpreter::Perform(const RaiseErrorStatement& statement) {
@@ -196,7 +243,7 @@ void Interpreter::Perform(const RaiseErrorStatement& statement) {
   }
   const std::string message = FormatMessage(TextOf(values[0]), arguments);
   if (severity >= kLeastError) throw errors::Raised(kFirstUserNumber, severity, state, message);
-  sink_->Message(ToText(message));
+  Inform(errors::Raised(kFirstUserNumber, severity, state, message), statement);
   session_.last_error = 0;
   session_.row_count = 0;
 }
@@ -223,9 +270,16 @@ void Interpreter::Perform(const ThrowStatement& statement) {
 // process for good.
 void Interpreter::Perform(const BeginTransactionStatement&) {
   session_.row_count = 0;
-  if (session_.transactions == 0) storage_.Execute("BEGIN IMMEDIATE");
-  ++session_.transactions;
+  BeginTransaction();
   session_.last_error = 0;
+}
+
+void Interpreter::BeginTransaction() {
+  if (session_.transactions == 0) {
+    // Who may not write takes nobody's turn.
+    storage_.Execute(storage_.options().read_only ? "BEGIN" : "BEGIN IMMEDIATE");
+  }
+  ++session_.transactions;
 }
 
 void Interpreter::Perform(const CommitTransactionStatement&) {

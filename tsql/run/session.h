@@ -36,6 +36,11 @@ struct Session {
   std::int64_t transactions = 0;
   bool no_count = false;
   bool xact_abort = false;
+  bool implicit_transactions = false;  // a statement that reads or writes begins one
+  bool format_only = false;            // results are described, nothing else happens
+  std::int64_t row_limit = 0;          // of what a SELECT gives; 0 for none
+  std::string text_size = "2147483647";
+  std::string lock_timeout = "-1";
 
   // Of the running batch.
   Frame* frame = nullptr;

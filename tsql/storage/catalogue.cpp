@@ -4,77 +4,17 @@
 
 #include "tsql/base/characters.h"
 #include "tsql/base/errors.h"
+#include "tsql/storage/system_procedures.h"
+#include "tsql/storage/system_tables.h"
 
 namespace ledgerwick::tsql {
 namespace {
-
-struct SystemColumn {
-  const char* name;
-  Type type;
-};
-
-Type TextType(TypeKind kind, std::int32_t length) {
-  Type type;
-  type.kind = kind;
-  type.length = length;
-  type.nullable = false;
-  return type;
-}
 
 // SQLite gives some names of its own, INT and REAL, back in capitals.
 Type DeclaredType(std::string declaration) {
   std::transform(declaration.begin(), declaration.end(), declaration.begin(),
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
   return ParseTypeName(declaration);
-}
-
-// A table of the system's, read from SQLite's own catalogue.
-std::unique_ptr<Table> SystemTable(DatabaseId database, const char* name, const std::string& query,
-                                   const std::vector<SystemColumn>& columns) {
-  auto table = std::make_unique<Table>();
-  table->kind = TableKind::System;
-  table->database = database;
-  table->name = ToText(name);
-  table->sql = "(" + query + ")";
-  for (const SystemColumn& column : columns) {
-    const auto index = static_cast<std::int32_t>(table->columns.size());
-    table->columns.push_back({ToText(column.name), QuoteIdentifier(column.name), column.type, {}});
-    table->column_by_name.emplace(FoldText(table->columns.back().name), index);
-  }
-  return table;
-}
-
-// Every user table and module: name and kind, 'U' for a table.
-std::string ObjectsQuery(DatabaseId database) {
-  const std::string schema = SchemaName(database);
-  return "SELECT name, 'U' AS kind FROM " + schema +
-         ".sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite!_%' ESCAPE '!' AND name "
-         "NOT LIKE 'ledgerwick!_%' ESCAPE '!'" +
-         (database == DatabaseId::Session
-              ? ""  // which has no modules
-              : " UNION ALL SELECT name, kind FROM " + schema + "." + kModulesTable);
-}
-
-std::unique_ptr<Table> SysObjects(DatabaseId database) {
-  return SystemTable(database, "sysobjects",
-                     "SELECT name, kind || ' ' AS xtype, kind || ' ' AS type FROM (" +
-                         ObjectsQuery(database) + ")",
-                     {{"name", TextType(TypeKind::NVarChar, kLongestName)},
-                      {"xtype", TextType(TypeKind::Char, 2)},
-                      {"type", TextType(TypeKind::Char, 2)}});
-}
-
-std::unique_ptr<Table> SchemaTables(DatabaseId database, const Text& database_name) {
-  return SystemTable(
-      database, "TABLES",
-      "SELECT " + QuoteLiteral(ToUtf8(database_name)) +
-          " AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, name AS TABLE_NAME, CASE kind WHEN 'U' THEN "
-          "'BASE TABLE' ELSE 'VIEW' END AS TABLE_TYPE FROM (" +
-          ObjectsQuery(database) + ") WHERE kind <> 'P'",
-      {{"TABLE_CATALOG", TextType(TypeKind::NVarChar, kLongestName)},
-       {"TABLE_SCHEMA", TextType(TypeKind::NVarChar, kLongestName)},
-       {"TABLE_NAME", TextType(TypeKind::NVarChar, kLongestName)},
-       {"TABLE_TYPE", TextType(TypeKind::VarChar, 10)}});
 }
 
 }  // namespace
@@ -120,9 +60,22 @@ void Catalogue::Refresh() {
 std::optional<DatabaseId> Catalogue::FindDatabase(TextView name, TextView object) const {
   if (object.starts_with(u"##")) return DatabaseId::Tempdb;
   if (object.starts_with(u'#')) return DatabaseId::Session;
-  if (name.empty() || EqualText(name, main_name_)) return DatabaseId::Main;
+  if (name.empty()) return current_;
+  if (EqualText(name, main_name_)) return DatabaseId::Main;
   if (EqualText(name, u"tempdb")) return DatabaseId::Tempdb;
   return std::nullopt;
+}
+
+Text Catalogue::NameOf(DatabaseId database) const {
+  return database == DatabaseId::Main ? main_name_ : Text(u"tempdb");
+}
+
+std::optional<std::pair<std::string, char>> Catalogue::FindById(std::int64_t id) {
+  const SqliteStatement query = storage_.Prepare(
+      "SELECT name, kind FROM (" + ObjectsQuery(current_) + ") WHERE t_object_key(name) = ?1");
+  sqlite3_bind_int64(query.get(), 1, id);
+  if (!storage_.Step(query.get())) return std::nullopt;
+  return std::pair(std::string(ColumnText(query.get(), 0)), ColumnText(query.get(), 1)[0]);
 }
 
 void Catalogue::LoadNames(DatabaseId database, Cache& cache) {
@@ -141,17 +94,14 @@ const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name
   if (!schema.empty() && !information && !EqualText(schema, u"dbo") && !EqualText(schema, u"sys")) {
     return nullptr;
   }
-  const Text key = (information ? u"information_schema." : u"") + FoldText(name);
+  const bool system = information || EqualText(schema, u"sys");
+  const Text key = (information ? u"information_schema." : system ? u"sys." : u"") + FoldText(name);
   if (const auto found = cache.tables.find(key); found != cache.tables.end()) {
     return found->second.get();
   }
-  std::unique_ptr<Table> table;
-  if (information) {
-    const Text database_name = database == DatabaseId::Main ? main_name_ : Text(u"tempdb");
-    if (EqualText(name, u"TABLES")) table = SchemaTables(database, database_name);
-  } else if (EqualText(name, u"sysobjects")) {
-    table = SysObjects(database);
-  } else {
+  std::unique_ptr<Table> table =
+      NewSystemTable(database, schema, name, NameOf(database), main_name_);
+  if (!table && !system) {
     if (!cache.names_loaded) LoadNames(database, cache);
     const auto stored = cache.names.find(key);
     if (stored != cache.names.end()) {
@@ -165,6 +115,7 @@ const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name
 }
 
 const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView schema, TextView name) {
+  if (EqualText(schema, u"sys")) return FindSystemProcedure(name);
   if (!schema.empty() && !EqualText(schema, u"dbo")) return nullptr;
   if (database == DatabaseId::Session) return nullptr;
   Cache& cache = caches_[static_cast<std::size_t>(database)];
@@ -182,7 +133,7 @@ const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView sche
     cache.procedures_loaded = true;
   }
   const auto found = cache.procedures.find(FoldText(name));
-  return found == cache.procedures.end() ? nullptr : &found->second;
+  return found == cache.procedures.end() ? FindSystemProcedure(name) : &found->second;
 }
 
 std::int64_t Catalogue::RowEstimate(const Table& table) {

@@ -99,6 +99,20 @@ class Catalogue {
   // tempdb, whatever is written.
   std::optional<DatabaseId> FindDatabase(TextView database, TextView object) const;
 
+  // Has names that are written without a database be looked for in `database`, Main or Tempdb.
+  void Use(DatabaseId database) noexcept {
+    current_ = database;
+    ++version_;  // names stand for others
+  }
+  DatabaseId current() const noexcept { return current_; }
+
+  // The name of Main or Tempdb.
+  Text NameOf(DatabaseId database) const;
+
+  // The name and the kind ('U', 'V', 'P') of the object of that number (type_facts.h) in the
+  // current database.
+  std::optional<std::pair<std::string, char>> FindById(std::int64_t id);
+
   // The table or view of that name, or nullptr. `schema` is as written: empty, dbo, sys or
   // INFORMATION_SCHEMA.
   const Table* Find(DatabaseId database, TextView schema, TextView name);
@@ -143,6 +157,7 @@ class Catalogue {
   Storage& storage_;
   Text main_name_;
   std::uint64_t version_ = 1;
+  DatabaseId current_ = DatabaseId::Main;
   std::array<Cache, kDatabases> caches_;
   std::array<SqliteStatement, kDatabases> version_queries_;
 };

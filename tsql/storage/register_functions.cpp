@@ -89,12 +89,12 @@ void ChooseOptimizations(sqlite3* db, std::size_t text_size) noexcept {
 void RegisterFunctions(sqlite3* db, FunctionState& state) {
   ChooseOptimizations(db, 0);
   Check(db, sqlite3_create_collation_v2(db, kCollation, SQLITE_UTF8, &state, Collate, nullptr));
-  for (const auto table :
-       {CheckHelpers(), ConversionHelpers(), ExactHelpers(), NumberHelpers(), TextHelpers()}) {
+  for (const auto table : {CheckHelpers(), ConversionHelpers(), ExactHelpers(), NumberHelpers(),
+                           SessionHelpers(), TextHelpers()}) {
     for (const FunctionRow& row : table) Register(db, row, state);
   }
   for (const auto table : {CheckFunctions(), ConversionFunctions(), DateFunctions(),
-                           NumberFunctions(), TextFunctions()}) {
+                           NumberFunctions(), SessionFunctions(), TextFunctions()}) {
     for (const FunctionSignature& function : table) {
       if (function.implementation == nullptr) continue;
       const std::string name = "t_" + ToUtf8(function.name);

@@ -22,7 +22,8 @@ struct Written {
 };
 
 Written WrittenBy(std::string_view sql) noexcept {
-  if (sql.starts_with("BEGIN")) return {true, true};
+  if (sql.starts_with("BEGIN IMMEDIATE")) return {true, true};
+  if (sql.starts_with("BEGIN")) return {};
   if (sql.starts_with("PRAGMA")) return {};
   const std::string_view before = sql.substr(0, std::min(sql.find('.'), sql.size()));
   return {before.ends_with(" main"), before.ends_with(" tempdb")};
@@ -34,6 +35,9 @@ void Storage::TakeTurns(sqlite3_stmt* statement) {
   const char* sql = sqlite3_sql(statement);
   if (sql == nullptr) return;
   const Written written = WrittenBy(sql);
+  if (options_.read_only && written.main && !written.tempdb) {
+    throw errors::ReadOnly(path_.string());
+  }
   if (written.main && !main_turn_->held()) main_turn_->Acquire(options_);
   if (!written.tempdb || tempdb_turn_->held()) return;
   try {

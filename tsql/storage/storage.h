@@ -50,6 +50,11 @@ class Storage {
   // in the folder that stands in for its own.
   const std::filesystem::path& beside() const noexcept { return beside_; }
 
+  // How long statements wait from now on; nothing for as long as the database was opened with.
+  void SetLockWait(std::optional<std::chrono::milliseconds> wait) noexcept {
+    options_.lock_wait = wait.value_or(usual_lock_wait_);
+  }
+
   SqliteStatement Prepare(const std::string& sql);
 
   // True while there is a row. Throws the statement's error, 8115 where a float has overflowed, and
@@ -107,6 +112,7 @@ class Storage {
   std::filesystem::path path_;
   DatabaseOptions options_;
   std::filesystem::path beside_;
+  std::chrono::milliseconds usual_lock_wait_ = options_.lock_wait;
   FunctionState functions_;
   std::chrono::steady_clock::time_point wait_start_;
   std::exception_ptr callers_exception_;  // of `progress`, thrown while SQLite ran

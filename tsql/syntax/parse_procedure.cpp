@@ -50,11 +50,27 @@ Expr* Parser::VariableRule() {
   } else if (const SystemVariableName* system = FindSystemVariable(name.text)) {
     expr->slot = static_cast<std::int32_t>(system->variable);
     expr->type = system->type;
+  } else if (const SessionFactName* fact = FindSessionFact(name.text)) {
+    return FactRule(*fact, name);
   } else {
     throw errors::MustDeclare(name.text, At(name.offset));
   }
   variable_uses_.push_back(expr);
   return expr;
+}
+
+// @@VERSION and the like: the fact of that name, as its type.
+Expr* Parser::FactRule(const SessionFactName& fact, const Name& name) {
+  Expr* literal = NewExpr(ExprKind::String, name.offset);
+  literal->text = fact.name;
+  Expr* call = NewExpr(ExprKind::Function, {literal});
+  call->text = u"serverproperty";
+  Expr* typed = NewExpr(ExprKind::Convert, {call});
+  typed->text = name.text;
+  typed->type = fact.type;
+  for (Expr* part : {call, typed}) part->offset = name.offset;
+  Finish(typed);
+  return typed;
 }
 
 bool Parser::AtAssignment() const noexcept {
@@ -151,7 +167,7 @@ Statement* Parser::ExecuteText() {
 
 Statement* Parser::ExecuteProcedure() {
   auto* statement = NewStatement<ExecuteProcedureStatement>();
-  Advance();
+  if (!IsName()) Advance();  // EXEC
   if (Current().kind == TokenKind::Variable && Ahead(1).symbol == Symbol::Equal) {
     statement->result = AssignedVariable();
     Advance();

@@ -165,6 +165,8 @@ Statement* Parser::StatementRule() {
       return Declare();
     case Keyword::Set:
       return Ahead(1).kind == TokenKind::Variable ? SetVariable() : SetOption();
+    case Keyword::Use:
+      return Use();
     case Keyword::Exec:
     case Keyword::Execute:
       return Execute();
@@ -174,6 +176,8 @@ Statement* Parser::StatementRule() {
       return Print();
     default:
       if (IsWord(u"THROW")) return Throw();
+      // The first statement of a batch may call a procedure by its name alone.
+      if (at_ == 0 && IsName()) return ExecuteProcedure();
       if (!Is(Symbol::LeftParen) || Ahead(1).keyword != Keyword::Select) Fail();
       return SelectRule();
   }
@@ -263,39 +267,80 @@ Statement* Parser::Truncate() {
   statement->target = ObjectNameRule();
   return statement;
 }
-// SET NOCOUNT ON and the like. Most options of the session change nothing here; those that would
-// are not known.
+// TRANSACTION ISOLATION LEVEL …, which changes nothing: readers see what was committed, and who
+// writes does so alone.
+bool Parser::AcceptIsolationLevel() {
+  if (!Is(Keyword::Transaction)) return false;
+  Advance();
+  static constexpr TextView kLevels[][2] = {{u"READ", u"COMMITTED"},
+                                            {u"READ", u"UNCOMMITTED"},
+                                            {u"REPEATABLE", u"READ"},
+                                            {u"SERIALIZABLE", u""},
+                                            {u"SNAPSHOT", u""}};
+  if (!AcceptWord(u"ISOLATION") || !AcceptWord(u"LEVEL")) Fail();
+  for (const auto& [first, second] : kLevels) {
+    if (!IsWord(first)) continue;
+    if (!second.empty() && !EqualText(Ahead(1).text, second)) continue;
+    Advance();
+    if (!second.empty()) Advance();
+    return true;
+  }
+  Fail();
+}
+
+// SET NOCOUNT ON, SET TEXTSIZE 100 and the like. Most options of the session change nothing here;
+// those that would are not known.
 Statement* Parser::SetOption() {
   auto* statement = NewStatement<SetOptionStatement>();
   Expect(Keyword::Set);
-  if (IsWord(u"DATEFORMAT") || IsWord(u"LANGUAGE") || IsWord(u"DATEFIRST")) {
-    statement->options = arena_.Copy(std::vector<Name>{ExpectName()});
+  if (AcceptIsolationLevel()) return statement;
+  static constexpr TextView kSwitches[] = {u"NOCOUNT",
+                                           u"XACT_ABORT",
+                                           u"FMTONLY",
+                                           u"ANSI_NULLS",
+                                           u"ANSI_WARNINGS",
+                                           u"IMPLICIT_TRANSACTIONS",
+                                           u"ANSI_PADDING",
+                                           u"ANSI_DEFAULTS",
+                                           u"QUOTED_IDENTIFIER",
+                                           u"ANSI_NULL_DFLT_ON",
+                                           u"ARITHABORT",
+                                           u"ANSI_NULL_DFLT_OFF",
+                                           u"ARITHIGNORE",
+                                           u"NO_BROWSETABLE",
+                                           u"CURSOR_CLOSE_ON_COMMIT",
+                                           u"FORCEPLAN",
+                                           u"NUMERIC_ROUNDABORT",
+                                           u"CONCAT_NULL_YIELDS_NULL",
+                                           u"REMOTE_PROC_TRANSACTIONS"};
+  static constexpr TextView kValues[] = {
+      u"TEXTSIZE",   u"ROWCOUNT", u"LOCK_TIMEOUT",      u"DATEFIRST",
+      u"DATEFORMAT", u"LANGUAGE", u"DEADLOCK_PRIORITY", u"QUERY_GOVERNOR_COST_LIMIT"};
+  const auto at_one_of = [&](std::span<const TextView> options) {
+    return std::any_of(options.begin(), options.end(),
+                       [&](TextView option) { return IsWord(option); });
+  };
+  std::vector<Name> options;
+  if (at_one_of(kValues)) {
+    options.push_back(ExpectName());
+    statement->options = arena_.Copy(options);
     statement->value = Constant();
     return statement;
   }
-  static constexpr TextView kOptions[] = {u"NOCOUNT",
-                                          u"XACT_ABORT",
-                                          u"ANSI_NULLS",
-                                          u"QUOTED_IDENTIFIER",
-                                          u"ANSI_WARNINGS",
-                                          u"ANSI_PADDING",
-                                          u"ANSI_DEFAULTS",
-                                          u"ANSI_NULL_DFLT_ON",
-                                          u"ARITHABORT",
-                                          u"ARITHIGNORE",
-                                          u"CURSOR_CLOSE_ON_COMMIT",
-                                          u"NUMERIC_ROUNDABORT",
-                                          u"CONCAT_NULL_YIELDS_NULL"};
-  std::vector<Name> options;
   do {
-    const bool known = std::any_of(std::begin(kOptions), std::end(kOptions),
-                                   [&](TextView option) { return IsWord(option); });
-    if (!known) Fail();
+    if (!at_one_of(kSwitches)) Fail();
     options.push_back(ExpectName());
   } while (Accept(Symbol::Comma));
   statement->options = arena_.Copy(options);
   statement->on = Accept(Keyword::On);
   if (!statement->on && !AcceptWord(u"OFF")) Fail();
+  return statement;
+}
+
+Statement* Parser::Use() {
+  auto* statement = NewStatement<UseStatement>();
+  Expect(Keyword::Use);
+  statement->database = ExpectName();
   return statement;
 }
 

@@ -13,6 +13,7 @@
 #include "tsql/base/nesting.h"
 #include "tsql/syntax/lexer.h"
 #include "tsql/syntax/syntax_tree.h"
+#include "tsql/syntax/system_variables.h"
 
 namespace ledgerwick::tsql {
 
@@ -96,6 +97,8 @@ class Parser {
   Statement* CreateView();
   Statement* Drop();
   Statement* SetOption();
+  bool AcceptIsolationLevel();
+  Statement* Use();
 
   // Variables, control flow and procedures
   Statements BlockStatements();
@@ -125,6 +128,7 @@ class Parser {
   std::span<const Parameter> Parameters();
   Expr* Constant();
   Expr* VariableRule();
+  Expr* FactRule(const SessionFactName& fact, const Name& name);
   Expr* AssignedVariable();
   void RequireAssignable(const Expr& variable) const;
   Expr* AssignedValue(const Expr& variable);

@@ -209,6 +209,7 @@ enum class StatementKind : std::uint8_t {
   Continue,
   Return,
   SetOption,
+  Use,
   Print,
   Assign,
   BeginTransaction,
@@ -324,11 +325,15 @@ struct ReturnStatement : StatementOf<StatementKind::Return> {
   const Expr* value = nullptr;
 };
 
-// SET NOCOUNT ON, SET DATEFORMAT dmy and the like.
+// SET NOCOUNT ON, SET DATEFORMAT dmy and the like; without an option one that changes nothing.
 struct SetOptionStatement : StatementOf<StatementKind::SetOption> {
   std::span<const Name> options;
-  const Expr* value = nullptr;  // of an option that has one
+  const Expr* value = nullptr;  // of an option that has more than two positions
   bool on = false;
+};
+
+struct UseStatement : StatementOf<StatementKind::Use> {
+  Name database;
 };
 
 struct PrintStatement : StatementOf<StatementKind::Print> {
@@ -421,6 +426,8 @@ decltype(auto) VisitStatement(const Statement& statement, Visit&& visit) {
       return visit(static_cast<const ReturnStatement&>(statement));
     case StatementKind::SetOption:
       return visit(static_cast<const SetOptionStatement&>(statement));
+    case StatementKind::Use:
+      return visit(static_cast<const UseStatement&>(statement));
     case StatementKind::Print:
       return visit(static_cast<const PrintStatement&>(statement));
     case StatementKind::Assign:

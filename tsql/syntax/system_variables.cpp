@@ -5,11 +5,13 @@
 namespace ledgerwick::tsql {
 namespace {
 
-constexpr Type Int() {
+constexpr Type OfKind(TypeKind kind) {
   Type type;
-  type.kind = TypeKind::Int;
+  type.kind = kind;
   return type;
 }
+
+constexpr Type Int() { return OfKind(TypeKind::Int); }
 
 constexpr Type UnicodeText(std::int32_t length) {
   Type type;
@@ -32,6 +34,26 @@ constexpr SystemVariableName kNames[] = {
 };
 static_assert(std::size(kNames) == kNamedSystemVariables);
 
+constexpr std::int32_t kLongestVersion = 300;
+
+constexpr SessionFactName kFacts[] = {
+    {u"@@VERSION", UnicodeText(kLongestVersion)},
+    {u"@@SPID", OfKind(TypeKind::SmallInt)},
+    {u"@@SERVERNAME", UnicodeText(kLongestName)},
+    {u"@@SERVICENAME", UnicodeText(kLongestName)},
+    {u"@@LANGUAGE", UnicodeText(kLongestName)},
+    {u"@@LANGID", OfKind(TypeKind::SmallInt)},
+    {u"@@MAX_PRECISION", OfKind(TypeKind::TinyInt)},
+    {u"@@MAX_CONNECTIONS", Int()},
+    {u"@@MICROSOFTVERSION", Int()},
+    {u"@@DATEFIRST", OfKind(TypeKind::TinyInt)},
+    {u"@@TEXTSIZE", Int()},
+    {u"@@LOCK_TIMEOUT", Int()},
+    {u"@@OPTIONS", Int()},
+    {u"@@PROCID", Int()},
+    {u"@@IDENTITY", Int()},
+};
+
 }  // namespace
 
 const SystemVariableName* FindSystemVariable(TextView name) noexcept {
@@ -39,6 +61,13 @@ const SystemVariableName* FindSystemVariable(TextView name) noexcept {
       std::find_if(std::begin(kNames), std::end(kNames),
                    [&](const SystemVariableName& known) { return EqualText(known.name, name); });
   return found == std::end(kNames) ? nullptr : found;
+}
+
+const SessionFactName* FindSessionFact(TextView name) noexcept {
+  const auto* const found =
+      std::find_if(std::begin(kFacts), std::end(kFacts),
+                   [&](const SessionFactName& known) { return EqualText(known.name, name); });
+  return found == std::end(kFacts) ? nullptr : found;
 }
 
 }  // namespace ledgerwick::tsql

@@ -38,4 +38,13 @@ struct SystemVariableName {
 // The system variable of that name without regard to case, or nullptr.
 const SystemVariableName* FindSystemVariable(TextView name) noexcept;
 
+// What is asked for as a variable and is a fact of the session or the server: @@VERSION, @@SPID …
+struct SessionFactName {
+  TextView name;
+  Type type;
+};
+
+// The fact of that name without regard to case, or nullptr.
+const SessionFactName* FindSessionFact(TextView name) noexcept;
+
 }  // namespace ledgerwick::tsql
