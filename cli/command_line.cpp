@@ -51,6 +51,7 @@ class CommandLine {
     AddExplain();
     AddSample();
     AddUpgrade();
+    AddServe();
   }
 
   CLI::App& app() { return app_; }
@@ -321,6 +322,33 @@ class CommandLine {
     });
   }
 
+  void AddServe() {
+    constexpr std::size_t kMostConnections = 10000;
+    CLI::App& sub = AddSubcommand(
+        app_, "serve", "Let clients of SQL Server use a database",
+        "  ledgerwick serve company.db\n"
+        "  ledgerwick serve company.db --listen 127.0.0.1:14330 --password-file secret "
+        "--read-only\n"
+        "  ledgerwick serve company.db --listen 0.0.0.0 --tls-cert cert.pem --tls-key key.pem");
+    sub.add_option("FILE", serve_.path, "The database's file")->required();
+    sub.add_option("--listen", serve_.listen, "Where: HOST:PORT; port 0 for a free one")
+        ->capture_default_str();
+    sub.add_option("--user", serve_.user, "The user that may log in")->capture_default_str();
+    sub.add_option("--password-file", serve_.password_file,
+                   "The file whose first line is the password (else a random one is printed)");
+    sub.add_option("--tls-cert", serve_.certificate, "A certificate, which lets clients encrypt");
+    sub.add_option("--tls-key", serve_.key, "The certificate's key");
+    sub.add_flag("--allow-plain", serve_.allow_plain,
+                 "Let other machines connect without encryption");
+    sub.add_flag("--read-only", serve_.read_only, "Refuse changes to the books");
+    sub.add_option("--max-connections", serve_.most_connections, "Clients at once")
+        ->check(CLI::Range(std::size_t{1}, kMostConnections))
+        ->capture_default_str();
+    AddMemoryLimit(sub, serve_.memory_limit);
+    sub.callback(
+        [this] { command_ = [this](Console& console) { return ServeCommand(console, serve_); }; });
+  }
+
   CLI::App app_{"The reports of the inventory and sales suite, on an embedded database.",
                 "ledgerwick"};
   std::string colour_ = "auto";
@@ -336,6 +364,7 @@ class CommandLine {
   BatchOptions batch_;
   QueryOptions query_;
   ExplainOptions explain_;
+  ServeOptions serve_;
   SampleOptionsGiven sample_;
   std::function<int(Console&)> command_;
 };

@@ -85,6 +85,19 @@ struct SampleOptionsGiven {
   bool force = false;
 };
 
+struct ServeOptions {
+  std::string path;
+  std::string listen = "127.0.0.1:1433";
+  std::string user = "sa";
+  std::string password_file;  // empty for a random password
+  std::string certificate;
+  std::string key;
+  bool allow_plain = false;
+  bool read_only = false;
+  std::size_t most_connections = 200;
+  std::optional<std::int64_t> memory_limit;  // in bytes, of a batch
+};
+
 int ListCommand(Console& console, const std::string& format);
 int DescribeCommand(Console& console, const std::string& class_name, const std::string& format);
 int CheckCommand(Console& console, const CheckOptions& options);
@@ -96,6 +109,7 @@ int BatchCommand(Console& console, const BatchOptions& options);
 int QueryCommand(Console& console, const QueryOptions& options);
 int ExplainCommand(Console& console, const ExplainOptions& options);
 int UpgradeCommand(Console& console, const std::string& path);
+int ServeCommand(Console& console, const ServeOptions& options);
 int SampleCreateCommand(Console& console, const SampleOptionsGiven& options);
 
 }  // namespace ledgerwick

@@ -28,9 +28,11 @@ ensure_packages() {
 
 # What the program is built with.
 BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libboost-dev libicu-dev libcli11-dev nlohmann-json3-dev
-  libutf8proc-dev libxlsxwriter-dev)
+  libutf8proc-dev libxlsxwriter-dev libssl-dev)
 # What its tests need beyond that.
 TEST_PACKAGES=(doctest-dev clang-format git python3-openpyxl python3-markdown)
+# The clients that others wrote, for the tests of the service (tests/clients).
+CLIENT_PACKAGES=(freetds-bin tdsodbc unixodbc python3-pyodbc libjtds-java default-jdk-headless openssl)
 # What makes a bare machine to try the first commands on (tools/bare).
 BARE_PACKAGES=(debootstrap git)
 # What fuzz targets are built with (fuzz/run).
