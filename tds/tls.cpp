@@ -4,6 +4,7 @@
 #include <openssl/ssl.h>
 
 #include <array>
+#include <cstring>
 #include <string>
 
 #include "tds/bytes.h"
@@ -16,12 +17,13 @@ struct Free {
   void operator()(SSL* ssl) const noexcept { SSL_free(ssl); }
 };
 
-// What OpenSSL says of the last failure.
+// What OpenSSL says of the last failure: its first error, which is the cause of the others.
 std::string Reason() {
-  std::array<char, 256> text{};
-  ERR_error_string_n(ERR_peek_last_error(), text.data(), text.size());
+  const unsigned long error = ERR_peek_error();
+  const char* text = ERR_SYSTEM_ERROR(error) ? std::strerror(ERR_GET_REASON(error))
+                                             : ERR_reason_error_string(error);
   ERR_clear_error();
-  return text.data();
+  return text == nullptr ? "unknown reason" : text;
 }
 
 class Encrypted final : public Channel {
