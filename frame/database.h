@@ -29,7 +29,7 @@ class Recordset {
   virtual ~Recordset() = default;
 
   // Keeps only the rows that meet `criteria` ("column = value"; an empty text keeps all again) and
-  // moves to the first of them.
+  // moves to the first of them. RowSet (frame/row_set.h) tells what a value may be.
   virtual void SetFilter(const Text& criteria) = 0;
 
   virtual std::int32_t RecordCount() = 0;

@@ -3,30 +3,16 @@
 
 #include <vector>
 
-#include "frame/database.h"
+#include "frame/row_set.h"
 #include "host/request.h"
 
 namespace ledgerwick {
 
-// A recordset over rows in memory. Its errors carry ADO's numbers: 3021 without a current row, 3265
-// for a column that no row has, 3001 for a filter that is not "column = value".
-class MemoryRecordset final : public Recordset {
+// A recordset over canned rows. A column is there when any row has it, and null in a row that lacks
+// it; where there are no rows, every name is taken for a column's.
+class MemoryRecordset final : public RowSet {
  public:
-  explicit MemoryRecordset(std::vector<CannedRow> rows);
-
-  void SetFilter(const Text& criteria) override;
-  std::int32_t RecordCount() override { return static_cast<std::int32_t>(kept_.size()); }
-  bool AtEnd() override { return current_ >= kept_.size(); }
-  void MoveNext() override;
-  Value Field(const Text& name) override;
-  void Close() override {}
-
- private:
-  bool HasColumn(TextView name) const;
-
-  std::vector<CannedRow> rows_;
-  std::vector<std::size_t> kept_;  // the rows that the filter lets through
-  std::size_t current_ = 0;
+  explicit MemoryRecordset(const std::vector<CannedRow>& rows);
 };
 
 }  // namespace ledgerwick

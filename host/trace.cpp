@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "frame/connection_string.h"
 #include "frame/report_provider.h"
 
 namespace ledgerwick {
@@ -77,9 +78,9 @@ struct OperationJson {
   Json operator()(const OpenOperation& o) const {
     Json json = {{"op", "open"},
                  {"connection", OriginName(o.origin)},
-                 {"connectionString", ToUtf8(o.connection_string)}};
+                 {"connectionString", ToUtf8(WithoutPasswords(o.connection_string))}};
     if (!o.user.empty()) json["user"] = ToUtf8(o.user);
-    if (!o.password.empty()) json["password"] = ToUtf8(o.password);
+    if (!o.password.empty()) json["password"] = "***";
     AddOptions(json, o.options);
     return json;
   }

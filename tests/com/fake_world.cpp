@@ -287,7 +287,7 @@ ComPtr<IDispatch> FakeWorld::NewRecordset() {
   return Make({{L"CursorLocation", Keeps(location)},
                {L"Open", open},
                {L"Filter", Does(filter)},
-               {L"Close", Does([](const FakeCall&) {})},
+               {L"Close", Does([rows](const FakeCall&) { rows->Close(); })},
                {L"RecordCount", Gives([rows] { return rows->RecordCount(); })},
                {L"EOF", Gives([rows] { return rows->AtEnd(); })},
                {L"MoveNext", Does([rows](const FakeCall&) { rows->MoveNext(); })},

@@ -1,0 +1,58 @@
+// One statement on its way to the server and back.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "frame/error.h"
+#include "frame/result_sink.h"
+#include "odbc/diagnostics.h"
+#include "odbc/long_calls.h"
+#include "odbc/odbc_api.h"
+
+namespace ledgerwick::odbc {
+
+// A parameter of a call: text for varchar or text.
+struct CallParameter {
+  bool is_long = false;
+  std::size_t size = 0;  // in bytes of the ANSI code page
+  Text value;
+};
+
+// Runs one batch or call and hands everything that comes back to a sink, in its order.
+class Statement {
+ public:
+  // Words an error of the server or the driver.
+  using Explain = std::function<DatabaseError(const Diagnostic&)>;
+
+  // All outlive the statement. Throws DatabaseError.
+  Statement(SQLHDBC connection, LongCalls& calls, Explain explain, int seconds);
+  ~Statement();
+  Statement(const Statement&) = delete;
+  Statement& operator=(const Statement&) = delete;
+
+  // Runs `batch`. The first error is thrown when everything else has come; further ones go to the
+  // sink.
+  void Run(const Text& batch, ResultSink& sink);
+
+  // Calls the procedure of that name with the parameters in their order.
+  void Call(const Text& procedure, const std::vector<CallParameter>& parameters, ResultSink& sink);
+
+ private:
+  void ReadResults(SQLRETURN result, ResultSink& sink);
+  void ReadResult(ResultSink& sink);
+  SQLRETURN Make(const std::function<SQLRETURN()>& call);
+  void Tell(const std::vector<Diagnostic>& diagnostics, ResultSink& sink);
+  [[noreturn]] void Fail(const std::vector<Diagnostic>& diagnostics);
+  void Bind(SQLUSMALLINT number, const CallParameter& parameter, SQLLEN& length);
+
+  Handle handle_;
+  LongCalls& calls_;
+  Explain explain_;
+  std::optional<DatabaseError> first_error_;
+  bool broken_ = false;  // nothing more comes
+};
+
+}  // namespace ledgerwick::odbc
