@@ -28,7 +28,7 @@ constexpr std::size_t kMostMessages = 4000;  // bytes; less than a pipe takes at
 void RunRequest(Console& console, const BatchRequest& batch_request, const BatchOptions& options,
                 const OutputFormat& format, BatchEntry& entry) {
   Request request = ParseRequest(batch_request.text, batch_request.origin);
-  request.connectionString = ChooseConnection(options.connection, request.connectionString);
+  request.connectionString = ChooseConnection(options.connection, {}, request.connectionString);
   if (!TellFindings(console, request, options.strict)) return;
   OutputOptions output_options = options.output;
   const std::string ending(format.endings.substr(0, format.endings.find(' ')));

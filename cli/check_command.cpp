@@ -25,10 +25,13 @@ void WriteFindings(Console& console, const std::string& format,
 }
 
 // What the database at hand adds. One that cannot be opened is an error of its own.
-void AddFromDatabase(const Request& request, std::vector<Finding>& findings) {
+void AddFromDatabase(Console& console, const Request& request, std::vector<Finding>& findings) {
   const InterruptGuard guard;
   ConnectionSettings settings;
   settings.cancel = &InterruptGuard::Flag();
+  settings.password = [&](const Text& user, const Text& server) {
+    return FindPassword(console, {}, user, server);
+  };
   const auto database = OpenReportDatabase(request.connectionString, settings);
   for (Finding& finding : CheckOnDatabase(request, database->Reader())) {
     findings.push_back(std::move(finding));
@@ -44,7 +47,7 @@ int CheckCommand(Console& console, const CheckOptions& options) {
   const Request request = MakeRequest(console, options.report, &findings);
   for (Finding& finding : CheckRequest(request)) findings.push_back(std::move(finding));
   SortBySeverity(findings);
-  if (!options.report.connection.empty()) AddFromDatabase(request, findings);
+  if (!options.report.connection.empty()) AddFromDatabase(console, request, findings);
   WriteFindings(console, options.format, findings);
   const Severity worst_allowed = options.report.strict ? Severity::Warning : Severity::Error;
   return HasAtLeast(findings, worst_allowed) ? kRefused : kDone;

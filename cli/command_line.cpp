@@ -20,7 +20,8 @@ namespace {
 constexpr const char* kVersion = "ledgerwick 2.2.0";
 
 constexpr const char* kConnectionHelp =
-    "The database, embedded:PATH (else the request's, else LEDGERWICK_CONNECTION)";
+    "The database, embedded:PATH or a server's connection string, ODBC's, ADO's or "
+    "mssql://user@host/database (else the request's, else LEDGERWICK_CONNECTION)";
 
 // The command line, and the command that it asks for.
 class CommandLine {
@@ -113,6 +114,16 @@ class CommandLine {
                         "this command's own");
   }
 
+  static void AddServer(CLI::App& sub, ServerOptions& server) {
+    sub.add_option("-S,--server", server.server,
+                   "A server instead of --connection: HOST, HOST,PORT or HOST\\INSTANCE");
+    sub.add_option("-d,--database", server.database, "Its database (else the login's own)");
+    sub.add_option("-U,--user", server.user, "Its user (else the system's account logs in)");
+    sub.add_option("--password-file", server.password_file,
+                   "The user's password is this file's first line (else LEDGERWICK_PASSWORD, else "
+                   "it is asked for)");
+  }
+
   static void AddReport(CLI::App& sub, ReportOptions& report) {
     sub.add_option("--filter", report.filters,
                    "A filter, NAME=VALUE or NAME=FROM..TO; NAME is its name or caption")
@@ -185,6 +196,7 @@ class CommandLine {
                    "A request's file instead of a class, - for standard input");
     AddReport(sub, run_.report);
     AddStrict(sub, run_.report.strict);
+    AddServer(sub, run_.report.server);
     AddOutput(sub, run_.output);
     AddMemoryLimit(sub, run_.memory_limit);
     sub.add_flag("--show-sql", run_.show_sql, "Print each statement before it runs");
@@ -267,7 +279,9 @@ class CommandLine {
     CLI::Option* sql = sub.add_option("SQL", query_.sql, "The statements");
     sub.add_option("--file", query_.file, "A script, its batches parted by lines that are GO");
     sub.add_option("--connection", query_.connection,
-                   "The database, embedded:PATH (else LEDGERWICK_CONNECTION)");
+                   "The database, embedded:PATH or a server's connection string (else "
+                   "LEDGERWICK_CONNECTION)");
+    AddServer(sub, query_.server);
     AddOutput(sub, query_.output);
     AddMemoryLimit(sub, query_.memory_limit);
     CLI::Option* read_only = AddReadOnly(sub, query_.read_only);
@@ -300,8 +314,12 @@ class CommandLine {
     sample.require_subcommand(1);
     CLI::App& create = AddSubcommand(sample, "create", "Make a sample database",
                                      "  ledgerwick sample create sample.db\n"
-                                     "  ledgerwick sample create big.db --lines 1000000 --force");
-    create.add_option("PATH", sample_.path, "The new database's file")->required();
+                                     "  ledgerwick sample create big.db --lines 1000000 --force\n"
+                                     "  ledgerwick sample create -S server -d sample -U sa");
+    create.add_option("PATH", sample_.path, "The new database's file");
+    create.add_option("--connection", sample_.connection,
+                      "An empty database of a server instead, by its connection string");
+    AddServer(create, sample_.server);
     create.add_option("--lines", sample_.lines, "How many voucher lines")
         ->check(CLI::Range(std::int64_t{1}, kMostSampleLines))
         ->capture_default_str();

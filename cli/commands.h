@@ -9,6 +9,7 @@
 
 #include "cli/console.h"
 #include "cli/result_output.h"
+#include "cli/server_options.h"
 
 namespace ledgerwick {
 
@@ -21,6 +22,7 @@ struct ReportOptions {
   std::optional<std::string> login_date;
   std::optional<std::string> account;
   std::string connection;
+  ServerOptions server;
   bool strict = false;  // a warning is enough to refuse
 };
 
@@ -63,6 +65,7 @@ struct BatchOptions {
 
 struct QueryOptions {
   std::string connection;
+  ServerOptions server;
   std::optional<std::int64_t> memory_limit;  // in bytes
   std::string sql;
   bool has_sql = false;
@@ -80,6 +83,8 @@ struct ExplainOptions {
 
 struct SampleOptionsGiven {
   std::string path;
+  std::string connection;  // in place of the path
+  ServerOptions server;
   std::int64_t lines = 5000;
   std::uint64_t seed = 1;
   bool force = false;

@@ -9,6 +9,8 @@
 #include <optional>
 
 #include "cli/console.h"
+#include "cli/server_lock.h"
+#include "frame/connection_string.h"
 #include "output/result_writer.h"
 #include "tsql/connection.h"
 
@@ -91,7 +93,68 @@ class EmbeddedReportDatabase final : public ReportDatabase {
   std::unique_ptr<tsql::Database> database_;
 };
 
+// A server, which others use too.
+class ServerReportDatabase final : public ReportDatabase {
+ public:
+  ServerReportDatabase(const Text& connection_string, const ConnectionSettings& settings,
+                       odbc::ConnectionOptions options)
+      : options_(std::move(options)), settings_(settings) {
+    reader_ = odbc::OdbcConnection::New(options_);
+    reader_->Open(connection_string, {}, {}, kOptionUnspecified);
+  }
+
+  std::shared_ptr<Connection> NewConnection() override {
+    return odbc::OdbcConnection::New(options_);
+  }
+  std::unique_ptr<TableHold> Hold(TextView table) override {
+    return HoldOnServer(reader_, table, settings_.on_wait, settings_.note);
+  }
+  BatchRunner& Reader() override { return *reader_; }
+
+ private:
+  odbc::ConnectionOptions options_;
+  ConnectionSettings settings_;
+  std::shared_ptr<odbc::OdbcConnection> reader_;
+};
+
+// What connections to the server of that string have in common. Throws UsageError.
+odbc::ConnectionOptions ServerConnectionOptions(const Text& connection_string,
+                                                const ConnectionSettings& settings) {
+  if (settings.read_only || settings.create) {
+    throw UsageError(std::string(settings.create ? "--create" : "--read-only") +
+                     " is for a database in a file, not for a server");
+  }
+  if (!odbc::LooksLikeServer(connection_string)) {
+    throw UsageError("'" + ToUtf8(WithoutPasswords(connection_string)) +
+                     "' names no database: give embedded:PATH, a server's connection string "
+                     "(Server=host;Database=name;UID=user), or mssql://user@host/database");
+  }
+  odbc::ConnectionOptions options;
+  options.cancel = settings.cancel;
+  options.progress = settings.progress;
+  try {
+    const odbc::Target target = odbc::ParseTarget(connection_string);
+    if (!target.user.empty() && !target.password && settings.password) {
+      options.password = settings.password(target.user, target.server);
+      if (!options.password) {
+        throw UsageError("no password for " + ToUtf8(target.user) + " on " + ToUtf8(target.server) +
+                         ": set LEDGERWICK_PASSWORD or give --password-file");
+      }
+    }
+  } catch (const DatabaseError& error) {
+    throw UsageError(error.what());
+  }
+  return options;
+}
+
 }  // namespace
+
+std::shared_ptr<odbc::OdbcConnection> OpenServer(const Text& connection_string,
+                                                 const ConnectionSettings& settings) {
+  auto connection = odbc::OdbcConnection::New(ServerConnectionOptions(connection_string, settings));
+  connection->Open(connection_string, {}, {}, kOptionUnspecified);
+  return connection;
+}
 
 std::unique_ptr<ReportDatabase> OpenReportDatabase(const Text& connection_string,
                                                    const ConnectionSettings& settings) {
@@ -102,18 +165,26 @@ std::unique_ptr<ReportDatabase> OpenReportDatabase(const Text& connection_string
     if (path.empty()) throw UsageError("'embedded:' lacks the database's path");
     return std::make_unique<EmbeddedReportDatabase>(std::filesystem::path(ToUtf8(path)), settings);
   }
-  // A server's connection string goes here.
-  throw UsageError("'" + ToUtf8(text) +
-                   "': this version opens embedded:PATH alone; connection strings of servers are "
-                   "not supported");
+  return std::make_unique<ServerReportDatabase>(
+      connection_string, settings, ServerConnectionOptions(connection_string, settings));
 }
 
-Text ChooseConnection(const std::string& option, const Text& from_request) {
-  if (!option.empty()) return FromUtf8(option);
+Text ConnectionOfOptions(const std::string& option, const ServerOptions& server) {
+  const Text spelt = ConnectionStringOf(server);
+  if (option.empty()) return spelt;
+  if (!spelt.empty()) throw UsageError("give either --connection or -S, not both");
+  return FromUtf8(option);
+}
+
+Text ChooseConnection(const std::string& option, const ServerOptions& server,
+                      const Text& from_request) {
+  if (Text given = ConnectionOfOptions(option, server); !given.empty()) return given;
   if (!Trim(from_request).empty()) return from_request;
   const char* variable = std::getenv("LEDGERWICK_CONNECTION");
   if (variable == nullptr || *variable == '\0') {
-    throw UsageError("no database: give --connection embedded:PATH or set LEDGERWICK_CONNECTION");
+    throw UsageError(
+        "no database: give --connection embedded:PATH or a server (-S), or set "
+        "LEDGERWICK_CONNECTION");
   }
   const std::optional<Text> text = TryFromUtf8(variable);
   if (!text) {

@@ -31,7 +31,7 @@ std::optional<ResultTable> RunOn(Console& console, const DiffOptions& options,
   report.report = options.operands.front();
   report.connection = connection;
   Request request = MakeRequest(console, report);
-  request.connectionString = ChooseConnection(connection, request.connectionString);
+  request.connectionString = ChooseConnection(connection, {}, request.connectionString);
   ResultCollector collector;
   RunSettings settings;
   settings.memory_limit = options.memory_limit;

@@ -55,7 +55,7 @@ void Print(std::ostream& out, const tsql::Explanation& explanation, bool analyze
 }  // namespace
 
 int ExplainCommand(Console& console, const ExplainOptions& options) {
-  const Text connection = ChooseConnection(options.connection, {});
+  const Text connection = ChooseConnection(options.connection, {}, {});
   if (!connection.starts_with(tsql::kEmbeddedPrefix)) {
     throw UsageError("explain takes the connection of an embedded database, embedded:PATH");
   }

@@ -31,7 +31,7 @@ Script ReadScript(Console& console, const QueryOptions& options) {
 
 int QueryCommand(Console& terminal, const QueryOptions& options) {
   const OutputFormat& format = ChooseFormat(terminal, options.output);
-  const Text connection = ChooseConnection(options.connection, {});
+  const Text connection = ChooseConnection(options.connection, options.server, {});
   const Script script = ReadScript(terminal, options);
   const InterruptGuard guard;
   ResultOutput output(terminal, options.output, format, false);
@@ -50,6 +50,10 @@ int QueryCommand(Console& terminal, const QueryOptions& options) {
   settings.read_only = options.read_only;
   settings.read_only_if_it_must = true;
   settings.create = options.create;
+  settings.password = [&](const Text& user, const Text& server) {
+    progress.Clear();
+    return FindPassword(console, options.server, user, server);
+  };
   try {
     const auto database = OpenReportDatabase(connection, settings);
     for (const ScriptBatch& batch : script.batches) {

@@ -96,6 +96,10 @@ std::optional<std::int64_t> RunReportInto(Console& console, ResultWriter& writer
     progress.Clear();
     PrintNote(console, SafeLines(ToUtf8(text)));
   };
+  settings.password = [&](const Text& user, const Text& server) {
+    progress.Clear();
+    return FindPassword(console, options.server, user, server);
+  };
   ConsoleListener listener(console, writer, progress, request, options.show_sql);
   try {
     const auto database = OpenReportDatabase(request.connectionString, settings);

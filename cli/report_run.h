@@ -6,6 +6,7 @@
 
 #include "cli/console.h"
 #include "cli/result_output.h"
+#include "cli/server_options.h"
 #include "host/request.h"
 
 namespace ledgerwick {
@@ -15,6 +16,7 @@ struct RunSettings {
   std::int64_t limit = kNoLimit;             // of the rows that are written
   bool show_sql = false;                     // tell each statement before it runs
   bool read_only = false;                    // leave the database's file as it is
+  ServerOptions server;                      // says where its user's password is
 };
 
 // Has the report of `request` fill its table on the database that its connection string names, and

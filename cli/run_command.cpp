@@ -15,13 +15,14 @@ namespace ledgerwick {
 int RunCommand(Console& console, const RunOptions& options) {
   const OutputFormat& format = ChooseFormat(console, options.output);
   Request request = MakeRequest(console, options.report);
-  request.connectionString = ChooseConnection(options.report.connection, request.connectionString);
+  request.connectionString =
+      ChooseConnection(options.report.connection, options.report.server, request.connectionString);
   if (!request.report->factory) throw ReportMissing(*request.report);
   if (!TellFindings(console, request, options.report.strict)) return kRefused;
   const InterruptGuard guard;
   ResultOutput output(console, options.output, format, true);
   const RunSettings settings{options.memory_limit, options.output.limit, options.show_sql,
-                             options.read_only};
+                             options.read_only, options.report.server};
   if (!RunReportInto(output.console(), output.writer(), request, settings)) return kRefused;
   InterruptGuard::Check();
   output.Finish();

@@ -1,6 +1,8 @@
 #include "odbc/diagnostics.h"
 
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace ledgerwick::odbc {
 namespace {
@@ -17,18 +19,20 @@ constexpr std::int32_t kLeastResourceSeverity = 17;
 
 std::int32_t NumberField(SQLSMALLINT type, SQLHANDLE handle, SQLSMALLINT record,
                          SQLSMALLINT field) {
-  SQLINTEGER number = 0;
+  // Told the room in bytes, since not every driver takes the standard's word for "a number".
+  SQLINTEGER number[2] = {};
   SQLSMALLINT length = 0;
   const SQLRETURN result =
-      SQLGetDiagFieldW(type, handle, record, field, &number, SQL_IS_INTEGER, &length);
-  return Succeeded(result) && number > 0 ? number : 0;
+      SQLGetDiagFieldW(type, handle, record, field, number, sizeof number, &length);
+  return Succeeded(result) && number[0] > 0 ? number[0] : 0;
 }
 
-Text TextField(SQLSMALLINT type, SQLHANDLE handle, SQLSMALLINT record, SQLSMALLINT field) {
+std::optional<Text> TextField(SQLSMALLINT type, SQLHANDLE handle, SQLSMALLINT record,
+                              SQLSMALLINT field) {
   char16_t text[300] = {};
   SQLSMALLINT length = 0;
   if (!Succeeded(SQLGetDiagFieldW(type, handle, record, field, text, sizeof text, &length))) {
-    return {};
+    return std::nullopt;
   }
   return Text(TextView(text, std::char_traits<char16_t>::length(text)));
 }
@@ -84,7 +88,11 @@ std::vector<Diagnostic> ReadDiagnostics(SQLSMALLINT type, SQLHANDLE handle) {
     diagnostic.severity = NumberField(type, handle, record, kSeverity);
     diagnostic.server_state = NumberField(type, handle, record, kServerState);
     diagnostic.line = NumberField(type, handle, record, kLine);
-    diagnostic.procedure = TextField(type, handle, record, kProcedure);
+    const std::optional<Text> procedure = TextField(type, handle, record, kProcedure);
+    diagnostic.knows_procedure = procedure.has_value();
+    diagnostic.procedure = procedure.value_or(Text());
+    // FreeTDS has the severity where others have the state, and tells no state.
+    if (diagnostic.severity == 0) std::swap(diagnostic.severity, diagnostic.server_state);
   }
   return diagnostics;
 }

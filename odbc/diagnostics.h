@@ -19,6 +19,7 @@ struct Diagnostic {
   std::int32_t server_state = 0;
   std::int32_t line = 0;
   Text procedure;
+  bool knows_procedure = false;  // whether the driver tells which procedure the line is in, if any
 
   // A message that is no error.
   bool IsInformation() const noexcept { return state.starts_with(u"01"); }

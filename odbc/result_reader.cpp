@@ -70,7 +70,10 @@ void ResultReader::ReadInto(ResultSink& sink) {
 }
 
 void ResultReader::ReadBlocks(ResultSink& sink) {
-  while (call_([this] { return SQLFetch(statement_); })) {
+  // A block that is not full is the last: drivers that are asked again read beyond the result, and
+  // what they meet there is lost.
+  for (bool more = true; more && call_([this] { return SQLFetch(statement_); });) {
+    more = fetched_ == rows_in_block_;
     for (std::size_t row = 0; row < fetched_; ++row) {
       ++count_;
       if (!sink.WantsRow()) continue;

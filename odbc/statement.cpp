@@ -1,6 +1,7 @@
 #include "odbc/statement.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "odbc/failures.h"
 #include "odbc/result_reader.h"
@@ -12,6 +13,44 @@ constexpr std::size_t kLongestVarchar = 8000;  // bytes
 
 // A server whose connection has gone answers every further call alike.
 constexpr int kMostErrorsInARow = 1000;
+
+constexpr std::int32_t kStatementTerminated = 3621;
+
+// A result of no use before the batch.
+constexpr TextView kGuard = u"SELECT 0; ";
+
+// The first word of `batch`, comments left out.
+TextView FirstWord(TextView batch) {
+  constexpr TextView kBlanks = u" \t\r\n;(";
+  while (true) {
+    batch.remove_prefix(std::min(batch.find_first_not_of(kBlanks), batch.size()));
+    std::size_t end = 0;
+    if (batch.starts_with(u"--")) {
+      end = batch.find(u'\n');
+    } else if (batch.starts_with(u"/*")) {
+      end = batch.find(u"*/");
+      if (end != TextView::npos) end += 2;
+    } else {
+      return batch.substr(0, batch.find_first_of(u" \t\r\n;(@'[\"*-"));
+    }
+    batch.remove_prefix(std::min(end, batch.size()));
+  }
+}
+
+// True for a batch that means the same behind a SELECT: not one that creates what has to be a
+// batch's only statement, calls a procedure without EXEC, or may ask what the last statement did.
+bool TakesGuard(TextView batch) {
+  static constexpr TextView kWords[] = {
+      u"BEGIN",    u"COMMIT", u"DECLARE",  u"DELETE", u"DROP",  u"EXEC",
+      u"EXECUTE",  u"IF",     u"INSERT",   u"MERGE",  u"PRINT", u"RAISERROR",
+      u"ROLLBACK", u"SELECT", u"TRUNCATE", u"UPDATE", u"WHILE", u"WITH"};
+  if (batch.find(u"@@") != TextView::npos || FindText(batch, u"ROWCOUNT") != TextView::npos) {
+    return false;
+  }
+  const TextView first = FirstWord(batch);
+  return std::any_of(std::begin(kWords), std::end(kWords),
+                     [&](TextView word) { return EqualText(word, first); });
+}
 
 }  // namespace
 
@@ -44,16 +83,27 @@ SQLRETURN Statement::Make(const std::function<SQLRETURN()>& call) {
   return result;
 }
 
+// A line may be one of a procedure that the driver does not tell of.
+DatabaseError Statement::Located(DatabaseError error, const Diagnostic& diagnostic) const {
+  if (calls_procedure_ && !diagnostic.knows_procedure) error.line = 0;
+  return error;
+}
+
 // Messages go to the sink, the first error waits for the end.
-void Statement::Tell(const std::vector<Diagnostic>& diagnostics, ResultSink& sink) {
+void Statement::Tell(std::vector<Diagnostic> diagnostics, ResultSink& sink) {
+  // Drivers put errors first, whatever a PRINT said before them; what a server adds to an error
+  // comes behind it.
+  std::stable_partition(diagnostics.begin(), diagnostics.end(), [](const Diagnostic& d) {
+    return d.IsInformation() && d.native != kStatementTerminated;
+  });
   for (const Diagnostic& d : diagnostics) {
     if (d.IsInformation()) {
       // What the driver remarks about its own options is nothing to the user.
-      if (d.native > 0 || d.state == u"01000") sink.Information(ToError(d));
+      if (d.native > 0 || d.state == u"01000") sink.Information(Located(ToError(d), d));
       continue;
     }
     broken_ = broken_ || d.IsConnectionFailure();
-    const DatabaseError error = explain_(d);
+    const DatabaseError error = Located(explain_(d), d);
     if (first_error_) {
       sink.Error(error);
     } else {
@@ -70,29 +120,29 @@ void Statement::ReadResult(ResultSink& sink) {
     if (Succeeded(SQLRowCount(handle_.Get(), &count)) && count >= 0) sink.RowsAffected(count);
     return;
   }
+  // What is said while rows are read waits for their end.
+  std::vector<Diagnostic> behind;
+  bool broke = false;
   const auto call = [&](const std::function<SQLRETURN()>& fetch) {
     const SQLRETURN result = Make(fetch);
-    if (result == SQL_SUCCESS || result == SQL_NO_DATA) return result == SQL_SUCCESS;
-    const std::vector<Diagnostic> diagnostics = ReadDiagnostics(SQL_HANDLE_STMT, handle_.Get());
-    if (!Succeeded(result)) {
-      if (diagnostics.empty()) Fail(diagnostics);
-      Tell(diagnostics, sink);
-      throw DatabaseError(*first_error_);
+    if (result == SQL_SUCCESS) return true;
+    for (Diagnostic& d : ReadDiagnostics(SQL_HANDLE_STMT, handle_.Get())) {
+      // A long value comes in pieces, each of which is told to be cut off.
+      if (d.state != u"01004") behind.push_back(std::move(d));
     }
-    // A long value comes in pieces, each of which is told to be cut off.
-    std::vector<Diagnostic> told;
-    std::copy_if(diagnostics.begin(), diagnostics.end(), std::back_inserter(told),
-                 [](const Diagnostic& d) { return d.state != u"01004"; });
-    Tell(told, sink);
-    return true;
+    if (Succeeded(result) || result == SQL_NO_DATA) return result != SQL_NO_DATA;
+    if (behind.empty()) Fail(behind);
+    broke = true;
+    throw ToError(behind.front());
   };
   ResultReader reader(handle_.Get(), std::move(columns), call);
   try {
     reader.ReadInto(sink);
   } catch (const DatabaseError&) {
-    // An error of the server waits for the end; one of this side goes on.
-    if (!first_error_) throw;
+    // An error of the server waits for the batch's end; one of this side goes on.
+    if (!broke) throw;
   }
+  Tell(std::move(behind), sink);
 }
 
 void Statement::ReadResults(SQLRETURN result, ResultSink& sink) {
@@ -111,12 +161,24 @@ void Statement::ReadResults(SQLRETURN result, ResultSink& sink) {
     }
     result = Make([this] { return SQLMoreResults(handle_.Get()); });
   }
+  Tell(ReadDiagnostics(SQL_HANDLE_STMT, handle_.Get()), sink);
   if (first_error_) throw DatabaseError(*first_error_);
 }
 
+SQLRETURN Statement::Execute(const Text& text) {
+  const auto length = static_cast<SQLINTEGER>(text.size());
+  return Make([&] { return SQLExecDirectW(handle_.Get(), Wide(text), length); });
+}
+
 void Statement::Run(const Text& batch, ResultSink& sink) {
-  const auto length = static_cast<SQLINTEGER>(batch.size());
-  ReadResults(Make([&] { return SQLExecDirectW(handle_.Get(), Wide(batch), length); }), sink);
+  calls_procedure_ = FindText(batch, u"EXEC") != Text::npos;
+  // The driver manager gives up a batch whose first statement fails: nothing more of it can be
+  // read, and the driver has the server stop it. Behind a result it does not. The guard stands in
+  // the batch's first line, so that lines keep their numbers.
+  if (!TakesGuard(batch)) return ReadResults(Execute(batch), sink);
+  const SQLRETURN result = Execute(Text(kGuard) + batch);
+  if (!Succeeded(result)) return ReadResults(result, sink);
+  ReadResults(Make([this] { return SQLMoreResults(handle_.Get()); }), sink);
 }
 
 void Statement::Bind(SQLUSMALLINT number, const CallParameter& parameter, SQLLEN& length) {
@@ -140,8 +202,9 @@ void Statement::Call(const Text& procedure, const std::vector<CallParameter>& pa
     call += i == 0 ? u"(?" : u",?";
     Bind(static_cast<SQLUSMALLINT>(i + 1), parameters[i], lengths[i]);
   }
+  calls_procedure_ = true;
   call += parameters.empty() ? u"}" : u")}";
-  Run(call, sink);
+  ReadResults(Execute(call), sink);
 }
 
 }  // namespace ledgerwick::odbc

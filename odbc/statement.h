@@ -44,7 +44,9 @@ class Statement {
   void ReadResults(SQLRETURN result, ResultSink& sink);
   void ReadResult(ResultSink& sink);
   SQLRETURN Make(const std::function<SQLRETURN()>& call);
-  void Tell(const std::vector<Diagnostic>& diagnostics, ResultSink& sink);
+  SQLRETURN Execute(const Text& text);
+  void Tell(std::vector<Diagnostic> diagnostics, ResultSink& sink);
+  DatabaseError Located(DatabaseError error, const Diagnostic& diagnostic) const;
   [[noreturn]] void Fail(const std::vector<Diagnostic>& diagnostics);
   void Bind(SQLUSMALLINT number, const CallParameter& parameter, SQLLEN& length);
 
@@ -52,6 +54,7 @@ class Statement {
   LongCalls& calls_;
   Explain explain_;
   std::optional<DatabaseError> first_error_;
+  bool calls_procedure_ = false;
   bool broken_ = false;  // nothing more comes
 };
 

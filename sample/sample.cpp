@@ -50,11 +50,34 @@ class Counted : public sample::VoucherSink {
   std::int64_t& done_;
 };
 
+// An embedded database that takes the sample.
+class EmbeddedTarget final : public SampleTarget {
+ public:
+  explicit EmbeddedTarget(tsql::Database& database) : database_(database) {}
+
+  void Run(TextView batch) override {
+    NullSink sink;  // the scripts yield no results
+    database_.Run(batch, sink);
+  }
+  void BeginTable(TextView table, std::span<const Text> columns) override {
+    loader_ = database_.Load(table, columns);
+  }
+  void Row(std::span<const Value> values) override { loader_->Row(values); }
+  void EndTable() override {
+    loader_->Finish();
+    loader_.reset();
+  }
+
+ private:
+  tsql::Database& database_;
+  std::unique_ptr<tsql::BulkLoader> loader_;
+};
+
 // Fills a new database.
 class SampleWriter {
  public:
-  SampleWriter(tsql::Database& database, const SampleOptions& options)
-      : database_(database), options_(options) {}
+  SampleWriter(SampleTarget& target, const SampleOptions& options)
+      : target_(target), options_(options) {}
 
   void Write() {
     RunScript("schema.sql");
@@ -63,22 +86,20 @@ class SampleWriter {
     for (std::size_t table = 0; table < sample::kVoucherTables; ++table) WriteVouchers(table);
     RunScript("indexes.sql");
     RunScript("sales_procedures.sql");
-    database_.Compact();
     if (options_.progress) options_.progress(done_, done_);
   }
 
  private:
   void RunScript(std::string_view name) {
-    NullSink sink;  // the scripts yield no results
     for (std::string_view batch : tsql::SplitBatches(sample_files::Find(name))) {
-      database_.Run(FromUtf8(batch), sink);
+      target_.Run(FromUtf8(batch));
     }
   }
 
   void WriteTable(const sample::Table& table) {
-    const auto loader = database_.Load(table.name, table.columns);
-    for (const auto& row : table.rows) loader->Row(row);
-    loader->Finish();
+    target_.BeginTable(table.name, table.columns);
+    for (const auto& row : table.rows) target_.Row(row);
+    target_.EndTable();
   }
 
   void WriteMasterData() {
@@ -90,21 +111,19 @@ class SampleWriter {
   // costs less than keeping it.
   void WriteVouchers(std::size_t table) {
     sample::VoucherGenerator generator(options_.seed, options_.voucher_lines);
-    std::unique_ptr<tsql::BulkLoader> loader;
     const auto rows = sample::NewVoucherRows(table, generator.stock(), options_.seed,
-                                             [&](std::span<const Value> row) { loader->Row(row); });
-    loader = database_.Load(rows->table(), rows->columns());
+                                             [&](std::span<const Value> row) { target_.Row(row); });
+    target_.BeginTable(rows->table(), rows->columns());
     Counted counted(*rows, options_, done_);
     generator.Run(counted);
     rows->Finish();
-    loader->Finish();
-    loader.reset();
+    target_.EndTable();
     if (table + 1 == sample::kVoucherTables) {
       WriteTable(sample::StockTable(generator.stock(), options_.seed));
     }
   }
 
-  tsql::Database& database_;
+  SampleTarget& target_;
   const SampleOptions& options_;
   std::int64_t done_ = 0;
 };
@@ -125,13 +144,20 @@ void Create(const std::filesystem::path& path, const SampleOptions& options) {
     database_options.rights_of = files.target();
     database_options.cancel = options.cancel;
     const auto database = tsql::Database::Open(files.working_path(), database_options);
-    SampleWriter(*database, options).Write();
+    EmbeddedTarget target(*database);
+    SampleWriter(target, options).Write();
+    database->Compact();
   }
   CheckCancelled(options);  // the last moment at which nothing has happened yet
   files.Commit();
 }
 
 }  // namespace
+
+void FillSample(SampleTarget& target, const SampleOptions& options) {
+  CheckOptions(options);
+  SampleWriter(target, options).Write();
+}
 
 void CreateSample(const std::filesystem::path& path, const SampleOptions& options) {
   CheckOptions(options);

@@ -6,6 +6,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <span>
+
+#include "frame/text.h"
+#include "frame/value.h"
 
 namespace ledgerwick {
 
@@ -28,6 +32,25 @@ struct SampleOptions {
 };
 
 inline constexpr std::int64_t kMostSampleLines = 100'000'000;
+
+// An empty database that takes the sample.
+class SampleTarget {
+ public:
+  virtual ~SampleTarget() = default;
+
+  // Runs a batch of the sample's scripts.
+  virtual void Run(TextView batch) = 0;
+
+  // Rows of `table` follow, with a value for each of `columns`; no batch before EndTable.
+  virtual void BeginTable(TextView table, std::span<const Text> columns) = 0;
+  virtual void Row(std::span<const Value> values) = 0;
+  virtual void EndTable() = 0;
+};
+
+// Makes the sample's tables, rows and procedures in `target`. Throws std::runtime_error (UTF-8) for
+// options that cannot be and when it is cancelled, and what `target` throws; what is there by then
+// stays there.
+void FillSample(SampleTarget& target, const SampleOptions& options);
 
 // Creates the sample database at `path`. It comes into being under another name beside `path` and
 // takes its place when it is complete: whatever fails, an existing file stays as it was and nothing
