@@ -88,13 +88,15 @@ class ServerConnection final : public OdbcConnection {
 
   void RunFor(TextView batch, int seconds, ResultSink& sink) override {
     RequireOpen();
-    Statement(dbc_->Get(), calls_, Explains(seconds), seconds).Run(Text(batch), sink);
+    Statement(dbc_->Get(), calls_, Explains(seconds), {seconds, is_free_tds_})
+        .Run(Text(batch), sink);
   }
 
   void Call(const Text& procedure, const std::vector<CallParameter>& parameters, int seconds) {
     RequireOpen();
     UnreadRows sink;
-    Statement(dbc_->Get(), calls_, Explains(seconds), seconds).Call(procedure, parameters, sink);
+    Statement(dbc_->Get(), calls_, Explains(seconds), {seconds, is_free_tds_})
+        .Call(procedure, parameters, sink);
   }
 
  private:
@@ -107,7 +109,16 @@ class ServerConnection final : public OdbcConnection {
   }
 
   Statement::Explain Explains(int seconds) const {
-    return [this, seconds](const Diagnostic& d) { return StatementFailure(target_, d, seconds); };
+    return [this, seconds](const Diagnostic& d) {
+      return StatementFailure(target_, d, {seconds, IsGone()});
+    };
+  }
+
+  bool IsGone() const {
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    return Succeeded(SQLGetConnectAttrW(dbc_->Get(), SQL_ATTR_CONNECTION_DEAD, &dead, sizeof dead,
+                                        nullptr)) &&
+           dead == SQL_CD_TRUE;
   }
 
   void Connect(const Text& connection_string, const Text& user, const Text& password) {
@@ -137,6 +148,14 @@ class ServerConnection final : public OdbcConnection {
     // Nothing shall keep it longer than needed.
     target_.password.reset();
     is_open_ = true;
+    is_free_tds_ = FindText(DriverName(), u"tdsodbc") != Text::npos;
+  }
+
+  Text DriverName() const {
+    char16_t name[100] = {};
+    SQLSMALLINT length = 0;
+    SQLGetInfoW(dbc_->Get(), SQL_DRIVER_NAME, name, sizeof name, &length);
+    return name;
   }
 
   void Disconnect() noexcept {
@@ -152,6 +171,7 @@ class ServerConnection final : public OdbcConnection {
   std::unique_ptr<Handle> environment_;
   std::unique_ptr<Handle> dbc_;
   bool is_open_ = false;
+  bool is_free_tds_ = false;
   std::optional<DatabaseError> open_failure_;  // of the last Open
 };
 

@@ -10,6 +10,7 @@ namespace {
 
 constexpr const char16_t* kSource = u"ODBC";
 
+constexpr std::int32_t kLeastFatalSeverity = 20;  // from here on the server ends the connection
 constexpr std::int32_t kLoginFailed = 18456;
 constexpr std::int32_t kLoginFailedTrusted = 18452;
 constexpr std::int32_t kCannotOpenDatabase = 4060;
@@ -105,14 +106,16 @@ DatabaseError LoginFailure(const Target& target, const std::vector<Diagnostic>& 
   return Failure(u"Logging in to " + target.server + u" failed: " + Told(diagnostics));
 }
 
-DatabaseError StatementFailure(const Target& target, const Diagnostic& diagnostic, int seconds) {
-  if (diagnostic.IsConnectionFailure()) {
+DatabaseError StatementFailure(const Target& target, const Diagnostic& diagnostic,
+                               const StatementFacts& facts) {
+  const bool servers_own = diagnostic.severity > 0 && diagnostic.severity < kLeastFatalSeverity;
+  if (diagnostic.IsConnectionFailure() || (facts.connection_gone && !servers_own)) {
     return Failure(u"The connection to " + target.server +
                    u" broke while a statement ran, which may have been done or not (" +
                    diagnostic.text + u"). Look whether the server runs, and start again.");
   }
-  if (diagnostic.state == u"HYT00" && seconds > 0) {
-    const Text limit = Value(std::int64_t{seconds}).ToText();
+  if (diagnostic.state == u"HYT00" && facts.seconds > 0) {
+    const Text limit = Value(std::int64_t{facts.seconds}).ToText();
     return Failure(u"The statement took longer than its " + limit +
                    u" seconds and was cancelled on the server.");
   }

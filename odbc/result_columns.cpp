@@ -1,6 +1,8 @@
 #include "odbc/result_columns.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstring>
 
 #include "odbc/diagnostics.h"
@@ -17,6 +19,9 @@ constexpr SQLSMALLINT kDateTimeOffset = -155;
 // Texts and binary values up to here are fetched in blocks; what may be longer, in pieces.
 constexpr SQLULEN kLongestInBlock = 8000;
 
+constexpr SQLULEN kMoneyDigits = 19;
+constexpr SQLULEN kDateTimeCharacters = 23;  // yyyy-mm-dd hh:mm:ss.fff
+
 constexpr std::size_t kDigitsWidth = 48;  // of a decimal: 38 digits, sign, point, 0
 constexpr std::size_t kShortTextWidth = 80;
 
@@ -29,7 +34,9 @@ Text TypeText(Text name, SQLSMALLINT type, SQLULEN size, SQLSMALLINT digits) {
   switch (type) {
     case SQL_DECIMAL:
     case SQL_NUMERIC:
-      if (EqualText(name, u"money") || EqualText(name, u"smallmoney")) return name;
+      // Where null is allowed, drivers call the small ones by the large ones' names.
+      if (EqualText(name, u"money")) return size < kMoneyDigits ? u"smallmoney" : name;
+      if (EqualText(name, u"smallmoney")) return name;
       return name + u"(" + number(size) + u"," + number(digits) + u")";
     case SQL_CHAR:
     case SQL_VARCHAR:
@@ -42,6 +49,8 @@ Text TypeText(Text name, SQLSMALLINT type, SQLULEN size, SQLSMALLINT digits) {
       }
       if (size == 0 || size > kLongestInBlock) return name + u"(max)";
       return name + u"(" + number(size) + u")";
+    case SQL_TYPE_TIMESTAMP:
+      return EqualText(name, u"datetime") && size < kDateTimeCharacters ? u"smalldatetime" : name;
     case SQL_LONGVARCHAR:
     case SQL_WLONGVARCHAR:
     case SQL_LONGVARBINARY:
@@ -80,6 +89,7 @@ void SetType(Column& column, SQLSMALLINT type, SQLULEN size, SQLSMALLINT digits)
     case SQL_BIGINT:
       return Set(column, ColumnKind::Integer, SQL_C_SBIGINT, sizeof(SQLBIGINT));
     case SQL_REAL:
+      return Set(column, ColumnKind::Float, SQL_C_FLOAT, sizeof(SQLREAL));
     case SQL_FLOAT:
     case SQL_DOUBLE:
       return Set(column, ColumnKind::Float, SQL_C_DOUBLE, sizeof(SQLDOUBLE));
@@ -166,6 +176,15 @@ Value ToDateValue(const SQL_TIMESTAMP_STRUCT& stamp) {
                       u"A date of the result lies outside the years 100 to 9999.");
 }
 
+// The number that a real's own digits say, without the ones that a double would add.
+double Widened(float number) {
+  std::array<char, 32> digits{};
+  const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+  double wide = number;
+  std::from_chars(digits.data(), end, wide);
+  return wide;
+}
+
 Text Hexadecimal(const char* bytes, std::size_t size) {
   constexpr char16_t kDigits[] = u"0123456789ABCDEF";
   Text text = u"0x";
@@ -202,6 +221,8 @@ Value ToValue(const Column& column, const char* bytes, SQLLEN length) {
   switch (column.c_type) {
     case SQL_C_SBIGINT:
       return Value(Read<std::int64_t>(bytes));
+    case SQL_C_FLOAT:
+      return Value(Widened(Read<float>(bytes)));
     case SQL_C_DOUBLE:
       return Value(Read<double>(bytes));
     case SQL_C_TYPE_TIMESTAMP:

@@ -57,7 +57,9 @@ void ResultReader::ReadInto(ResultSink& sink) {
   for (const Column& column : columns_) shown.push_back(column.result);
   sink.Columns(shown);
   try {
-    if (rows_in_block_ > 0) {
+    if (is_empty_) {
+      // Nothing is to be fetched.
+    } else if (rows_in_block_ > 0) {
       ReadBlocks(sink);
     } else {
       ReadOneByOne(sink);

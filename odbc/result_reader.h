@@ -23,6 +23,9 @@ class ResultReader {
   ResultReader(const ResultReader&) = delete;
   ResultReader& operator=(const ResultReader&) = delete;
 
+  // The result is known to have no rows.
+  void SetEmpty() noexcept { is_empty_ = true; }
+
   // Gives all rows to `sink`, between Columns and EndRows; where the rows end in an error,
   // BreakRows comes in place of that. Throws DatabaseError and what `sink` throws.
   void ReadInto(ResultSink& sink);
@@ -36,6 +39,7 @@ class ResultReader {
   SQLHSTMT statement_;
   std::vector<Column> columns_;
   Call call_;
+  bool is_empty_ = false;
   std::int64_t count_ = 0;
   std::vector<Value> row_;
 

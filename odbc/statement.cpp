@@ -54,12 +54,16 @@ bool TakesGuard(TextView batch) {
 
 }  // namespace
 
-Statement::Statement(SQLHDBC connection, LongCalls& calls, Explain explain, int seconds)
-    : handle_(SQL_HANDLE_STMT, connection), calls_(calls), explain_(std::move(explain)) {
+Statement::Statement(SQLHDBC connection, LongCalls& calls, Explain explain,
+                     const StatementSettings& settings)
+    : handle_(SQL_HANDLE_STMT, connection),
+      calls_(calls),
+      explain_(std::move(explain)),
+      settings_(settings) {
   if (handle_.Get() == nullptr) Fail(ReadDiagnostics(SQL_HANDLE_DBC, connection));
-  if (seconds > 0) {
-    SQLSetStmtAttrW(handle_.Get(), SQL_ATTR_QUERY_TIMEOUT, AsPointer(static_cast<SQLULEN>(seconds)),
-                    0);
+  if (settings.seconds > 0) {
+    SQLSetStmtAttrW(handle_.Get(), SQL_ATTR_QUERY_TIMEOUT,
+                    AsPointer(static_cast<SQLULEN>(settings.seconds)), 0);
   }
 }
 
@@ -115,9 +119,10 @@ void Statement::Tell(std::vector<Diagnostic> diagnostics, ResultSink& sink) {
 
 void Statement::ReadResult(ResultSink& sink) {
   std::vector<Column> columns = DescribeColumns(handle_.Get());
+  SQLLEN count = -1;
+  const bool has_count = Succeeded(SQLRowCount(handle_.Get(), &count)) && count >= 0;
   if (columns.empty()) {
-    SQLLEN count = -1;
-    if (Succeeded(SQLRowCount(handle_.Get(), &count)) && count >= 0) sink.RowsAffected(count);
+    if (has_count) sink.RowsAffected(count);
     return;
   }
   // What is said while rows are read waits for their end.
@@ -136,6 +141,7 @@ void Statement::ReadResult(ResultSink& sink) {
     throw ToError(behind.front());
   };
   ResultReader reader(handle_.Get(), std::move(columns), call);
+  if (settings_.counts_empty_results && has_count && count == 0) reader.SetEmpty();
   try {
     reader.ReadInto(sink);
   } catch (const DatabaseError&) {

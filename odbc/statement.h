@@ -21,6 +21,15 @@ struct CallParameter {
   Text value;
 };
 
+// What a statement has to know of its connection.
+struct StatementSettings {
+  int seconds = 0;  // the time limit; 0 for none
+
+  // The driver loses what a batch says behind an empty result when it is asked for rows, and knows
+  // before that there are none.
+  bool counts_empty_results = false;
+};
+
 // Runs one batch or call and hands everything that comes back to a sink, in its order.
 class Statement {
  public:
@@ -28,7 +37,8 @@ class Statement {
   using Explain = std::function<DatabaseError(const Diagnostic&)>;
 
   // All outlive the statement. Throws DatabaseError.
-  Statement(SQLHDBC connection, LongCalls& calls, Explain explain, int seconds);
+  Statement(SQLHDBC connection, LongCalls& calls, Explain explain,
+            const StatementSettings& settings);
   ~Statement();
   Statement(const Statement&) = delete;
   Statement& operator=(const Statement&) = delete;
@@ -53,6 +63,7 @@ class Statement {
   Handle handle_;
   LongCalls& calls_;
   Explain explain_;
+  StatementSettings settings_;
   std::optional<DatabaseError> first_error_;
   bool calls_procedure_ = false;
   bool broken_ = false;  // nothing more comes

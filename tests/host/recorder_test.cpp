@@ -166,27 +166,14 @@ TEST_CASE("the first canned recordset whose part stands in the statement answers
   CHECK(std::get<bool>(TraceReport(request).result));
 }
 
-TEST_CASE("a canned recordset filters, walks and fails like one") {
-  MemoryRecordset rows(
-      {{{u"code", u"01"}, {u"n", 1}}, {{u"code", u"a"}}, {{u"code", u"A"}, {u"n", 1.0}}});
-  CHECK(rows.RecordCount() == 3);
-  CHECK(rows.Field(u"CODE") == Value(u"01"));
+TEST_CASE("a canned recordset has the columns of all its rows, and any where there are none") {
+  MemoryRecordset rows({{{u"code", u"01"}, {u"n", 1}}, {{u"code", u"a"}, {u"CODE", u"b"}}});
   rows.MoveNext();
   CHECK(rows.Field(u"n").IsNull());
-  const std::pair<const char16_t*, std::int32_t> filters[] = {
-      {u"code = 'A'", 2}, {u"[n]=1", 2}, {u"code='x'", 0}, {u"  ", 3}};
-  for (const auto& [criteria, count] : filters) {
-    rows.SetFilter(criteria);
-    CHECK_MESSAGE(rows.RecordCount() == count, ToUtf8(criteria));
-    CHECK(rows.AtEnd() == (count == 0));
-  }
-  CHECK(NumberOf([&] { rows.Field(u"nosuch"); }) == 3265);
-  CHECK(NumberOf([&] { rows.SetFilter(u"nosuch = 1"); }) == 3265);
-  CHECK(NumberOf([&] { rows.SetFilter(u"code like 'a'"); }) == 3001);
-  CHECK(NumberOf([&] { rows.SetFilter(u"code = 'a' And n = '1'"); }) == 3001);
-  rows.SetFilter(u"code = 'none'");
-  CHECK(NumberOf([&] { rows.Field(u"code"); }) == 3021);
-  CHECK(NumberOf([&] { rows.MoveNext(); }) == 3021);
+  CHECK(rows.Field(u"CODE") == Value(u"a"));
+  MemoryRecordset none({});
+  none.SetFilter(u"nosuch = 1");
+  CHECK(NumberOf([&] { none.Field(u"nosuch"); }) == 3021);
 }
 
 TEST_CASE("a class that this version lacks is an error of its own") {
