@@ -15,7 +15,7 @@ constexpr std::int32_t kNoRight = 229;
 
 class ServerHold final : public TableHold {
  public:
-  ServerHold(std::shared_ptr<odbc::OdbcConnection> connection, Text resource)
+  ServerHold(std::shared_ptr<BatchRunner> connection, Text resource)
       : connection_(std::move(connection)), resource_(std::move(resource)) {}
   ~ServerHold() override {
     NullSink sink;
@@ -30,12 +30,12 @@ class ServerHold final : public TableHold {
   }
 
  private:
-  std::shared_ptr<odbc::OdbcConnection> connection_;
+  std::shared_ptr<BatchRunner> connection_;
   Text resource_;
 };
 
 // Asks for the lock and gives the answer. `wait` is in milliseconds, -1 for as long as it takes.
-std::int64_t Ask(odbc::OdbcConnection& connection, const Text& resource, TextView wait) {
+std::int64_t Ask(BatchRunner& connection, const Text& resource, TextView wait) {
   RowCollector answer;
   connection.Run(u"DECLARE @granted int EXEC @granted = tempdb..sp_getapplock @Resource = " +
                      resource +
@@ -47,7 +47,7 @@ std::int64_t Ask(odbc::OdbcConnection& connection, const Text& resource, TextVie
 
 }  // namespace
 
-std::unique_ptr<TableHold> HoldOnServer(const std::shared_ptr<odbc::OdbcConnection>& connection,
+std::unique_ptr<TableHold> HoldOnServer(const std::shared_ptr<BatchRunner>& connection,
                                         TextView table, const std::function<void()>& on_wait,
                                         const std::function<void(const Text&)>& note) {
   const auto tell = [&](const Text& text) {

@@ -4,8 +4,8 @@
 #include <functional>
 #include <memory>
 
+#include "frame/result_sink.h"
 #include "host/runner.h"
-#include "odbc/connection.h"
 
 namespace ledgerwick {
 
@@ -13,7 +13,7 @@ namespace ledgerwick {
 // lies) for `connection`, which has it until the hold goes. Waits for another that has it, having
 // called `on_wait`. Tells `note` that the table is replaced for everyone, and where the server has
 // no such locks or grants none; the hold then holds nothing. Throws DatabaseError.
-std::unique_ptr<TableHold> HoldOnServer(const std::shared_ptr<odbc::OdbcConnection>& connection,
+std::unique_ptr<TableHold> HoldOnServer(const std::shared_ptr<BatchRunner>& connection,
                                         TextView table, const std::function<void()>& on_wait,
                                         const std::function<void(const Text&)>& note);
 

@@ -28,6 +28,7 @@ const char* const kRequest = R"({"class": "clsRepAQKCYJ", "ReportTitle": "表", 
 
 TEST_CASE("wrong usage is exit code 2 with a message that helps") {
   unsetenv("LEDGERWICK_CONNECTION");
+  unsetenv("LEDGERWICK_PASSWORD");
   const testing::TemporaryFolder folder;
   testing::Write(folder / "bad.json", "{\"class\": \"clsRepAQKCYJ\",\n \"filters\": 5}");
   testing::Write(folder / "bytes.json", "{\"class\": \"\xFF\"}");
@@ -52,7 +53,17 @@ TEST_CASE("wrong usage is exit code 2 with a message that helps") {
       {{"trace", folder.path().string() + "/"}, "Is a directory"},
       {{"trace", folder / "bad.json"}, "bad.json:2:13: \"filters\" must be a list or null"},
       {{"trace", folder / "bytes.json"}, "bytes.json:1:12: invalid UTF-8 at byte 11"},
-      {{"run", "clsRepAQKCYJ", "--connection", "DSN=x"}, "connection strings of servers"},
+      {{"run", "clsRepAQKCYJ", "--connection", "company.db"}, "'company.db' names no database"},
+      {{"run", "clsRepAQKCYJ", "--connection", "UID=u"}, "names no server"},
+      {{"run", "clsRepAQKCYJ", "--connection", "DSN=x", "-S", "y"}, "not both"},
+      {{"query", "SELECT 1", "-U", "u"}, "give -S too"},
+      {{"query", "SELECT 1", "-d", "d"}, "give -S too"},
+      {{"query", "SELECT 1", "-S", "s;x", "-U", "u"}, "no password for u on s;x: set LEDGERWICK_"},
+      {{"query", "SELECT 1", "--connection", "mssql://u@s/d", "--password-file", "/none"},
+       "'/none' holds no password"},
+      {{"sample", "create"}, "where?"},
+      {{"sample", "create", "x.db", "-S", "s"}, "not both"},
+      {{"sample", "create", "-S", "s", "--force"}, "--force replaces files alone"},
       {{"run", "clsRepAQKCYJ", "--connection", "embedded:"}, "lacks the database's path"},
       {{"run", "clsRepAQKCYJ", "--format", "xml"}, "the formats are table line csv tsv json"},
       {{"query", "SELECT 1", "--format", "json", "--bom"}, "--bom is for csv, not for json"},
@@ -70,7 +81,6 @@ TEST_CASE("wrong usage is exit code 2 with a message that helps") {
       {{"query", "--connection", "embedded:x", "--file", folder / "bytes.sql"},
        "bytes.sql:3:9: invalid UTF-8 at byte 20"},
       {{"query", "SELECT 1"}, "LEDGERWICK_CONNECTION"},
-      {{"sample", "create"}, "PATH is required"},
       {{"sample", "create", folder / "x.db", "--lines", "0"}, "--lines"},
       {{"list", "--color", "blue"}, "--color"},
   };

@@ -4,6 +4,7 @@
 // winsock2.h comes before windows.h.
 #include <cstdlib>
 
+#include "com/ado.h"
 #include "com/dispatch_object.h"
 #include "com/variant_value.h"
 #include "component.h"
@@ -12,6 +13,7 @@
 #include "helper/wire.h"
 #include "output/value_text.h"
 #include "requests.h"
+#include "tests/drivers/suite.h"
 
 namespace ledgerwick::com::testing {
 namespace {
@@ -161,6 +163,17 @@ TEST_SUITE("end to end") {
       CHECK_FALSE(sub_title.empty());
       CHECK(NativeOutput(i + 1, u"log").find('\n' + sub_title + '\n') != std::string::npos);
     }
+  }
+}
+
+TEST_SUITE("end to end") {
+  TEST_CASE("ADO's double passes the suite of the drivers") {
+    FakeWorld world({}, [] { return std::make_shared<HelperSession>(); });
+    const Text database = Environment(L"LEDGERWICK_EMPTY_DATABASE");
+    using ledgerwick::testing::Ability;
+    ledgerwick::testing::CheckDriver({[] { return AdoConnection::New(); },
+                                      database,
+                                      {Ability::ClosedCommand, Ability::ParameterType}});
   }
 }
 

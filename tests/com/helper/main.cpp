@@ -124,8 +124,15 @@ int Listen() {
 }  // namespace
 }  // namespace ledgerwick::com::testing
 
-int main() {
+// With --create PATH, makes an empty database there and ends.
+int main(int argc, char** argv) {
   using namespace ledgerwick::com::testing;
+  if (argc == 3 && std::string(argv[1]) == "--create") {
+    ledgerwick::tsql::DatabaseOptions options;
+    options.create = true;
+    ledgerwick::tsql::Database::Open(argv[2], options);
+    return 0;
+  }
   const int listener = Listen();
   if (listener < 0) return 1;
   std::thread([] {
