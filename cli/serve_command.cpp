@@ -1,28 +1,15 @@
 // serve: an embedded database for the clients of SQL Server.
 #include <cstdlib>
-#include <fstream>
 #include <mutex>
 
 #include "cli/command_line.h"
 #include "cli/commands.h"
 #include "cli/interrupt.h"
+#include "cli/server_options.h"
 #include "tds/service.h"
 
 namespace ledgerwick {
 namespace {
-
-// The first line of the file. Throws UsageError.
-std::string ReadPassword(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string line;
-  if (!file || !std::getline(file, line)) {
-    throw UsageError("'" + path + "' holds no password: it should be the file's first line");
-  }
-  if (line.ends_with('\r')) line.pop_back();
-  if (line.empty()) throw UsageError("the password in '" + path + "' is empty");
-  if (!TryFromUtf8(line)) throw UsageError("the password in '" + path + "' is not UTF-8");
-  return line;
-}
 
 tds::ServiceOptions ServiceOptionsOf(const ServeOptions& given) {
   tds::ServiceOptions options;
@@ -50,7 +37,8 @@ tds::ServiceOptions ServiceOptionsOf(const ServeOptions& given) {
 int ServeCommand(Console& console, const ServeOptions& given) {
   tds::ServiceOptions options = ServiceOptionsOf(given);
   const bool random = given.password_file.empty();
-  const std::string password = random ? tds::RandomPassword() : ReadPassword(given.password_file);
+  const std::string password =
+      random ? tds::RandomPassword() : ReadPasswordFile(given.password_file);
   options.password = FromUtf8(password);
   std::mutex mutex;
   options.note = [&](const std::string& text) {
