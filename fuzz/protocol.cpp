@@ -60,14 +60,31 @@ class AllTypes final : public tsql::Database {
     if (batch.find(u"BEGIN TRAN") != TextView::npos) ++transactions_;
     if (batch.find(u"COMMIT") != TextView::npos) transactions_ = 0;
     sink.Message(u"message");
-    const ResultColumn columns[] = {Column(u"i", u"int"),        Column(u"d", u"decimal(38,4)"),
-                                    Column(u"m", u"money"),      Column(u"t", u"datetime"),
-                                    Column(u"f", u"float"),      Column(u"c", u"varchar(20)"),
+    const ResultColumn columns[] = {Column(u"i", u"int"),
+                                    Column(u"d", u"decimal(38,4)"),
+                                    Column(u"m", u"money"),
+                                    Column(u"t", u"datetime"),
+                                    Column(u"f", u"float"),
+                                    Column(u"c", u"varchar(20)"),
+                                    Column(u"a", u"date"),
+                                    Column(u"e", u"datetime2(3)"),
+                                    Column(u"g", u"uniqueidentifier"),
+                                    Column(u"x", u"varbinary(9)"),
+                                    Column(u"y", u"time(0)"),
                                     Column({}, u"nvarchar(max)")};
-    const Value full[] = {Value(std::int64_t{-7}), Value(u"-12.3400"), Value(u"1.0000"),
-                          Value(Date{37316.5}),    Value(0.1),         Value(u"甲 x"),
+    const Value full[] = {Value(std::int64_t{-7}),
+                          Value(u"-12.3400"),
+                          Value(u"1.0000"),
+                          Value(Date{37316.5}),
+                          Value(0.1),
+                          Value(u"甲 x"),
+                          Value(u"2002-03-01"),
+                          Value(u"0001-01-01 10:11:12.123"),
+                          Value(u"6F9619FF-8B86-D011-B42D-00C04FC964FF"),
+                          Value(u"0x00FF"),
+                          Value(u"23:59:59"),
                           Value(Text(batch))};
-    const Value nulls[] = {Null{}, Null{}, Null{}, Null{}, Null{}, Null{}, Null{}};
+    const std::vector<Value> nulls(std::size(full));
     sink.Columns(columns);
     for (int i = 0; i < 100; ++i) {
       sink.Row(full);

@@ -50,7 +50,11 @@ Text TypeText(Text name, SQLSMALLINT type, SQLULEN size, SQLSMALLINT digits) {
       if (size == 0 || size > kLongestInBlock) return name + u"(max)";
       return name + u"(" + number(size) + u")";
     case SQL_TYPE_TIMESTAMP:
+      if (EqualText(name, u"datetime2")) return name + u"(" + number(digits) + u")";
       return EqualText(name, u"datetime") && size < kDateTimeCharacters ? u"smalldatetime" : name;
+    case SQL_TYPE_TIME:
+    case kTime:
+      return name + u"(" + number(digits) + u")";
     case SQL_LONGVARCHAR:
     case SQL_WLONGVARCHAR:
     case SQL_LONGVARBINARY:
@@ -98,9 +102,9 @@ void SetType(Column& column, SQLSMALLINT type, SQLULEN size, SQLSMALLINT digits)
       column.result.scale = digits;
       return Set(column, ColumnKind::Decimal, SQL_C_CHAR, kDigitsWidth);
     case SQL_DATETIME:
-    case SQL_TYPE_DATE:
     case SQL_TYPE_TIMESTAMP:
       return Set(column, ColumnKind::DateTime, SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT));
+    case SQL_TYPE_DATE:
     case SQL_TYPE_TIME:
     case SQL_GUID:
     case kTime:
@@ -140,7 +144,10 @@ Column DescribeColumn(SQLHSTMT statement, SQLUSMALLINT number) {
   Column column;
   column.result.name = name;
   column.result.nullable = nullable != SQL_NO_NULLS;
-  SetType(column, type, size, digits);
+  // What has more digits than a date of ours comes as text, as ADO has it.
+  const bool is_long = type == SQL_TYPE_TIMESTAMP && EqualText(type_name, u"datetime2");
+  SetType(column, is_long ? kDateTimeOffset : type, size, digits);
+  column.begins_with_year = is_long || type == SQL_TYPE_DATE;
   column.result.type = TypeText(type_name, type, size, digits);
   return column;
 }
@@ -234,6 +241,10 @@ Value ToValue(const Column& column, const char* bytes, SQLLEN length) {
     default: {
       Text text(size / sizeof(char16_t), u'\0');
       std::memcpy(text.data(), bytes, text.size() * sizeof(char16_t));
+      constexpr std::size_t kYear = 4;
+      if (column.begins_with_year && text.find(u'-') < kYear) {
+        text.insert(0, kYear - text.find(u'-'), u'0');
+      }
       return text;
     }
   }

@@ -16,6 +16,7 @@ struct Column {
   SQLSMALLINT c_type = SQL_C_WCHAR;  // how its values are fetched
   std::size_t width = 0;             // in bytes, of the longest value; 0 where there is no telling
   bool is_binary = false;            // its text is 0x and hexadecimal digits
+  bool begins_with_year = false;     // which drivers may write without leading zeros
 };
 
 // The columns of the result; none where the statement has given no rows. Throws DatabaseError where

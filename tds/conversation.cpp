@@ -454,7 +454,7 @@ void Conversation::GiveHandle(const Call& call, std::int32_t handle, ResultStrea
   ResultColumn column;
   column.type = u"int";
   if (call.system == SystemCall::Prepare) results.Tokens().ReturnStatus(0);
-  results.Tokens().ReturnValue(0, Required(call, 0, u"@handle").name, WireTypeOf(column),
+  results.Tokens().ReturnValue(0, Required(call, 0, u"@handle").name, WireTypeOf(column, version_),
                                Value(std::int64_t{handle}));
 }
 

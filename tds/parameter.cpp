@@ -170,12 +170,9 @@ Text UnscaledLiteral(std::string_view bytes, int scale) {
   return DecimalLiteral(units, bytes[0] == 0, scale);
 }
 
-// The day that many days after 1900-01-01, and the time of day in milliseconds, as a literal. A day
-// outside the calendar of datetime comes out as a text that the database refuses.
-Text MomentLiteral(std::int64_t days, std::int64_t ms) {
-  constexpr std::int64_t kMsPerDay = 86'400'000;
-  days += ms / kMsPerDay;
-  ms %= kMsPerDay;
+// "20020301", the day that many days after 1900-01-01. One outside the calendar comes out as a text
+// that the database refuses.
+std::string DayText(std::int64_t days) {
   // From the first of March of the year 0 on, where leap days end years.
   const std::int64_t since = days + 693901;
   const std::int64_t era = (since >= 0 ? since : since - 146096) / 146097;
@@ -188,12 +185,34 @@ Text MomentLiteral(std::int64_t days, std::int64_t ms) {
   const std::int64_t day = day_of_year - (153 * month + 2) / 5 + 1;
   const std::int64_t year = year_of_era + era * 400 + (month >= 10 ? 1 : 0);
   std::array<char, 64> text;
-  const int length = std::snprintf(
-      text.data(), text.size(), "'%04d%02d%02d %02d:%02d:%02d.%03d'", static_cast<int>(year),
-      static_cast<int>(month < 10 ? month + 3 : month - 9), static_cast<int>(day),
-      static_cast<int>(ms / 3'600'000), static_cast<int>(ms / 60'000 % 60),
-      static_cast<int>(ms / 1000 % 60), static_cast<int>(ms % 1000));
-  return FromAscii({text.data(), static_cast<std::size_t>(length)});
+  const int length =
+      std::snprintf(text.data(), text.size(), "%04d%02d%02d", static_cast<int>(year),
+                    static_cast<int>(month < 10 ? month + 3 : month - 9), static_cast<int>(day));
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
+// "10:11:12.123", the time of day of that many units, `scale` of whose digits are the second's.
+std::string TimeText(std::int64_t units, int scale) {
+  std::int64_t second = 1;
+  for (int i = 0; i < scale; ++i) second *= 10;
+  const std::int64_t seconds = units / second;
+  std::array<char, 64> text;
+  int length =
+      std::snprintf(text.data(), text.size(), "%02d:%02d:%02d", static_cast<int>(seconds / 3600),
+                    static_cast<int>(seconds / 60 % 60), static_cast<int>(seconds % 60));
+  std::string time(text.data(), static_cast<std::size_t>(length));
+  if (scale == 0) return time;
+  length = std::snprintf(text.data(), text.size(), ".%0*lld", scale,
+                         static_cast<long long>(units % second));
+  return time.append(text.data(), static_cast<std::size_t>(length));
+}
+
+// A datetime, in days from 1900-01-01 and milliseconds.
+Text MomentLiteral(std::int64_t days, std::int64_t ms) {
+  constexpr std::int64_t kMsPerDay = 86'400'000;
+  constexpr int kDigits = 3;
+  return FromAscii("'" + DayText(days + ms / kMsPerDay) + " " + TimeText(ms % kMsPerDay, kDigits) +
+                   "'");
 }
 
 Text DateTimeLiteral(std::string_view bytes) {
@@ -226,24 +245,40 @@ Text NewMomentLiteral(std::string_view bytes, Token token, int scale) {
   const std::size_t time_size = token == Token::DateN ? 0 : scale <= 2 ? 3 : scale <= 4 ? 4 : 5;
   if (bytes.size() != tail + time_size) throw ProtocolError("a time has a wrong length");
   std::int64_t time = LittleEndian(bytes.substr(0, time_size));
-  for (int i = scale; i < 3; ++i) time *= 10;
-  std::int64_t unit = 1;
-  for (int i = scale; i > 3; --i) unit *= 10;
-  std::int64_t ms = (time + unit / 2) / unit;
   std::int64_t days = 0;
   if (day_size != 0) days = LittleEndian(bytes.substr(time_size, kDays)) - kDaysTo1900;
   if (has_zone) {
     const auto minutes =
         static_cast<std::int16_t>(LittleEndian(bytes.substr(time_size + kDays, kZone)));
     // The clock of the zone, on which the day may be another.
-    constexpr std::int64_t kMsPerDay = 86'400'000;
-    ms += std::int64_t{minutes} * 60'000;
-    if (ms < 0) {
-      ms += kMsPerDay;
-      --days;
-    }
+    std::int64_t minute = 60;
+    for (int i = 0; i < scale; ++i) minute *= 10;
+    constexpr std::int64_t kMinutesPerDay = 1440;
+    time += minutes * minute;
+    days += time < 0 ? -1 : time / (minute * kMinutesPerDay);
+    time = (time + minute * kMinutesPerDay) % (minute * kMinutesPerDay);
   }
-  return MomentLiteral(days, ms);
+  std::string text = "'";
+  if (day_size != 0) text += DayText(days);
+  if (day_size != 0 && time_size != 0) text += ' ';
+  if (time_size != 0) text += TimeText(time, scale);
+  return FromAscii(text + "'");
+}
+
+Text NewMomentType(Token token, int scale) {
+  if (token == Token::DateN) return u"date";
+  return (token == Token::TimeN ? u"time(" : u"datetime2(") + FromAscii(std::to_string(scale)) +
+         u")";
+}
+
+Text BytesLiteral(std::string_view bytes) {
+  Text text = u"0x";
+  for (const char c : bytes) {
+    const auto byte = static_cast<unsigned char>(c);
+    text += u"0123456789ABCDEF"[byte >> 4];
+    text += u"0123456789ABCDEF"[byte & 0xF];
+  }
+  return text;
 }
 
 Text GuidLiteral(std::string_view bytes) {
@@ -456,13 +491,25 @@ void ReadSimple(const TypeFacts& facts, const std::optional<std::string>& bytes,
     case Token::TimeN:
     case Token::DateTime2N:
     case Token::DateTimeOffsetN:
-      return take(u"datetime", [&](const std::string& value) {
+      return take(NewMomentType(facts.token, facts.scale), [&](const std::string& value) {
         return NewMomentLiteral(value, facts.token, facts.scale);
       });
     case Token::Guid:
-      return take(u"char(36)", GuidLiteral);
+      return take(u"uniqueidentifier", GuidLiteral);
+    case Token::OldBinary:
+    case Token::Binary:
+    case Token::OldVarBinary:
+    case Token::VarBinary:
+    case Token::Image: {
+      constexpr std::size_t kMostBytes = 8000;
+      const bool fixed = facts.token == Token::OldBinary || facts.token == Token::Binary;
+      const bool is_long = facts.in_parts || facts.token == Token::Image;
+      return take(is_long ? Text(u"varbinary(max)")
+                          : Lengthy(fixed ? u"binary" : u"varbinary", facts.length, kMostBytes),
+                  BytesLiteral);
+    }
     default:
-      // Bytes, which the database has not: a null of theirs is a null.
+      // What the database has not: a null of theirs is a null.
       if (bytes) throw UnknownType(static_cast<unsigned>(facts.token));
       parameter.type = u"varchar(8000)";
   }
@@ -519,12 +566,8 @@ bool IsText(Token token) noexcept {
 }
 
 // The types that the database lacks, with their neighbours.
-constexpr std::array<std::pair<TextView, TextView>, 7> kNeighbours = {{
-    {u"date", u"datetime"},
-    {u"time", u"datetime"},
-    {u"datetime2", u"datetime"},
-    {u"datetimeoffset", u"datetime"},
-    {u"uniqueidentifier", u"char(36)"},
+constexpr std::array<std::pair<TextView, TextView>, 3> kNeighbours = {{
+    {u"datetimeoffset", u"datetime2"},
     {u"xml", u"nvarchar(max)"},
     {u"sql_variant", u"nvarchar(4000)"},
 }};

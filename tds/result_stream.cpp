@@ -33,7 +33,9 @@ TokenWriter& ResultStream::Tokens() {
 
 void ResultStream::Columns(std::span<const ResultColumn> columns) {
   types_.clear();
-  for (const ResultColumn& column : columns) types_.push_back(WireTypeOf(column));
+  for (const ResultColumn& column : columns) {
+    types_.push_back(WireTypeOf(column, version_));
+  }
   in_outcome_ = kind_ != DoneKind::Statement && !columns.empty() && columns[0].name == kOutcome;
   if (in_outcome_) return;
   Release();

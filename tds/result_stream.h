@@ -18,6 +18,7 @@ class ResultStream final : public ResultSink {
   ResultStream(PacketStream& packets, Version version, DoneKind kind, std::function<void()> look)
       : packets_(packets),
         tokens_(packets.answer(), version),
+        version_(version),
         kind_(kind),
         look_(std::move(look)) {}
 
@@ -56,6 +57,7 @@ class ResultStream final : public ResultSink {
 
   PacketStream& packets_;
   TokenWriter tokens_;
+  Version version_;
   DoneKind kind_;
   std::function<void()> look_;
   std::vector<WireType> types_;

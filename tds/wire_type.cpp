@@ -13,6 +13,7 @@ namespace {
 constexpr std::uint32_t kLongText = 0xFFFF;
 constexpr std::uint32_t kOldText = 0x23;   // text
 constexpr std::uint32_t kOldNText = 0x63;  // ntext
+constexpr std::uint32_t kOldImage = 0x22;  // image
 constexpr std::uint32_t kLongestOld = 0x7FFFFFFF;
 constexpr std::uint32_t kLongestOldN = 0x7FFFFFFE;
 
@@ -42,6 +43,13 @@ constexpr NamedType kTypes[] = {
     {u"money", WireKind::Money, 0x6E, 8},
     {u"smalldatetime", WireKind::DateTime, 0x6F, 4},
     {u"datetime", WireKind::DateTime, 0x6F, 8},
+    {u"date", WireKind::Date, 0x28, 3},
+    {u"time", WireKind::Time, 0x29, 0},
+    {u"datetime2", WireKind::DateTime2, 0x2A, 0},
+    {u"uniqueidentifier", WireKind::Identifier, 0x24, 16},
+    {u"binary", WireKind::Bytes, 0xAD, 0},
+    {u"varbinary", WireKind::Bytes, 0xA5, 0},
+    {u"timestamp", WireKind::Bytes, 0xAD, 8},
     {u"decimal", WireKind::Decimal, 0x6A, 0},
     {u"numeric", WireKind::Decimal, 0x6C, 0},
     {u"char", WireKind::Char, 0xAF, 0},
@@ -121,6 +129,72 @@ void PutDate(ByteWriter& out, const WireType& type, Date date) {
   out.Put(days).Put(ticks);
 }
 
+// The number that the digits of a part of a value's text say.
+std::uint64_t NumberIn(TextView text) {
+  std::uint64_t number = 0;
+  for (const char16_t c : text) number = number * 10 + static_cast<std::uint64_t>(c - u'0');
+  return number;
+}
+
+void PutBytes(ByteWriter& out, std::uint64_t number, std::size_t size) {
+  for (std::size_t i = 0; i < size; ++i, number >>= 8) out.U8(number & 0xFF);
+}
+
+// Of "2002-03-01", in days since 0001-01-01.
+void PutDay(ByteWriter& out, TextView text) {
+  constexpr std::int32_t kDaysTo1900 = 693595;
+  constexpr std::size_t kSize = 3;
+  CalendarTime day;
+  day.year = static_cast<int>(NumberIn(text.substr(0, 4)));
+  day.month = static_cast<int>(NumberIn(text.substr(5, 2)));
+  day.day = static_cast<int>(NumberIn(text.substr(8, 2)));
+  PutBytes(out, static_cast<std::uint64_t>(DaysSince1900(day) + kDaysTo1900), kSize);
+}
+
+std::size_t TimeBytes(int scale) noexcept { return scale <= 2 ? 3 : scale <= 4 ? 4 : 5; }
+
+// Of "10:11:12.1234567", in units of its last digit.
+void PutTimeOfDay(ByteWriter& out, TextView text, int scale) {
+  std::uint64_t time = NumberIn(text.substr(0, 2)) * 60 + NumberIn(text.substr(3, 2));
+  time = time * 60 + NumberIn(text.substr(6, 2));
+  for (int i = 0; i < scale; ++i) time *= 10;
+  constexpr std::size_t kPoint = 8;
+  if (scale > 0) time += NumberIn(text.substr(kPoint + 1));
+  PutBytes(out, time, TimeBytes(scale));
+}
+
+void PutMoment(ByteWriter& out, const WireType& type, TextView text) {
+  constexpr std::size_t kTime = 11;  // behind "2002-03-01 "
+  out.U8(type.length);
+  if (type.kind == WireKind::Time) return PutTimeOfDay(out, text, type.scale);
+  if (type.kind == WireKind::DateTime2) PutTimeOfDay(out, text.substr(kTime), type.scale);
+  PutDay(out, text);
+}
+
+// The bytes that pairs of hexadecimal digits say; dashes between them count for nothing.
+std::string FromHexadecimal(TextView digits) {
+  std::string bytes;
+  int high = -1;
+  for (const char16_t c : digits) {
+    if (c == u'-') continue;
+    const int digit = c <= u'9' ? c - u'0' : (c | 0x20) - u'a' + 10;
+    if (high < 0) {
+      high = digit;
+    } else {
+      bytes += static_cast<char>(high << 4 | digit);
+      high = -1;
+    }
+  }
+  return bytes;
+}
+
+void PutIdentifier(ByteWriter& out, const WireType& type, TextView text) {
+  constexpr std::size_t kPlaces[] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
+  const std::string bytes = FromHexadecimal(text);
+  out.U8(type.length);
+  for (const std::size_t place : kPlaces) out.U8(static_cast<unsigned char>(bytes.at(place)));
+}
+
 void PutFloat(ByteWriter& out, const WireType& type, double number) {
   out.U8(type.length);
   if (type.length == 4) {
@@ -135,11 +209,12 @@ void PutFloat(ByteWriter& out, const WireType& type, double number) {
   }
 }
 
-// The bytes of a text, behind what tells their length.
+// The bytes of a text or of binary, behind what tells their length.
 template <typename Content>
 void PutText(std::string& bytes, const WireType& type, Version version, Content content) {
   ByteWriter out(bytes);
-  const bool is_long = type.kind == WireKind::LongChar || type.kind == WireKind::LongNChar;
+  const bool is_long = type.kind == WireKind::LongChar || type.kind == WireKind::LongNChar ||
+                       type.kind == WireKind::LongBytes;
   if (!is_long) {
     const std::size_t at = bytes.size();
     out.U16(0);
@@ -177,10 +252,12 @@ void PutNull(ByteWriter& out, const WireType& type, Version version) {
   switch (type.kind) {
     case WireKind::Char:
     case WireKind::NChar:
+    case WireKind::Bytes:
       out.Put(kShortNull);
       return;
     case WireKind::LongChar:
     case WireKind::LongNChar:
+    case WireKind::LongBytes:
       if (version != Version::V71) {
         out.Put(kLongNull);
         return;
@@ -192,20 +269,49 @@ void PutNull(ByteWriter& out, const WireType& type, Version version) {
   out.U8(0);
 }
 
+// A type of Version::V73A or later, where the client has none of them: as long as its texts.
+WireType AsText(std::uint32_t characters) { return {WireKind::NChar, 0xE7, characters * 2, 0, 0}; }
+
+// A date, a time or both, `digits` of them behind the second's point.
+WireType MomentType(const NamedType& known, int digits, Version version) {
+  constexpr std::uint32_t kDay = 10;
+  constexpr std::uint32_t kTime = 8;
+  const bool has_day = known.kind != WireKind::Time;
+  const bool has_time = known.kind != WireKind::Date;
+  if (version < Version::V73A) {
+    const std::uint32_t fraction = digits > 0 ? static_cast<std::uint32_t>(digits) + 1 : 0;
+    return AsText((has_day ? kDay : 0) + (has_time ? kTime + fraction : 0) +
+                  (has_day && has_time ? 1 : 0));
+  }
+  WireType type{known.kind, known.token, known.length, 0, static_cast<std::uint8_t>(digits)};
+  if (has_time) type.length = static_cast<std::uint32_t>(TimeBytes(digits)) + (has_day ? 3 : 0);
+  return type;
+}
+
 }  // namespace
 
-WireType WireTypeOf(const ResultColumn& column) {
+WireType WireTypeOf(const ResultColumn& column, Version version) {
   const TextView declaration = column.type;
   const TextView name = declaration.substr(0, declaration.find(u'('));
   for (const NamedType& known : kTypes) {
     if (known.name != name) continue;
     const auto arguments = ArgumentsOf(declaration);
+    if (known.kind == WireKind::Date || known.kind == WireKind::Time ||
+        known.kind == WireKind::DateTime2) {
+      return MomentType(known, arguments[0], version);
+    }
     WireType type{known.kind, known.token, known.length, 0, 0};
     const auto length = static_cast<std::uint32_t>(std::max(arguments[0], 1));
     if (known.kind == WireKind::Decimal) {
       type.precision = static_cast<std::uint8_t>(arguments[0]);
       type.scale = static_cast<std::uint8_t>(arguments[1]);
       type.length = DecimalBytes(arguments[0]);
+    } else if (known.kind == WireKind::Bytes && known.length == 0) {
+      type.length = length;
+      if (arguments[0] < 0) {
+        type.kind = WireKind::LongBytes;
+        type.length = kLongText;
+      }
     } else if (known.kind == WireKind::Char || known.kind == WireKind::NChar) {
       const bool wide = known.kind == WireKind::NChar;
       type.length = wide ? length * 2 : length;
@@ -224,6 +330,22 @@ void PutType(ByteWriter& out, const WireType& type, Version version) {
   switch (type.kind) {
     case WireKind::Decimal:
       out.U8(type.token).U8(type.length).U8(type.precision).U8(type.scale);
+      return;
+    case WireKind::Date:
+      out.U8(type.token);
+      return;
+    case WireKind::Time:
+    case WireKind::DateTime2:
+      out.U8(type.token).U8(type.scale);
+      return;
+    case WireKind::LongBytes:
+      if (version == Version::V71) {
+        out.U8(kOldImage).U32(kLongestOld).U16(0);  // of no table
+        return;
+      }
+      [[fallthrough]];
+    case WireKind::Bytes:
+      out.U8(type.token).U16(type.length);
       return;
     case WireKind::LongChar:
     case WireKind::LongNChar:
@@ -264,6 +386,17 @@ void PutValue(std::string& bytes, const WireType& type, const Value& value, Vers
       return PutDecimal(out, type, *value.If<Text>());
     case WireKind::DateTime:
       return PutDate(out, type, *value.If<Date>());
+    case WireKind::Date:
+    case WireKind::Time:
+    case WireKind::DateTime2:
+      return PutMoment(out, type, *value.If<Text>());
+    case WireKind::Identifier:
+      return PutIdentifier(out, type, *value.If<Text>());
+    case WireKind::Bytes:
+    case WireKind::LongBytes:
+      return PutText(bytes, type, version, [&] {
+        bytes += FromHexadecimal(TextView(*value.If<Text>()).substr(2));  // behind "0x"
+      });
     case WireKind::Char:
     case WireKind::LongChar:
       return PutText(bytes, type, version, [&] { AppendAnsi(bytes, *value.If<Text>()); });

@@ -16,10 +16,16 @@ enum class WireKind : std::uint8_t {
   Money,
   Decimal,
   DateTime,
-  Char,      // char and varchar up to 8000 bytes
-  NChar,     // nchar and nvarchar up to 4000 units
-  LongChar,  // varchar(max)
-  LongNChar  // nvarchar(max)
+  Date,
+  Time,
+  DateTime2,
+  Identifier,
+  Bytes,      // binary and varbinary up to 8000 bytes
+  LongBytes,  // varbinary(max)
+  Char,       // char and varchar up to 8000 bytes
+  NChar,      // nchar and nvarchar up to 4000 units
+  LongChar,   // varchar(max)
+  LongNChar   // nvarchar(max)
 };
 
 // How the values of a column travel.
@@ -31,9 +37,9 @@ struct WireType {
   std::uint8_t scale = 0;
 };
 
-// How `column` travels, from the type that the database declares. Throws std::logic_error for a
-// type that is not known here.
-WireType WireTypeOf(const ResultColumn& column);
+// How `column` travels to a client of that version, from the type that the database declares; to
+// one that has no such type, as text. Throws std::logic_error for a type that is not known here.
+WireType WireTypeOf(const ResultColumn& column, Version version);
 
 // Writes the type as metadata tell it, and the name of the table behind it where that version
 // wants one.

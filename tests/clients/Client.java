@@ -14,6 +14,12 @@ public class Client {
     if (value instanceof BigDecimal) return ((BigDecimal) value).toPlainString();
     if (value instanceof Timestamp) return new SimpleDateFormat("yyyy-MM-dd HH:mm:ss.SSS").format(value);
     if (value instanceof Clob) return ((Clob) value).getSubString(1, (int) ((Clob) value).length());
+    if (value instanceof Blob) return show(((Blob) value).getBytes(1, (int) ((Blob) value).length()));
+    if (value instanceof byte[]) {
+      StringBuilder digits = new StringBuilder("0x");
+      for (byte b : (byte[]) value) digits.append(String.format("%02X", b));
+      return digits.toString();
+    }
     return value.toString();
   }
 

@@ -104,6 +104,13 @@ TEST_CASE("results, counts, messages and errors of a batch come in order, whole 
       u"INSERT INTO w VALUES (1, REPLICATE(CAST('长' AS varchar(max)), 4000), "
       u"REPLICATE(CAST(N'𠀀' AS nvarchar(max)), 2000)) INSERT INTO w VALUES (2, '', NULL) "
       u"SELECT c, t + t + t + t + t + t + t + t + t AS t, u + u + u + u AS u FROM w ORDER BY c",
+      u"SELECT CAST(0x00FF AS binary(3)) AS a, CAST(0xAB AS varbinary(9)) AS b, "
+      u"CAST(0x AS varbinary(max)) AS c, CAST('0001-01-01' AS date) AS d, "
+      u"CAST('23:59:59.1234567' AS time(7)) AS e, CAST('9999-12-31 23:59:59.9' AS datetime2(1)) AS "
+      u"f, CAST('6F9619FF-8B86-D011-B42D-00C04FC964FF' AS uniqueidentifier) AS g, "
+      u"CAST('0987-01-01 00:00:00' AS datetime2(0)) AS k, CAST(NULL AS date) AS h, CAST(NULL AS "
+      u"uniqueidentifier) AS i, CAST('10:11' AS time(0)) AS "
+      u"j",
       u"SELECT c, h FROM v WHERE 1 = 0",
       u"PRINT 'a'\nSELECT 1/0 AS x\nSELECT 2 AS y\nRAISERROR('boo', 16, 3)\nPRINT 'b'\n"
       u"UPDATE v SET a = a WHERE c = 0\nSELECT 5 AS z\nRAISERROR('低', 9, 1)",

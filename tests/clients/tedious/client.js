@@ -16,6 +16,7 @@ function show(value) {
   if (value === null || value === undefined) return 'NULL';
   if (value === true || value === false) return value ? '1' : '0';
   if (value instanceof Date) return value.toISOString().replace('T', ' ').replace('Z', '');
+  if (Buffer.isBuffer(value)) return '0x' + value.toString('hex').toUpperCase();
   return String(value);
 }
 
