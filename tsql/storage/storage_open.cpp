@@ -279,9 +279,10 @@ std::optional<SqlError> Storage::SettleTextOrder() {
   if (result != SQLITE_OK) Fail(result);
   if (noted == order) return std::nullopt;
   if (ReadOnly()) {
-    Refuse(path_,
-           "its indexes have text in the order of another version, and are rebuilt when it is opened "
-           "to be written. Open it once without --read-only.");
+    Refuse(
+        path_,
+        "its indexes have text in the order of another version, and are rebuilt when it is opened "
+        "to be written. Open it once without --read-only.");
   }
   if (!lock_->alone()) return errors::OtherTextOrder(path_.string());
   LoadCollation();
