@@ -211,10 +211,13 @@ constexpr std::pair<std::string_view, std::string_view> kParts[] = {
      "SELECT o.name AS tab, c.name AS name, c.cid + 1 AS cid, c.type AS decl, NOT "
      "(c.\"notnull\" OR c.type = 'INTEGER') AS nullable, c.dflt_value AS def, c.pk AS pk FROM "
      "({objects}) AS o, pragma_table_info(o.name, '{schema}') AS c WHERE o.kind = 'U'"},
+    // The index for NULLs that stands beside a unique one (unique_keys.h) is the storage's own.
     {"{indexes}",
-     "SELECT o.name AS tab, l.name AS name, l.seq AS seq, l.\"unique\" AS uniq, l.origin AS "
-     "origin, i.seqno + 1 AS ord, i.name AS col FROM ({objects}) AS o, pragma_index_list(o.name, "
-     "'{schema}') AS l, pragma_index_info(l.name, '{schema}') AS i WHERE o.kind = 'U'"},
+     "SELECT o.name AS tab, CASE WHEN l.origin = 'pk' THEN 'PK_' || o.name WHEN substr(l.name, 1, "
+     "length(o.name) + 1) = o.name || '.' THEN substr(l.name, length(o.name) + 2) ELSE l.name END "
+     "AS name, l.seq AS seq, l.\"unique\" AS uniq, l.origin AS origin, i.seqno + 1 AS ord, i.name "
+     "AS col FROM ({objects}) AS o, pragma_index_list(o.name, '{schema}') AS l, "
+     "pragma_index_info(l.name, '{schema}') AS i WHERE o.kind = 'U' AND NOT l.partial"},
     {"{made}", "3155673600000"},  // 2000-01-01, since nobody keeps when a table was made
 };
 
