@@ -84,7 +84,7 @@ class AllTypes final : public tsql::Database {
                           Value(u"0x00FF"),
                           Value(u"23:59:59"),
                           Value(Text(batch))};
-    const std::vector<Value> nulls(std::size(full));
+    const std::vector<Value> nulls(std::size(full), Null{});
     sink.Columns(columns);
     for (int i = 0; i < 100; ++i) {
       sink.Row(full);
