@@ -55,11 +55,8 @@ void Interpreter::EndTransaction() {
 
 // A failure while a statement runs is told with the line that the statement begins on.
 void Interpreter::Locate(SqlError& error, const Statement& statement) const {
-  const Frame& frame = *session_.frame;
-  if (error.position.line == 0) {
-    error.position = PositionOf(frame.text, statement.offset);
-    error.position.column = 0;
-  }
+  Frame& frame = *session_.frame;
+  if (error.position.line == 0) error.position = {frame.LineAt(statement.offset), 0};
   if (error.level >= 0) return;
   error.level = frame.level;
   error.procedure = frame.procedure;

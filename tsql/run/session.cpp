@@ -42,6 +42,17 @@ void BindCaught(sqlite3_stmt* statement, int index, SystemVariable variable,
 
 }  // namespace
 
+std::int32_t Frame::LineAt(std::size_t offset) {
+  if (offset < counted_to_) {
+    counted_to_ = 0;
+    line_there_ = 1;
+  }
+  const TextView between = text.substr(counted_to_).substr(0, offset - counted_to_);
+  line_there_ += static_cast<std::int32_t>(std::count(between.begin(), between.end(), u'\n'));
+  counted_to_ += between.size();
+  return line_there_;
+}
+
 void Session::BeginBatch() {
   frame = nullptr;
   tries = 0;

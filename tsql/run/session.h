@@ -27,6 +27,14 @@ struct Frame {
   std::int64_t result = 0;         // of RETURN
   Variables variables;
   std::vector<std::string> temporaries;  // what drops the session's tables that it made
+
+  // The line in `text` on which `offset` stands. Counted on from the line that was asked for last,
+  // since a batch may print a message for each of very many statements.
+  std::int32_t LineAt(std::size_t offset);
+
+ private:
+  std::size_t counted_to_ = 0;
+  std::int32_t line_there_ = 1;
 };
 
 // The session's state. It knows no statement.
