@@ -240,7 +240,7 @@ Value ToValue(const Column& column, const char* bytes, SQLLEN length) {
       return Hexadecimal(bytes, size);
     default: {
       Text text(size / sizeof(char16_t), u'\0');
-      std::memcpy(text.data(), bytes, text.size() * sizeof(char16_t));
+      if (!text.empty()) std::memcpy(text.data(), bytes, text.size() * sizeof(char16_t));
       constexpr std::size_t kYear = 4;
       if (column.begins_with_year && text.find(u'-') < kYear) {
         text.insert(0, kYear - text.find(u'-'), u'0');
