@@ -84,6 +84,7 @@ void Pager::Close() {
 }
 
 bool Pager::WriteOut(std::string_view text) {
+  if (cannot_run_) return true;  // of no use to anyone; Close() tells
   if (pid_ > 0) return Send(text);
   if (program_.empty()) return static_cast<bool>(terminal_.out << text);
   held_ += text;
@@ -148,7 +149,13 @@ bool Pager::Send(std::string_view text) {
   while (!text.empty()) {
     const ssize_t n = write(pipe_, text.data(), text.size());
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return false;
+    if (n < 0) {
+      // Either the user has left the pager or there never was one: its exit code tells.
+      const int reason = errno;
+      Wait();
+      errno = reason;
+      return cannot_run_;
+    }
     text.remove_prefix(static_cast<std::size_t>(n));
   }
   return true;

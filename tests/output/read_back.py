@@ -216,8 +216,9 @@ def check_terminal():
         paged = file.read()
     assert paged.startswith("cInvCode") and r"\x1B[31m" in paged and "\x1b" not in paged
     same([shown[-6:], code], [" rows)\n"[-6:], 0], "after the pager")
-    shown, code = terminal("query", "SELECT cInvCode FROM Inventory a", pager="no-such-pager")
-    assert code == 1 and "no-such-pager' cannot be run" in shown
+    for rows in ["Inventory a", "Inventory a, Inventory b"]:  # the pipe takes all, or breaks
+        shown, code = terminal("query", "SELECT a.cInvCode FROM " + rows, pager="no-such-pager")
+        assert code == 1 and "no-such-pager' cannot be run" in shown
     shown, code = terminal("query", "SELECT 1 AS a", "--format", "xlsx")
     assert code == 2 and "--output FILE.xlsx" in shown
     shown, _ = terminal("list")
