@@ -1,5 +1,7 @@
 #include "tds/call.h"
 
+#include "tds/literal.h"
+
 #include <algorithm>
 #include <array>
 #include <string>
@@ -91,7 +93,7 @@ std::vector<Call> ParseCalls(std::string_view message, Version version) {
         rest = here.substr(1);
         break;
       }
-      call.parameters.push_back(ReadParameter(reader, version));
+      call.parameters.push_back(ReadParameter(reader));
     }
     calls.push_back(std::move(call));
   }

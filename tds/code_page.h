@@ -1,4 +1,4 @@
-// Texts in the code pages of char and varchar.
+// Texts in the code pages of the char and varchar that clients send.
 #pragma once
 
 #include <cstdint>
@@ -12,9 +12,6 @@ namespace ledgerwick::tds {
 // Chinese_PRC_CI_AS as it stands beside a type: the language, what comparisons pass over, and no
 // sort order of old.
 inline constexpr std::string_view kCollation{"\x04\x08\xD0\x00\x00", 5};
-
-// Appends `text` to `bytes` in code page 936, which is the database's; "?" for what it lacks.
-void AppendAnsi(std::string& bytes, TextView text);
 
 // The text that `bytes` hold in the code page of `collation` (five bytes): 936, or 1252 for the
 // languages of Western Europe; the database's for those that are not known here. What is no

@@ -6,6 +6,7 @@
 #include "frame/error.h"
 #include "frame/null_sink.h"
 #include "tds/code_page.h"
+#include "tds/literal.h"
 
 namespace ledgerwick::tds {
 namespace {

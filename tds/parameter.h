@@ -3,7 +3,6 @@
 
 #include "frame/text.h"
 #include "tds/bytes.h"
-#include "tds/login.h"
 
 namespace ledgerwick::tds {
 
@@ -16,16 +15,13 @@ struct Parameter {
   Text text;                // the value of a text; empty for others
 };
 
-// Reads the next parameter. A type that the database lacks becomes the nearest that it has: days
-// and times become datetime, identifiers and XML text. Throws ProtocolError, and DatabaseError for
+// Reads the next parameter. A type that the database lacks becomes the nearest that it has:
+// datetimeoffset becomes datetime2, XML text. Throws ProtocolError, and DatabaseError for
 // types that have no such neighbour and for numbers that are none.
-Parameter ReadParameter(ByteReader& reader, Version version);
+Parameter ReadParameter(ByteReader& reader);
 
 // `declarations` ("@a datetime2(7), @b int") with the types that the database lacks replaced in the
 // same way.
 Text TranslateDeclarations(TextView declarations);
-
-// `text` as a literal of nvarchar.
-Text NationalLiteral(TextView text);
 
 }  // namespace ledgerwick::tds

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "tds/code_page.h"
+#include "tsql/values/code_page.h"
 
 namespace ledgerwick::tds {
 namespace {
@@ -399,7 +400,7 @@ void PutValue(std::string& bytes, const WireType& type, const Value& value, Vers
       });
     case WireKind::Char:
     case WireKind::LongChar:
-      return PutText(bytes, type, version, [&] { AppendAnsi(bytes, *value.If<Text>()); });
+      return PutText(bytes, type, version, [&] { bytes += tsql::ToCodePage(*value.If<Text>()); });
     case WireKind::NChar:
     case WireKind::LongNChar:
       return PutText(bytes, type, version, [&] { out.Units(*value.If<Text>()); });

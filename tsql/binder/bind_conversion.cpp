@@ -4,8 +4,8 @@
 #include <charconv>
 
 #include "tsql/binder/binder.h"
-#include "tsql/values/ansi.h"
 #include "tsql/values/any_value.h"
+#include "tsql/values/code_page.h"
 #include "tsql/values/convert.h"
 #include "tsql/values/datetime.h"
 

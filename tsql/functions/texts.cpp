@@ -10,7 +10,6 @@
 #include "tsql/base/characters.h"
 #include "tsql/base/errors.h"
 #include "tsql/functions/function_table.h"
-#include "tsql/values/ansi.h"
 #include "tsql/values/code_page.h"
 #include "tsql/values/collation.h"
 #include "tsql/values/like.h"
@@ -299,7 +298,8 @@ void AsciiOf(Call& call) {
   if (text.empty()) return call.ReturnNull();
   const char* at = text.data();
   const char32_t c = NextChar(at, at + text.size());
-  const std::string bytes = ToCodePage(text.substr(0, static_cast<std::size_t>(at - text.data())));
+  const std::string bytes =
+      ToCodePage(ToText(text.substr(0, static_cast<std::size_t>(at - text.data()))));
   call.Return(static_cast<std::int64_t>(c < 0x80 ? c : static_cast<std::uint8_t>(bytes[0])));
 }
 

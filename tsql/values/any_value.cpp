@@ -107,7 +107,7 @@ std::string BytesOf(const AnyValue& value, const Type& source) {
       return IdentifierBytes(std::get<std::string>(value));
     case TypeKind::Char:
     case TypeKind::VarChar:
-      return ToCodePage(std::get<std::string>(value));
+      return ToCodePage(ToText(std::get<std::string>(value)));
     case TypeKind::NChar:
     case TypeKind::NVarChar:
       return ToUtf16Bytes(std::get<std::string>(value));
@@ -253,8 +253,8 @@ std::string ToTextType(const AnyValue& value, const Type& source, const Type& ta
   if (prefixed || manners.style == kHexAlone) {
     return FitText((prefixed ? "0x" : "") + HexDigits(bytes), target, manners.stores);
   }
-  return FitText(IsUnicode(target.kind) ? FromUtf16Bytes(bytes) : FromCodePage(bytes), target,
-                 manners.stores);
+  return FitText(IsUnicode(target.kind) ? FromUtf16Bytes(bytes) : ToUtf8(FromCodePage(bytes)),
+                 target, manners.stores);
 }
 
 AnyValue ToMoment(const AnyValue& value, const Type& source, const Type& target,
