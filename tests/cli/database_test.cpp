@@ -23,6 +23,12 @@ Json Rows(const testing::Sample& sample, Arguments args) {
   return Json::parse(ended.out);
 }
 
+std::string Repeated(const std::string& text, int times) {
+  std::string repeated;
+  while (times-- > 0) repeated += text;
+  return repeated;
+}
+
 }  // namespace
 
 TEST_CASE("query runs statements from the argument, a file and standard input") {
@@ -53,6 +59,8 @@ TEST_CASE("explain tells a statement's meaning, plan and SQL, and runs it on dem
         "cWhCode AND 1 = 1 WHERE iSafeNum > 0"},
        {"  n float := (s1.iSafeNum + 1)", "from s2 WareHouse", "  left join s1 Inventory",
         "made an inner one", "  SELECT s1.", "  SCAN s"}},
+      {{"SELECT " + Repeated("ABS(", 40) + "1" + Repeated(")", 40)},
+       {"t_part(?11, ", "Its parts", "  SELECT "}},
       {{change}, {"update s1", "where (s1.iSafeNum > 1)", "  as written", "UPDATE main."}},
       {{"--analyze",
         "DECLARE @n int = 0 WHILE @n < 3 BEGIN SET @n += 1 SELECT * FROM WareHouse "
@@ -90,8 +98,8 @@ TEST_CASE("query makes an empty database where it is told to, and leaves one tha
     CHECK(ended.out == out);
   }
   const Ended written = CallMain({"query", "--connection", connection, "--read-only",
-                                  "SELECT a INTO #u FROM t INSERT INTO #u VALUES (2) "
-                                  "SELECT SUM(a) AS s FROM #u INSERT INTO t VALUES (2)"});
+                                  "BEGIN TRAN SELECT a INTO #u FROM t INSERT INTO #u VALUES (2) "
+                                  "SELECT SUM(a) AS s FROM #u COMMIT INSERT INTO t VALUES (2)"});
   CHECK(written.out == "s\n-\n3\n");
   CHECK_MESSAGE(written.err.find("Msg 3906") != std::string::npos, written.err);
 }

@@ -107,7 +107,7 @@ class Storage {
   static int OnProgress(void* self) noexcept;
   void LimitDepth();
 
-  bool ReadOnly() const noexcept { return !options_.read_only_with.empty(); }
+  bool OnlyReadsFile() const noexcept { return !options_.read_only_with.empty(); }
 
   std::filesystem::path path_;
   DatabaseOptions options_;

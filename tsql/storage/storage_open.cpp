@@ -72,7 +72,8 @@ std::string AttachTempdb(const fs::path& database) {
 Storage::Storage(const fs::path& path, const DatabaseOptions& options)
     : path_(WithoutLinks(path)),
       options_(options),
-      beside_(ReadOnly() ? WithoutLinks(options.read_only_with) / path_.filename() : path_) {
+      beside_(OnlyReadsFile() ? WithoutLinks(options.read_only_with) / path_.filename() : path_) {
+  options_.read_only |= OnlyReadsFile();
   CheckFiles();
   // Several who find something to mend at once let go of it, so that one of them has it alone.
   const auto patience =
@@ -130,12 +131,12 @@ void Storage::CheckFiles() const {
   if (!obstacle.empty()) Refuse(path_, "it is " + obstacle + ", not a database file.");
   for (const int right : {R_OK, W_OK}) {
     if (!exists || access(path_.c_str(), right) == 0) continue;
-    if (right == W_OK && ReadOnly()) continue;
+    if (right == W_OK && OnlyReadsFile()) continue;
     Refuse(path_, std::string(std::strerror(errno)) + ". Ask its owner for permission to " +
                       (right == R_OK ? "read it." : "write it, or open it with --read-only."));
   }
   if (exists) CheckContent();
-  if (ReadOnly()) return;
+  if (OnlyReadsFile()) return;
   const fs::path directory = FolderOf(path_);
   if (!fs::is_directory(directory, ignored)) {
     Refuse(path_, "there is no directory '" + directory.string() + "'.");
@@ -192,7 +193,7 @@ void Storage::OpenMain() {
     const int reason = CreateLike(path_, options_.rights_of);
     if (reason != 0) Refuse(path_, std::string(std::strerror(reason)) + ".");
   }
-  if (ReadOnly()) {
+  if (OnlyReadsFile()) {
     OpenMainToRead();
   } else {
     OpenFile(path_.string(), SQLITE_OPEN_READWRITE);
@@ -257,7 +258,7 @@ void Storage::SetUpMain() {
   const bool empty = Step(pages.get()) && sqlite3_column_int(pages.get(), 0) == 0;
   pages.reset();
   if (!empty) Refuse(path_, "the file is an SQLite database, but not one of Ledgerwick's.");
-  if (ReadOnly()) Refuse(path_, "the file is empty, and is not made a database to be read.");
+  if (OnlyReadsFile()) Refuse(path_, "the file is empty, and is not made a database to be read.");
   SetUp("main", 4096);
 }
 
@@ -278,7 +279,7 @@ std::optional<SqlError> Storage::SettleTextOrder() {
   const std::string noted = NotedTextOrder(db(), "main", result);
   if (result != SQLITE_OK) Fail(result);
   if (noted == order) return std::nullopt;
-  if (ReadOnly()) {
+  if (OnlyReadsFile()) {
     Refuse(
         path_,
         "its indexes have text in the order of another version, and are rebuilt when it is opened "
