@@ -43,6 +43,7 @@ void Print(std::ostream& out, const tsql::Explanation& explanation, bool analyze
     PrintPart(out, "Planning", explanation.decisions);
   }
   PrintPart(out, "SQLite's SQL", explanation.sql);
+  if (!explanation.parts.empty()) PrintPart(out, "Its parts", explanation.parts);
   if (!explanation.plan.empty()) PrintPart(out, "SQLite's plan", explanation.plan);
   if (!analyzed) return;
   PrintPart(

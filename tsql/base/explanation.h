@@ -15,6 +15,7 @@ struct Explanation {
   std::string bound;                   // what it means, a line for each part
   std::vector<std::string> decisions;  // what the planner did and why
   std::vector<std::string> sql;        // SQLite's, in the order in which it runs
+  std::vector<std::string> parts;      // what t_part calls in it, by number
   std::vector<std::string> plan;       // SQLite's query plan, what belongs to another set in
 
   // Where it was run:

@@ -47,6 +47,7 @@ Explanation Interpreter::Describe(const Statement& statement) {
     explanation.plan = QueryPlan(storage_, compiled.sql.back());
   }
   explanation.sql = std::move(compiled.sql);
+  explanation.parts = std::move(compiled.parts);
   return explanation;
 }
 
