@@ -29,14 +29,14 @@ namespace error_table {
 using enum Reach;
 constexpr std::int32_t kSyntax = kErrorSyntaxOrAccess;
 
-// clang-format off: a row is a line, or its text goes on below it
+// A row is a line, or its text goes on below it.
+// clang-format off
 inline constexpr ErrorRow kErrors[] = {
     {0, 11, Batch, kSyntax, "Operation cancelled by user."},
     {102, 15, Frame, kSyntax, "Incorrect syntax near '%1'."},
     {104, 16, Frame, kSyntax,
      "ORDER BY items must appear in the select list if the statement contains a UNION, INTERSECT "
-     "or "
-     "EXCEPT operator."},
+     "or EXCEPT operator."},
     {105, 15, Frame, kSyntax, "Unclosed quotation mark after the character string '%1'."},
     {107, 15, Frame, kSyntax,
      "The column prefix '%1' does not match with a table name or alias name used in the query."},
@@ -44,35 +44,29 @@ inline constexpr ErrorRow kErrors[] = {
      "The ORDER BY position number %1 is out of range of the number of items in the select list."},
     {109, 15, Frame, kSyntax,
      "There are more columns in the INSERT statement than values specified in the VALUES clause. "
-     "The "
-     "number of values in the VALUES clause must match the number of columns specified in the "
-     "INSERT "
-     "statement."},
+     "The number of values in the VALUES clause must match the number of columns specified in "
+     "the INSERT statement."},
     {110, 15, Frame, kSyntax,
-     "There are fewer columns in the INSERT statement than values specified in the VALUES clause. "
-     "The "
-     "number of values in the VALUES clause must match the number of columns specified in the "
-     "INSERT "
-     "statement."},
+     "There are fewer columns in the INSERT statement than values specified in the VALUES "
+     "clause. The number of values in the VALUES clause must match the number of columns "
+     "specified in the INSERT statement."},
     {111, 15, Frame, kSyntax,
      "'CREATE/ALTER PROCEDURE' must be the first statement in a query batch. Put GO before it."},
     {112, 15, Frame, kSyntax, "Variables are not allowed in the %1 statement."},
     {113, 15, Frame, kSyntax, "Missing end comment mark '*/'."},
     {116, 16, Frame, kSyntax,
-     "Only one expression can be specified in the select list when the subquery is not introduced "
-     "with EXISTS."},
+     "Only one expression can be specified in the select list when the subquery is not "
+     "introduced with EXISTS."},
     {119, 15, Frame, kSyntax,
      "Must pass parameter number %1 and subsequent parameters as '@name = value'. After the form "
-     "'@name = value' has been used, all subsequent parameters must be passed in the form '@name = "
-     "value'."},
+     "'@name = value' has been used, all subsequent parameters must be passed in the form '@name "
+     "= value'."},
     {120, 15, Frame, kSyntax,
      "The select list for the INSERT statement contains fewer items than the insert list. The "
-     "number "
-     "of SELECT values must match the number of INSERT columns."},
+     "number of SELECT values must match the number of INSERT columns."},
     {121, 15, Frame, kSyntax,
      "The select list for the INSERT statement contains more items than the insert list. The "
-     "number "
-     "of SELECT values must match the number of INSERT columns."},
+     "number of SELECT values must match the number of INSERT columns."},
     {130, 16, Frame, kSyntax,
      "Cannot perform an aggregate function on an expression containing an aggregate or a "
      "subquery."},
@@ -80,8 +74,7 @@ inline constexpr ErrorRow kErrors[] = {
      "The size (%1) given to the type '%2' exceeds the maximum allowed for any data type (%3)."},
     {134, 15, Frame, kSyntax,
      "The variable name '%1' has already been declared. Variable names must be unique within a "
-     "query "
-     "batch or stored procedure."},
+     "query batch or stored procedure."},
     {135, 15, Frame, kSyntax,
      "Cannot use a BREAK statement outside the scope of a WHILE statement."},
     {136, 15, Frame, kSyntax,
@@ -89,12 +82,10 @@ inline constexpr ErrorRow kErrors[] = {
     {137, 15, Frame, kSyntax, "Must declare the scalar variable \"%1\"."},
     {141, 15, Frame, kSyntax,
      "A SELECT statement that assigns a value to a variable must not be combined with "
-     "data-retrieval "
-     "operations."},
+     "data-retrieval operations."},
     {144, 15, Frame, kSyntax,
-     "Cannot use an aggregate or a subquery in an expression used for the group by list of a GROUP "
-     "BY "
-     "clause."},
+     "Cannot use an aggregate or a subquery in an expression used for the group by list of a "
+     "GROUP BY clause."},
     {145, 15, Frame, kSyntax,
      "ORDER BY items must appear in the select list if SELECT DISTINCT is specified."},
     {147, 15, Frame, kSyntax,
@@ -113,15 +104,14 @@ inline constexpr ErrorRow kErrors[] = {
      "Cannot use the OUTPUT option when passing a constant to a stored procedure."},
     {189, 15, Frame, kSyntax, "The %1 function requires %2 to %3 arguments."},
     {191, 15, Frame, kSyntax,
-     "Some part of your SQL statement is nested too deeply. Rewrite the query or break it up into "
-     "smaller queries."},
+     "Some part of your SQL statement is nested too deeply. Rewrite the query or break it up "
+     "into smaller queries."},
     {195, 15, Frame, kSyntax, "'%1' is not a recognized built-in function name."},
     {201, 16, Statement, kSyntax,
      "Procedure or function '%1' expects parameter '%2', which was not supplied."},
     {205, 16, Frame, kSyntax,
      "All queries combined using a UNION, INTERSECT or EXCEPT operator must have an equal number "
-     "of "
-     "expressions in their target lists."},
+     "of expressions in their target lists."},
     {206, 16, Frame, kSyntax, "Operand type clash: %1 is incompatible with %2"},
     {207, 16, Frame, kSyntax, "Invalid column name '%1'."},
     {208, 16, Frame, kErrorNoTable, "Invalid object name '%1'."},
@@ -148,20 +138,18 @@ inline constexpr ErrorRow kErrors[] = {
     {248, 16, Batch, kErrorArithmetic,
      "The conversion of the %1 value '%2' overflowed an int column."},
     {257, 16, Frame, kSyntax,
-     "Implicit conversion from data type %1 to %2 is not allowed. Use the CONVERT function to run "
-     "this query."},
+     "Implicit conversion from data type %1 to %2 is not allowed. Use the CONVERT function to "
+     "run this query."},
     {262, 14, Frame, kSyntax,
      "CREATE permission denied for '%1': names that begin with ledgerwick_ or sqlite_ are the "
      "database's own."},
     {263, 16, Frame, kSyntax, "Must specify table to select from."},
     {264, 16, Frame, kSyntax,
      "The column name '%1' is specified more than once in the SET clause or column list of an "
-     "INSERT. "
-     "A column cannot be assigned more than one value in the same clause."},
+     "INSERT. A column cannot be assigned more than one value in the same clause."},
     {266, 16, Statement, kSyntax,
      "Transaction count after EXECUTE indicates a mismatching number of BEGIN and COMMIT "
-     "statements. "
-     "Previous count = %1, current count = %2."},
+     "statements. Previous count = %1, current count = %2."},
     {272, 16, Frame, kSyntax, "Cannot update a timestamp column."},
     {273, 16, Frame, kSyntax,
      "Cannot insert an explicit value into a timestamp column. Use INSERT with a column list to "
@@ -172,28 +160,24 @@ inline constexpr ErrorRow kErrors[] = {
     {408, 16, Frame, kSyntax,
      "A constant expression was encountered in the ORDER BY list, position %1."},
     {448, 16, Frame, kSyntax,
-     "Invalid collation 'Chinese_PRC_CI_AS': ICU cannot order Chinese text (%1). Check that ICU is "
-     "installed with its data, and that ICU_DATA is not set."},
+     "Invalid collation 'Chinese_PRC_CI_AS': ICU cannot order Chinese text (%1). Check that ICU "
+     "is installed with its data, and that ICU_DATA is not set."},
     {506, 16, Frame, kSyntax,
      "The invalid escape character \"%1\" was specified in a LIKE predicate."},
     {512, 16, Statement, kSyntax,
-     "Subquery returned more than 1 value. This is not permitted when the subquery follows =, !=, "
-     "<, "
-     "<= , >, >= or when the subquery is used as an expression."},
+     "Subquery returned more than 1 value. This is not permitted when the subquery follows =, "
+     "!=, <, <= , >, >= or when the subquery is used as an expression."},
     {515, 16, Statement, kErrorIntegrity,
      "Cannot insert the value NULL into column '%1', table '%2'; column does not allow nulls. "
-     "INSERT "
-     "fails."},
+     "INSERT fails."},
     {515, 16, Statement, kErrorIntegrity,
      "Cannot insert the value NULL into column '%1', table '%2'; column does not allow nulls. "
-     "UPDATE "
-     "fails."},
+     "UPDATE fails."},
     {517, 16, Statement, kErrorArithmetic, "Adding a value to a '%1' column caused an overflow."},
     {529, 16, Frame, kSyntax, "Explicit conversion from data type %1 to %2 is not allowed."},
     {535, 16, Statement, kErrorArithmetic,
      "The datediff function resulted in an overflow. The number of dateparts separating two "
-     "date/time "
-     "instances is too large. Try to use datediff with a less precise datepart."},
+     "date/time instances is too large. Try to use datediff with a less precise datepart."},
     {536, 16, Statement, kSyntax, "Invalid length parameter passed to the %1 function."},
     {537, 16, Statement, kSyntax,
      "Invalid length parameter passed to the LEFT or SUBSTRING function."},
@@ -216,53 +200,48 @@ inline constexpr ErrorRow kErrors[] = {
      "expression referencing a column name."},
     {1013, 16, Frame, kSyntax,
      "The objects \"%1\" and \"%1\" in the FROM clause have the same exposed names. Use "
-     "correlation "
-     "names to distinguish them."},
+     "correlation names to distinguish them."},
     {1033, 15, Frame, kSyntax,
      "The ORDER BY clause is invalid in views, inline functions, derived tables, subqueries, and "
      "common table expressions, unless TOP, OFFSET or FOR XML is also specified."},
     {1038, 15, Frame, kSyntax,
-     "An object or column name is missing or empty. For SELECT INTO statements, verify each column "
-     "has a name (column %1 has none). For other statements, look for empty alias names. Aliases "
-     "defined as \"\" or [] are not allowed. Change the alias to a valid name."},
+     "An object or column name is missing or empty. For SELECT INTO statements, verify each "
+     "column has a name (column %1 has none). For other statements, look for empty alias names. "
+     "Aliases defined as \"\" or [] are not allowed. Change the alias to a valid name."},
     {1055, 15, Frame, kSyntax,
      "'%1' is an invalid name because it contains a NULL character or an invalid unicode "
      "character."},
     {1105, 17, Batch, kErrorFailed,
      "Could not allocate space in '%1' because %2. The statement has had no effect; free some "
-     "space "
-     "and try again."},
+     "space and try again."},
     {1222, 16, Batch, kErrorFailed,
      "Lock request time out period exceeded. %1 has been writing to %2 for more than %3 seconds; "
-     "try "
-     "again when it has finished."},
+     "try again when it has finished."},
     {1222, 16, Batch, kErrorFailed,
-     "Lock request time out period exceeded. Another process has been replacing '%1' or its tempdb "
-     "for more than %2 seconds; try again when it has finished."},
+     "Lock request time out period exceeded. Another process has been replacing '%1' or its "
+     "tempdb for more than %2 seconds; try again when it has finished."},
     {1222, 16, Batch, kErrorFailed,
      "The indexes of '%1' have text in the order of another version, and are rebuilt when nobody "
      "else uses the database. End what uses it and try again."},
     {1505, 16, Statement, kSyntax,
      "The CREATE UNIQUE INDEX statement terminated because a duplicate key was found for the "
-     "object "
-     "name 'dbo.%1' and the index name '%2'. The duplicate key value is %3."},
+     "object name 'dbo.%1' and the index name '%2'. The duplicate key value is %3."},
     {1913, 16, Frame, kSyntax,
      "The operation failed because an index or statistics with name '%1' already exists on table "
      "'%2'."},
     {2601, 14, Statement, kErrorIntegrity,
-     "Cannot insert duplicate key row in object 'dbo.%1' with unique index '%2'. The duplicate key "
-     "value is %3."},
+     "Cannot insert duplicate key row in object 'dbo.%1' with unique index '%2'. The duplicate "
+     "key value is %3."},
     {2627, 14, Statement, kErrorIntegrity,
      "Violation of PRIMARY KEY constraint '%1'. Cannot insert duplicate key in object 'dbo.%2'. "
-     "The "
-     "duplicate key value is %3."},
+     "The duplicate key value is %3."},
     {2627, 14, Statement, kErrorIntegrity,
-     "Violation of UNIQUE KEY constraint '%1'. Cannot insert duplicate key in object 'dbo.%2'. The "
-     "duplicate key value is %3."},
+     "Violation of UNIQUE KEY constraint '%1'. Cannot insert duplicate key in object 'dbo.%2'. "
+     "The duplicate key value is %3."},
     {2627, 14, Statement, kErrorIntegrity, "Violation of a constraint of the storage's."},
     {2705, 16, Frame, kSyntax,
-     "Column names in each table must be unique. Column name '%1' in table '%2' is specified more "
-     "than once."},
+     "Column names in each table must be unique. Column name '%1' in table '%2' is specified "
+     "more than once."},
     {2714, 16, Frame, kSyntax, "There is already an object named '%1' in the database."},
     {2715, 16, Frame, kSyntax, "Cannot find data type %1."},
     {2738, 16, Frame, kSyntax,
@@ -279,8 +258,8 @@ inline constexpr ErrorRow kErrors[] = {
     {2747, 16, Frame, kSyntax,
      "Too many substitution parameters for RAISERROR. Cannot exceed 20 substitution parameters."},
     {2754, 16, Statement, kSyntax,
-     "Error severity levels greater than 18 can only be specified by members of the sysadmin role, "
-     "using the WITH LOG option."},
+     "Error severity levels greater than 18 can only be specified by members of the sysadmin "
+     "role, using the WITH LOG option."},
     {2786, 16, Frame, kSyntax,
      "The data type of substitution parameter %1 does not match the expected type of the format "
      "specification."},
@@ -299,24 +278,23 @@ inline constexpr ErrorRow kErrors[] = {
     {4060, 11, Batch, kErrorFailed, "Cannot %1 database '%2': %3"},
     {4104, 16, Frame, kSyntax, "The multi-part identifier \"%1\" could not be bound."},
     {4145, 15, Frame, kSyntax,
-     "An expression of non-boolean type specified in a context where a condition is expected, near "
-     "'%1'."},
+     "An expression of non-boolean type specified in a context where a condition is expected, "
+     "near '%1'."},
     {4151, 16, Frame, kSyntax,
-     "The type of the first argument to NULLIF cannot be the NULL constant because the type of the "
-     "first argument has to be known."},
+     "The type of the first argument to NULLIF cannot be the NULL constant because the type of "
+     "the first argument has to be known."},
     {4405, 16, Frame, kSyntax, "View or function '%1' is not updatable."},
     {4508, 16, Frame, kSyntax,
      "Views or functions are not allowed on temporary tables. Table names that begin with '#' "
-     "denote "
-     "temporary tables."},
+     "denote temporary tables."},
     {4511, 16, Frame, kSyntax,
      "Create View or Function failed because no column name was specified for column %1."},
     {4701, 16, Frame, kSyntax,
      "Cannot find the object \"%1\" because it does not exist or you do not have permissions."},
     {4901, 16, Frame, kSyntax,
      "ALTER TABLE only allows columns to be added that can contain nulls, or have a DEFAULT "
-     "definition specified. Column '%1' cannot be added to table '%2' because it does not satisfy "
-     "these conditions."},
+     "definition specified. Column '%1' cannot be added to table '%2' because it does not "
+     "satisfy these conditions."},
     {4909, 16, Frame, kSyntax, "Cannot alter '%1' because it is not a table."},
     {8110, 16, Frame, kSyntax, "Cannot add multiple PRIMARY KEY constraints to table '%1'."},
     {8114, 16, Batch, kErrorConversion, "Error converting data type %1 to %2."},
@@ -325,19 +303,17 @@ inline constexpr ErrorRow kErrors[] = {
     {8116, 16, Frame, kSyntax, "Argument data type %1 is invalid for argument %2 of %3 function."},
     {8117, 16, Frame, kSyntax, "Operand data type %1 is invalid for %2 operator."},
     {8120, 16, Frame, kSyntax,
-     "Column '%1' is invalid in the select list because it is not contained in either an aggregate "
-     "function or the GROUP BY clause."},
+     "Column '%1' is invalid in the select list because it is not contained in either an "
+     "aggregate function or the GROUP BY clause."},
     {8121, 16, Frame, kSyntax,
      "Column '%1' is invalid in the HAVING clause because it is not contained in either an "
-     "aggregate "
-     "function or the GROUP BY clause."},
+     "aggregate function or the GROUP BY clause."},
     {8127, 16, Frame, kSyntax,
      "Column '%1' is invalid in the ORDER BY clause because it is not contained in either an "
      "aggregate function or the GROUP BY clause."},
     {8133, 16, Frame, kSyntax,
      "At least one of the result expressions in a CASE specification must be an expression other "
-     "than "
-     "the NULL constant."},
+     "than the NULL constant."},
     {8134, 16, Statement, kErrorArithmetic, "Divide by zero error encountered."},
     {8143, 16, Statement, kSyntax, "Parameter '%1' was supplied multiple times for procedure %2."},
     {8144, 16, Statement, kSyntax, "Procedure or function %1 has too many arguments specified."},
@@ -350,8 +326,7 @@ inline constexpr ErrorRow kErrors[] = {
     {8159, 16, Frame, kSyntax, "'%1' has fewer columns than were specified in the column list."},
     {8162, 16, Statement, kSyntax,
      "The formal parameter \"%1\" was not declared as an OUTPUT parameter, but the actual "
-     "parameter "
-     "passed in requested output."},
+     "parameter passed in requested output."},
     {8169, 16, Batch, kErrorConversion,
      "Conversion failed when converting from a character string to uniqueidentifier."},
     {8170, 16, Batch, kSyntax,
@@ -365,18 +340,14 @@ inline constexpr ErrorRow kErrors[] = {
      "To rethrow an error, a THROW statement must be used inside a CATCH block. Insert the THROW "
      "statement inside a CATCH block, or add error parameters to the THROW statement."},
     {18054, 16, Statement, kSyntax,
-     "Error %1, severity %2, state %3 was raised, but no message with that error number was found "
-     "in "
-     "sys.messages."},
+     "Error %1, severity %2, state %3 was raised, but no message with that error number was "
+     "found in sys.messages."},
     {35100, 16, Batch, kSyntax,
      "Error number %1 in the THROW statement is outside the valid range. Specify an error number "
-     "in "
-     "the valid range of 50000 to 2147483647."},
+     "in the valid range of 50000 to 2147483647."},
     {40517, 16, Frame, kSyntax,
      "Keyword or statement option '%1' is not supported. The embedded database behaves as after "
-     "SET "
-     "%2."},
-    // RAISERROR's and THROW's own, of whatever number and severity.
+     "SET %2."},
     {50000, 16, Statement, kSyntax, "%1"},
 };
 // clang-format on

@@ -7,9 +7,6 @@
 namespace ledgerwick::tsql {
 namespace {
 
-// A part's first parameter are the parts, its inputs follow.
-constexpr std::size_t kFirstInput = 2;
-
 bool IsSameInput(const BoundExpr& input, const BoundExpr& expr) {
   if (&input == &expr) return true;
   const bool compared = expr.kind == ExprKind::Column || expr.kind == ExprKind::Variable;
@@ -42,26 +39,20 @@ void Emitter::EmitPart(const BoundExpr& expr) {
   Raw(inputs.size() > kMostCallArguments ? "))" : ")");
 }
 
-bool Emitter::IsInput(const BoundExpr& expr) const {
-  return part_ != nullptr &&
-         std::any_of(part_->inputs.begin(), part_->inputs.end(),
-                     [&](const BoundExpr* input) { return IsSameInput(*input, expr); });
-}
-
-// What a part takes from where it stands is a parameter of it.
-bool Emitter::EmitInput(const BoundExpr& expr) {
-  const auto input = std::find_if(part_->inputs.begin(), part_->inputs.end(),
+// Which of the part's inputs `expr` is; nothing outside a part.
+std::optional<std::size_t> Emitter::InputOf(const BoundExpr& expr) const {
+  if (part_ == nullptr) return std::nullopt;
+  const std::span<const BoundExpr*> inputs = part_->inputs;
+  const auto input = std::find_if(inputs.begin(), inputs.end(),
                                   [&](const BoundExpr* i) { return IsSameInput(*i, expr); });
-  if (input == part_->inputs.end()) return false;
-  const auto place = static_cast<std::size_t>(input - part_->inputs.begin());
-  Raw("?").Raw(std::to_string(kFirstInput + place));
-  return true;
+  if (input == inputs.end()) return std::nullopt;
+  return static_cast<std::size_t>(input - inputs.begin());
 }
 
 // A column whose declaration carries the collation.
 bool Emitter::IsStoredColumn(const BoundExpr& expr) const {
   return expr.kind == ExprKind::Column && expr.source->query == nullptr &&
-         expr.source->table->kind == TableKind::Table && !IsInput(expr);
+         expr.source->table->kind == TableKind::Table && !InputOf(expr);
 }
 
 void Emitter::Hoist(const Source& source) {

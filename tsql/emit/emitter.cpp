@@ -31,7 +31,11 @@ void Emitter::EmitExpr(const BoundExpr& expr) {
   const Nesting nesting;
   RequireRoom();
   if (expr.part != nullptr && expr.part != part_) return EmitPart(expr);
-  if (part_ != nullptr && EmitInput(expr)) return;
+  // What a part takes from where it stands is a parameter of it.
+  if (const auto input = InputOf(expr)) {
+    Raw("?").Raw(std::to_string(kFirstInput + *input));
+    return;
+  }
   switch (expr.kind) {
     case ExprKind::Null:
       Raw("NULL");

@@ -1,6 +1,7 @@
 // A bound tree as SQLite's SQL.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,9 +45,8 @@ class Emitter {
 
   // Parts (emit_part.cpp)
   void EmitPart(const BoundExpr& expr);
-  bool EmitInput(const BoundExpr& expr);
   void Hoist(const Source& source);
-  bool IsInput(const BoundExpr& expr) const;
+  std::optional<std::size_t> InputOf(const BoundExpr& expr) const;
   bool IsStoredColumn(const BoundExpr& expr) const;
 
   // Queries (emit_query.cpp)
@@ -98,6 +98,9 @@ class Emitter {
   void ConvertToFloat(const BoundExpr& expr);
   void ConvertToDate(const BoundExpr& expr);
   void CutText(const BoundExpr& expr);
+
+  // Among a part's parameters: the parts come before its inputs.
+  static constexpr std::size_t kFirstInput = 2;
 
   std::vector<std::string>& parts_;
   const BoundPart* part_ = nullptr;  // that is being written
