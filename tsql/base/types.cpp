@@ -7,46 +7,47 @@
 namespace ledgerwick::tsql {
 namespace {
 
-// A kind's name in messages and in declarations.
-struct KindNames {
+struct KindRow {
   TypeKind kind;
-  const char* message;
-  const char* declaration;
+  const char* message;      // its name there
+  const char* declaration;  // its name there
+  std::uint8_t digits;      // of an integer or money
+  std::uint8_t bytes;       // 0 where they depend on more
 };
 
 // In the order of TypeKind.
-constexpr std::array<KindNames, kTypeKinds> kKinds = {{
-    {TypeKind::Null, "NULL", "null"},
-    {TypeKind::Binary, "binary", "binary"},
-    {TypeKind::VarBinary, "varbinary", "varbinary"},
-    {TypeKind::Char, "char", "char"},
-    {TypeKind::VarChar, "varchar", "varchar"},
-    {TypeKind::NChar, "nchar", "nchar"},
-    {TypeKind::NVarChar, "nvarchar", "nvarchar"},
-    {TypeKind::UniqueIdentifier, "uniqueidentifier", "uniqueidentifier"},
-    {TypeKind::RowVersion, "timestamp", "timestamp"},
-    {TypeKind::Bit, "bit", "bit"},
-    {TypeKind::TinyInt, "tinyint", "tinyint"},
-    {TypeKind::SmallInt, "smallint", "smallint"},
-    {TypeKind::Int, "int", "int"},
-    {TypeKind::BigInt, "bigint", "bigint"},
-    {TypeKind::SmallMoney, "smallmoney", "smallmoney"},
-    {TypeKind::Money, "money", "money"},
-    {TypeKind::Decimal, "numeric", "decimal"},
-    {TypeKind::Real, "real", "real"},
-    {TypeKind::Float, "float", "float"},
-    {TypeKind::Time, "time", "time"},
-    {TypeKind::Date, "date", "date"},
-    {TypeKind::SmallDateTime, "smalldatetime", "smalldatetime"},
-    {TypeKind::DateTime, "datetime", "datetime"},
-    {TypeKind::DateTime2, "datetime2", "datetime2"},
+constexpr std::array<KindRow, kTypeKinds> kKinds = {{
+    {TypeKind::Null, "NULL", "null", 0, 0},
+    {TypeKind::Binary, "binary", "binary", 0, 0},
+    {TypeKind::VarBinary, "varbinary", "varbinary", 0, 0},
+    {TypeKind::Char, "char", "char", 0, 0},
+    {TypeKind::VarChar, "varchar", "varchar", 0, 0},
+    {TypeKind::NChar, "nchar", "nchar", 0, 0},
+    {TypeKind::NVarChar, "nvarchar", "nvarchar", 0, 0},
+    {TypeKind::UniqueIdentifier, "uniqueidentifier", "uniqueidentifier", 0, kUniqueIdentifierBytes},
+    {TypeKind::RowVersion, "timestamp", "timestamp", 0, kRowVersionBytes},
+    {TypeKind::Bit, "bit", "bit", 1, 1},
+    {TypeKind::TinyInt, "tinyint", "tinyint", 3, 1},
+    {TypeKind::SmallInt, "smallint", "smallint", 5, 2},
+    {TypeKind::Int, "int", "int", 10, 4},
+    {TypeKind::BigInt, "bigint", "bigint", 19, 8},
+    {TypeKind::SmallMoney, "smallmoney", "smallmoney", 10, 4},
+    {TypeKind::Money, "money", "money", 19, 8},
+    {TypeKind::Decimal, "numeric", "decimal", 0, 0},
+    {TypeKind::Real, "real", "real", 0, 4},
+    {TypeKind::Float, "float", "float", 0, 8},
+    {TypeKind::Time, "time", "time", 0, 0},
+    {TypeKind::Date, "date", "date", 0, 3},
+    {TypeKind::SmallDateTime, "smalldatetime", "smalldatetime", 0, 4},
+    {TypeKind::DateTime, "datetime", "datetime", 0, 8},
+    {TypeKind::DateTime2, "datetime2", "datetime2", 0, 0},
 }};
 
-const KindNames& NamesOf(TypeKind kind) { return kKinds[static_cast<std::size_t>(kind)]; }
+const KindRow& RowOf(TypeKind kind) noexcept { return kKinds[static_cast<std::size_t>(kind)]; }
 
 TypeKind KindOf(std::string_view declaration) {
-  for (const KindNames& names : kKinds) {
-    if (declaration == names.declaration) return names.kind;
+  for (const KindRow& row : kKinds) {
+    if (declaration == row.declaration) return row.kind;
   }
   return TypeKind::Null;
 }
@@ -86,10 +87,14 @@ bool TakesArguments(TypeKind kind) {
 
 }  // namespace
 
-const char* KindName(TypeKind kind) noexcept { return NamesOf(kind).message; }
+std::uint8_t DigitsOf(TypeKind kind) noexcept { return RowOf(kind).digits; }
+
+std::uint8_t FixedBytes(TypeKind kind) noexcept { return RowOf(kind).bytes; }
+
+const char* KindName(TypeKind kind) noexcept { return RowOf(kind).message; }
 
 std::string TypeName(const Type& type) {
-  std::string name = NamesOf(type.kind).declaration;
+  std::string name = RowOf(type.kind).declaration;
   if (HasLength(type.kind)) {
     name += type.length == kMaxLength ? "(max)" : "(" + std::to_string(type.length) + ")";
   } else if (type.kind == TypeKind::Decimal) {

@@ -117,6 +117,13 @@ constexpr std::int32_t LongestOf(TypeKind kind) noexcept {
   return IsUnicode(kind) ? kLongestUnits : kLongestBytes;
 }
 
+// The decimal digits of an integer's type or of money; 0 for all other types.
+std::uint8_t DigitsOf(TypeKind kind) noexcept;
+
+// The bytes that the server keeps a value of the type in; 0 where that depends on more than the
+// kind.
+std::uint8_t FixedBytes(TypeKind kind) noexcept;
+
 // The name as the server writes it in messages: "varchar", "int", "numeric".
 const char* KindName(TypeKind kind) noexcept;
 

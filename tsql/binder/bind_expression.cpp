@@ -3,32 +3,12 @@
 #include <charconv>
 
 #include "tsql/binder/binder.h"
+#include "tsql/binder/operators.h"
 #include "tsql/syntax/lexer.h"
 #include "tsql/values/convert.h"
 
 namespace ledgerwick::tsql {
 namespace {
-
-TextView OperatorName(ExprKind kind) noexcept {
-  switch (kind) {
-    case ExprKind::Add:
-      return u"add";
-    case ExprKind::Subtract:
-      return u"subtract";
-    case ExprKind::Multiply:
-      return u"multiply";
-    case ExprKind::Divide:
-      return u"divide";
-    case ExprKind::Modulo:
-      return u"modulo";
-    case ExprKind::BitAnd:
-      return u"'&'";
-    case ExprKind::BitOr:
-      return u"'|'";
-    default:
-      return u"'^'";
-  }
-}
 
 Text QualifiedName(const Expr& column) {
   Text name;
@@ -346,7 +326,7 @@ BoundExpr* Binder::BindArithmetic(const Expr& written, Scope& scope) {
   }
   BoundExpr*& left = expr->args[0];
   BoundExpr*& right = expr->args[1];
-  const TextView what = OperatorName(expr->kind);
+  const TextView what = OperatorOf(expr->kind).word;
   const Type common = CommonType(left->type, right->type);
   if (common.kind == TypeKind::Null) {
     expr->type = MakeType(TypeKind::Int);

@@ -90,23 +90,17 @@ BoundExpr* Binder::BindAggregate(const Expr& written, const FunctionSignature& k
   const Type type = arg->type;
   const bool number = IsNumber(type.kind) && type.kind != TypeKind::Bit;
   const bool orderable = type.kind != TypeKind::Bit;
-  switch (expr.function) {
-    case FunctionId::Count:
-      expr.type = MakeType(TypeKind::Int);
-      return bound;
-    case FunctionId::Min:
-    case FunctionId::Max:
-      if (!orderable)
-        throw errors::InvalidOperand(KindText(type.kind), expr.text, At(written.offset));
-      expr.type = type;
-      expr.type.nullable = true;
-      return bound;
-    default:
-      break;
+  if (expr.function == FunctionId::Count) {
+    expr.type = MakeType(TypeKind::Int);
+    return bound;
   }
-  if (!number) throw errors::InvalidOperand(KindText(type.kind), expr.text, At(written.offset));
+  const bool chooses = expr.function == FunctionId::Min || expr.function == FunctionId::Max;
+  if (chooses ? !orderable : !number) {
+    throw errors::InvalidOperand(KindText(type.kind), expr.text, At(written.offset));
+  }
   expr.type = type;
   expr.type.nullable = true;
+  if (chooses) return bound;
   if (type.kind == TypeKind::TinyInt || type.kind == TypeKind::SmallInt) {
     expr.type.kind = TypeKind::Int;
   } else if (type.kind == TypeKind::Real) {
@@ -271,7 +265,8 @@ void Binder::TypeResult(BoundExpr& expr, FunctionResult result) {
     case FunctionResult::WideCharacter:
       expr.type = text(result == FunctionResult::WideCharacter, 1);
       return;
-    default:
+    case FunctionResult::Own:
+    case FunctionResult::Int:
       expr.type = MakeType(TypeKind::Int);
   }
 }
@@ -329,11 +324,26 @@ BoundExpr* Binder::BindOwnRule(BoundExpr* expr) {
       expr->type = MakeType(TypeKind::UniqueIdentifier);
       expr->type.nullable = false;
       return expr;
-    default:  // GETDATE
+    case FunctionId::GetDate:
       expr->type = MakeType(TypeKind::DateTime);
       expr->type.nullable = false;
       return expr;
+    case FunctionId::Unknown:
+    case FunctionId::Count:
+    case FunctionId::Sum:
+    case FunctionId::Min:
+    case FunctionId::Max:
+    case FunctionId::Avg:
+    case FunctionId::Scalar:
+    case FunctionId::DateDiff:
+    case FunctionId::DateAdd:
+    case FunctionId::DatePart:
+    case FunctionId::Year:
+    case FunctionId::DateName:
+    case FunctionId::Substring:
+      break;  // bound elsewhere
   }
+  return expr;
 }
 
 void Binder::BindChoice(BoundExpr& expr) {

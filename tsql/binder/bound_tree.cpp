@@ -55,16 +55,7 @@ bool Reads(const BoundExpr& expr, const Sources& sources) {
 }
 
 bool IsAggregate(const BoundExpr& expr) noexcept {
-  switch (expr.function) {
-    case FunctionId::Count:
-    case FunctionId::Sum:
-    case FunctionId::Min:
-    case FunctionId::Max:
-    case FunctionId::Avg:
-      return expr.kind == ExprKind::Function;
-    default:
-      return false;
-  }
+  return expr.kind == ExprKind::Function && IsAggregate(expr.function);
 }
 
 bool SameExpr(const BoundExpr& a, const BoundExpr& b) {

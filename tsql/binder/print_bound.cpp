@@ -3,38 +3,10 @@
 #include <string_view>
 
 #include "tsql/base/nesting.h"
+#include "tsql/binder/operators.h"
 
 namespace ledgerwick::tsql {
 namespace {
-
-std::string_view OperatorOf(const BoundExpr& expr) noexcept {
-  switch (expr.kind) {
-    case ExprKind::Add:
-      return " + ";
-    case ExprKind::Subtract:
-      return " - ";
-    case ExprKind::Multiply:
-      return " * ";
-    case ExprKind::Divide:
-      return " / ";
-    case ExprKind::Modulo:
-      return " % ";
-    case ExprKind::BitAnd:
-      return " & ";
-    case ExprKind::BitOr:
-      return " | ";
-    case ExprKind::BitXor:
-      return " ^ ";
-    case ExprKind::And:
-      return " and ";
-    case ExprKind::Or:
-      return " or ";
-    default:
-      break;
-  }
-  constexpr std::string_view kComparisons[] = {" = ", " <> ", " < ", " <= ", " > ", " >= "};
-  return kComparisons[static_cast<std::size_t>(expr.compare)];
-}
 
 class Printer {
  public:
@@ -179,10 +151,13 @@ class Printer {
       case ExprKind::BitAnd:
       case ExprKind::BitOr:
       case ExprKind::BitXor:
+        return "(" + List(expr.args, OperatorOf(expr.kind).sign) + ")";
       case ExprKind::Compare:
+        return "(" + List(expr.args, SignOf(expr.compare)) + ")";
       case ExprKind::And:
+        return "(" + List(expr.args, " and ") + ")";
       case ExprKind::Or:
-        return "(" + List(expr.args, OperatorOf(expr)) + ")";
+        return "(" + List(expr.args, " or ") + ")";
       case ExprKind::Case:
         return Case(expr);
       case ExprKind::Convert: {

@@ -149,9 +149,24 @@ bool HoldsAsItIs(const Type& target, const Type& source) noexcept {
     case TypeKind::Time:
     case TypeKind::DateTime2:
       return source.scale <= target.scale;
-    default:
-      return true;
+    case TypeKind::Null:
+    case TypeKind::UniqueIdentifier:
+    case TypeKind::RowVersion:
+    case TypeKind::Bit:
+    case TypeKind::TinyInt:
+    case TypeKind::SmallInt:
+    case TypeKind::Int:
+    case TypeKind::BigInt:
+    case TypeKind::SmallMoney:
+    case TypeKind::Money:
+    case TypeKind::Real:
+    case TypeKind::Float:
+    case TypeKind::Date:
+    case TypeKind::SmallDateTime:
+    case TypeKind::DateTime:
+      break;
   }
+  return true;
 }
 
 Type MakeType(TypeKind kind, std::int32_t length) noexcept {
@@ -168,34 +183,11 @@ Text KindText(TypeKind kind) {
 }
 
 Type AsDecimal(const Type& type) noexcept {
+  const std::uint8_t digits = DigitsOf(type.kind);
+  if (digits == 0) return type;
   Type decimal = MakeType(TypeKind::Decimal);
-  switch (type.kind) {
-    case TypeKind::Bit:
-      decimal.precision = 1;
-      break;
-    case TypeKind::TinyInt:
-      decimal.precision = 3;
-      break;
-    case TypeKind::SmallInt:
-      decimal.precision = 5;
-      break;
-    case TypeKind::Int:
-      decimal.precision = 10;
-      break;
-    case TypeKind::BigInt:
-      decimal.precision = 19;
-      break;
-    case TypeKind::SmallMoney:
-      decimal.precision = 10;
-      decimal.scale = kMoneyScale;
-      break;
-    case TypeKind::Money:
-      decimal.precision = 19;
-      decimal.scale = kMoneyScale;
-      break;
-    default:
-      return type;
-  }
+  decimal.precision = digits;
+  if (IsMoney(type.kind)) decimal.scale = kMoneyScale;
   return decimal;
 }
 
@@ -238,24 +230,20 @@ Type ArithmeticType(ExprKind kind, const Type& a, const Type& b) noexcept {
   if (type.kind != TypeKind::Decimal) return type;
   const Type x = AsDecimal(a);
   const Type y = AsDecimal(b);
-  switch (kind) {
-    case ExprKind::Multiply:
-      return FitDecimal(x.precision + y.precision + 1, x.scale + y.scale);
-    case ExprKind::Divide: {
-      const int scale = std::max(kLeastScaleKept, x.scale + y.precision + 1);
-      return FitDecimal(x.precision - x.scale + y.scale + scale, scale);
-    }
-    case ExprKind::Modulo: {
-      const int scale = std::max(x.scale, y.scale);
-      return FitDecimal(std::min(x.precision - x.scale, y.precision - y.scale) + scale, scale);
-    }
-    default: {
-      const int scale = std::max(x.scale, y.scale);
-      const int whole = WholeDigits(x, y);
-      if (whole + scale < kMostDigits) return DecimalOf(whole + scale + 1, scale);
-      return DecimalOf(kMostDigits, std::min(scale, kMostDigits - whole));
-    }
+  if (kind == ExprKind::Multiply) {
+    return FitDecimal(x.precision + y.precision + 1, x.scale + y.scale);
   }
+  if (kind == ExprKind::Divide) {
+    const int scale = std::max(kLeastScaleKept, x.scale + y.precision + 1);
+    return FitDecimal(x.precision - x.scale + y.scale + scale, scale);
+  }
+  const int scale = std::max(x.scale, y.scale);
+  if (kind == ExprKind::Modulo) {
+    return FitDecimal(std::min(x.precision - x.scale, y.precision - y.scale) + scale, scale);
+  }
+  const int whole = WholeDigits(x, y);
+  if (whole + scale < kMostDigits) return DecimalOf(whole + scale + 1, scale);
+  return DecimalOf(kMostDigits, std::min(scale, kMostDigits - whole));
 }
 
 Type ComparisonType(const Type& a, const Type& b) noexcept {
@@ -269,39 +257,38 @@ Type ComparisonType(const Type& a, const Type& b) noexcept {
   return DecimalOf(WholeDigits(x, y) + scale, scale);
 }
 
+namespace {
+
+Type NumberType(TextView digits_and_point) {
+  const TextView text = digits_and_point;
+  if (text.find_first_of(u"eE") != TextView::npos) return MakeType(TypeKind::Float);
+  const std::size_t point = text.find(u'.');
+  const TextView whole = text.substr(0, point);
+  const std::size_t zeros = std::min(whole.find_first_not_of(u'0'), whole.size());
+  const std::size_t scale = point == TextView::npos ? 0 : text.size() - point - 1;
+  const auto digits = static_cast<int>(whole.size() - zeros + scale);
+  return FitDecimal(std::max(digits, 1), static_cast<int>(scale));
+}
+
+Type StringType(const Expr& literal) {
+  const std::size_t size = literal.national ? literal.text.size() : AnsiLength(literal.text);
+  return MakeType(literal.national ? TypeKind::NVarChar : TypeKind::VarChar,
+                  std::max(static_cast<std::int32_t>(size), 1));
+}
+
+Type BinaryType(TextView digits) {
+  return MakeType(TypeKind::VarBinary,
+                  std::max(static_cast<std::int32_t>((digits.size() + 1) / 2), 1));
+}
+
+}  // namespace
+
 Type LiteralType(const Expr& literal) {
-  Type type;
-  switch (literal.kind) {
-    case ExprKind::Integer:
-      type = MakeType(TypeKind::Int);
-      break;
-    case ExprKind::String: {
-      const auto size = static_cast<std::int32_t>(literal.national ? literal.text.size()
-                                                                   : AnsiLength(literal.text));
-      type = MakeType(literal.national ? TypeKind::NVarChar : TypeKind::VarChar, std::max(size, 1));
-      break;
-    }
-    case ExprKind::Binary:
-      type = MakeType(TypeKind::VarBinary,
-                      std::max(static_cast<std::int32_t>((literal.text.size() + 1) / 2), 1));
-      break;
-    case ExprKind::Number: {
-      const TextView text = literal.text;
-      if (text.find_first_of(u"eE") != TextView::npos) {
-        type = MakeType(TypeKind::Float);
-        break;
-      }
-      const std::size_t point = text.find(u'.');
-      const TextView whole = text.substr(0, point);
-      const std::size_t zeros = std::min(whole.find_first_not_of(u'0'), whole.size());
-      const std::size_t scale = point == TextView::npos ? 0 : text.size() - point - 1;
-      const auto digits = static_cast<int>(whole.size() - zeros + scale);
-      type = FitDecimal(std::max(digits, 1), static_cast<int>(scale));
-      break;
-    }
-    default:
-      return type;
-  }
+  if (literal.kind == ExprKind::Null) return {};
+  Type type = literal.kind == ExprKind::Integer  ? MakeType(TypeKind::Int)
+              : literal.kind == ExprKind::String ? StringType(literal)
+              : literal.kind == ExprKind::Binary ? BinaryType(literal.text)
+                                                 : NumberType(literal.text);
   type.nullable = false;
   return type;
 }

@@ -1,28 +1,8 @@
 // Arithmetic in SQLite's SQL: ranges, scales and division as the server has them.
+#include "tsql/binder/operators.h"
 #include "tsql/emit/emitter.h"
 
 namespace ledgerwick::tsql {
-namespace {
-
-std::string_view OperatorOf(ExprKind kind) noexcept {
-  switch (kind) {
-    case ExprKind::Add:
-      return " + ";
-    case ExprKind::Subtract:
-      return " - ";
-    case ExprKind::Multiply:
-      return " * ";
-    case ExprKind::Modulo:
-      return " % ";
-    case ExprKind::BitAnd:
-      return " & ";
-    default:
-      return " | ";
-  }
-}
-
-}  // namespace
-
 void Emitter::EmitArithmetic(const BoundExpr& expr) {
   if (IsExactFraction(expr.type.kind)) {
     EmitExactArithmetic(expr);
@@ -60,7 +40,7 @@ void Emitter::EmitArithmetic(const BoundExpr& expr) {
   } else {
     Raw("(");
     EmitExpr(*expr.args[0]);
-    Raw(OperatorOf(expr.kind));
+    Raw(OperatorOf(expr.kind).sign);
     EmitExpr(*expr.args[1]);
     Raw(")");
   }

@@ -1,6 +1,7 @@
 // Decimals and money in SQLite's SQL. Where the types prove that 64 bits hold every intermediate
 // result, SQLite's own integers do the work; everywhere else a function of the storage's does,
 // which is told the scales and what the result may hold.
+#include "tsql/binder/operators.h"
 #include "tsql/binder/type_rules.h"
 #include "tsql/emit/emitter.h"
 #include "tsql/values/exact.h"
@@ -12,21 +13,6 @@ namespace {
 bool IsShort(const Type& type) noexcept {
   if (type.kind == TypeKind::BigInt || type.kind == TypeKind::Money) return false;
   return IsInteger(type.kind) || (IsExactFraction(type.kind) && !IsLongDecimal(type));
-}
-
-std::string_view FunctionOf(ExprKind kind) noexcept {
-  switch (kind) {
-    case ExprKind::Add:
-      return "t_dec_add(";
-    case ExprKind::Subtract:
-      return "t_dec_sub(";
-    case ExprKind::Multiply:
-      return "t_dec_mul(";
-    case ExprKind::Divide:
-      return "t_dec_div(";
-    default:
-      return "t_dec_mod(";
-  }
 }
 
 std::string Digits(Int128 units) { return FormatExact({units, 0}); }
@@ -93,7 +79,7 @@ void Emitter::EmitExactArithmetic(const BoundExpr& expr) {
     Raw(")");
     return;
   }
-  Raw(FunctionOf(expr.kind));
+  Raw(OperatorOf(expr.kind).exact).Raw("(");
   EmitExpr(left);
   Raw(", ").Raw(std::to_string(left.type.scale)).Raw(", ");
   EmitExpr(right);

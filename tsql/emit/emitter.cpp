@@ -3,30 +3,10 @@
 #include <algorithm>
 
 #include "tsql/base/errors.h"
+#include "tsql/binder/operators.h"
 #include "tsql/values/collation.h"
 
 namespace ledgerwick::tsql {
-namespace {
-
-std::string_view OperatorOf(Comparison comparison) noexcept {
-  switch (comparison) {
-    case Comparison::Equal:
-      return " = ";
-    case Comparison::NotEqual:
-      return " <> ";
-    case Comparison::Less:
-      return " < ";
-    case Comparison::LessEqual:
-      return " <= ";
-    case Comparison::Greater:
-      return " > ";
-    default:
-      return " >= ";
-  }
-}
-
-}  // namespace
-
 void Emitter::EmitExpr(const BoundExpr& expr) {
   const Nesting nesting;
   RequireRoom();
@@ -184,7 +164,7 @@ void Emitter::EmitCompare(const BoundExpr& expr) {
   } else {
     EmitCollated(left);
   }
-  Raw(OperatorOf(expr.compare));
+  Raw(SignOf(expr.compare));
   EmitExpr(right);
   Raw(")");
 }
@@ -346,7 +326,22 @@ void Emitter::EmitFunction(const BoundExpr& expr) {
       EmitExpr(*args[0]);
       Raw(")");
       return;
-    default:
+    case FunctionId::Unknown:
+    case FunctionId::Scalar:
+    case FunctionId::Left:
+    case FunctionId::Str:
+    case FunctionId::Abs:
+    case FunctionId::Power:
+    case FunctionId::DataLength:
+    case FunctionId::QuoteName:
+    case FunctionId::DateDiff:
+    case FunctionId::DateAdd:
+    case FunctionId::DatePart:
+    case FunctionId::DateName:
+    case FunctionId::GetDate:
+    case FunctionId::SysDateTime:
+    case FunctionId::NewId:
+    case FunctionId::Substring:
       if (IsExactFraction(expr.type.kind)) {
         EmitExactFunction(expr);
       } else {
@@ -364,23 +359,13 @@ void Emitter::EmitAggregate(const BoundExpr& expr) {
     EmitCollated(arg);
     Raw(")");
   };
-  switch (expr.function) {
-    case FunctionId::Count:
-      if (arg.kind == ExprKind::Star) {
-        Raw("count(*)");
-      } else {
-        call("count");
-      }
-      return;
-    case FunctionId::Min:
-      call("min");
-      return;
-    case FunctionId::Max:
-      call("max");
-      return;
-    default:
-      break;
+  if (arg.kind == ExprKind::Star) {
+    Raw("count(*)");
+    return;
   }
+  if (expr.function == FunctionId::Count) return call("count");
+  if (expr.function == FunctionId::Min) return call("min");
+  if (expr.function == FunctionId::Max) return call("max");
   const bool average = expr.function == FunctionId::Avg;
   if (IsInteger(kind)) {
     // Whole numbers average to a whole number.

@@ -180,7 +180,27 @@ BoundExpr* PreAggregation::AggregateOutside(BoundExpr& call) {
       value = SumOutside(&arg);
       strict_ = summed_ = false;
       break;
-    default:
+    case FunctionId::Avg:
+    case FunctionId::Unknown:
+    case FunctionId::Scalar:
+    case FunctionId::IsNull:
+    case FunctionId::Coalesce:
+    case FunctionId::NullIf:
+    case FunctionId::Left:
+    case FunctionId::Str:
+    case FunctionId::Abs:
+    case FunctionId::Power:
+    case FunctionId::DataLength:
+    case FunctionId::QuoteName:
+    case FunctionId::DateDiff:
+    case FunctionId::DateAdd:
+    case FunctionId::DatePart:
+    case FunctionId::Year:
+    case FunctionId::DateName:
+    case FunctionId::GetDate:
+    case FunctionId::SysDateTime:
+    case FunctionId::NewId:
+    case FunctionId::Substring:
       return Fail(call);
   }
   outside->args = context_.arena.Copy(std::vector<BoundExpr*>{value});
@@ -247,7 +267,32 @@ BoundExpr* PreAggregation::SumOutside(BoundExpr* expr) {
       }
       sum->args[0] = SumOutside(sum->args[0]);
       return sum;
-    default:
+    case ExprKind::Null:
+    case ExprKind::Integer:
+    case ExprKind::Number:
+    case ExprKind::String:
+    case ExprKind::Binary:
+    case ExprKind::Column:
+    case ExprKind::Star:
+    case ExprKind::Variable:
+    case ExprKind::BitNot:
+    case ExprKind::Add:
+    case ExprKind::Subtract:
+    case ExprKind::Modulo:
+    case ExprKind::BitAnd:
+    case ExprKind::BitOr:
+    case ExprKind::BitXor:
+    case ExprKind::Scalar:
+    case ExprKind::Compare:
+    case ExprKind::And:
+    case ExprKind::Or:
+    case ExprKind::Not:
+    case ExprKind::IsNull:
+    case ExprKind::Like:
+    case ExprKind::Between:
+    case ExprKind::InList:
+    case ExprKind::InQuery:
+    case ExprKind::Exists:
       break;
   }
   return Fail(*expr);

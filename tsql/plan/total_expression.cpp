@@ -23,17 +23,13 @@ bool ConvertsAlways(const BoundExpr& expr) noexcept {
 // Functions that have a result for every argument.
 bool CallsAlways(const BoundExpr& expr) noexcept {
   constexpr TextView kTotal[] = {u"len", u"ltrim", u"rtrim", u"upper", u"lower"};
-  switch (expr.function) {
-    case FunctionId::IsNull:
-    case FunctionId::Coalesce:
-    case FunctionId::NullIf:
-      return true;
-    case FunctionId::Scalar:
-      return std::any_of(std::begin(kTotal), std::end(kTotal),
-                         [&](TextView name) { return EqualText(name, expr.text); });
-    default:
-      return false;
+  if (expr.function == FunctionId::IsNull || expr.function == FunctionId::Coalesce ||
+      expr.function == FunctionId::NullIf) {
+    return true;
   }
+  return expr.function == FunctionId::Scalar &&
+         std::any_of(std::begin(kTotal), std::end(kTotal),
+                     [&](TextView name) { return EqualText(name, expr.text); });
 }
 
 // What a sum, a difference or a product has room for by its type: a decimal that is not at its

@@ -130,11 +130,31 @@ bool Interpreter::BeginsTransaction(const Statement& statement) const noexcept {
     case StatementKind::CreateTable:
     case StatementKind::AlterTable:
     case StatementKind::CreateIndex:
+    case StatementKind::CreateView:
+    case StatementKind::Procedure:
     case StatementKind::Drop:
       return true;
-    default:
+    case StatementKind::If:
+    case StatementKind::While:
+    case StatementKind::Block:
+    case StatementKind::TryCatch:
+    case StatementKind::Break:
+    case StatementKind::Continue:
+    case StatementKind::Return:
+    case StatementKind::SetOption:
+    case StatementKind::Use:
+    case StatementKind::Print:
+    case StatementKind::Assign:
+    case StatementKind::BeginTransaction:
+    case StatementKind::CommitTransaction:
+    case StatementKind::RollbackTransaction:
+    case StatementKind::RaiseError:
+    case StatementKind::Throw:
+    case StatementKind::ExecuteText:
+    case StatementKind::ExecuteProcedure:
       return false;
   }
+  return false;
 }
 
 // SET FMTONLY: true for a statement that is done with when its columns have been told. Variables,
@@ -158,9 +178,27 @@ bool Interpreter::OnlyDescribes(const Statement& statement) {
     case StatementKind::ExecuteText:
     case StatementKind::ExecuteProcedure:
       return false;
-    default:
+    case StatementKind::Insert:
+    case StatementKind::Update:
+    case StatementKind::Delete:
+    case StatementKind::Truncate:
+    case StatementKind::CreateTable:
+    case StatementKind::AlterTable:
+    case StatementKind::CreateIndex:
+    case StatementKind::CreateView:
+    case StatementKind::Procedure:
+    case StatementKind::Drop:
+    case StatementKind::Break:
+    case StatementKind::Continue:
+    case StatementKind::Print:
+    case StatementKind::BeginTransaction:
+    case StatementKind::CommitTransaction:
+    case StatementKind::RollbackTransaction:
+    case StatementKind::RaiseError:
+    case StatementKind::Throw:
       return true;
   }
+  return true;
 }
 
 void Interpreter::Affected(std::int64_t rows) {

@@ -62,12 +62,13 @@ Value ReadValue(sqlite3_stmt* row, int column, const Type& type) {
     }
     case ColumnKind::DateTime:
       return DateFromDateTime(sqlite3_column_int64(row, column));
-    default:
-      if (IsConvertedAsAny(type.kind)) {
-        return FromUtf8(ShowAny(AnyOf(sqlite3_column_value(row, column)), type));
-      }
-      return ToText(ColumnText(row, column));
+    case ColumnKind::String:
+      break;
   }
+  if (IsConvertedAsAny(type.kind)) {
+    return FromUtf8(ShowAny(AnyOf(sqlite3_column_value(row, column)), type));
+  }
+  return ToText(ColumnText(row, column));
 }
 
 // One of a kept statement's SQL statements while it runs, with the variables' values. It is kept

@@ -35,8 +35,14 @@ void BindCaught(sqlite3_stmt* statement, int index, SystemVariable variable,
     case SystemVariable::ErrorProcedure:
       if (!error.procedure.empty()) BindText(statement, index, error.procedure);
       return;
-    default:
+    case SystemVariable::ErrorLine:
       sqlite3_bind_int(statement, index, error.position.line);
+      return;
+    case SystemVariable::RowCount:
+    case SystemVariable::Error:
+    case SystemVariable::TranCount:
+    case SystemVariable::NestLevel:
+      return;
   }
 }
 
@@ -89,7 +95,12 @@ void Session::Bind(sqlite3_stmt* statement) const {
       case SystemVariable::NestLevel:
         sqlite3_bind_int(statement, i, frame->level);
         break;
-      default:
+      case SystemVariable::ErrorMessage:
+      case SystemVariable::ErrorNumber:
+      case SystemVariable::ErrorSeverity:
+      case SystemVariable::ErrorState:
+      case SystemVariable::ErrorProcedure:
+      case SystemVariable::ErrorLine:
         // Outside a CATCH they are null.
         if (!caught.empty()) BindCaught(statement, i, variable, caught.back());
     }

@@ -162,7 +162,10 @@ void Storage::CheckContent() const {
       Refuse(path_, "the file is not a database. Check the path.");
     case FileContent::OtherSqlite:
       Refuse(path_, "the file is an SQLite database, but not one of Ledgerwick's.");
-    default:
+    case FileContent::None:
+    case FileContent::Empty:
+    case FileContent::Ours:
+    case FileContent::Unknown:
       return;
   }
 }

@@ -264,9 +264,10 @@ bool IsIn(Place place, TextView schema) {
       return EqualText(schema, u"INFORMATION_SCHEMA");
     case Place::Sys:
       return EqualText(schema, u"sys");
-    default:
+    case Place::Old:
       return !EqualText(schema, u"INFORMATION_SCHEMA");
   }
+  return false;
 }
 
 }  // namespace

@@ -303,46 +303,21 @@ AnyValue ToNumberType(std::string_view bytes, const Type& source, const Type& ta
   const auto size = static_cast<std::size_t>(StoredLength(target));
   const std::size_t taken = std::min(bytes.size(), size);
   const std::uint64_t number = NumberIn(bytes.substr(bytes.size() - taken));
-  switch (target.kind) {
-    case TypeKind::Bit:
-      return std::int64_t{number != 0};
-    case TypeKind::SmallInt:
-      return std::int64_t{static_cast<std::int16_t>(number)};
-    case TypeKind::Int:
-    case TypeKind::SmallMoney:
-      return std::int64_t{static_cast<std::int32_t>(number)};
-    default:
-      return static_cast<std::int64_t>(number);
-  }
+  if (target.kind == TypeKind::Bit) return std::int64_t{number != 0};
+  if (target.kind == TypeKind::TinyInt) return static_cast<std::int64_t>(number);
+  // The highest bit is the sign.
+  const std::size_t unused = 64 - size * 8;
+  return static_cast<std::int64_t>(number << unused) >> unused;
 }
 
 }  // namespace
 
 std::int32_t StoredLength(const Type& type) noexcept {
-  switch (type.kind) {
-    case TypeKind::Bit:
-    case TypeKind::TinyInt:
-      return 1;
-    case TypeKind::SmallInt:
-      return 2;
-    case TypeKind::Date:
-      return 3;
-    case TypeKind::Int:
-    case TypeKind::Real:
-    case TypeKind::SmallMoney:
-    case TypeKind::SmallDateTime:
-      return 4;
-    case TypeKind::Decimal:
-      return 1 + 4 * WordsOf(type);
-    case TypeKind::Time:
-      return type.scale < 3 ? 3 : type.scale < 5 ? 4 : 5;
-    case TypeKind::DateTime2:
-      return type.scale < 3 ? 6 : type.scale < 5 ? 7 : 8;
-    case TypeKind::UniqueIdentifier:
-      return kUniqueIdentifierBytes;
-    default:
-      return 8;
-  }
+  if (type.kind == TypeKind::Decimal) return 1 + 4 * WordsOf(type);
+  const int time = type.scale < 3 ? 3 : type.scale < 5 ? 4 : 5;
+  if (type.kind == TypeKind::Time) return time;
+  if (type.kind == TypeKind::DateTime2) return time + FixedBytes(TypeKind::Date);
+  return FixedBytes(type.kind);
 }
 
 AnyValue ConvertAny(const AnyValue& value, const Type& source, const Type& target,

@@ -38,15 +38,11 @@ SqlError OverflowFrom(const char* source, TypeKind target) {
 }
 
 SqlError IntegerColumnOverflow(std::string_view text, TypeKind target, const char* source) {
-  switch (target) {
-    case TypeKind::BigInt:
-      return OverflowFrom("expression", target);
-    case TypeKind::Int:
-      return errors::IntegerColumnOverflow(source, text, "int");
-    default:
-      return errors::IntegerColumnOverflow(source, text,
-                                           target == TypeKind::TinyInt ? "INT1" : "INT2");
-  }
+  if (target == TypeKind::BigInt) return OverflowFrom("expression", target);
+  const char* name = target == TypeKind::Int       ? "int"
+                     : target == TypeKind::TinyInt ? "INT1"
+                                                   : "INT2";
+  return errors::IntegerColumnOverflow(source, text, name);
 }
 
 struct IntegerRange {
@@ -54,19 +50,12 @@ struct IntegerRange {
   std::int64_t most;
 };
 
-constexpr IntegerRange RangeOf(TypeKind target) noexcept {
-  switch (target) {
-    case TypeKind::Bit:
-      return {0, 1};
-    case TypeKind::TinyInt:
-      return {0, 255};
-    case TypeKind::SmallInt:
-      return {-32768, 32767};
-    case TypeKind::Int:
-      return {std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()};
-    default:
-      return {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()};
-  }
+IntegerRange RangeOf(TypeKind target) noexcept {
+  if (target == TypeKind::Bit) return {0, 1};
+  if (target == TypeKind::TinyInt) return {0, std::numeric_limits<std::uint8_t>::max()};
+  const int unused = 64 - 8 * FixedBytes(target);
+  return {std::numeric_limits<std::int64_t>::min() >> unused,
+          std::numeric_limits<std::int64_t>::max() >> unused};
 }
 
 SqlError IntegerOverflow(const std::string& number, TypeKind target) {

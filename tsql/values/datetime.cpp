@@ -100,9 +100,18 @@ std::int64_t CountOf(DatePart part, std::int64_t ticks) {
     case DatePart::Week:
     case DatePart::IsoWeek:
       return FloorDivide(DayOf(ticks) + 1, 7);
-    default:
-      return FloorDivide(ticks, NamesOf(part).ticks);
+    case DatePart::Day:
+    case DatePart::DayOfYear:
+    case DatePart::Weekday:
+    case DatePart::Hour:
+    case DatePart::Minute:
+    case DatePart::Second:
+    case DatePart::Millisecond:
+    case DatePart::Microsecond:
+    case DatePart::Nanosecond:
+      break;
   }
+  return FloorDivide(ticks, NamesOf(part).ticks);
 }
 
 std::int64_t MonthsIn(DatePart part) {
@@ -177,38 +186,28 @@ bool HasPart(TypeKind kind, DatePart part) noexcept {
 }
 
 std::int64_t TicksOf(TypeKind kind, std::int64_t stored) noexcept {
-  switch (kind) {
-    case TypeKind::Date:
-      return std::clamp(stored, DayOf(kLeastTick), DayOf(kEndTick)) * kTicksPerDay;
-    case TypeKind::Time:
-      return std::clamp(stored, std::int64_t{0}, kTicksPerDay - 1);
-    case TypeKind::DateTime2:
-      return std::clamp(stored, kLeastTick, kEndTick);
-    default:
-      return Stored(stored) * kTicksPerMillisecond;
+  if (IsDate(kind)) return Stored(stored) * kTicksPerMillisecond;
+  if (kind == TypeKind::Date) {
+    return std::clamp(stored, DayOf(kLeastTick), DayOf(kEndTick)) * kTicksPerDay;
   }
+  if (kind == TypeKind::Time) return std::clamp(stored, std::int64_t{0}, kTicksPerDay - 1);
+  return std::clamp(stored, kLeastTick, kEndTick);
 }
 
 std::int64_t FromTicks(std::int64_t ticks, const Type& type, const char* source) {
-  switch (type.kind) {
-    case TypeKind::Date:
-      return DayOf(ticks);
-    case TypeKind::Time:
-    case TypeKind::DateTime2: {
-      std::int64_t unit = 1;
-      for (int digits = type.scale; digits < kMostFractionDigits; ++digits) unit *= 10;
-      const std::int64_t rounded = FloorDivide(ticks + unit / 2, unit) * unit;
-      if (type.kind == TypeKind::Time) return TimeOf(rounded);
-      return rounded >= kEndTick ? rounded - unit : rounded;
-    }
-    default: {
-      const std::int64_t half = kTicksPerMillisecond / 2;
-      const std::int64_t ms = RoundDateTime(FloorDivide(ticks + half, kTicksPerMillisecond));
-      if (type.kind == TypeKind::SmallDateTime) return RoundToMinute(ms, source);
-      if (ms < kLeast || ms >= kEnd) throw errors::DateOutOfRange(source, "datetime");
-      return ms;
-    }
+  if (type.kind == TypeKind::Date) return DayOf(ticks);
+  if (IsDate(type.kind)) {
+    const std::int64_t half = kTicksPerMillisecond / 2;
+    const std::int64_t ms = RoundDateTime(FloorDivide(ticks + half, kTicksPerMillisecond));
+    if (type.kind == TypeKind::SmallDateTime) return RoundToMinute(ms, source);
+    if (ms < kLeast || ms >= kEnd) throw errors::DateOutOfRange(source, "datetime");
+    return ms;
   }
+  std::int64_t unit = 1;
+  for (int digits = type.scale; digits < kMostFractionDigits; ++digits) unit *= 10;
+  const std::int64_t rounded = FloorDivide(ticks + unit / 2, unit) * unit;
+  if (type.kind == TypeKind::Time) return TimeOf(rounded);
+  return rounded >= kEndTick ? rounded - unit : rounded;
 }
 
 std::int64_t ParseSmallDateTime(std::string_view text, const DateOptions& options, int style) {

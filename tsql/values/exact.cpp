@@ -109,24 +109,10 @@ Exact ConvertWide(Wide units, int from, ExactSize size, Rest rest, const char* s
 }  // namespace
 
 ExactSize SizeOf(const Type& type) noexcept {
-  switch (type.kind) {
-    case TypeKind::Bit:
-      return {1, 0};
-    case TypeKind::TinyInt:
-      return {3, 0};
-    case TypeKind::SmallInt:
-      return {5, 0};
-    case TypeKind::Int:
-      return {10, 0};
-    case TypeKind::BigInt:
-      return {19, 0};
-    case TypeKind::SmallMoney:
-      return {kSmallMoneyPrecision, kMoneyScale};
-    case TypeKind::Money:
-      return {kMoneyPrecision, kMoneyScale};
-    default:
-      return {type.precision, type.scale};
-  }
+  if (type.kind == TypeKind::SmallMoney) return {kSmallMoneyPrecision, kMoneyScale};
+  if (type.kind == TypeKind::Money) return {kMoneyPrecision, kMoneyScale};
+  if (IsInteger(type.kind)) return {DigitsOf(type.kind), 0};
+  return {type.precision, type.scale};
 }
 
 Int128 PowerOfTen(int exponent) noexcept { return kPowers[static_cast<std::size_t>(exponent)]; }
