@@ -49,6 +49,9 @@ std::optional<std::size_t> Emitter::InputOf(const BoundExpr& expr) const {
   return static_cast<std::size_t>(input - inputs.begin());
 }
 
+// What a part takes from where it stands is a parameter of it.
+void Emitter::EmitInput(std::size_t input) { Raw("?").Raw(std::to_string(kFirstInput + input)); }
+
 // A column whose declaration carries the collation.
 bool Emitter::IsStoredColumn(const BoundExpr& expr) const {
   return expr.kind == ExprKind::Column && expr.source->query == nullptr &&

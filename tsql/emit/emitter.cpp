@@ -11,11 +11,7 @@ void Emitter::EmitExpr(const BoundExpr& expr) {
   const Nesting nesting;
   RequireRoom();
   if (expr.part != nullptr && expr.part != part_) return EmitPart(expr);
-  // What a part takes from where it stands is a parameter of it.
-  if (const auto input = InputOf(expr)) {
-    Raw("?").Raw(std::to_string(kFirstInput + *input));
-    return;
-  }
+  if (const auto input = InputOf(expr)) return EmitInput(*input);
   switch (expr.kind) {
     case ExprKind::Null:
       Raw("NULL");

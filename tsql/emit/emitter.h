@@ -47,6 +47,7 @@ class Emitter {
   void EmitPart(const BoundExpr& expr);
   void Hoist(const Source& source);
   std::optional<std::size_t> InputOf(const BoundExpr& expr) const;
+  void EmitInput(std::size_t input);
   bool IsStoredColumn(const BoundExpr& expr) const;
 
   // Queries (emit_query.cpp)
