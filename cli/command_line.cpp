@@ -5,8 +5,11 @@
 #include <functional>
 
 #include "cli/commands.h"
+#include "cli/completion.h"
 #include "cli/console.h"
 #include "cli/interrupt.h"
+#include "cli/manual.h"
+#include "cli/option_values.h"
 #include "host/filter_argument.h"
 #include "host/json_document.h"
 #include "host/suggest.h"
@@ -18,6 +21,7 @@ namespace ledgerwick {
 namespace {
 
 constexpr const char* kVersion = "ledgerwick 2.2.0";
+constexpr const char* kReleased = "2026-11-21";
 
 constexpr const char* kConnectionHelp =
     "The database, embedded:PATH or a server's connection string, ODBC's, ADO's or "
@@ -34,9 +38,20 @@ class CommandLine {
         ->transform(CLI::IsMember({"auto", "always", "never"}))
         ->default_str("auto");
     app_.footer(
-        "Data goes to standard output, everything else to standard error.\n"
-        "Exit codes: 0 done; 1 the report or the database said no; 2 wrong usage or a malformed "
-        "request; 141 whoever read the output had enough of it.\n\n"
+        "Streams:\n"
+        "  standard output  data\n"
+        "  standard error   everything else: titles, messages, progress, errors\n\n"
+        "Exit codes:\n"
+        "  0    done\n"
+        "  1    the report or the database said no; of diff: the results differ\n"
+        "  2    wrong usage or a malformed request; of diff: trouble\n"
+        "  141  whoever read the output had enough of it\n\n"
+        "Environment:\n"
+        "  LEDGERWICK_CONNECTION    the database where neither --connection nor the request tells\n"
+        "  LEDGERWICK_PASSWORD      the password of a server's user\n"
+        "  LEDGERWICK_MEMORY_LIMIT  as --memory-limit\n"
+        "  NO_COLOR                 no colours unless --color asks for them\n"
+        "  PAGER                    what shows tables longer than the screen\n\n"
         "Examples:\n"
         "  ledgerwick sample create sample.db\n"
         "  ledgerwick run clsRepAQKCYJ --connection embedded:sample.db\n"
@@ -53,6 +68,7 @@ class CommandLine {
     AddSample();
     AddUpgrade();
     AddServe();
+    ShowPlaceholders(app_);
   }
 
   CLI::App& app() { return app_; }
@@ -418,9 +434,10 @@ std::string MissingColumnMessage(const MissingColumn& missing) {
   return message;
 }
 
-int RunParsed(CommandLine& line, Console& console) {
+// Passes the errors of `run` on to the user.
+int Guarded(Console& console, const std::function<int()>& run) {
   try {
-    return line.Run(console);
+    return run();
   } catch (const UsageError& error) {
     PrintError(console, error.what());
   } catch (const FileError& error) {
@@ -438,6 +455,22 @@ int RunParsed(CommandLine& line, Console& console) {
   return kWrongUsage;
 }
 
+// Two commands that are not for people: `__complete WORD…` answers shells (cli/completion), and
+// `__manual FOLDER` writes the manual pages for the installation.
+bool IsForScripts(const std::vector<std::string>& args) {
+  return !args.empty() && (args[0] == "__complete" || (args[0] == "__manual" && args.size() == 2));
+}
+
+int RunForScripts(const CLI::App& app, const std::vector<std::string>& args, std::ostream& out) {
+  if (args[0] == "__manual") {
+    WriteManual(app, args[1], kReleased, kVersion);
+  } else {
+    WriteCompletion(out, app, {args.begin() + 1, args.end()});
+  }
+  CheckWritten(out.flush());
+  return kDone;
+}
+
 }  // namespace
 
 int Main(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
@@ -445,6 +478,9 @@ int Main(const std::vector<std::string>& args, std::istream& in, std::ostream& o
   const WriteFailureGuard guard;
   Console plain = MakeConsole(in, out, err, ColourChoice::Auto);
   CommandLine line;
+  if (IsForScripts(args)) {
+    return Guarded(plain, [&] { return RunForScripts(line.app(), args, out); });
+  }
   try {
     CheckArguments(args);
     line.app().parse(std::vector<std::string>(args.rbegin(), args.rend()));
@@ -458,7 +494,7 @@ int Main(const std::vector<std::string>& args, std::istream& in, std::ostream& o
     return kWrongUsage;
   }
   Console console = MakeConsole(in, out, err, line.colour());
-  return RunParsed(line, console);
+  return Guarded(console, [&] { return line.Run(console); });
 }
 
 }  // namespace ledgerwick
