@@ -30,8 +30,8 @@ ensure_packages() {
 BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libboost-dev libicu-dev libcli11-dev nlohmann-json3-dev
   libutf8proc-dev libxlsxwriter-dev libssl-dev unixodbc-dev tdsodbc)
 # What its tests need beyond that.
-TEST_PACKAGES=(doctest-dev clang-format git python3-openpyxl python3-markdown python3-html5lib jq mandoc zsh
-  fish)
+TEST_PACKAGES=(doctest-dev clang-format git python3-openpyxl python3-markdown python3-html5lib jq sqlite3
+  mandoc zsh fish)
 # The clients that others wrote, for the tests of the service (tests/clients).
 CLIENT_PACKAGES=(freetds-bin tdsodbc unixodbc python3-pyodbc libjtds-java default-jdk-headless openssl)
 # What makes a bare machine to try the first commands on (tools/bare).

@@ -6,6 +6,7 @@ read_back.py LEDGERWICK: makes a sample company of its own and fails with the fi
 import csv, datetime, fcntl, html.parser, json, os, pty, shutil, struct, subprocess, sys, tempfile
 import termios, unicodedata
 
+import html5lib
 import markdown
 import openpyxl
 
@@ -35,6 +36,11 @@ def call(*args, code=0):
     ended = subprocess.run([program, *args], capture_output=True)
     assert ended.returncode == code, (args, ended.returncode, ended.stderr.decode())
     return ended.stdout.decode()
+
+
+def other(*args):
+    """What a program that others wrote says."""
+    return subprocess.run(args, check=True, capture_output=True, text=True).stdout
 
 
 def same(got, wanted, what):
@@ -80,6 +86,9 @@ def check_csv():
     for name, options, separator in [("a.csv", [], ","), ("b.csv", ["--separator", ";"], ";")]:
         rows = list(csv.reader(query(name, *options).splitlines(True), delimiter=separator))
         same(rows[:2], [NAMES, AS_TEXT], name)
+    rows = json.loads(other("sqlite3", "-json", "-cmd", ".import --csv a.csv t", ":memory:",
+                            "SELECT * FROM t"))
+    same([len(rows), list(rows[0].values())], [2, AS_TEXT], "csv, by sqlite3")
     guarded = query("c.csv", "--bom", "--guard-formulas")
     assert guarded.startswith("\ufeffcode,")
     rows = list(csv.reader(guarded[1:].splitlines(True)))
@@ -102,6 +111,11 @@ def check_json():
         rows[0]["big"] = "big"
         same(rows[0], dict(zip(keys, values)), what)
         same((list(rows[0]), len(rows)), (keys, 2), what)
+    # Its numbers are binary, which "big" and "n_2" are too long for.
+    values = dict(zip(keys, values), big=12345678901234567000, n_2=1234567890123456800)
+    for name, each in [("a.json", ".[]"), ("a.jsonl", ".")]:
+        rows = [json.loads(row) for row in other("jq", "-c", each, name).splitlines()]
+        same((rows[0], len(rows)), (values, 2), name + ", by jq")
     several = query("b.json", sql="SELECT 1 AS a SELECT 2 AS b WHERE 1 = 0 SELECT 3 AS c")
     same(json.loads(several), [[{"a": 1}], [], [{"c": 3}]], "several results")
     same(json.loads(query("c.json", sql="SELECT 1 AS a")), [{"a": 1}], "one result")
@@ -115,8 +129,13 @@ def check_json():
 
 
 def check_documents():
-    page = Tables(query("a.html"))
-    same(page.rows[:2], [NAMES, VISIBLE], "html")
+    page = query("a.html")
+    same(Tables(page).rows[:2], [NAMES, VISIBLE], "html")
+    html5lib.HTMLParser(strict=True).parse(page)  # takes no error
+    if shutil.which("chromium"):
+        shown = other("chromium", "--headless", "--no-sandbox", "--disable-gpu", "--user-data-dir=browser",
+                      "--dump-dom", "file://" + os.path.abspath("a.html"))
+        same(Tables(shown).rows[:2], [NAMES, VISIBLE], "html, by a browser")
     text = markdown.markdown(query("a.md"), extensions=["tables"])
     same([Tables(text).rows[0], [c.replace("\n", "\n") for c in Tables(text).rows[1]]],
          [NAMES, [value.replace("\n\t", "\n\\t") for value in VISIBLE]], "markdown")
