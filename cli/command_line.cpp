@@ -169,13 +169,13 @@ class CommandLine {
         AddSubcommand(app_, "describe", "Show a report's filters, its result's columns and notes",
                       "  ledgerwick describe clsRepAQKCYJ\n"
                       "  ledgerwick describe clsRepSFC --format markdown");
-    sub.add_option("CLASS", described_, "The report class")->required();
-    sub.add_option("--format", describe_format_, "The format: table json markdown")
+    sub.add_option("CLASS", describe_.report, "The report class")->required();
+    sub.add_option("--connection", describe_.connection,
+                   "markdown: a sample database, on which the example runs");
+    sub.add_option("--format", describe_.format, "The format: table json markdown")
         ->capture_default_str();
     sub.callback([this] {
-      command_ = [this](Console& console) {
-        return DescribeCommand(console, described_, describe_format_);
-      };
+      command_ = [this](Console& console) { return DescribeCommand(console, describe_); };
     });
   }
 
@@ -387,9 +387,8 @@ class CommandLine {
                 "ledgerwick"};
   std::string colour_ = "auto";
   std::string list_format_ = "table";
-  std::string described_;
   std::string upgraded_;
-  std::string describe_format_ = "table";
+  DescribeOptions describe_;
   CheckOptions check_;
   RunOptions run_;
   ReportOptions trace_;

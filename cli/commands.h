@@ -26,6 +26,12 @@ struct ReportOptions {
   bool strict = false;  // a warning is enough to refuse
 };
 
+struct DescribeOptions {
+  std::string report;  // a class
+  std::string format = "table";
+  std::string connection;  // where the example of a page runs; empty to leave its rows out
+};
+
 struct CheckOptions {
   ReportOptions report;
   std::string format = "table";
@@ -104,7 +110,7 @@ struct ServeOptions {
 };
 
 int ListCommand(Console& console, const std::string& format);
-int DescribeCommand(Console& console, const std::string& class_name, const std::string& format);
+int DescribeCommand(Console& console, const DescribeOptions& options);
 int CheckCommand(Console& console, const CheckOptions& options);
 int CodesCommand(Console& console, const std::string& format);
 int RunCommand(Console& console, const RunOptions& options);

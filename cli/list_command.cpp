@@ -1,17 +1,12 @@
 // list: what the class table says.
 #include "cli/command_line.h"
 #include "cli/commands.h"
+#include "cli/report_facts.h"
 #include "cli/text_table.h"
 #include "component/class_table.h"
 
 namespace ledgerwick {
 namespace {
-
-Text ProgId(const ClassInfo& info) { return u"Ledgerwick." + Text(info.name); }
-
-Text ResultTable(const ClassInfo& info) {
-  return u"tempdb.." + Text(info.result_table) + (info.has_machine_suffix ? u"_<machine>" : u"");
-}
 
 TextView YesOrNo(bool yes) { return yes ? u"yes" : u"no"; }
 
