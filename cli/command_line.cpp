@@ -27,6 +27,10 @@ constexpr const char* kConnectionHelp =
     "The database, embedded:PATH or a server's connection string, ODBC's, ADO's or "
     "mssql://user@host/database (else the request's, else LEDGERWICK_CONNECTION)";
 
+// Of commands that know no request.
+constexpr const char* kDatabaseHelp =
+    "The database, embedded:PATH or a server's connection string (else LEDGERWICK_CONNECTION)";
+
 // The command line, and the command that it asks for.
 class CommandLine {
  public:
@@ -64,6 +68,7 @@ class CommandLine {
     AddDiff();
     AddBatch();
     AddQuery();
+    AddSchema();
     AddExplain();
     AddSample();
     AddUpgrade();
@@ -88,13 +93,17 @@ class CommandLine {
     return sub;
   }
 
-  // How results look.
-  static void AddForm(CLI::App& sub, OutputOptions& output) {
+  static void AddFormat(CLI::App& sub, OutputOptions& output) {
     std::string formats = "The format (else what the file's ending says, else table):";
     if (!output.format.empty()) formats = "The format:";
     for (const OutputFormat& format : OutputFormats()) formats.append(" ").append(format.name);
     CLI::Option* option = sub.add_option("--format", output.format, formats);
     if (!output.format.empty()) option->capture_default_str();
+  }
+
+  // How results look.
+  static void AddForm(CLI::App& sub, OutputOptions& output) {
+    AddFormat(sub, output);
     sub.add_option("--limit", output.limit, "Print at most so many rows of each result")
         ->check(CLI::Range(std::int64_t{0}, kNoLimit));
     sub.add_option("--columns", output.columns, "Only these columns, in this order: A,B")
@@ -109,6 +118,10 @@ class CommandLine {
 
   static void AddOutput(CLI::App& sub, OutputOptions& output) {
     AddForm(sub, output);
+    AddOutputFile(sub, output);
+  }
+
+  static void AddOutputFile(CLI::App& sub, OutputOptions& output) {
     sub.add_option("--output", output.file,
                    "Write to this file instead of standard output (-); it appears whole or not at "
                    "all");
@@ -294,9 +307,7 @@ class CommandLine {
         "  echo \"SELECT COUNT(*) FROM Inventory\" | ledgerwick query --format csv");
     CLI::Option* sql = sub.add_option("SQL", query_.sql, "The statements");
     sub.add_option("--file", query_.file, "A script, its batches parted by lines that are GO");
-    sub.add_option("--connection", query_.connection,
-                   "The database, embedded:PATH or a server's connection string (else "
-                   "LEDGERWICK_CONNECTION)");
+    sub.add_option("--connection", query_.connection, kDatabaseHelp);
     AddServer(sub, query_.server);
     AddOutput(sub, query_.output);
     AddMemoryLimit(sub, query_.memory_limit);
@@ -306,6 +317,27 @@ class CommandLine {
     sub.callback([this, sql] {
       query_.has_sql = sql->count() > 0;
       command_ = [this](Console& console) { return QueryCommand(console, query_); };
+    });
+  }
+
+  void AddSchema() {
+    CLI::App& sub = AddSubcommand(
+        app_, "schema", "Show what a database holds: tables, views, procedures",
+        "  ledgerwick schema --connection embedded:sample.db     # everything, a line each\n"
+        "  ledgerwick schema Sale%                               # whatever is called LIKE that\n"
+        "  ledgerwick schema Inventory                           # its columns, keys and indexes\n"
+        "  ledgerwick schema Sa_MoveSaleDetail > procedure.sql   # its text\n"
+        "  ledgerwick schema tempdb..tempAqkcyj");
+    sub.add_option(
+        "NAME", schema_.name,
+        "One object, for its columns, keys and text; or a pattern as of LIKE, for a list. "
+        "Of another database: DATABASE..NAME");
+    sub.add_option("--connection", schema_.connection, kDatabaseHelp);
+    AddServer(sub, schema_.server);
+    AddFormat(sub, schema_.output);
+    AddOutputFile(sub, schema_.output);
+    sub.callback([this] {
+      command_ = [this](Console& console) { return SchemaCommand(console, schema_); };
     });
   }
 
@@ -396,6 +428,7 @@ class CommandLine {
   DiffOptions diff_;
   BatchOptions batch_;
   QueryOptions query_;
+  SchemaOptions schema_;
   ExplainOptions explain_;
   ServeOptions serve_;
   SampleOptionsGiven sample_;

@@ -81,6 +81,13 @@ struct QueryOptions {
   bool create = false;  // an empty database where there is none
 };
 
+struct SchemaOptions {
+  std::string connection;
+  ServerOptions server;
+  std::string name;  // of an object, or a pattern; empty for all
+  OutputOptions output;
+};
+
 struct ExplainOptions {
   std::string connection;
   std::string sql;
@@ -118,6 +125,7 @@ int TraceCommand(Console& console, const ReportOptions& options, const std::stri
 int DiffCommand(Console& console, const DiffOptions& options);
 int BatchCommand(Console& console, const BatchOptions& options);
 int QueryCommand(Console& console, const QueryOptions& options);
+int SchemaCommand(Console& console, const SchemaOptions& options);
 int ExplainCommand(Console& console, const ExplainOptions& options);
 int UpgradeCommand(Console& console, const std::string& path);
 int ServeCommand(Console& console, const ServeOptions& options);

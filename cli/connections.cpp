@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "cli/console.h"
+#include "cli/interrupt.h"
 #include "cli/server_lock.h"
 #include "frame/connection_string.h"
 #include "output/result_writer.h"
@@ -167,6 +167,22 @@ std::unique_ptr<ReportDatabase> OpenReportDatabase(const Text& connection_string
   }
   return std::make_unique<ServerReportDatabase>(
       connection_string, settings, ServerConnectionOptions(connection_string, settings));
+}
+
+ConnectionSettings UsualSettings(Console& console, ProgressLine& progress,
+                                 const ServerOptions& server) {
+  ConnectionSettings settings;
+  settings.cancel = &InterruptGuard::Flag();
+  settings.progress = [&] { progress.Show("running"); };
+  settings.note = [&](const Text& text) {
+    progress.Clear();
+    PrintNote(console, SafeLines(ToUtf8(text)));
+  };
+  settings.password = [&](const Text& user, const Text& host) {
+    progress.Clear();
+    return FindPassword(console, server, user, host);
+  };
+  return settings;
 }
 
 Text ConnectionOfOptions(const std::string& option, const ServerOptions& server) {

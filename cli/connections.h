@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include "cli/progress_line.h"
 #include "cli/server_options.h"
 #include "host/runner.h"
 #include "odbc/connection.h"
@@ -29,6 +30,11 @@ struct ConnectionSettings {
   // Asked for a password where the connection string has a user without one; may be empty.
   std::function<std::optional<Text>(const Text& user, const Text& server)> password;
 };
+
+// What commands that run statements want alike: Ctrl-C stops them, `progress` shows that they run,
+// notes go to the error stream, `server` says where the password is. All outlive the database.
+ConnectionSettings UsualSettings(Console& console, ProgressLine& progress,
+                                 const ServerOptions& server);
 
 // The database that `connection_string` names: "embedded:PATH", or a server as odbc/target.h tells.
 // Throws UsageError for a text that names none, DatabaseError when it cannot be opened.

@@ -39,21 +39,11 @@ int QueryCommand(Console& terminal, const QueryOptions& options) {
   ProgressLine progress(console);
   StatementSource source;
   source.file_name = script.file_name;
-  ConnectionSettings settings;
-  settings.cancel = &InterruptGuard::Flag();
-  settings.progress = [&] { progress.Show("running"); };
-  settings.note = [&](const Text& text) {
-    progress.Clear();
-    PrintNote(console, SafeLines(ToUtf8(text)));
-  };
+  ConnectionSettings settings = UsualSettings(console, progress, options.server);
   settings.memory_limit = options.memory_limit;
   settings.read_only = options.read_only;
   settings.read_only_if_it_must = true;
   settings.create = options.create;
-  settings.password = [&](const Text& user, const Text& server) {
-    progress.Clear();
-    return FindPassword(console, options.server, user, server);
-  };
   try {
     const auto database = OpenReportDatabase(connection, settings);
     for (const ScriptBatch& batch : script.batches) {

@@ -83,22 +83,13 @@ std::optional<std::int64_t> RunReportInto(Console& console, ResultWriter& writer
                                           const Request& request, const RunSettings& options) {
   ProgressLine progress(console);
   const std::string table = ToUtf8(request.report->result_table);
-  ConnectionSettings settings;
-  settings.cancel = &InterruptGuard::Flag();
+  ConnectionSettings settings = UsualSettings(console, progress, options.server);
   settings.memory_limit = options.memory_limit;
   settings.read_only = options.read_only;
   settings.progress = [&] { progress.Show("working on tempdb.." + table); };
   settings.on_wait = [&] {
     progress.Clear();
     PrintNote(console, "waiting for another process that uses tempdb.." + table);
-  };
-  settings.note = [&](const Text& text) {
-    progress.Clear();
-    PrintNote(console, SafeLines(ToUtf8(text)));
-  };
-  settings.password = [&](const Text& user, const Text& server) {
-    progress.Clear();
-    return FindPassword(console, options.server, user, server);
   };
   ConsoleListener listener(console, writer, progress, request, options.show_sql);
   try {

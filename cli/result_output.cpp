@@ -64,15 +64,16 @@ WriterOptions ResultOptions(const Console& console) {
 
 ResultOutput::ResultOutput(Console& terminal, const OutputOptions& options,
                            const OutputFormat& format, bool one_result)
-    : target_(terminal.out, IsStandard(options.file) ? "" : options.file), pager_(terminal) {
-  const bool to_file = !IsStandard(options.file);
-  WriterOptions how = to_file ? WriterOptions{} : ResultOptions(terminal);
+    : to_file_(!IsStandard(options.file)),
+      target_(terminal.out, to_file_ ? options.file : ""),
+      pager_(terminal) {
+  WriterOptions how = to_file_ ? WriterOptions{} : ResultOptions(terminal);
   how.all_columns = !options.columns.empty();
   how.one_result = one_result;
   how.byte_order_mark = options.byte_order_mark;
   how.separator = Separator(options.separator);
   how.guard_formulas = options.guard_formulas;
-  writer_ = format.make(to_file ? target_.stream() : console().out, how);
+  writer_ = format.make(stream(), how);
   if (options.columns.empty()) return;
   writer_ = std::make_unique<ColumnSelection>(std::move(writer_), ToTexts(options.columns));
 }

@@ -51,10 +51,14 @@ class ResultOutput {
 
   ResultWriter& writer() noexcept { return *writer_; }
 
+  // Where the writer writes, for text that is no result. What was written before is there already.
+  std::ostream& stream() noexcept { return to_file_ ? target_.stream() : console().out; }
+
   // Everything is written: puts the file in its place, or waits for whoever reads the pager.
   void Finish();
 
  private:
+  bool to_file_;
   OutputTarget target_;
   Pager pager_;
   std::unique_ptr<ResultWriter> writer_;

@@ -134,10 +134,21 @@ FROM INFORMATION_SCHEMA.ROUTINES
 WHERE ROUTINE_NAME + ';1' LIKE @procedure_name ESCAPE '\' OR ROUTINE_NAME LIKE @procedure_name ESCAPE '\'
 ORDER BY 3)";
 
+constexpr TextView kText =
+    uR"(CREATE PROCEDURE sp_helptext @objname nvarchar(776), @columnname sysname = NULL AS
+DECLARE @id int, @database sysname
+SELECT @id = OBJECT_ID(@objname), @database = DB_NAME()
+IF @id IS NULL
+  RAISERROR(N'The object ''%s'' does not exist in database ''%s'' or is invalid for this operation.', 16, 1, @objname, @database)
+ELSE IF NOT EXISTS (SELECT 1 FROM sys.ledgerwick_lines WHERE id = @id)
+  RAISERROR(N'There is no text for object ''%s''.', 16, 1, @objname)
+ELSE
+  SELECT line AS Text FROM sys.ledgerwick_lines WHERE id = @id ORDER BY ord)";
+
 }  // namespace
 
 const ProcedureText* FindSystemProcedure(TextView name) {
-  static const std::array<ProcedureText, 10> procedures = {{
+  static const std::array<ProcedureText, 11> procedures = {{
       {DatabaseId::Main, u"sp_databases", Text(kDatabaseList)},
       {DatabaseId::Main, u"sp_tables", Text(kTables)},
       {DatabaseId::Main, u"sp_columns", Text(kColumns)},
@@ -148,6 +159,7 @@ const ProcedureText* FindSystemProcedure(TextView name) {
       {DatabaseId::Main, u"sp_stored_procedures", Text(kProcedures)},
       {DatabaseId::Main, u"sp_datatype_info", Text(kTypes)},
       {DatabaseId::Main, u"sp_sproc_columns", Text(kParameters)},
+      {DatabaseId::Main, u"sp_helptext", Text(kText)},
   }};
   // Clients of newer versions ask for the same under a name of their own.
   for (const TextView suffix : {TextView(u"_90"), TextView(u"_100")}) {

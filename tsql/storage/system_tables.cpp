@@ -52,6 +52,15 @@ constexpr Definition kTables[] = {
      "0 AS iscomputed, nullable AS isnullable, t_type_fact(decl, 'precision') AS xprec, "
      "t_type_fact(decl, 'scale') AS xscale, 0 AS status, CASE WHEN t_type_fact(decl, "
      "'characters') IS NOT NULL THEN 'Chinese_PRC_CI_AS' END AS collation FROM ({columns})"},
+    // The texts of modules, in pieces that fit the column whatever stands in them.
+    {Place::Old, u"syscomments",
+     "id int, number smallint, colid smallint, status smallint, texttype smallint, language "
+     "smallint, encrypted bit, compressed bit, text nvarchar(4000)?",
+     "WITH RECURSIVE pieces (id, piece, rest) AS (SELECT t_object_key(name), 1, definition FROM "
+     "{modules} WHERE definition IS NOT NULL UNION ALL SELECT id, piece + 1, substr(rest, 2001) "
+     "FROM pieces WHERE length(rest) > 2000) SELECT id, 1 AS number, piece AS colid, 0 AS status, "
+     "2 AS texttype, 0 AS language, 0 AS encrypted, 0 AS compressed, substr(rest, 1, 2000) AS text "
+     "FROM pieces"},
     {Place::Old, u"systypes",
      "name nvarchar(128), xtype tinyint, xusertype smallint, length smallint, xprec tinyint, "
      "xscale tinyint, type tinyint, usertype smallint, allownulls bit",
@@ -112,6 +121,11 @@ constexpr Definition kTables[] = {
     {Place::Sys, u"ledgerwick_indexes",
      "tab nvarchar(128), name nvarchar(128), uniq smallint, ord smallint, col nvarchar(128)",
      "SELECT tab, name, uniq, ord, col FROM ({indexes})"},
+    {Place::Sys, u"ledgerwick_lines", "id int, ord int, line nvarchar(255)",
+     "WITH RECURSIVE lines (id, ord, line, rest) AS (SELECT t_object_key(name), 0, '', definition "
+     "FROM {modules} WHERE definition IS NOT NULL UNION ALL SELECT id, ord + 1, substr(rest, 1, "
+     "{line length}), substr(rest, 1 + {line length}) FROM lines WHERE rest <> '') SELECT id, ord, "
+     "line FROM lines WHERE ord > 0"},
     {Place::Sys, u"ledgerwick_types",
      "name nvarchar(128), data_type smallint, size int, prefix varchar(8)?, suffix varchar(8)?, "
      "params varchar(32)?, sensitive smallint, unsigned smallint?, is_money smallint, scale "
@@ -153,13 +167,15 @@ constexpr Definition kTables[] = {
      "COLLATION_NAME nvarchar(128)?",
      "SELECT {name} AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, tab AS TABLE_NAME, name AS "
      "COLUMN_NAME, cid AS ORDINAL_POSITION, def AS COLUMN_DEFAULT, iif(nullable, 'YES', 'NO') AS "
-     "IS_NULLABLE, t_type_fact(decl, 'name') AS DATA_TYPE, t_type_fact(decl, 'characters') AS "
-     "CHARACTER_MAXIMUM_LENGTH, CASE WHEN t_type_fact(decl, 'characters') IS NOT NULL THEN "
-     "t_type_fact(decl, 'bytes') END AS CHARACTER_OCTET_LENGTH, CASE WHEN t_type_fact(decl, "
+     "IS_NULLABLE, t_type_fact(decl, 'name') AS DATA_TYPE, CASE WHEN t_type_fact(decl, 'name') "
+     "LIKE '%binary' THEN t_type_fact(decl, 'bytes') ELSE t_type_fact(decl, 'characters') END AS "
+     "CHARACTER_MAXIMUM_LENGTH, CASE WHEN t_type_fact(decl, 'characters') IS NOT NULL OR "
+     "t_type_fact(decl, 'name') LIKE '%binary' THEN t_type_fact(decl, 'bytes') END AS "
+     "CHARACTER_OCTET_LENGTH, CASE WHEN t_type_fact(decl, "
      "'radix') IS NOT NULL THEN t_type_fact(decl, 'odbc_size') END AS NUMERIC_PRECISION, "
      "t_type_fact(decl, 'radix') AS NUMERIC_PRECISION_RADIX, CASE WHEN t_type_fact(decl, 'radix') "
      "IS NOT NULL THEN t_type_fact(decl, 'odbc_scale') END AS NUMERIC_SCALE, CASE WHEN "
-     "t_type_fact(decl, 'odbc') = 93 THEN t_type_fact(decl, 'odbc_scale') END AS "
+     "t_type_fact(decl, 'odbc') IN (91, 93, -154) THEN t_type_fact(decl, 'scale') END AS "
      "DATETIME_PRECISION, CASE WHEN t_type_fact(decl, 'characters') IS NOT NULL THEN "
      "iif(t_type_fact(decl, 'odbc') < 0, 'UNICODE', 'cp936') END AS CHARACTER_SET_NAME, CASE WHEN "
      "t_type_fact(decl, 'characters') IS NOT NULL THEN 'Chinese_PRC_CI_AS' END AS COLLATION_NAME "
@@ -209,15 +225,18 @@ constexpr std::pair<std::string_view, std::string_view> kParts[] = {
      "('nchar(4000)'), ('nvarchar(4000)'))"},
     {"{columns}",
      "SELECT o.name AS tab, c.name AS name, c.cid + 1 AS cid, c.type AS decl, NOT "
-     "(c.\"notnull\" OR c.type = 'INTEGER') AS nullable, c.dflt_value AS def, c.pk AS pk FROM "
+     "(c.\"notnull\" OR c.type = 'INTEGER') AS nullable, CASE WHEN t_type_fact(c.type, 'name') <> "
+     "'timestamp' THEN c.dflt_value END AS def, c.pk AS pk FROM "
      "({objects}) AS o, pragma_table_info(o.name, '{schema}') AS c WHERE o.kind = 'U'"},
     // The index for NULLs that stands beside a unique one (unique_keys.h) is the storage's own.
     {"{indexes}",
      "SELECT o.name AS tab, CASE WHEN l.origin = 'pk' THEN 'PK_' || o.name WHEN substr(l.name, 1, "
-     "length(o.name) + 1) = o.name || '.' THEN substr(l.name, length(o.name) + 2) ELSE l.name END "
+     "length(o.name) + 1) = o.name || '.' THEN substr(l.name, length(o.name) + 2) WHEN l.origin = "
+     "'u' THEN 'UQ_' || o.name || '_' || l.seq ELSE l.name END "
      "AS name, l.seq AS seq, l.\"unique\" AS uniq, l.origin AS origin, i.seqno + 1 AS ord, i.name "
      "AS col FROM ({objects}) AS o, pragma_index_list(o.name, '{schema}') AS l, "
      "pragma_index_info(l.name, '{schema}') AS i WHERE o.kind = 'U' AND NOT l.partial"},
+    {"{line length}", "min(255, ifnull(nullif(instr(rest, char(10)), 0), 255))"},
     {"{made}", "3155673600000"},  // 2000-01-01, since nobody keeps when a table was made
 };
 
