@@ -60,7 +60,10 @@ class Arena {
   }
 
  private:
-  std::pmr::monotonic_buffer_resource memory_{std::size_t{64} * 1024, ChargedMemory()};
+  // With what the resource adds for itself it is a power of two, which is how memory is kept.
+  static constexpr std::size_t kFirstBlock = std::size_t{64} * 1024 - 64;
+
+  std::pmr::monotonic_buffer_resource memory_{kFirstBlock, ChargedMemory()};
 };
 
 }  // namespace ledgerwick::tsql
