@@ -97,7 +97,11 @@ int CompareText(TextView a, TextView b) noexcept {
 }
 
 bool EqualText(TextView a, TextView b) noexcept {
-  return a.size() == b.size() && CompareText(a, b) == 0;
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (a[i] != b[i] && FoldChar(a[i]) != FoldChar(b[i])) return false;
+  }
+  return true;
 }
 
 std::size_t FindText(TextView haystack, TextView needle, std::size_t from) noexcept {

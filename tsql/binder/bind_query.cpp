@@ -1,5 +1,8 @@
 // Binding of queries: the select list, grouping, ORDER BY, UNION.
 #include <algorithm>
+#include <array>
+#include <memory_resource>
+#include <unordered_set>
 
 #include "tsql/binder/binder.h"
 
@@ -327,12 +330,14 @@ void Binder::CheckInto(const Query& query, const BoundQuery& bound) {
   const Select& select = *query.selects[0];
   if (!select.has_into) return;
   const TextView table = select.into.object.text;
-  TextMap<std::size_t> seen;
   const std::span<const BoundItem> items = bound.selects[0]->items;
+  std::array<std::byte, 8192> room;
+  std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+  std::pmr::unordered_set<TextView, NameHash, SameName> seen(items.size(), &memory);
   for (std::size_t i = 0; i < items.size(); ++i) {
     const BoundItem& item = items[i];
     if (item.name.empty()) throw errors::ColumnNameMissing(i + 1, At(item.expr->offset));
-    if (!seen.emplace(FoldText(item.name), i).second) {
+    if (!seen.insert(item.name).second) {
       throw errors::DuplicateColumn(item.name, table, At(item.expr->offset));
     }
   }

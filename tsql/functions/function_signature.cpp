@@ -1,6 +1,6 @@
 #include "tsql/functions/function_signature.h"
 
-#include <unordered_map>
+#include "tsql/base/name_map.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -20,25 +20,13 @@ constexpr FunctionSignature kChoices[] = {
     {u"nullif", Id::NullIf, 2, 2},
 };
 
-// Names without regard to case.
-struct NameHash {
-  std::size_t operator()(TextView name) const noexcept {
-    std::size_t hash = 0;
-    for (const char16_t c : name) hash = hash * 31 + FoldChar(c);
-    return hash;
-  }
-};
-struct SameName {
-  bool operator()(TextView a, TextView b) const noexcept { return EqualText(a, b); }
-};
-
 }  // namespace
 
 std::span<const FunctionSignature> ChoiceFunctions() { return kChoices; }
 
 const FunctionSignature* FindFunction(TextView name) {
   static const auto kByName = [] {
-    std::unordered_map<TextView, const FunctionSignature*, NameHash, SameName> by_name;
+    NameMap<const FunctionSignature*, TextView> by_name;
     for (const auto table :
          {CheckFunctions(), ChoiceFunctions(), ConversionFunctions(), DateFunctions(),
           NumberFunctions(), SessionFunctions(), TextFunctions()}) {

@@ -62,11 +62,11 @@ std::vector<TableColumn> ColumnsOf(const TableKey& key, const CreateTableStateme
 
 // The keys name columns that there are, and one of them at most is the primary key.
 void RequireKeys(const CreateTableStatement& statement, const Binder& binder,
-                 const TextMap<bool>& columns) {
+                 const NameSet& columns) {
   bool has_primary = false;
   for (const TableKey& key : statement.keys) {
     for (const KeyColumn& column : key.columns) {
-      if (columns.contains(FoldText(column.name.text))) continue;
+      if (columns.contains(column.name.text)) continue;
       throw errors::InvalidColumn(column.name.text, binder.At(column.name.offset));
     }
     if (key.primary && has_primary) {
@@ -88,11 +88,11 @@ void Interpreter::Perform(const CreateTableStatement& statement) {
   const std::string table =
       std::string(SchemaName(database)) + "." + QuoteIdentifier(ToUtf8(name.object.text));
   std::string sql = "CREATE TABLE " + table + " (";
-  TextMap<bool> seen;
+  NameSet seen;
   bool has_row_version = false;
   RowVersionSql versions;
   for (const ColumnDefinition& column : statement.definitions) {
-    if (!seen.emplace(FoldText(column.name.text), true).second) {
+    if (!seen.insert(column.name.text).second) {
       throw errors::DuplicateColumn(column.name.text, name.object.text,
                                     binder.At(column.name.offset));
     }
@@ -154,10 +154,10 @@ void Interpreter::Perform(const AlterTableStatement& statement) {
   if (table.kind != TableKind::Table) {
     throw errors::CannotAlter(table.name, binder.At(statement.target.object.offset));
   }
-  TextMap<bool> seen;
+  NameSet seen;
   Transaction transaction(storage_);
   for (const ColumnDefinition& column : statement.definitions) {
-    const bool added_before = !seen.emplace(FoldText(column.name.text), true).second;
+    const bool added_before = !seen.insert(column.name.text).second;
     if (added_before || table.FindColumn(column.name.text) >= 0) {
       throw errors::DuplicateColumn(column.name.text, table.name, binder.At(column.name.offset));
     }
@@ -231,12 +231,12 @@ void Interpreter::Perform(const CreateViewStatement& statement) {
     }
     for (std::size_t i = 0; i < names.size(); ++i) names[i] = statement.columns[i].text;
   }
-  TextMap<bool> seen;
+  NameSet seen;
   for (std::size_t i = 0; i < names.size(); ++i) {
     if (names[i].empty()) {
       throw errors::ViewColumnNameMissing(i + 1, binder.At(statement.query->offset));
     }
-    if (!seen.emplace(FoldText(names[i]), true).second) {
+    if (!seen.insert(names[i]).second) {
       throw errors::DuplicateColumn(names[i], name.object.text, binder.At(name.object.offset));
     }
   }

@@ -213,8 +213,8 @@ class Interpreter {
 
   std::optional<FailedDrop> failed_drop_;
   Explanations* explanations_ = nullptr;
-  int depth_ = 0;                                   // of statements within statements
-  TextMap<std::shared_ptr<Procedure>> procedures_;  // keyed by the text
+  int depth_ = 0;  // of statements within statements
+  std::unordered_map<Text, std::shared_ptr<Procedure>> procedures_;  // by the text
 };
 
 }  // namespace ledgerwick::tsql

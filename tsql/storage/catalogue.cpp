@@ -20,15 +20,8 @@ Type DeclaredType(std::string declaration) {
 }  // namespace
 
 std::int32_t Table::FindColumn(TextView column) const {
-  constexpr std::size_t kUsual = 128;
-  const auto find = [&](TextView folded) {
-    const auto found = column_by_name.find(folded);
-    return found == column_by_name.end() ? -1 : found->second;
-  };
-  if (column.size() > kUsual) return find(FoldText(column));
-  std::array<char16_t, kUsual> folded;
-  for (std::size_t i = 0; i < column.size(); ++i) folded[i] = FoldChar(column[i]);
-  return find({folded.data(), column.size()});
+  const auto found = column_by_name.find(column);
+  return found == column_by_name.end() ? -1 : found->second;
 }
 
 Catalogue::Catalogue(Storage& storage, Text main_name)
@@ -83,7 +76,7 @@ void Catalogue::LoadNames(DatabaseId database, Cache& cache) {
       storage_.Prepare("SELECT name FROM (" + ObjectsQuery(database) + ") WHERE kind <> 'P'");
   while (storage_.Step(query.get())) {
     const std::string name(ColumnText(query.get(), 0));
-    cache.names.emplace(FoldText(ToText(name)), name);
+    cache.names.emplace(ToText(name), name);
   }
   cache.names_loaded = true;
 }
@@ -95,7 +88,8 @@ const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name
     return nullptr;
   }
   const bool system = information || EqualText(schema, u"sys");
-  const Text key = (information ? u"information_schema." : system ? u"sys." : u"") + FoldText(name);
+  const Text qualified = system ? Text(schema).append(u".").append(name) : Text();
+  const TextView key = system ? TextView(qualified) : name;
   if (const auto found = cache.tables.find(key); found != cache.tables.end()) {
     return found->second.get();
   }
@@ -107,11 +101,11 @@ const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name
     if (stored != cache.names.end()) {
       table = LoadTable(database, stored->second);
       if (table->columns.empty() && database != DatabaseId::Session)
-        table = LoadView(database, key);
+        table = LoadView(database, name);
     }
   }
   if (!table) return nullptr;
-  return cache.tables.emplace(key, std::move(table)).first->second.get();
+  return cache.tables.emplace(Text(key), std::move(table)).first->second.get();
 }
 
 const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView schema, TextView name) {
@@ -124,15 +118,13 @@ const ProcedureText* Catalogue::FindProcedure(DatabaseId database, TextView sche
         storage_.Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
                          kModulesTable + " WHERE kind = 'P'");
     while (storage_.Step(query.get())) {
-      Text stored = ToText(ColumnText(query.get(), 0));
-      Text folded = FoldText(stored);
-      cache.procedures.emplace(
-          std::move(folded),
-          ProcedureText{database, std::move(stored), ToText(ColumnText(query.get(), 1))});
+      const Text stored = ToText(ColumnText(query.get(), 0));
+      cache.procedures.emplace(stored,
+                               ProcedureText{database, stored, ToText(ColumnText(query.get(), 1))});
     }
     cache.procedures_loaded = true;
   }
-  const auto found = cache.procedures.find(FoldText(name));
+  const auto found = cache.procedures.find(name);
   return found == cache.procedures.end() ? FindSystemProcedure(name) : &found->second;
 }
 
@@ -202,24 +194,23 @@ std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::stri
     added.is_row_number = declaration == kRowNumberType;
     if (added.is_row_number) added.type.kind = TypeKind::Int;
     added.type.nullable = sqlite3_column_int(query.get(), 3) == 0;
-    table->column_by_name.emplace(FoldText(added.name),
-                                  static_cast<std::int32_t>(table->columns.size()));
+    table->column_by_name.emplace(added.name, static_cast<std::int32_t>(table->columns.size()));
     table->columns.push_back(std::move(added));
   }
   return table;
 }
 
-std::unique_ptr<Table> Catalogue::LoadView(DatabaseId database, TextView folded) {
+std::unique_ptr<Table> Catalogue::LoadView(DatabaseId database, TextView name) {
   const SqliteStatement query =
       storage_.Prepare(std::string("SELECT name, definition FROM ") + SchemaName(database) + "." +
                        kModulesTable + " WHERE kind = 'V'");
   while (storage_.Step(query.get())) {
-    const Text name = ToText(ColumnText(query.get(), 0));
-    if (FoldText(name) != folded) continue;
+    Text stored = ToText(ColumnText(query.get(), 0));
+    if (!EqualText(stored, name)) continue;
     auto view = std::make_unique<Table>();
     view->kind = TableKind::View;
     view->database = database;
-    view->name = name;
+    view->name = std::move(stored);
     view->definition = ToText(ColumnText(query.get(), 1));
     return view;
   }

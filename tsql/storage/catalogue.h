@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "frame/text.h"
+#include "tsql/base/name_map.h"
 #include "tsql/base/types.h"
 #include "tsql/storage/sqlite.h"
 #include "tsql/storage/storage.h"
@@ -30,14 +31,6 @@ inline constexpr const char* kModulesTable = "ledgerwick_modules";
 // The table that counts the versions of rows; hidden too.
 inline constexpr const char* kRowVersionTable = "ledgerwick_rowversion";
 
-// Lets a map keyed by Text be searched with a view.
-struct TextHash {
-  using is_transparent = void;
-  std::size_t operator()(TextView text) const noexcept { return std::hash<TextView>()(text); }
-};
-template <typename T>
-using TextMap = std::unordered_map<Text, T, TextHash, std::equal_to<>>;
-
 // How a column is declared that is the storage's own row number. It is an int in T-SQL.
 inline constexpr const char* kRowNumberType = "INTEGER";
 
@@ -57,8 +50,8 @@ struct Table {
   Text name;
   std::string sql;  // what stands for it in an SQLite FROM clause
   std::vector<TableColumn> columns;
-  TextMap<std::int32_t> column_by_name;  // keyed by the folded name
-  Text definition;                       // a view's CREATE VIEW statement
+  NameMap<std::int32_t> column_by_name;
+  Text definition;  // a view's CREATE VIEW statement
 
   // The column's index, or -1.
   std::int32_t FindColumn(TextView column) const;
@@ -140,10 +133,10 @@ class Catalogue {
   struct Cache {
     std::int64_t version = -1;
     bool names_loaded = false;
-    TextMap<std::string> names;  // folded name -> name as stored
-    TextMap<std::unique_ptr<Table>> tables;
+    NameMap<std::string> names;              // as they are stored
+    NameMap<std::unique_ptr<Table>> tables;  // those of a system's schema with it before them
     bool procedures_loaded = false;
-    TextMap<ProcedureText> procedures;  // keyed by the folded name
+    NameMap<ProcedureText> procedures;
     std::unordered_map<const Table*, std::int64_t> row_estimates;
     std::unordered_map<const Table*, Indexes> indexes;
   };
@@ -151,7 +144,7 @@ class Catalogue {
   std::int64_t SchemaVersion(DatabaseId database);
   void LoadNames(DatabaseId database, Cache& cache);
   std::unique_ptr<Table> LoadTable(DatabaseId database, const std::string& name);
-  std::unique_ptr<Table> LoadView(DatabaseId database, TextView folded);
+  std::unique_ptr<Table> LoadView(DatabaseId database, TextView name);
   const Indexes& IndexesOf(const Table& table);
 
   Storage& storage_;

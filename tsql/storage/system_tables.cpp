@@ -271,8 +271,7 @@ void AddColumns(Table& table, std::string_view columns) {
     const std::string name(column.substr(0, blank));
     Type type = ParseTypeName(std::string(column.substr(blank + 1)));
     type.nullable = nullable;
-    table.column_by_name.emplace(FoldText(ToText(name)),
-                                 static_cast<std::int32_t>(table.columns.size()));
+    table.column_by_name.emplace(ToText(name), static_cast<std::int32_t>(table.columns.size()));
     table.columns.push_back({ToText(name), QuoteIdentifier(name), type, {}});
   }
 }

@@ -30,7 +30,7 @@ Name Parser::ExpectVariable() {
 
 std::int32_t Parser::DeclareVariable(const Name& name, const Type& type) {
   const std::int32_t slot = kSystemVariables + static_cast<std::int32_t>(variable_types_.size());
-  if (!variable_slots_.emplace(FoldText(name.text), slot).second) {
+  if (!variable_slots_.emplace(name.text, slot).second) {
     throw errors::DeclaredTwice(name.text, At(name.offset));
   }
   variable_types_.push_back(type);
@@ -43,7 +43,7 @@ Expr* Parser::VariableRule() {
   Expr* expr = NewExpr(ExprKind::Variable, name.offset);
   expr->text = name.text;
   Finish(expr);
-  const auto known = variable_slots_.find(FoldText(name.text));
+  const auto known = variable_slots_.find(name.text);
   if (known != variable_slots_.end()) {
     expr->slot = known->second;
     expr->type = variable_types_[static_cast<std::size_t>(known->second - kSystemVariables)];

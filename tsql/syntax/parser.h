@@ -6,10 +6,10 @@
 #include <initializer_list>
 #include <optional>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
 #include "tsql/base/arena.h"
+#include "tsql/base/name_map.h"
 #include "tsql/base/nesting.h"
 #include "tsql/syntax/lexer.h"
 #include "tsql/syntax/syntax_tree.h"
@@ -191,8 +191,8 @@ class Parser {
   Arena& arena_;
   std::pmr::vector<Token> tokens_;
   std::size_t at_ = 0;
-  int depth_ = 0;                                          // of what nests
-  std::unordered_map<Text, std::int32_t> variable_slots_;  // by the folded name
+  int depth_ = 0;  // of what nests
+  NameMap<std::int32_t, TextView> variable_slots_;
   std::vector<Type> variable_types_;
   std::vector<Expr*> variable_uses_;  // in the order in which they stand
   int loops_ = 0;                     // WHILEs around the current token
