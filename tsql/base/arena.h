@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <initializer_list>
 #include <memory>
 #include <memory_resource>
 #include <new>
@@ -49,6 +50,10 @@ class Arena {
   std::span<T> Copy(const std::vector<T>& items) {
     return Copy(std::span<const T>(items));
   }
+  template <typename T>
+  std::span<T> Copy(std::initializer_list<T> items) {
+    return Copy(std::span<const T>(items));
+  }
 
   // A copy of `text`, valid as long as the arena.
   TextView Copy(TextView text) {
@@ -64,6 +69,35 @@ class Arena {
   static constexpr std::size_t kFirstBlock = std::size_t{64} * 1024 - 64;
 
   std::pmr::monotonic_buffer_resource memory_{kFirstBlock, ChargedMemory()};
+};
+
+// A list that grows in an arena, which outlives it and keeps its items.
+template <typename T>
+class ArenaList {
+ public:
+  explicit ArenaList(Arena& arena) : arena_(arena) {}
+  ArenaList(Arena& arena, const T& first) : arena_(arena) { push_back(first); }
+
+  // Throws as the arena does.
+  void push_back(const T& item) {
+    if (size_ == room_.size()) Grow();
+    room_[size_++] = item;
+  }
+
+  // Valid as long as the arena; the list must not grow while they are in use.
+  std::span<T> items() const noexcept { return room_.first(size_); }
+
+ private:
+  void Grow() {
+    constexpr std::size_t kFew = 4;
+    const std::span<T> room = arena_.MakeSpan<T>(std::max(kFew, size_ * 2));
+    std::copy(room_.begin(), room_.end(), room.begin());
+    room_ = room;
+  }
+
+  Arena& arena_;
+  std::span<T> room_;
+  std::size_t size_ = 0;
 };
 
 }  // namespace ledgerwick::tsql

@@ -29,33 +29,33 @@ constexpr std::size_t kLongestKeyword = 12;
 static_assert(static_cast<std::size_t>(Keyword::With) + 1 == kKeywords.size());
 static_assert(std::is_sorted(kKeywords.begin(), kKeywords.end()));
 
-// The first keyword of each letter: the words of one letter stand together.
-constexpr std::array<std::uint8_t, 27> kFirstOfLetter = [] {
-  std::array<std::uint8_t, 27> first{};
-  std::size_t keyword = 1;
-  for (std::size_t letter = 0; letter < 26; ++letter) {
-    first[letter] = static_cast<std::uint8_t>(keyword);
-    while (keyword < kKeywords.size() &&
-           kKeywords[keyword].front() == static_cast<char>('a' + letter)) {
-      ++keyword;
-    }
+// The keywords that begin with a letter and are of one length, as a list: where it begins, and
+// which keyword comes after each; 0 ends it.
+struct KeywordLists {
+  std::array<std::array<std::uint8_t, kLongestKeyword + 1>, 26> first{};
+  std::array<std::uint8_t, kKeywords.size()> next{};
+};
+constexpr KeywordLists kLists = [] {
+  KeywordLists lists;
+  for (std::size_t i = kKeywords.size() - 1; i > 0; --i) {
+    const auto letter = static_cast<std::size_t>(kKeywords[i].front() - 'a');
+    std::uint8_t& first = lists.first[letter][kKeywords[i].size()];
+    lists.next[i] = first;
+    first = static_cast<std::uint8_t>(i);
   }
-  first[26] = static_cast<std::uint8_t>(keyword);
-  return first;
+  return lists;
 }();
 
+// The lower case of a letter; what is none becomes none.
+constexpr char16_t Lower(char16_t c) noexcept { return c | 0x20; }
+
 Keyword FindKeyword(TextView word) noexcept {
-  if (word.size() > kLongestKeyword) return Keyword::None;
-  std::array<char, kLongestKeyword> lower{};
-  for (std::size_t i = 0; i < word.size(); ++i) {
-    const char16_t c = word[i] | 0x20;
-    if (c < u'a' || c > u'z') return Keyword::None;
-    lower[i] = static_cast<char>(c);
-  }
-  const std::string_view text(lower.data(), word.size());
-  const auto letter = static_cast<std::size_t>(text.front() - 'a');
-  for (std::size_t i = kFirstOfLetter[letter]; i < kFirstOfLetter[letter + 1]; ++i) {
-    if (kKeywords[i].size() == text.size() && kKeywords[i] == text) return static_cast<Keyword>(i);
+  const auto letter = static_cast<std::size_t>(Lower(word.front()) - u'a');
+  if (word.size() > kLongestKeyword || letter >= 26) return Keyword::None;
+  for (std::size_t i = kLists.first[letter][word.size()]; i != 0; i = kLists.next[i]) {
+    const bool same = std::equal(word.begin(), word.end(), kKeywords[i].begin(),
+                                 [](char16_t a, char b) { return Lower(a) == char16_t(b); });
+    if (same) return static_cast<Keyword>(i);
   }
   return Keyword::None;
 }
@@ -79,28 +79,45 @@ constexpr bool IsLetter(char16_t c) noexcept {
   return c != 0xD7 && c != 0xF7 && c != 0xFEFF;
 }
 
-constexpr bool IsNameStart(char16_t c) noexcept { return IsLetter(c) || c == u'#'; }
+// What begins with a character.
+enum class Start : std::uint8_t { Other, Space, Name, Number, Quote, Variable };
 
-constexpr std::array<bool, 0x80> kAsciiNamePart = [] {
-  std::array<bool, 0x80> part{};
+constexpr Start StartBeyondAscii(char16_t c) noexcept {
+  return c == 0xA0 ? Start::Space : IsLetter(c) ? Start::Name : Start::Other;
+}
+
+// What the lexer asks of most characters, of ASCII.
+struct CharacterFacts {
+  Start start = Start::Other;
+  bool name_part = false;
+};
+constexpr std::array<CharacterFacts, 0x80> kAscii = [] {
+  std::array<CharacterFacts, 0x80> facts{};
   for (char16_t c = 0; c < 0x80; ++c) {
-    part[c] = IsLetter(c) || IsDigit(c) || c == u'@' || c == u'#' || c == u'$';
+    const bool space = c == u' ' || (c >= u'\t' && c <= u'\r');
+    facts[c].start = space                                  ? Start::Space
+                     : IsLetter(c) || c == u'#'             ? Start::Name
+                     : IsDigit(c) || c == u'.'              ? Start::Number
+                     : c == u'\'' || c == u'"' || c == u'[' ? Start::Quote
+                     : c == u'@'                            ? Start::Variable
+                                                            : Start::Other;
+    facts[c].name_part = IsLetter(c) || IsDigit(c) || c == u'@' || c == u'#' || c == u'$';
   }
-  return part;
+  return facts;
 }();
 
-constexpr bool IsNamePart(char16_t c) noexcept {
-  return c < 0x80 ? kAsciiNamePart[c] : IsLetter(c);
+constexpr Start StartOf(char16_t c) noexcept {
+  return c < 0x80 ? kAscii[c].start : StartBeyondAscii(c);
 }
-constexpr bool IsSpace(char16_t c) noexcept {
-  return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n' || c == u'\f' || c == u'\v' ||
-         c == 0xA0;
+constexpr bool IsNamePart(char16_t c) noexcept {
+  return c < 0x80 ? kAscii[c].name_part : IsLetter(c);
 }
 
 class Lexer {
  public:
   Lexer(TextView batch, Arena& arena) : batch_(batch), arena_(arena) {
-    tokens_.reserve(batch.size() / 5 + 8);
+    constexpr std::size_t kUsualLength = 3;  // with the blanks around it
+    tokens_.reserve(batch.size() / kUsualLength + 8);
   }
 
   std::pmr::vector<Token> Run() {
@@ -123,10 +140,11 @@ class Lexer {
 
   void SkipBlanksAndComments() {
     for (;;) {
-      while (at_ < batch_.size() && IsSpace(batch_[at_])) ++at_;
-      if (Peek() == u'-' && Peek(1) == u'-') {
+      while (at_ < batch_.size() && StartOf(batch_[at_]) == Start::Space) ++at_;
+      const char16_t c = Peek();
+      if (c == u'-' && Peek(1) == u'-') {
         while (at_ < batch_.size() && batch_[at_] != u'\n') ++at_;
-      } else if (Peek() == u'/' && Peek(1) == u'*') {
+      } else if (c == u'/' && Peek(1) == u'*') {
         SkipComment();
       } else {
         return;
@@ -155,25 +173,35 @@ class Lexer {
   void Next(Token& token) {
     token.offset = static_cast<std::uint32_t>(at_);
     if (at_ >= batch_.size()) return;
-    const char16_t c = Peek();
-    if ((c == u'N' || c == u'n') && Peek(1) == u'\'') {
-      ++at_;
-      token.text = Quoted(u'\'');
-      token.kind = TokenKind::NationalString;
-    } else if (c == u'\'') {
-      token.text = Quoted(u'\'');
-      token.kind = TokenKind::String;
-    } else if (c == u'[') {
-      ReadQuotedName(token, u']');
-    } else if (c == u'"') {
-      ReadQuotedName(token, u'"');
-    } else if (IsDigit(c) || (c == u'.' && IsDigit(Peek(1)))) {
-      ReadNumber(token);
-    } else if (IsNameStart(c) || c == u'@') {
-      ReadWord(token);
-    } else {
-      ReadSymbol(token);
+    const char16_t c = batch_[at_];
+    switch (StartOf(c)) {
+      case Start::Name:
+        if (Lower(c) == u'n' && Peek(1) == u'\'') {
+          ++at_;
+          ReadString(token, TokenKind::NationalString);
+        } else {
+          ReadWord(token);
+        }
+        return;
+      case Start::Variable:
+        token.kind = TokenKind::Variable;
+        token.text = Word();
+        return;
+      case Start::Number:
+        if (c == u'.' && !IsDigit(Peek(1))) return ReadSymbol(token);
+        return ReadNumber(token);
+      case Start::Quote:
+        if (c == u'\'') return ReadString(token, TokenKind::String);
+        return ReadQuotedName(token, c == u'[' ? u']' : c);
+      case Start::Space:
+      case Start::Other:
+        return ReadSymbol(token);
     }
+  }
+
+  void ReadString(Token& token, TokenKind kind) {
+    token.kind = kind;
+    token.text = Quoted(u'\'');
   }
 
   // The storage's texts end at a NUL: the name would be another's.
@@ -240,15 +268,17 @@ class Lexer {
     token.text = batch_.substr(start, at_ - start);
   }
 
-  void ReadWord(Token& token) {
+  // The characters of a name, of which the first is one.
+  TextView Word() noexcept {
     const std::size_t start = at_;
-    const bool variable = Peek() == u'@';
-    while (IsNamePart(Peek())) ++at_;
-    token.text = batch_.substr(start, at_ - start);
-    if (variable) {
-      token.kind = TokenKind::Variable;
-      return;
-    }
+    std::size_t end = at_ + 1;
+    while (end < batch_.size() && IsNamePart(batch_[end])) ++end;
+    at_ = end;
+    return batch_.substr(start, end - start);
+  }
+
+  void ReadWord(Token& token) noexcept {
+    token.text = Word();
     token.keyword = FindKeyword(token.text);
     token.kind = token.keyword == Keyword::None ? TokenKind::Identifier : TokenKind::Keyword;
   }

@@ -69,11 +69,11 @@ Statement* Parser::BeginRule() {
 
 // The statements up to END.
 Statements Parser::BlockStatements() {
-  std::vector<const Statement*> body;
+  ArenaList<const Statement*> body(arena_);
   for (;;) {
     while (Accept(Symbol::Semicolon)) {
     }
-    if (Is(Keyword::End)) return arena_.Copy(body);
+    if (Is(Keyword::End)) return body.items();
     body.push_back(ParseStatement());
   }
 }
@@ -111,14 +111,14 @@ Statement* Parser::RaiseError() {
   auto* statement = NewStatement<RaiseErrorStatement>();
   Advance();
   Expect(Symbol::LeftParen);
-  std::vector<const Expr*> values;
+  ArenaList<const Expr*> values(arena_);
   do {
     values.push_back(Constant());
   } while (Accept(Symbol::Comma));
-  if (values.size() < 3) Fail();
+  if (values.items().size() < 3) Fail();
   constexpr std::size_t kMostValues = 3 + 20;
-  if (values.size() > kMostValues) {
-    throw errors::TooManyRaiseArguments(At(values[kMostValues]->offset));
+  if (values.items().size() > kMostValues) {
+    throw errors::TooManyRaiseArguments(At(values.items()[kMostValues]->offset));
   }
   Expect(Symbol::RightParen);
   if (Is(Keyword::With) && Ahead(1).kind == TokenKind::Identifier) {
@@ -128,7 +128,7 @@ Statement* Parser::RaiseError() {
       ExpectName();  // NOWAIT, LOG, SETERROR
     } while (Accept(Symbol::Comma));
   }
-  statement->values = arena_.Copy(values);
+  statement->values = values.items();
   return statement;
 }
 
@@ -138,12 +138,12 @@ Statement* Parser::Throw() {
   if (Current().kind != TokenKind::Integer && Current().kind != TokenKind::Variable) {
     return statement;
   }
-  std::vector<const Expr*> values{Constant()};
+  ArenaList<const Expr*> values(arena_, Constant());
   for (int i = 0; i < 2; ++i) {
     Expect(Symbol::Comma);
     values.push_back(Constant());
   }
-  statement->values = arena_.Copy(values);
+  statement->values = values.items();
   return statement;
 }
 

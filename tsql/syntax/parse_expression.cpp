@@ -104,20 +104,20 @@ Expr* Parser::Disjunction() {
   const Nesting nesting(depth_);
   Expr* first = Conjunction();
   if (!Is(Keyword::Or)) return first;
-  std::vector<const Expr*> terms{RequireCondition(first)};
+  ArenaList<const Expr*> terms(arena_, RequireCondition(first));
   while (Accept(Keyword::Or)) terms.push_back(RequireCondition(Conjunction()));
   Expr* expr = NewExpr(ExprKind::Or, {first});
-  expr->args = arena_.Copy(terms);
+  expr->args = terms.items();
   return expr;
 }
 
 Expr* Parser::Conjunction() {
   Expr* first = Negation();
   if (!Is(Keyword::And)) return first;
-  std::vector<const Expr*> terms{RequireCondition(first)};
+  ArenaList<const Expr*> terms(arena_, RequireCondition(first));
   while (Accept(Keyword::And)) terms.push_back(RequireCondition(Negation()));
   Expr* expr = NewExpr(ExprKind::And, {first});
-  expr->args = arena_.Copy(terms);
+  expr->args = terms.items();
   return expr;
 }
 
@@ -195,13 +195,13 @@ Expr* Parser::InRule(Expr* value, bool negated) {
     expr->negated = negated;
     return expr;
   }
-  std::vector<const Expr*> args{value};
+  ArenaList<const Expr*> args(arena_, value);
   do {
     args.push_back(Value());
   } while (Accept(Symbol::Comma));
   Expect(Symbol::RightParen);
   Expr* expr = NewExpr(ExprKind::InList, {value});
-  expr->args = arena_.Copy(args);
+  expr->args = args.items();
   expr->negated = negated;
   return expr;
 }
@@ -376,7 +376,7 @@ Expr* Parser::Call(Name name) {
   Expect(Symbol::LeftParen);
   Expr* expr = NewExpr(ExprKind::Function, name.offset);
   expr->text = name.text;
-  std::vector<const Expr*> args;
+  ArenaList<const Expr*> args(arena_);
   if (!Is(Symbol::RightParen)) {
     if (Accept(Keyword::Distinct)) {
       expr->distinct = true;
@@ -393,7 +393,7 @@ Expr* Parser::Call(Name name) {
     } while (Accept(Symbol::Comma));
   }
   Expect(Symbol::RightParen);
-  expr->args = arena_.Copy(args);
+  expr->args = args.items();
   Finish(expr);
   return expr;
 }
@@ -431,7 +431,7 @@ Expr* Parser::ConvertCall() {
 Expr* Parser::Case() {
   Expr* expr = NewExpr(ExprKind::Case, Current().offset);
   Advance();
-  std::vector<const Expr*> args;
+  ArenaList<const Expr*> args(arena_);
   if (!Is(Keyword::When)) {
     expr->has_operand = true;
     args.push_back(Value());
@@ -447,7 +447,7 @@ Expr* Parser::Case() {
     args.push_back(Value());
   }
   Expect(Keyword::End);
-  expr->args = arena_.Copy(args);
+  expr->args = args.items();
   Finish(expr);
   return expr;
 }

@@ -108,7 +108,7 @@ Expr* Parser::AssignedValue(const Expr& variable) {
 Statement* Parser::Declare() {
   auto* statement = NewStatement<AssignStatement>();
   Expect(Keyword::Declare);
-  std::vector<VariableAssignment> assignments;
+  ArenaList<VariableAssignment> assignments(arena_);
   do {
     const Name name = ExpectVariable();
     Accept(Keyword::As);
@@ -126,7 +126,7 @@ Statement* Parser::Declare() {
     variable->type = type;
     assignments.push_back({variable, value});
   } while (Accept(Symbol::Comma));
-  statement->variables = arena_.Copy(assignments);
+  statement->variables = assignments.items();
   return statement;
 }
 
@@ -134,8 +134,7 @@ Statement* Parser::SetVariable() {
   auto* statement = NewStatement<AssignStatement>();
   Expect(Keyword::Set);
   Expr* variable = VariableRule();
-  statement->variables =
-      arena_.Copy(std::vector<VariableAssignment>{{variable, AssignedValue(*variable)}});
+  statement->variables = arena_.Copy({VariableAssignment{variable, AssignedValue(*variable)}});
   return statement;
 }
 
@@ -149,7 +148,7 @@ Statement* Parser::ExecuteText() {
   auto* statement = NewStatement<ExecuteTextStatement>();
   Advance();
   Expect(Symbol::LeftParen);
-  std::vector<const Expr*> parts;
+  ArenaList<const Expr*> parts(arena_);
   do {
     const TokenKind kind = Current().kind;
     if (kind == TokenKind::Variable) {
@@ -161,7 +160,7 @@ Statement* Parser::ExecuteText() {
     }
   } while (Accept(Symbol::Plus));
   Expect(Symbol::RightParen);
-  statement->parts = arena_.Copy(parts);
+  statement->parts = parts.items();
   return statement;
 }
 
@@ -185,13 +184,13 @@ Statement* Parser::ExecuteProcedure() {
            Is(Symbol::Minus) || Is(Symbol::Plus) || Is(Keyword::Null) || Is(Keyword::Default) ||
            IsName();
   };
-  std::vector<Argument> arguments;
+  ArenaList<Argument> arguments(arena_);
   if (at_argument()) {
     do {
       arguments.push_back(ArgumentRule());
     } while (Accept(Symbol::Comma));
   }
-  statement->arguments = arena_.Copy(arguments);
+  statement->arguments = arguments.items();
   return statement;
 }
 
@@ -267,11 +266,11 @@ Parameter Parser::ParameterRule() {
 }
 
 std::span<const Parameter> Parser::Parameters() {
-  std::vector<Parameter> parameters;
+  ArenaList<Parameter> parameters(arena_);
   do {
     parameters.push_back(ParameterRule());
   } while (Accept(Symbol::Comma));
-  return arena_.Copy(parameters);
+  return parameters.items();
 }
 
 std::span<const Parameter> Parser::ParseParameters() {
@@ -301,14 +300,14 @@ Statement* Parser::Procedure(bool alters) {
       } while (Accept(Symbol::Comma));
     }
     Expect(Keyword::As);
-    std::vector<const Statement*> body;
+    ArenaList<const Statement*> body(arena_);
     for (;;) {
       while (Accept(Symbol::Semicolon)) {
       }
       if (Current().kind == TokenKind::End) break;
       body.push_back(ParseStatement());
     }
-    statement->body = arena_.Copy(body);
+    statement->body = body.items();
   } catch (SqlError& error) {
     if (error.procedure.empty()) error.procedure = ToUtf8(statement->target.object.text);
     throw;

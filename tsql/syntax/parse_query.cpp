@@ -5,14 +5,14 @@ namespace ledgerwick::tsql {
 Query* Parser::ParseQuery() {
   Query* query = arena_.Make<Query>();
   query->offset = Current().offset;
-  std::vector<const Select*> selects{SelectOrParenthesised()};
-  std::vector<char> keeps_duplicates;
+  ArenaList<const Select*> selects(arena_, SelectOrParenthesised());
+  ArenaList<char> keeps_duplicates(arena_);
   while (Accept(Keyword::Union)) {
     keeps_duplicates.push_back(Accept(Keyword::All) ? 1 : 0);
     selects.push_back(SelectOrParenthesised());
   }
-  query->selects = arena_.Copy(selects);
-  query->keeps_duplicates = arena_.Copy(keeps_duplicates);
+  query->selects = selects.items();
+  query->keeps_duplicates = keeps_duplicates.items();
   if (Is(Keyword::Order)) query->order_by = OrderBy();
   return query;
 }
@@ -45,11 +45,11 @@ Select* Parser::ParseSelect() {
     }
     if (parenthesised) Expect(Symbol::RightParen);
   }
-  std::vector<SelectItem> items;
+  ArenaList<SelectItem> items(arena_);
   do {
     items.push_back(Item());
   } while (Accept(Symbol::Comma));
-  select->items = arena_.Copy(items);
+  select->items = items.items();
   if (Accept(Keyword::Into)) {
     select->has_into = true;
     select->into = ObjectNameRule();
@@ -58,11 +58,11 @@ Select* Parser::ParseSelect() {
   if (Accept(Keyword::Where)) select->where = Condition();
   if (Accept(Keyword::Group)) {
     Expect(Keyword::By);
-    std::vector<const Expr*> keys;
+    ArenaList<const Expr*> keys(arena_);
     do {
       keys.push_back(Value());
     } while (Accept(Symbol::Comma));
-    select->group_by = arena_.Copy(keys);
+    select->group_by = keys.items();
   }
   if (Accept(Keyword::Having)) select->having = Condition();
   MarkLive(*select, uses_before);
@@ -118,7 +118,7 @@ Name Parser::Alias() {
 std::span<const OrderItem> Parser::OrderBy() {
   Expect(Keyword::Order);
   Expect(Keyword::By);
-  std::vector<OrderItem> items;
+  ArenaList<OrderItem> items(arena_);
   do {
     OrderItem item;
     const bool number = Current().kind == TokenKind::Integer;
@@ -128,7 +128,7 @@ std::span<const OrderItem> Parser::OrderBy() {
     if (!item.descending) Accept(Keyword::Asc);
     items.push_back(item);
   } while (Accept(Symbol::Comma));
-  return arena_.Copy(items);
+  return items.items();
 }
 
 From* Parser::FromList() {
@@ -254,25 +254,24 @@ void Parser::SkipTableHints() {
 }
 
 ObjectName Parser::ObjectNameRule() {
-  std::vector<Name> parts{ExpectName()};
-  while (parts.size() < 3 && Accept(Symbol::Dot)) {
-    parts.push_back(Is(Symbol::Dot) ? Name{{}, Current().offset} : ExpectName());
-  }
   ObjectName name;
-  name.object = parts.back();
-  if (parts.size() >= 2) name.schema = parts[parts.size() - 2];
-  if (parts.size() == 3) name.database = parts[0];
+  name.object = ExpectName();
+  for (int dots = 0; dots < 2 && Accept(Symbol::Dot); ++dots) {
+    name.database = name.schema;
+    name.schema = name.object;
+    name.object = Is(Symbol::Dot) ? Name{{}, Current().offset} : ExpectName();
+  }
   return name;
 }
 
 std::span<const Name> Parser::NameList() {
   Expect(Symbol::LeftParen);
-  std::vector<Name> names;
+  ArenaList<Name> names(arena_);
   do {
     names.push_back(ExpectName());
   } while (Accept(Symbol::Comma));
   Expect(Symbol::RightParen);
-  return arena_.Copy(names);
+  return names.items();
 }
 
 }  // namespace ledgerwick::tsql

@@ -100,7 +100,7 @@ void Parser::Restart(TextView batch) {
 }
 
 Batch Parser::ParseAll() {
-  std::vector<const Statement*> statements;
+  ArenaList<const Statement*> statements(arena_);
   try {
     for (;;) {
       while (Accept(Symbol::Semicolon)) {
@@ -113,7 +113,7 @@ Batch Parser::ParseAll() {
     if (error.position.line == 0) error.position = At(Current().offset);
     throw;
   }
-  return {arena_.Copy(statements), arena_.Copy(variable_types_)};
+  return {statements.items(), arena_.Copy(variable_types_)};
 }
 
 Statement* Parser::ParseStatement() {
@@ -212,17 +212,17 @@ Statement* Parser::Insert() {
     statement->query = ParseQuery();
     return statement;
   }
-  std::vector<std::span<const Expr* const>> rows;
+  ArenaList<std::span<const Expr* const>> rows(arena_);
   do {
     Expect(Symbol::LeftParen);
-    std::vector<const Expr*> row;
+    ArenaList<const Expr*> row(arena_);
     do {
       row.push_back(Accept(Keyword::Default) ? nullptr : Value());
     } while (Accept(Symbol::Comma));
     Expect(Symbol::RightParen);
-    rows.push_back(arena_.Copy(row));
+    rows.push_back(row.items());
   } while (Accept(Symbol::Comma));
-  statement->rows = arena_.Copy(rows);
+  statement->rows = rows.items();
   return statement;
 }
 
@@ -231,7 +231,7 @@ Statement* Parser::Update() {
   Expect(Keyword::Update);
   statement->target = ObjectNameRule();
   Expect(Keyword::Set);
-  std::vector<Assignment> assignments;
+  ArenaList<Assignment> assignments(arena_);
   do {
     Assignment assignment;
     assignment.column = ExpectName();
@@ -243,7 +243,7 @@ Statement* Parser::Update() {
     assignment.value = Value();
     assignments.push_back(assignment);
   } while (Accept(Symbol::Comma));
-  statement->assignments = arena_.Copy(assignments);
+  statement->assignments = assignments.items();
   if (Accept(Keyword::From)) statement->from = FromList();
   if (Accept(Keyword::Where)) statement->where = Condition();
   return statement;
@@ -320,10 +320,10 @@ Statement* Parser::SetOption() {
     return std::any_of(options.begin(), options.end(),
                        [&](TextView option) { return IsWord(option); });
   };
-  std::vector<Name> options;
+  ArenaList<Name> options(arena_);
   if (at_one_of(kValues)) {
     options.push_back(ExpectName());
-    statement->options = arena_.Copy(options);
+    statement->options = options.items();
     statement->value = Constant();
     return statement;
   }
@@ -331,7 +331,7 @@ Statement* Parser::SetOption() {
     if (!at_one_of(kSwitches)) Fail();
     options.push_back(ExpectName());
   } while (Accept(Symbol::Comma));
-  statement->options = arena_.Copy(options);
+  statement->options = options.items();
   statement->on = Accept(Keyword::On);
   if (!statement->on && !AcceptWord(u"OFF")) Fail();
   return statement;
