@@ -272,18 +272,27 @@ bool Binder::QualifierMatches(const Source& source, const ObjectName& qualifier)
   return qualifier.database.text.empty() || (database && *database == source.database);
 }
 
-Source* Binder::ResolveColumn(const Expr& expr, Scope& scope, std::int32_t& column) {
+// Reports read the same few columns again and again, out of many tables.
+ResolvedColumn Binder::ResolveColumn(const Expr& expr, Scope& scope) {
+  if (IsQualified(expr) || scope.clause == Scope::Clause::On) return FindColumn(expr, scope);
+  const auto [known, is_new] = scope.unqualified.try_emplace(expr.text);
+  if (is_new) known->second = FindColumn(expr, scope);
+  return known->second;
+}
+
+ResolvedColumn Binder::FindColumn(const Expr& expr, const Scope& scope) const {
   const bool qualified = IsQualified(expr);
-  Source* found = nullptr;
+  ResolvedColumn found;
   for (std::size_t i = scope.first_visible; i < scope.sources.size(); ++i) {
     Source* source = scope.sources[i];
     if (qualified && !QualifierMatches(*source, *expr.qualifier)) continue;
     const std::int32_t index = source->Find(expr.text);
     if (index == -1 && qualified) throw errors::InvalidColumn(expr.text, At(expr.offset));
     if (index == -1) continue;
-    if (index == -2 || found != nullptr) throw errors::AmbiguousColumn(expr.text, At(expr.offset));
-    found = source;
-    column = index;
+    if (index == -2 || found.source != nullptr) {
+      throw errors::AmbiguousColumn(expr.text, At(expr.offset));
+    }
+    found = {source, index};
     if (qualified) break;
   }
   return found;
@@ -291,8 +300,7 @@ Source* Binder::ResolveColumn(const Expr& expr, Scope& scope, std::int32_t& colu
 
 BoundExpr* Binder::BindColumn(const Expr& expr, Scope& scope) {
   for (Scope* at = &scope; at != nullptr; at = at->parent) {
-    std::int32_t column = 0;
-    const Source* source = ResolveColumn(expr, *at, column);
+    const auto [source, column] = ResolveColumn(expr, *at);
     if (source == nullptr) continue;
     BoundExpr* bound = NewExpr(expr);
     bound->source = source;

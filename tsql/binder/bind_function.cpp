@@ -50,7 +50,7 @@ BoundExpr* Binder::BindFunction(const Expr& expr, Scope& scope) {
   if (known->id == FunctionId::Year && !IsDate(bound->args[0]->type.kind)) {
     // As DATEPART, which is told the type.
     bound->function = FunctionId::DatePart;
-    bound->args = arena_.Copy(std::vector<BoundExpr*>{TextLiteral(known->name), bound->args[0]});
+    bound->args = arena_.Copy({TextLiteral(known->name), bound->args[0]});
     bound->text = u"datepart";
     AddType(*bound, bound->args[1]->type);
   }
@@ -396,7 +396,7 @@ BoundExpr* Binder::BindNullIf(BoundExpr* expr) {
   expr->kind = ExprKind::Case;
   expr->function = FunctionId::Unknown;
   expr->has_else = true;
-  expr->args = arena_.Copy(std::vector<BoundExpr*>{compare, null, expr->args[0]});
+  expr->args = arena_.Copy({compare, null, expr->args[0]});
   expr->type = type;
   expr->type.nullable = true;
   return expr;
@@ -424,7 +424,7 @@ void Binder::BindDataLength(BoundExpr& expr) {
   unit->integer = IsText(type.kind)     ? (IsUnicode(type.kind) ? 2 : 1)
                   : IsBinary(type.kind) ? 0
                                         : -StoredLength(type);
-  expr.args = arena_.Copy(std::vector<BoundExpr*>{expr.args[0], unit});
+  expr.args = arena_.Copy({expr.args[0], unit});
   expr.type = MakeType(TypeKind::Int);
 }
 

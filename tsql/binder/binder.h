@@ -6,6 +6,7 @@
 
 #include "tsql/base/arena.h"
 #include "tsql/base/errors.h"
+#include "tsql/base/name_map.h"
 #include "tsql/base/nesting.h"
 #include "tsql/binder/bound_tree.h"
 #include "tsql/binder/type_rules.h"
@@ -13,6 +14,12 @@
 #include "tsql/syntax/syntax_tree.h"
 
 namespace ledgerwick::tsql {
+
+// A column that a name stands for.
+struct ResolvedColumn {
+  Source* source = nullptr;  // nullptr for none
+  std::int32_t column = 0;
+};
 
 // What is visible where an expression stands.
 struct Scope {
@@ -25,6 +32,8 @@ struct Scope {
   bool in_aggregate = false;
   bool has_aggregate = false;
   std::vector<BoundExpr*> outer_columns;  // columns of enclosing scopes that were read
+  // What names without a qualifier stand for, as of when all sources are known.
+  NameMap<ResolvedColumn, TextView> unqualified;
 };
 
 // Binds one statement. The syntax tree, the arena and the catalogue outlive what it makes; the
@@ -127,7 +136,8 @@ class Binder {
   BoundExpr* Bind(const Expr& expr, Scope& scope);
   BoundExpr* NewExpr(const Expr& expr);
   BoundExpr* BindColumn(const Expr& expr, Scope& scope);
-  Source* ResolveColumn(const Expr& expr, Scope& scope, std::int32_t& column);
+  ResolvedColumn ResolveColumn(const Expr& expr, Scope& scope);
+  ResolvedColumn FindColumn(const Expr& expr, const Scope& scope) const;
   void CheckRange(const Expr& number) const;
   bool QualifierMatches(const Source& source, const ObjectName& qualifier) const;
   BoundExpr* BindArithmetic(const Expr& expr, Scope& scope);

@@ -31,7 +31,7 @@ std::int32_t Source::Find(TextView name) const {
   return found;
 }
 
-bool Has(const Sources& sources, const Source* source) noexcept {
+bool Has(std::span<const Source* const> sources, const Source* source) noexcept {
   return std::find(sources.begin(), sources.end(), source) != sources.end();
 }
 
@@ -45,8 +45,9 @@ void CollectSources(const BoundFrom& from, Sources& sources) {
   CollectSources(*from.right, sources);
 }
 
-bool Reads(const BoundExpr& expr, const Sources& sources) {
+bool Reads(const BoundExpr& expr, std::span<const Source* const> sources) {
   if (expr.kind == ExprKind::Column) return Has(sources, expr.source);
+  if (expr.args.empty() && expr.query == nullptr) return false;
   const Nesting nesting;
   const auto reads = [&](const BoundExpr* e) { return Reads(*e, sources); };
   if (std::any_of(expr.args.begin(), expr.args.end(), reads)) return true;
@@ -54,16 +55,19 @@ bool Reads(const BoundExpr& expr, const Sources& sources) {
          std::any_of(expr.query->outer_columns.begin(), expr.query->outer_columns.end(), reads);
 }
 
+bool Reads(const BoundExpr& expr, const Source& source) {
+  const Source* const one = &source;
+  return Reads(expr, std::span(&one, 1));
+}
+
 bool IsAggregate(const BoundExpr& expr) noexcept {
   return expr.kind == ExprKind::Function && IsAggregate(expr.function);
 }
 
-bool SameExpr(const BoundExpr& a, const BoundExpr& b) {
-  if (a.kind != b.kind || a.args.size() != b.args.size() || a.query != b.query) return false;
+bool SameTree(const BoundExpr& a, const BoundExpr& b) {
+  if (a.args.size() != b.args.size() || a.query != b.query) return false;
   const Nesting nesting;
   switch (a.kind) {
-    case ExprKind::Column:
-      return a.source == b.source && a.column == b.column;
     case ExprKind::Integer:
       if (a.integer != b.integer) return false;
       break;
@@ -85,6 +89,7 @@ bool SameExpr(const BoundExpr& a, const BoundExpr& b) {
       if (a.function != b.function || a.distinct != b.distinct || a.text != b.text) return false;
       break;
     case ExprKind::Null:
+    case ExprKind::Column:
     case ExprKind::Star:
     case ExprKind::Negate:
     case ExprKind::BitNot:

@@ -139,20 +139,28 @@ inline constexpr std::size_t kMostCallArguments = 100;
 
 using Sources = std::vector<const Source*>;
 
-bool Has(const Sources& sources, const Source* source) noexcept;
+bool Has(std::span<const Source* const> sources, const Source* source) noexcept;
 
 // The sources of `from`, appended in the order in which they stand.
 void CollectSources(const BoundFrom& from, Sources& sources);
 
 // True when `expr` reads a column of `sources`. A subquery counts by the columns that it reads from
 // outside.
-bool Reads(const BoundExpr& expr, const Sources& sources);
+bool Reads(const BoundExpr& expr, std::span<const Source* const> sources);
+bool Reads(const BoundExpr& expr, const Source& source);
 
 // True for COUNT, SUM, MIN, MAX and AVG.
 bool IsAggregate(const BoundExpr& expr) noexcept;
 
+// SameExpr of two of one kind that are no columns.
+bool SameTree(const BoundExpr& a, const BoundExpr& b);
+
 // True when both compute the same thing.
-bool SameExpr(const BoundExpr& a, const BoundExpr& b);
+inline bool SameExpr(const BoundExpr& a, const BoundExpr& b) {
+  if (a.kind != b.kind) return false;
+  if (a.kind == ExprKind::Column) return a.source == b.source && a.column == b.column;
+  return SameTree(a, b);
+}
 
 // True for a number other than 0 that is written in the statement.
 bool IsNonZeroLiteral(const BoundExpr& expr) noexcept;

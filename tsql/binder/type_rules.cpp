@@ -194,6 +194,7 @@ Type AsDecimal(const Type& type) noexcept {
 Type CommonType(const Type& a, const Type& b) noexcept {
   if (a.kind == TypeKind::Null) return b;
   if (b.kind == TypeKind::Null) return a;
+  if (a == b && !IsText(a.kind) && a.kind != TypeKind::Decimal) return a;
   Type type;
   if (IsText(a.kind) && IsText(b.kind)) {
     type = CommonText(a, b);

@@ -140,7 +140,7 @@ JoinPlan FlattenLeft(BoundFrom& left, BoundFrom& right, BoundExpr* on) {
     flat = later.left && IsLeaf(*later.from) &&
            std::any_of(later.on.begin(), later.on.end(),
                        [&](const BoundExpr* term) { return Rejects(*term, before); }) &&
-           (on == nullptr || !Reads(*on, {later.from->source}));
+           (on == nullptr || !Reads(*on, *later.from->source));
     if (flat) before.push_back(later.from->source);
   }
   if (!flat) {
@@ -230,18 +230,20 @@ void PlaceOuterJoins(JoinPlan& plan) {
     std::erase_if(missing, [&](const Source* source) { return Has(sources, source); });
     plan.steps.push_back(std::move(step));
   };
+  Sources others;
   const auto is_ready = [&](const JoinStep& step) {
-    Sources others = missing;
     Sources own;
     CollectSources(*step.from, own);
-    std::erase_if(others, [&](const Source* source) { return Has(own, source); });
+    others.clear();
+    std::copy_if(missing.begin(), missing.end(), std::back_inserter(others),
+                 [&](const Source* source) { return !Has(own, source); });
     return std::none_of(step.on.begin(), step.on.end(),
                         [&](const BoundExpr* term) { return Reads(*term, others); });
   };
   const auto described_by = [&](const JoinStep& table) {
     return std::count_if(left.begin(), left.end(), [&](const JoinStep& step) {
       return std::any_of(step.on.begin(), step.on.end(),
-                         [&](const BoundExpr* term) { return Reads(*term, {table.from->source}); });
+                         [&](const BoundExpr* term) { return Reads(*term, *table.from->source); });
     });
   };
   std::stable_sort(inner.begin(), inner.end(), [&](const JoinStep& a, const JoinStep& b) {

@@ -115,13 +115,16 @@ void PreAggregation::FilterByLookup(const JoinStep& step) {
       !Has(lookup_, step.from->source))
     return;
   const Source* source = step.from->source;
-  Sources others = detail_;
-  std::copy_if(lookup_.begin(), lookup_.end(), std::back_inserter(others),
-               [&](const Source* lookup) { return lookup != source; });
+  const auto reads_others = [&](const BoundExpr& condition) {
+    return Reads(condition, detail_) ||
+           std::any_of(lookup_.begin(), lookup_.end(), [&](const Source* lookup) {
+             return lookup != source && Reads(condition, *lookup);
+           });
+  };
   std::vector<BoundExpr*> filters;
   std::copy_if(plan_.conditions.begin(), plan_.conditions.end(), std::back_inserter(filters),
                [&](const BoundExpr* condition) {
-                 return Reads(*condition, {source}) && !Reads(*condition, others) &&
+                 return Reads(*condition, *source) && !reads_others(*condition) &&
                         CannotFail(*condition);
                });
   if (std::none_of(filters.begin(), filters.end(), DropsRows)) return;
@@ -130,7 +133,9 @@ void PreAggregation::FilterByLookup(const JoinStep& step) {
     for (const std::size_t side : {0U, 1U}) {
       const BoundExpr& key = *condition->args[side];
       BoundExpr* partner = condition->args[1 - side];
-      if (!IsColumnOf(key, detail_) || !IsColumnOf(*partner, {source})) continue;
+      if (!IsColumnOf(key, detail_) || partner->kind != ExprKind::Column ||
+          partner->source != source)
+        continue;
       inner_conditions_.push_back(KeyIsAmong(key, *partner, step, filters));
       return;
     }
@@ -144,16 +149,16 @@ BoundExpr* PreAggregation::KeyIsAmong(const BoundExpr& key, BoundExpr& partner,
   BoundItem item;
   item.expr = &partner;
   auto* select = context_.arena.Make<BoundSelect>();
-  select->items = context_.arena.Copy(std::vector<BoundItem>{item});
+  select->items = context_.arena.Copy({item});
   select->from = step.from;
   select->where = Conjunction(filters, context_.arena);
   auto* query = context_.arena.Make<BoundQuery>();
-  query->selects = context_.arena.Copy(std::vector<BoundSelect*>{select});
+  query->selects = context_.arena.Copy({select});
   BoundExpr* column = context_.arena.Make<BoundExpr>(key);
   column->unindexed = std::none_of(filters.begin(), filters.end(), PicksFew);
   BoundExpr* filter = context_.arena.Make<BoundExpr>();
   filter->kind = ExprKind::InQuery;
-  filter->args = context_.arena.Copy(std::vector<BoundExpr*>{column});
+  filter->args = context_.arena.Copy({column});
   filter->query = query;
   return filter;
 }
@@ -267,9 +272,9 @@ BoundQuery* PreAggregation::MakeInnerQuery() {
   inner->group_by = context_.arena.Copy(group_by);
   inner->where = Conjunction(inner_conditions_, context_.arena);
   auto* query = context_.arena.Make<BoundQuery>();
-  query->selects = context_.arena.Copy(std::vector<BoundSelect*>{inner});
+  query->selects = context_.arena.Copy({inner});
   query->types = context_.arena.Copy(types);
-  query->names = context_.arena.Copy(std::vector<TextView>(types.size()));
+  query->names = context_.arena.MakeSpan<TextView>(types.size());
   return query;
 }
 

@@ -42,7 +42,7 @@ bool HasSame(const std::vector<const BoundExpr*>& list, const BoundExpr& expr) {
 BoundExpr* PreAggregation::Fail(BoundExpr& expr) {
   failed_ = true;
   for (const Source* source : lookup_) {
-    if (Reads(expr, {source})) wanted_.push_back(source);
+    if (Reads(expr, *source)) wanted_.push_back(source);
   }
   return &expr;
 }
@@ -73,6 +73,7 @@ void PreAggregation::FindPivots() {
 }
 
 bool PreAggregation::HasPivot(const BoundExpr& expr) const {
+  if (pivots_.empty()) return false;
   const Nesting nesting;
   return HasSame(pivots_, expr) ||
          std::any_of(expr.args.begin(), expr.args.end(),
@@ -116,7 +117,7 @@ BoundExpr* PreAggregation::InnerCall(FunctionId function, const BoundExpr& call,
 BoundExpr* PreAggregation::Outside(BoundExpr* expr, bool spelling) {
   const Nesting nesting;
   if (IsAggregateCall(*expr)) return AggregateOutside(*expr);
-  if (!Reads(*expr, detail_) && !expr->has_aggregate) return expr;
+  if (!expr->has_aggregate && !Reads(*expr, detail_)) return expr;
   if (expr->query != nullptr) return Fail(*expr);
   if (!expr->has_aggregate && !Reads(*expr, lookup_)) {
     const auto same = [&](const BoundExpr* key) { return SameExpr(*key, *expr); };
@@ -157,19 +158,21 @@ BoundExpr* PreAggregation::AggregateOutside(BoundExpr& call) {
   BoundExpr& arg = *call.args[0];
   const TypeKind type = call.type.kind;
   BoundExpr* outside = context_.arena.Make<BoundExpr>(call);
-  const bool inside =
-      !call.distinct && !Reads(arg, lookup_) && (arg.kind == ExprKind::Star || CannotFail(arg));
+  const auto is_inside = [&] {
+    return !call.distinct && !Reads(arg, lookup_) &&
+           (arg.kind == ExprKind::Star || CannotFail(arg));
+  };
   BoundExpr* value = nullptr;
   switch (call.function) {
     case FunctionId::Count:
-      if (!inside) return Fail(call);
+      if (!is_inside()) return Fail(call);
       outside->function = FunctionId::Sum;
       value = InnerCall(FunctionId::Count, call, TypeKind::BigInt);
       break;
     case FunctionId::Min:
     case FunctionId::Max:
       if (!Reads(arg, detail_)) return outside;
-      if (!inside) return Fail(call);
+      if (!is_inside()) return Fail(call);
       value = InnerCall(call.function, call, type);
       break;
     case FunctionId::Sum:
@@ -203,7 +206,7 @@ BoundExpr* PreAggregation::AggregateOutside(BoundExpr& call) {
     case FunctionId::Substring:
       return Fail(call);
   }
-  outside->args = context_.arena.Copy(std::vector<BoundExpr*>{value});
+  outside->args = context_.arena.Copy({value});
   return outside;
 }
 
@@ -216,7 +219,7 @@ BoundExpr* PreAggregation::SumOutside(BoundExpr* expr) {
     sum->kind = ExprKind::Function;
     sum->text = u"SUM";
     sum->type = expr->type;
-    sum->args = context_.arena.Copy(std::vector<BoundExpr*>{expr});
+    sum->args = context_.arena.Copy({expr});
     // Wide enough for what only the statement's own sum is checked for.
     if (IsExactFraction(expr->type.kind)) {
       sum->type.precision = kMostDigits;
