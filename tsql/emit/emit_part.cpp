@@ -15,9 +15,9 @@ bool IsSameInput(const BoundExpr& input, const BoundExpr& expr) {
 
 }  // namespace
 
-std::string Emitter::Take() {
-  if (with_.empty()) return std::move(out_);
-  return with_ + " " + std::move(out_);
+std::string Emitter::Take() const {
+  // A copy: what was reserved may be much more than what a kept statement needs.
+  return with_.empty() ? std::string(out_) : with_ + " " + out_;
 }
 
 // t_part(parts, number, input…). Inputs beyond what one call takes are handed over in bundles.
@@ -49,8 +49,12 @@ std::optional<std::size_t> Emitter::InputOf(const BoundExpr& expr) const {
   return static_cast<std::size_t>(input - inputs.begin());
 }
 
-// What a part takes from where it stands is a parameter of it.
-void Emitter::EmitInput(std::size_t input) { Raw("?").Raw(std::to_string(kFirstInput + input)); }
+// What a part takes from where it stands is a parameter of it. False for anything else.
+bool Emitter::EmitInput(const BoundExpr& expr) {
+  const std::optional<std::size_t> input = InputOf(expr);
+  if (input) Raw("?").Raw(std::to_string(kFirstInput + *input));
+  return input.has_value();
+}
 
 // A column whose declaration carries the collation.
 bool Emitter::IsStoredColumn(const BoundExpr& expr) const {

@@ -11,7 +11,7 @@ void Emitter::EmitExpr(const BoundExpr& expr) {
   const Nesting nesting;
   RequireRoom();
   if (expr.part != nullptr && expr.part != part_) return EmitPart(expr);
-  if (const auto input = InputOf(expr)) return EmitInput(*input);
+  if (part_ != nullptr && EmitInput(expr)) return;
   switch (expr.kind) {
     case ExprKind::Null:
       Raw("NULL");
@@ -136,7 +136,9 @@ void Emitter::EmitString(TextView text) {
 
 void Emitter::EmitColumn(const BoundExpr& expr) {
   if (expr.unindexed) Raw("+");
-  Raw("s").Raw(std::to_string(expr.source->id)).Raw(".");
+  out_ += 's';
+  Raw(std::to_string(expr.source->id));
+  out_ += '.';
   if (expr.source->query != nullptr) {
     Raw("c").Raw(std::to_string(expr.column + 1));
   } else {

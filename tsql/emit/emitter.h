@@ -18,7 +18,10 @@ class Emitter {
  public:
   // The statements of the expressions that are evaluated by themselves (statement_parts.h) go
   // behind those that are in `parts` already, which outlives the emitter.
-  explicit Emitter(std::vector<std::string>& parts) : parts_(parts) {}
+  explicit Emitter(std::vector<std::string>& parts) : parts_(parts) {
+    constexpr std::size_t kUsualLength = 16384;
+    out_.reserve(kUsualLength);
+  }
 
   // A query whose result columns stand in order; `named` calls them c1, c2, ….
   void EmitQuery(const BoundQuery& query, bool named = false);
@@ -34,7 +37,7 @@ class Emitter {
   }
 
   // All that was written, behind the derived tables that go in front.
-  std::string Take();
+  std::string Take() const;
 
  private:
   // SQLite takes about so many bytes for each of the text's.
@@ -46,8 +49,8 @@ class Emitter {
   // Parts (emit_part.cpp)
   void EmitPart(const BoundExpr& expr);
   void Hoist(const Source& source);
+  bool EmitInput(const BoundExpr& expr);
   std::optional<std::size_t> InputOf(const BoundExpr& expr) const;
-  void EmitInput(std::size_t input);
   bool IsStoredColumn(const BoundExpr& expr) const;
 
   // Queries (emit_query.cpp)
