@@ -56,11 +56,12 @@ void Emitter::EmitQuery(const BoundQuery& query, bool named) {
     if (i + 1 == apart) Raw(")");
   }
   EmitOrderBy(query);
-  // SQLite makes a UNION ALL part of the query around it, and where one of its selects has a full
-  // join it then loses that query's conditions; a limit, even of none, keeps them apart.
+  // SQLite makes a UNION ALL part of the query around it. Where one of its selects has a full join
+  // it then loses that query's conditions, and where that query has one it takes its ON clauses for
+  // wrong; a limit, even of none, keeps them apart.
+  const auto has_full_join = [](const BoundSelect* select) { return HoldsFullJoin(select->from); };
   const bool full =
-      std::any_of(query.selects.begin(), query.selects.end(),
-                  [](const BoundSelect* select) { return HoldsFullJoin(select->from); });
+      beside_full_join_ || std::any_of(query.selects.begin(), query.selects.end(), has_full_join);
   if (compound && full) Raw(" LIMIT -1");
   if (!compound && query.selects[0]->has_top) EmitLimit(*query.selects[0]);
 }
@@ -142,8 +143,11 @@ void Emitter::EmitOrderBy(const BoundQuery& query) {
 
 void Emitter::EmitFromWhere(const BoundFrom* from, const BoundExpr* where) {
   if (from != nullptr) {
+    const bool beside = beside_full_join_;
+    beside_full_join_ = beside || HoldsFullJoin(from);
     Raw(" FROM ");
     EmitFrom(*from);
+    beside_full_join_ = beside;
   }
   if (where == nullptr) return;
   Raw(" WHERE ");

@@ -108,6 +108,7 @@ class Emitter {
 
   std::vector<std::string>& parts_;
   const BoundPart* part_ = nullptr;  // that is being written
+  bool beside_full_join_ = false;    // in a FROM that holds one
   std::string with_;                 // what goes in front
   std::string out_;
 };
