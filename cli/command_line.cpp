@@ -301,10 +301,15 @@ class CommandLine {
 
   void AddQuery() {
     CLI::App& sub = AddSubcommand(
-        app_, "query", "Run T-SQL from the argument, a file or standard input",
+        app_, "query", "Run T-SQL from the argument, a file or standard input, or at a prompt",
         "  ledgerwick query --connection embedded:sample.db \"SELECT * FROM WareHouse\"\n"
         "  ledgerwick query --connection embedded:sample.db --file script.sql\n"
-        "  echo \"SELECT COUNT(*) FROM Inventory\" | ledgerwick query --format csv");
+        "  ledgerwick query --connection embedded:sample.db            # a prompt\n"
+        "  echo \"SELECT COUNT(*) FROM Inventory\" | ledgerwick query --format csv\n\n"
+        "At a terminal, without SQL and --file, there is a prompt. GO on a line of its own runs "
+        "what "
+        "was typed; so does a semicolon at the end of one line that is a whole statement. TAB "
+        "completes names, Ctrl-C cancels, Ctrl-D ends, \\? tells more.");
     CLI::Option* sql = sub.add_option("SQL", query_.sql, "The statements");
     sub.add_option("--file", query_.file, "A script, its batches parted by lines that are GO");
     sub.add_option("--connection", query_.connection, kDatabaseHelp);

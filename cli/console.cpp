@@ -101,13 +101,16 @@ Console MakeConsole(std::istream& in, std::ostream& out, std::ostream& err, Colo
   console.err_is_terminal = IsTerminal(err);
   console.out_colour = ShowColours(console.out_is_terminal, choice);
   console.err_colour = ShowColours(console.err_is_terminal, choice);
-  if (console.out_is_terminal) {
-    winsize size{};
-    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0;
-    console.width = known && size.ws_col > 0 ? size.ws_col : kUsualWidth;
-    console.height = known && size.ws_row > 0 ? size.ws_row : kUsualHeight;
-  }
+  MeasureTerminal(console);
   return console;
+}
+
+void MeasureTerminal(Console& console) {
+  if (!console.out_is_terminal) return;
+  winsize size{};
+  const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0;
+  console.width = known && size.ws_col > 0 ? size.ws_col : kUsualWidth;
+  console.height = known && size.ws_row > 0 ? size.ws_row : kUsualHeight;
 }
 
 std::string SafeLines(const std::string& text) {

@@ -41,6 +41,9 @@ struct Console {
 // set.
 Console MakeConsole(std::istream& in, std::ostream& out, std::ostream& err, ColourChoice choice);
 
+// Takes the terminal's width and height anew, which the user may have changed.
+void MeasureTerminal(Console& console);
+
 // `text` with control characters escaped, line breaks excepted.
 std::string SafeLines(const std::string& text);
 

@@ -3,6 +3,7 @@
 #include "cli/commands.h"
 #include "cli/connections.h"
 #include "cli/interrupt.h"
+#include "cli/prompt.h"
 #include "cli/result_console.h"
 #include "cli/result_output.h"
 #include "cli/sql_script.h"
@@ -32,6 +33,9 @@ Script ReadScript(Console& console, const QueryOptions& options) {
 int QueryCommand(Console& terminal, const QueryOptions& options) {
   const OutputFormat& format = ChooseFormat(terminal, options.output);
   const Text connection = ChooseConnection(options.connection, options.server, {});
+  if (!options.has_sql && options.file.empty() && IsAtTerminal(terminal)) {
+    return RunPrompt(terminal, options, connection);
+  }
   const Script script = ReadScript(terminal, options);
   const InterruptGuard guard;
   ResultOutput output(terminal, options.output, format, false);
