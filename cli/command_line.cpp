@@ -312,6 +312,10 @@ class CommandLine {
         "completes names, Ctrl-C cancels, Ctrl-D ends, \\? tells more.");
     CLI::Option* sql = sub.add_option("SQL", query_.sql, "The statements");
     sub.add_option("--file", query_.file, "A script, its batches parted by lines that are GO");
+    sub.add_option("--encoding", query_.encoding,
+                   "Of the script: utf-8, utf-16 or gbk (else what its byte-order mark says, else "
+                   "utf-8)")
+        ->check(CLI::IsMember({"utf-8", "utf-16", "gbk"}));
     sub.add_option("--connection", query_.connection, kDatabaseHelp);
     AddServer(sub, query_.server);
     AddOutput(sub, query_.output);

@@ -76,6 +76,7 @@ struct QueryOptions {
   std::string sql;
   bool has_sql = false;
   std::string file;
+  std::string encoding;  // of a script; empty for what its byte-order mark says, else UTF-8
   OutputOptions output;
   bool read_only = false;
   bool create = false;  // an empty database where there is none

@@ -6,6 +6,7 @@
 #include "cli/prompt.h"
 #include "cli/result_console.h"
 #include "cli/result_output.h"
+#include "cli/script_text.h"
 #include "cli/sql_script.h"
 
 namespace ledgerwick {
@@ -21,11 +22,15 @@ Script ReadScript(Console& console, const QueryOptions& options) {
   if (options.has_sql && !options.file.empty()) {
     throw UsageError("give either SQL or --file, not both");
   }
-  if (options.has_sql) return {SplitScript(options.sql, "argument"), {}};
+  if (options.has_sql && !options.encoding.empty()) {
+    throw UsageError("--encoding is for --file and standard input; SQL as an argument is UTF-8");
+  }
+  if (options.has_sql) return {SplitScript(options.sql), {}};
   const bool from_input = options.file.empty() || options.file == "-";
-  const std::string text = ReadInput(console, from_input ? "-" : options.file);
+  const std::string bytes = ReadInput(console, from_input ? "-" : options.file);
   const std::string name = from_input ? "standard input" : options.file;
-  return {SplitScript(text, name), from_input ? std::string() : name};
+  return {SplitScript(DecodeScript(bytes, options.encoding, name)),
+          from_input ? std::string() : name};
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // SQL scripts.
 #pragma once
 
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -16,7 +15,7 @@ struct ScriptBatch {
 };
 
 // The batches of a script, parted by lines that consist of GO; those without a word in them are
-// left out. `name` stands in messages. Throws FileError with the position of invalid UTF-8.
-std::vector<ScriptBatch> SplitScript(std::string_view utf8, const std::string& name);
+// left out. `utf8` is valid.
+std::vector<ScriptBatch> SplitScript(std::string_view utf8);
 
 }  // namespace ledgerwick

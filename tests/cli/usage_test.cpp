@@ -217,18 +217,62 @@ TEST_CASE("a script is parted by lines that are GO") {
       {"a\nGO", {{"a\n", 1}}},
       {"a\n Go \r\nb\nc\nGOTO x\n-- GO\nGO\n\nd",
        {{"a\n", 1}, {"b\nc\nGOTO x\n-- GO\n", 3}, {"\nd", 8}}},
-      {"\xEF\xBB\xBF"
-       "a\nGO;\n",
-       {{"a\nGO;\n", 1}}},
+      {"a\nGO;\n", {{"a\nGO;\n", 1}}},
   };
   for (const Case& c : cases) {
     CAPTURE(c.script);
     std::vector<std::pair<std::string, int>> got;
-    for (const ScriptBatch& batch : SplitScript(c.script, "s.sql")) {
+    for (const ScriptBatch& batch : SplitScript(c.script)) {
       got.emplace_back(ToUtf8(batch.sql), batch.first_line);
     }
     CHECK(got == c.batches);
   }
+}
+
+TEST_CASE("a script is read in its encoding, or refused whole with the place of what is no text") {
+  const testing::Sample sample;
+  struct Case {
+    std::string_view bytes;
+    const char* encoding;
+    int code;
+    const char* told;  // on the output, or a part of the error
+  };
+  using namespace std::string_view_literals;
+  const std::string_view kGbk = "SELECT '\xD5\xFB\x80' AS \xCC\xFA";
+  const std::string_view kLow = "\xFF\xFES\0E\0L\0E\0C\0T\0 \0'\0t\x65=\xD8\0\xDE'\0 \0a\0"sv;
+  const std::string_view kHigh = "\xFE\xFF\0S\0E\0L\0E\0C\0T\0 \0'\x65t\0'\0 \0a"sv;
+  const Case cases[] = {
+      {"\xEF\xBB\xBFSELECT '整' a", "", kDone, "a\r\n整\r\n"},
+      {"SELECT '整' a", "utf-8", kDone, "a\r\n整\r\n"},
+      {kGbk, "gbk", kDone, "铁\r\n整€\r\n"},
+      {kLow, "", kDone, "a\r\n整😀\r\n"},
+      {kLow.substr(2), "utf-16", kDone, "a\r\n整😀\r\n"},
+      {kHigh, "", kDone, "a\r\n整\r\n"},
+      {kHigh, "gbk", kWrongUsage, "byte-order mark of utf-16; it is not --encoding gbk"},
+      {kGbk, "", kWrongUsage, ":1:9: invalid UTF-8 at byte 8; a script in code page 936"},
+      {"DROP TABLE Vendor\nGO\n'\xD5\xFB' \xFF\xFF", "gbk", kWrongUsage,
+       ":3:5: no character of code page 936 at byte 26"},
+      {kLow.substr(0, kLow.size() - 9), "", kWrongUsage, ":1:10: no UTF-16: half a character"},
+      {kLow.substr(0, kLow.size() - 1), "", kWrongUsage, "half a character at the end"},
+      {kLow.substr(2, 12), "", kWrongUsage, ":1:2: a NUL byte; a script in UTF-16"},
+  };
+  for (const Case& c : cases) {
+    CAPTURE(std::string(c.bytes));
+    testing::Write(sample.folder / "s.sql", std::string(c.bytes));
+    Arguments args = {"query", "--file", sample.folder / "s.sql", "--format", "csv"};
+    Arguments piped = {"query", "--format", "csv"};
+    if (*c.encoding != 0) {
+      args.insert(args.end(), {"--encoding", c.encoding});
+      piped.insert(piped.end(), {"--encoding", c.encoding});
+    }
+    for (const testing::Ended& ended :
+         {sample.Call(args), sample.Call(piped, std::string(c.bytes))}) {
+      CHECK_MESSAGE(ended.code == c.code, ended.err);
+      if (c.code == kDone) CHECK(ended.out == c.told);
+      if (c.code != kDone) CHECK_MESSAGE(ended.err.find(c.told) != std::string::npos, ended.err);
+    }
+  }
+  CHECK(sample.Call({"query", "SELECT COUNT(*) FROM Vendor"}).code == kDone);
 }
 
 TEST_CASE("a database error shows the server's number, the line and a caret by display width") {
