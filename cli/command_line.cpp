@@ -264,6 +264,7 @@ class CommandLine {
         ->required()
         ->expected(1, 2);
     AddReport(sub, diff_.report);
+    AddStrict(sub, diff_.report.strict);
     sub.add_option("--with", diff_.with, "The second database, on which the same report runs");
     sub.add_option("--key", diff_.keys, "The columns that tell the rows apart: A,B (else found)")
         ->delimiter(',')

@@ -4,6 +4,7 @@
 #include "cli/command_line.h"
 #include "cli/commands.h"
 #include "cli/connections.h"
+#include "cli/findings.h"
 #include "cli/interrupt.h"
 #include "cli/report_options.h"
 #include "cli/report_run.h"
@@ -24,14 +25,19 @@ ResultTable ReadFile(Console& console, const std::string& path) {
   return ReadResult(ReadInput(console, path), format->name, path);
 }
 
-// The report's table on `connection`, or nothing when something said no.
-std::optional<ResultTable> RunOn(Console& console, const DiffOptions& options,
-                                 const std::string& connection) {
+// The request on `connection`.
+Request RequestOn(Console& console, const DiffOptions& options, const std::string& connection) {
   ReportOptions report = options.report;
   report.report = options.operands.front();
   report.connection = connection;
   Request request = MakeRequest(console, report);
   request.connectionString = ChooseConnection(connection, {}, request.connectionString);
+  return request;
+}
+
+// The report's table, or nothing when something said no.
+std::optional<ResultTable> RunToCompare(Console& console, const DiffOptions& options,
+                                        const Request& request) {
   ResultCollector collector;
   RunSettings settings;
   settings.memory_limit = options.memory_limit;
@@ -189,10 +195,13 @@ int DiffCommand(Console& console, const DiffOptions& options) {
       ResultTable after = ReadFile(console, options.operands[1]);
       return CompareAndTell(console, options, std::move(before), std::move(after));
     }
+    const Request here = RequestOn(console, options, options.report.connection);
+    const Request there = RequestOn(console, options, options.with);
+    if (!TellFindings(console, here, options.report.strict)) return kTrouble;
     const InterruptGuard guard;
-    auto first = RunOn(console, options, options.report.connection);
+    auto first = RunToCompare(console, options, here);
     if (!first) return kTrouble;
-    auto second = RunOn(console, options, options.with);
+    auto second = RunToCompare(console, options, there);
     if (!second) return kTrouble;
     return CompareAndTell(console, options, *std::move(first), *std::move(second));
   } catch (const ReaderGone&) {

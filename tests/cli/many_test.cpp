@@ -122,6 +122,13 @@ TEST_CASE("diff runs one request on two databases") {
   CHECK(ended.code == kDifferent);
   CHECK_MESSAGE(ended.out.find("\tCHMC\t") != std::string::npos, ended.out);
   CHECK(sample.Call({"diff", "clsRepAQKCYJ", "--with", "embedded:/none"}).code == kTrouble);
+  Arguments warned = {"diff", "clsRepHwhz", "--filter", "日期=2002-03-01..", "--with", other};
+  const Ended told = sample.Call(warned);
+  CHECK(told.code == kDifferent);
+  CHECK_MESSAGE(told.err.find("ledgerwick: warning LW301 (dDate): ") != std::string::npos,
+                told.err);
+  warned.emplace_back("--strict");
+  CHECK(sample.Call(warned).code == kTrouble);
   CHECK(sample.Call({"diff", "newClsReportDaoSaleProfit", "--with", other}).code == kTrouble);
 }
 

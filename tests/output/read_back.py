@@ -242,6 +242,14 @@ def check_terminal():
     assert code == 2 and "--output FILE.xlsx" in shown
     shown, _ = terminal("list")
     assert max(display_width(line) for line in shown.split("\n")) <= 80
+    # What check finds is wrapped, in whole sentences.
+    for options in [["clsRepHwhz", "--filter", "日期=2002-03-01..2002-03-31"], ["--codes"]]:
+        shown, _ = terminal("check", *options, height=10000)
+        assert max(display_width(line) for line in shown.split("\n")) <= 80
+        told = json.loads(call("check", *options, "--format", "json"))
+        for finding in told:
+            for key in {"finding", "remedy", "what happens"} & set(finding):
+                assert "".join(finding[key].split()) in "".join(shown.split()), finding[key]
     for name in ["markdown", "html", "tsv", "jsonl", "line"]:
         shown, _ = terminal("query", "SELECT CHAR(27) + NCHAR(8238) + NCHAR(155) AS x", "--format",
                             name, height=1000)
