@@ -1,5 +1,7 @@
 // diff: what differs between two results.
-#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
 
 #include "cli/command_line.h"
 #include "cli/commands.h"
@@ -11,18 +13,25 @@
 #include "output/column_selection.h"
 #include "output/comparison.h"
 #include "output/result_reader.h"
+#include "tsql/storage/sqlite.h"
 
 namespace ledgerwick {
 namespace {
 
-ResultTable ReadFile(Console& console, const std::string& path) {
+void ReadFile(const std::string& path, StoredResult& result) {
   const OutputFormat* format = FormatOfFile(path);
   if (format == nullptr) {
     throw UsageError(path +
                      ": its ending tells no format; results are compared in csv, tsv, json "
                      "and jsonl");
   }
-  return ReadResult(ReadInput(console, path), format->name, path);
+  errno = 0;
+  std::ifstream file(path, std::ios::binary);
+  if (file) file.peek();
+  if (!file.is_open() || file.bad()) {
+    throw UsageError("cannot read " + path + ": " + std::strerror(errno));
+  }
+  ReadResult(file, format->name, path, result);
 }
 
 // The request on `connection`.
@@ -35,54 +44,62 @@ Request RequestOn(Console& console, const DiffOptions& options, const std::strin
   return request;
 }
 
-// The report's table, or nothing when something said no.
-std::optional<ResultTable> RunToCompare(Console& console, const DiffOptions& options,
-                                        const Request& request) {
-  ResultCollector collector;
+// Fills `result` with the report's table. False when something said no.
+bool RunToCompare(Console& console, const DiffOptions& options, const Request& request,
+                  StoredResult& result) {
+  ResultCollector collector(result);
   RunSettings settings;
   settings.memory_limit = options.memory_limit;
-  if (!RunReportInto(console, collector, request, settings)) return std::nullopt;
+  if (!RunReportInto(console, collector, request, settings)) return false;
   InterruptGuard::Check();
-  return std::move(collector.table());
+  return true;
 }
 
 ResultColumn TextColumn(const std::string& name) {
   return {FromUtf8(name), ColumnKind::String, {}, 0};
 }
 
+TextView KindName(DifferenceKind kind) {
+  switch (kind) {
+    case DifferenceKind::OnlyInFirst:
+      return u"only in first";
+    case DifferenceKind::OnlyInSecond:
+      return u"only in second";
+    case DifferenceKind::Changed:
+      break;
+  }
+  return u"changed";
+}
+
+Value ValueOf(const StoredResult::Cell& cell) {
+  return cell ? Value(FromUtf8(*cell)) : Value(Null{});
+}
+
 // Writes a comparison as a result of its own.
 class DifferenceWriter {
  public:
-  DifferenceWriter(ResultWriter& writer, const ResultTable& first, const ResultTable& second,
-                   const Comparison& comparison, const ComparisonOptions& options,
+  DifferenceWriter(ResultWriter& writer, const Comparison& comparison, bool ordered,
                    std::int64_t limit)
-      : writer_(writer),
-        first_(first),
-        second_(second),
-        comparison_(comparison),
-        ordered_(options.ordered),
-        limit_(limit) {}
+      : writer_(writer), comparison_(comparison), ordered_(ordered), limit_(limit) {}
 
   // A row for each difference: of what kind it is, whose row, and the two values.
   void Write() {
-    const std::vector<std::string>& shown =
-        comparison_.keys.empty() ? comparison_.common : comparison_.keys;
     std::vector<ResultColumn> columns = {TextColumn("difference")};
-    if (ordered_) {
-      columns.push_back(TextColumn("row"));
-    } else {
-      for (const std::string& name : shown) columns.push_back(TextColumn(name));
-    }
+    if (ordered_) columns.push_back(TextColumn("row"));
+    for (const std::string& name : comparison_.shown) columns.push_back(TextColumn(name));
     for (const char* name : {"column", "first", "second"}) columns.push_back(TextColumn(name));
-    keys_ = ordered_ ? std::vector<std::string>{} : shown;
     width_ = columns.size();
     writer_.Columns(columns);
-    for (const std::string& name : comparison_.only_in_first)
+    for (const std::string& name : comparison_.only_in_first) {
       WriteColumn(u"column only in first", name);
+    }
     for (const std::string& name : comparison_.only_in_second) {
       WriteColumn(u"column only in second", name);
     }
-    for (const Difference& difference : comparison_.differences) WriteDifference(difference);
+    comparison_.ForEachDifference([this](const Difference& difference) {
+      WriteDifference(difference);
+      return written_ < limit_;
+    });
     writer_.EndRows(written_);
   }
 
@@ -95,28 +112,16 @@ class DifferenceWriter {
   }
 
   void WriteDifference(const Difference& difference) {
-    const ResultTable& table = difference.first ? first_ : second_;
-    const std::size_t at = difference.first ? *difference.first : *difference.second;
-    std::vector<Value> row;
-    row.emplace_back(!difference.second  ? u"only in first"
-                     : !difference.first ? u"only in second"
-                                         : u"changed");
-    if (ordered_) row.emplace_back(FromUtf8(std::to_string(at + 1)));
-    for (const std::string& name : keys_) row.push_back(Cell(table, at, name));
+    std::vector<Value> row = {Value(KindName(difference.kind))};
+    if (ordered_) row.emplace_back(FromUtf8(std::to_string(difference.row)));
+    for (const StoredResult::Cell& cell : difference.shown) row.push_back(ValueOf(cell));
     row.resize(width_, Value(Null{}));
-    if (difference.column) {
-      row[width_ - 3] = FromUtf8(*difference.column);
-      row[width_ - 2] = Cell(first_, *difference.first, *difference.column);
-      row[width_ - 1] = Cell(second_, *difference.second, *difference.column);
+    if (difference.kind == DifferenceKind::Changed) {
+      row[width_ - 3] = FromUtf8(difference.column);
+      row[width_ - 2] = ValueOf(difference.first);
+      row[width_ - 1] = ValueOf(difference.second);
     }
     WriteRow(row);
-  }
-
-  static Value Cell(const ResultTable& table, std::size_t row, const std::string& name) {
-    const auto column = std::find_if(table.columns.begin(), table.columns.end(),
-                                     [&](const auto& c) { return c.name == name; });
-    const auto& cell = table.rows[row][static_cast<std::size_t>(column - table.columns.begin())];
-    return cell ? Value(FromUtf8(*cell)) : Value(Null{});
   }
 
   void WriteRow(const std::vector<Value>& row) {
@@ -126,12 +131,9 @@ class DifferenceWriter {
   }
 
   ResultWriter& writer_;
-  const ResultTable& first_;
-  const ResultTable& second_;
   const Comparison& comparison_;
   bool ordered_;
   std::int64_t limit_;
-  std::vector<std::string> keys_;
   std::size_t width_ = 0;
   std::int64_t written_ = 0;
 };
@@ -142,17 +144,9 @@ std::string Joined(const std::vector<std::string>& names) {
   return text;
 }
 
-void Summarize(Console& console, const ResultTable& first, const ResultTable& second,
+void Summarize(Console& console, const StoredResult& first, const StoredResult& second,
                const Comparison& comparison, bool ordered) {
-  std::size_t only_first = 0;
-  std::size_t only_second = 0;
-  std::size_t cells = 0;
-  for (const Difference& difference : comparison.differences) {
-    if (!difference.second) ++only_first;
-    if (!difference.first) ++only_second;
-    if (difference.column) ++cells;
-  }
-  console.err << first.rows.size() << " and " << second.rows.size() << " rows, "
+  console.err << first.size() << " and " << second.size() << " rows, "
               << (ordered                   ? std::string("compared in their order")
                   : comparison.keys.empty() ? std::string("compared as a whole")
                                             : "told apart by " + SafeLines(Joined(comparison.keys)))
@@ -161,25 +155,37 @@ void Summarize(Console& console, const ResultTable& first, const ResultTable& se
     console.err << "equal\n";
     return;
   }
-  console.err << only_first << " only in the first, " << only_second << " only in the second, "
-              << cells << " changed " << (cells == 1 ? "cell" : "cells");
+  console.err << comparison.rows_only_in_first << " only in the first, "
+              << comparison.rows_only_in_second << " only in the second, "
+              << comparison.changed_cells << " changed "
+              << (comparison.changed_cells == 1 ? "cell" : "cells");
   const std::size_t columns = comparison.only_in_first.size() + comparison.only_in_second.size();
   if (columns > 0) console.err << ", " << columns << " columns that one of them lacks";
   console.err << '\n';
 }
 
-int CompareAndTell(Console& terminal, const DiffOptions& options, ResultTable first,
-                   ResultTable second) {
+int CompareAndTell(Console& terminal, const DiffOptions& options, StoredResult& first,
+                   StoredResult& second) {
   const OutputFormat& format = ChooseFormat(terminal, options.output);
-  const ComparisonOptions how{options.keys, options.ordered};
-  const Comparison comparison = Compare(first, second, how);
+  const Comparison comparison = Compare(first, second, {options.keys, options.ordered});
   if (!comparison.Equal()) {
     ResultOutput output(terminal, options.output, format, true);
-    DifferenceWriter(output.writer(), first, second, comparison, how, options.output.limit).Write();
+    DifferenceWriter(output.writer(), comparison, options.ordered, options.output.limit).Write();
     output.Finish();
   }
   Summarize(terminal, first, second, comparison, options.ordered);
   return comparison.Equal() ? kDone : kDifferent;
+}
+
+// Fills both results. False when something said no, which is told.
+bool RunBoth(Console& console, const DiffOptions& options, StoredResult& first,
+             StoredResult& second) {
+  const Request here = RequestOn(console, options, options.report.connection);
+  const Request there = RequestOn(console, options, options.with);
+  if (!TellFindings(console, here, options.report.strict)) return false;
+  const InterruptGuard guard;
+  return RunToCompare(console, options, here, first) &&
+         RunToCompare(console, options, there, second);
 }
 
 }  // namespace
@@ -190,20 +196,17 @@ int DiffCommand(Console& console, const DiffOptions& options) {
     throw UsageError("give two files, or one report or request and --with CONNECTION");
   }
   try {
+    // Before anything else uses SQLite, so that --memory-limit binds what runs.
+    tsql::ConfigureSqlite();
+    StoredResult first;
+    StoredResult second;
     if (options.with.empty()) {
-      ResultTable before = ReadFile(console, options.operands[0]);
-      ResultTable after = ReadFile(console, options.operands[1]);
-      return CompareAndTell(console, options, std::move(before), std::move(after));
+      ReadFile(options.operands[0], first);
+      ReadFile(options.operands[1], second);
+    } else if (!RunBoth(console, options, first, second)) {
+      return kTrouble;
     }
-    const Request here = RequestOn(console, options, options.report.connection);
-    const Request there = RequestOn(console, options, options.with);
-    if (!TellFindings(console, here, options.report.strict)) return kTrouble;
-    const InterruptGuard guard;
-    auto first = RunToCompare(console, options, here);
-    if (!first) return kTrouble;
-    auto second = RunToCompare(console, options, there);
-    if (!second) return kTrouble;
-    return CompareAndTell(console, options, *std::move(first), *std::move(second));
+    return CompareAndTell(console, options, first, second);
   } catch (const ReaderGone&) {
     throw;
   } catch (const MissingColumn&) {

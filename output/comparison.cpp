@@ -1,273 +1,243 @@
 #include "output/comparison.h"
 
 #include <algorithm>
-#include <functional>
-#include <map>
-#include <unordered_map>
+#include <charconv>
 
-#include "output/value_text.h"
+#include "output/key_search.h"
 
 namespace ledgerwick {
 namespace {
 
-using Row = ResultTable::Row;
-using Cell = std::optional<std::string>;
+using Row = StoredResult::Row;
+using Cell = StoredResult::Cell;
+using Cursor = StoredResult::Cursor;
 
-// A common column and its places.
-struct Pair {
-  std::string name;
-  std::size_t first;
-  std::size_t second;
-};
+// The columns of Comparison::differences; those that are shown follow.
+enum DifferenceColumn : std::size_t { kOrder, kKind, kName, kFirst, kSecond, kShown };
 
-bool IsDigits(std::string_view text) {
-  return !text.empty() &&
-         std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
+constexpr std::size_t kOrderDigits = 19;
 
-// A number as people write it: no exponent, no zero in front of another digit.
-bool IsPlainNumber(std::string_view text) {
-  if (text.starts_with('-')) text.remove_prefix(1);
-  const std::size_t point = text.find('.');
-  const std::string_view whole = text.substr(0, point);
-  if (!IsDigits(whole) || (whole.size() > 1 && whole.front() == '0')) return false;
-  return point == std::string_view::npos || IsDigits(text.substr(point + 1));
-}
-
-std::optional<std::size_t> Place(const ResultTable& table, const std::string& name) {
-  for (std::size_t i = 0; i < table.columns.size(); ++i) {
-    if (table.columns[i].name == name) return i;
+std::optional<std::size_t> Place(const StoredResult& result, const std::string& name) {
+  for (std::size_t i = 0; i < result.columns().size(); ++i) {
+    if (result.columns()[i].name == name) return i;
   }
   return std::nullopt;
 }
 
-void ShortenNumbers(ResultTable& table, std::size_t column) {
-  for (Row& row : table.rows) {
-    if (row[column] && IsPlainNumber(*row[column])) row[column] = ShortestDecimal(*row[column]);
-  }
+// Texts in the order of the rows' numbers, those of the first result before the second's.
+std::string OrderOf(bool of_second, std::int64_t number) {
+  const std::string digits = std::to_string(number);
+  return (of_second ? "2" : "1") + std::string(kOrderDigits - digits.size(), '0') + digits;
 }
 
-// Parts rows into groups that share the values of more and more columns.
-class Groups {
+std::int64_t NumberOf(const std::string& order) {
+  std::int64_t number = 0;
+  std::from_chars(order.data() + 1, order.data() + order.size(), number);
+  return number;
+}
+
+// A side's rows while two are compared.
+class Side {
  public:
-  explicit Groups(const std::vector<Row>& rows)
-      : rows_(&rows), group_(rows.size()), count_(rows.empty() ? 0 : 1) {}
+  explicit Side(std::unique_ptr<Cursor> cursor) : cursor_(std::move(cursor)) { Next(); }
 
-  void Refine(std::size_t column) {
-    std::unordered_map<std::string, std::size_t> found;
-    for (std::size_t i = 0; i < group_.size(); ++i) {
-      const Cell& cell = (*rows_)[i][column];
-      std::string key = std::to_string(group_[i]) + (cell ? ":" + *cell : "");
-      group_[i] = found.try_emplace(std::move(key), found.size()).first->second;
-    }
-    count_ = found.size();
-  }
-  std::size_t count() const noexcept { return count_; }
-  bool Apart() const noexcept { return count_ == group_.size(); }
-
-  // Two rows of one group.
-  std::pair<std::size_t, std::size_t> Twins() const {
-    std::map<std::size_t, std::size_t> seen;
-    for (std::size_t i = 0; i < group_.size(); ++i) {
-      const auto [at, is_new] = seen.try_emplace(group_[i], i);
-      if (!is_new) return {at->second, i};
-    }
-    return {0, 0};
-  }
+  bool has_row() const noexcept { return has_row_; }
+  const Row& row() const { return cursor_->row(); }
+  std::int64_t number() const { return cursor_->number(); }
+  void Next() { has_row_ = cursor_->Next(); }
 
  private:
-  const std::vector<Row>* rows_;
-  std::vector<std::size_t> group_;
-  std::size_t count_;
+  std::unique_ptr<Cursor> cursor_;
+  bool has_row_ = false;
 };
-
-enum class Likely { Key, Number, Measure };
-
-// Whether a column is likely to name what a row is about.
-Likely Judge(const ResultTable& table, std::size_t column) {
-  Likely likely = Likely::Number;
-  for (const Row& row : table.rows) {
-    if (!row[column]) continue;
-    if (!IsPlainNumber(*row[column])) return Likely::Key;
-    if (row[column]->find('.') != std::string::npos) likely = Likely::Measure;
-  }
-  return likely;
-}
-
-Likely Judge(const ResultTable& first, const ResultTable& second, const Pair& pair) {
-  const Likely a = Judge(first, pair.first);
-  const Likely b = Judge(second, pair.second);
-  return a == Likely::Key || b == Likely::Key ? Likely::Key : std::max(a, b);
-}
 
 class Comparer {
  public:
-  Comparer(ResultTable& first, ResultTable& second) : first_(first), second_(second) {}
+  Comparer(StoredResult& first, StoredResult& second) : first_(first), second_(second) {}
 
   Comparison Run(const ComparisonOptions& options) {
     MatchColumns();
+    std::vector<CommonColumn> keys;
+    if (!options.ordered) {
+      keys = options.keys.empty() ? FindKeys(first_, second_, common_) : GivenKeys(options.keys);
+      for (const CommonColumn& key : keys) result_.keys.push_back(key.name);
+      for (const CommonColumn& column : keys.empty() ? common_ : keys) {
+        result_.shown.push_back(column.name);
+      }
+    }
+    MakeDifferences();
     if (options.ordered) {
       CompareInOrder();
-      return std::move(result_);
+    } else {
+      CompareByKeys(keys);
     }
-    const std::vector<Pair> keys = options.keys.empty() ? FindKeys() : GivenKeys(options.keys);
-    for (const Pair& key : keys) result_.keys.push_back(key.name);
-    CompareByKeys(keys.empty() ? pairs_ : keys, keys.empty());
     return std::move(result_);
   }
 
  private:
   void MatchColumns() {
-    for (std::size_t i = 0; i < first_.columns.size(); ++i) {
-      const std::string& name = first_.columns[i].name;
+    std::vector<std::size_t> first_numbers;
+    std::vector<std::size_t> second_numbers;
+    for (std::size_t i = 0; i < first_.columns().size(); ++i) {
+      const std::string& name = first_.columns()[i].name;
       const auto place = Place(second_, name);
       if (!place) {
         result_.only_in_first.push_back(name);
         continue;
       }
-      pairs_.push_back({name, i, *place});
-      result_.common.push_back(name);
-      if (!first_.columns[i].is_number && !second_.columns[*place].is_number) continue;
-      ShortenNumbers(first_, i);
-      ShortenNumbers(second_, *place);
+      common_.push_back({name, i, *place});
+      if (!first_.columns()[i].is_number && !second_.columns()[*place].is_number) continue;
+      first_numbers.push_back(i);
+      second_numbers.push_back(*place);
     }
-    for (const ResultTable::Column& column : second_.columns) {
+    first_.ShortenNumbers(first_numbers);
+    second_.ShortenNumbers(second_numbers);
+    for (const StoredResult::Column& column : second_.columns()) {
       if (!Place(first_, column.name)) result_.only_in_second.push_back(column.name);
     }
   }
 
-  std::vector<Pair> GivenKeys(const std::vector<std::string>& names) {
-    std::vector<Pair> keys;
+  std::vector<CommonColumn> GivenKeys(const std::vector<std::string>& names) {
+    std::vector<CommonColumn> keys;
     for (const std::string& name : names) {
-      const auto found = std::find_if(pairs_.begin(), pairs_.end(),
-                                      [&](const Pair& pair) { return pair.name == name; });
-      if (found == pairs_.end()) throw KeyError("no column '" + name + "' that both results have");
+      const auto found = std::find_if(common_.begin(), common_.end(),
+                                      [&](const CommonColumn& c) { return c.name == name; });
+      if (found == common_.end()) throw KeyError("no column '" + name + "' that both results have");
       keys.push_back(*found);
     }
-    CheckApart(first_, keys, &Pair::first, "first");
-    CheckApart(second_, keys, &Pair::second, "second");
+    CheckApart(first_, Places(keys, &CommonColumn::first), "first");
+    CheckApart(second_, Places(keys, &CommonColumn::second), "second");
     return keys;
   }
 
-  static void CheckApart(const ResultTable& table, const std::vector<Pair>& keys,
-                         std::size_t Pair::*place, const char* which) {
-    Groups groups(table.rows);
-    for (const Pair& key : keys) groups.Refine(key.*place);
-    if (groups.Apart()) return;
-    const auto [a, b] = groups.Twins();
-    throw KeyError("the key does not tell the rows apart: rows " + std::to_string(a + 1) + " and " +
-                   std::to_string(b + 1) + " of the " + which + " result share it");
+  static void CheckApart(const StoredResult& result, const std::vector<std::size_t>& keys,
+                         const char* which) {
+    const auto twins = Twins(result, keys, 1);
+    if (twins.empty()) return;
+    throw KeyError("the key does not tell the rows apart: rows " +
+                   std::to_string(twins.front().first) + " and " +
+                   std::to_string(twins.front().second) + " of the " + which + " result share it");
   }
 
-  bool Apart(const std::vector<Pair>& keys) const {
-    Groups first(first_.rows);
-    Groups second(second_.rows);
-    for (const Pair& key : keys) {
-      first.Refine(key.first);
-      second.Refine(key.second);
+  static std::vector<std::size_t> Places(const std::vector<CommonColumn>& columns,
+                                         std::size_t CommonColumn::*place) {
+    std::vector<std::size_t> places;
+    for (const CommonColumn& column : columns) places.push_back(column.*place);
+    return places;
+  }
+
+  void MakeDifferences() {
+    for (std::size_t i = 0; i < kShown + result_.shown.size(); ++i) {
+      result_.differences.AddColumn(std::to_string(i), false);
     }
-    return first.Apart() && second.Apart();
   }
 
-  // The first columns that together tell the rows of both sides apart, texts before whole numbers,
-  // never a measure; none where no columns do.
-  std::vector<Pair> FindKeys() const {
-    std::vector<Pair> keys;
-    Groups first(first_.rows);
-    Groups second(second_.rows);
-    for (const Likely wanted : {Likely::Key, Likely::Number}) {
-      for (const Pair& pair : pairs_) {
-        if (first.Apart() && second.Apart() && !keys.empty()) break;
-        if (Judge(first_, second_, pair) != wanted) continue;
-        Groups finer_first = first;
-        Groups finer_second = second;
-        finer_first.Refine(pair.first);
-        finer_second.Refine(pair.second);
-        if (finer_first.count() == first.count() && finer_second.count() == second.count())
-          continue;
-        first = std::move(finer_first);
-        second = std::move(finer_second);
-        keys.push_back(pair);
+  // Both sides in the order of the key: equal keys meet. Of rows that share one, which whole rows
+  // may, the earliest meet.
+  void CompareByKeys(const std::vector<CommonColumn>& keys) {
+    columns_ = keys.empty() ? common_ : keys;
+    const std::size_t count = columns_.size();
+    if (!keys.empty()) {
+      for (const CommonColumn& column : common_) {
+        const bool is_key = std::any_of(keys.begin(), keys.end(), [&](const CommonColumn& key) {
+          return key.first == column.first;
+        });
+        if (!is_key) columns_.push_back(column);
       }
     }
-    if (!first.Apart() || !second.Apart()) return {};
-    DropNeedless(keys);
-    return keys;
-  }
-
-  // A column that is no part of the key shows its changes as changes.
-  void DropNeedless(std::vector<Pair>& keys) const {
-    for (std::size_t i = 0; i < keys.size() && keys.size() > 1;) {
-      std::vector<Pair> fewer = keys;
-      fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(i));
-      if (Apart(fewer)) {
-        keys = std::move(fewer);
+    Side first(first_.ReadSorted(Places(columns_, &CommonColumn::first), count));
+    Side second(second_.ReadSorted(Places(columns_, &CommonColumn::second), count));
+    while (first.has_row() || second.has_row()) {
+      const int order = !first.has_row()    ? 1
+                        : !second.has_row() ? -1
+                                            : CompareKeys(first.row(), second.row(), count);
+      if (order < 0) {
+        AddRow(first, DifferenceKind::OnlyInFirst);
+      } else if (order > 0) {
+        AddRow(second, DifferenceKind::OnlyInSecond);
       } else {
-        ++i;
+        AddCells(first, second, count);
       }
+      if (order <= 0) first.Next();
+      if (order >= 0) second.Next();
     }
   }
 
-  static std::string KeyOf(const Row& row, const std::vector<Pair>& keys,
-                           std::size_t Pair::*place) {
-    std::string text;
-    for (const Pair& key : keys) {
-      const Cell& cell = row[key.*place];
-      text += cell ? std::to_string(cell->size()) + ":" + *cell : "-";
+  static int CompareKeys(const Row& a, const Row& b, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+      if (a[i] < b[i]) return -1;
+      if (b[i] < a[i]) return 1;
     }
-    return text;
-  }
-
-  void CompareByKeys(const std::vector<Pair>& keys, bool whole_rows) {
-    // Of rows that share a key, which whole rows may, the earliest that is left.
-    std::unordered_map<std::string, std::vector<std::size_t>> waiting;
-    for (std::size_t i = second_.rows.size(); i-- > 0;) {
-      waiting[KeyOf(second_.rows[i], keys, &Pair::second)].push_back(i);
-    }
-    std::vector<bool> met(second_.rows.size());
-    for (std::size_t i = 0; i < first_.rows.size(); ++i) {
-      const auto found = waiting.find(KeyOf(first_.rows[i], keys, &Pair::first));
-      if (found == waiting.end() || found->second.empty()) {
-        result_.differences.push_back({i, std::nullopt, std::nullopt});
-        continue;
-      }
-      const std::size_t other = found->second.back();
-      found->second.pop_back();
-      met[other] = true;
-      if (!whole_rows) CompareCells(i, other);
-    }
-    for (std::size_t i = 0; i < met.size(); ++i) {
-      if (!met[i]) result_.differences.push_back({std::nullopt, i, std::nullopt});
-    }
+    return 0;
   }
 
   void CompareInOrder() {
-    const std::size_t both = std::min(first_.rows.size(), second_.rows.size());
-    for (std::size_t i = 0; i < both; ++i) CompareCells(i, i);
-    for (std::size_t i = both; i < first_.rows.size(); ++i) {
-      result_.differences.push_back({i, std::nullopt, std::nullopt});
+    columns_ = common_;
+    Side first(first_.Read(Places(columns_, &CommonColumn::first)));
+    Side second(second_.Read(Places(columns_, &CommonColumn::second)));
+    for (; first.has_row() && second.has_row(); first.Next(), second.Next()) {
+      AddCells(first, second, 0);
     }
-    for (std::size_t i = both; i < second_.rows.size(); ++i) {
-      result_.differences.push_back({std::nullopt, i, std::nullopt});
+    for (; first.has_row(); first.Next()) AddRow(first, DifferenceKind::OnlyInFirst);
+    for (; second.has_row(); second.Next()) AddRow(second, DifferenceKind::OnlyInSecond);
+  }
+
+  // The cells of two rows that belong together, the first `equal` of which are the same.
+  void AddCells(const Side& first, const Side& second, std::size_t equal) {
+    std::vector<std::size_t> changed;
+    for (std::size_t i = equal; i < columns_.size(); ++i) {
+      if (first.row()[i] != second.row()[i]) changed.push_back(i);
+    }
+    // As the first result has its columns.
+    std::sort(changed.begin(), changed.end(),
+              [&](std::size_t a, std::size_t b) { return columns_[a].first < columns_[b].first; });
+    for (const std::size_t i : changed) {
+      ++result_.changed_cells;
+      Add(first, DifferenceKind::Changed, columns_[i].name, first.row()[i], second.row()[i]);
     }
   }
 
-  void CompareCells(std::size_t first, std::size_t second) {
-    for (const Pair& pair : pairs_) {
-      if (first_.rows[first][pair.first] == second_.rows[second][pair.second]) continue;
-      result_.differences.push_back({first, second, pair.name});
-    }
+  void AddRow(const Side& side, DifferenceKind kind) {
+    ++(kind == DifferenceKind::OnlyInFirst ? result_.rows_only_in_first
+                                           : result_.rows_only_in_second);
+    Add(side, kind, {}, {}, {});
   }
 
-  ResultTable& first_;
-  ResultTable& second_;
-  std::vector<Pair> pairs_;
+  void Add(const Side& side, DifferenceKind kind, const std::string& column, const Cell& first,
+           const Cell& second) {
+    Row row = {OrderOf(kind == DifferenceKind::OnlyInSecond, side.number()),
+               std::to_string(static_cast<int>(kind)), column, first, second};
+    for (std::size_t i = 0; i < result_.shown.size(); ++i) row.push_back(side.row()[i]);
+    result_.differences.AddRow(row);
+  }
+
+  StoredResult& first_;
+  StoredResult& second_;
+  std::vector<CommonColumn> common_;
+  std::vector<CommonColumn> columns_;  // that are read, those that are shown first
   Comparison result_;
 };
 
 }  // namespace
 
-Comparison Compare(ResultTable& first, ResultTable& second, const ComparisonOptions& options) {
+void Comparison::ForEachDifference(const std::function<bool(const Difference&)>& visit) const {
+  std::vector<std::size_t> columns(differences.columns().size());
+  for (std::size_t i = 0; i < columns.size(); ++i) columns[i] = i;
+  const auto cursor = differences.ReadSorted(columns, 1);
+  while (cursor->Next()) {
+    const Row& row = cursor->row();
+    Difference difference;
+    difference.kind = static_cast<DifferenceKind>(std::stoi(*row[kKind]));
+    difference.row = NumberOf(*row[kOrder]);
+    difference.shown.assign(row.begin() + kShown, row.end());
+    difference.column = *row[kName];
+    difference.first = row[kFirst];
+    difference.second = row[kSecond];
+    if (!visit(difference)) return;
+  }
+}
+
+Comparison Compare(StoredResult& first, StoredResult& second, const ComparisonOptions& options) {
   return Comparer(first, second).Run(options);
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "output/unique_names.h"
 
@@ -29,98 +30,132 @@ class Complaint {
   const std::string& file_name_;
 };
 
-void NameColumns(ResultTable& table, const ResultTable::Row& header) {
-  std::vector<ResultColumn> columns;
-  for (const auto& name : header) columns.push_back({FromUtf8(name.value_or("")), {}, {}, 0});
-  for (std::string& name : UniqueNames(columns)) table.columns.push_back({std::move(name), false});
+void CheckUtf8(const StoredResult::Row& row, std::size_t line, const Complaint& complain) {
+  for (const auto& cell : row) {
+    if (cell && FindInvalidUtf8(*cell) != std::string::npos) complain.At(line, "invalid UTF-8");
+  }
 }
 
 // Takes the header first and then the rows.
-void TakeRow(ResultTable& table, ResultTable::Row row, std::size_t line,
+void TakeRow(StoredResult& result, const StoredResult::Row& row, std::size_t line,
              const Complaint& complain) {
-  if (table.columns.empty()) return NameColumns(table, row);
-  if (row.size() != table.columns.size()) {
-    complain.At(line, std::to_string(row.size()) + " values under " +
-                          std::to_string(table.columns.size()) + " columns");
+  CheckUtf8(row, line, complain);
+  if (result.columns().empty()) {
+    std::vector<ResultColumn> columns;
+    for (const auto& name : row) columns.push_back({FromUtf8(name.value_or("")), {}, {}, 0});
+    for (const std::string& name : UniqueNames(columns)) result.AddColumn(name, false);
+    return;
   }
-  table.rows.push_back(std::move(row));
+  if (row.size() != result.columns().size()) {
+    complain.At(line, std::to_string(row.size()) + " values under " +
+                          std::to_string(result.columns().size()) + " columns");
+  }
+  result.AddRow(row);
 }
 
 // The likely sign that stands most often between the names of the header.
-char SeparatorOf(std::string_view csv) {
+char SeparatorOf(std::string_view header) {
   const std::string_view signs = ",;\t|";
   std::array<std::size_t, 4> counts{};
   bool quoted = false;
-  for (const char c : csv) {
+  for (const char c : header) {
     if (c == '"') quoted = !quoted;
     if (quoted) continue;
-    if (c == '\n') break;
     if (const std::size_t sign = signs.find(c); sign != signs.npos) ++counts[sign];
   }
   const auto most = std::max_element(counts.begin(), counts.end());
   return signs[static_cast<std::size_t>(most - counts.begin())];
 }
 
+// The characters of a stream, one by one.
+class Source {
+ public:
+  explicit Source(std::istream& in) : buffer_(*in.rdbuf()) {}
+
+  bool AtEnd() { return buffer_.sgetc() == Traits::eof(); }
+  bool Is(char c) { return buffer_.sgetc() == Traits::to_int_type(c); }
+  char Take() { return Traits::to_char_type(buffer_.sbumpc()); }
+
+ private:
+  using Traits = std::char_traits<char>;
+  std::streambuf& buffer_;
+};
+
 class CsvReader {
  public:
-  CsvReader(std::string_view text, char separator, const Complaint& complain)
-      : text_(text), separator_(separator), complain_(complain) {}
+  CsvReader(std::istream& in, const Complaint& complain) : in_(in), complain_(complain) {}
 
-  ResultTable Read() {
-    ResultTable table;
-    while (at_ < text_.size()) {
+  void Read(StoredResult& result) {
+    if (in_.AtEnd()) return;
+    ReadHeader(result);
+    while (!in_.AtEnd()) {
       const std::size_t line = line_;
-      ResultTable::Row row = ReadRow();
+      ReadRow();
       // A row of one column may be a blank line: its null.
-      const bool is_blank = row.size() == 1 && !row.front();
-      if (is_blank && table.columns.size() != 1) complain_.Several(line);
-      TakeRow(table, std::move(row), line, complain_);
+      const bool is_blank = row_.size() == 1 && !row_.front();
+      if (is_blank && result.columns().size() != 1) complain_.Several(line);
+      TakeRow(result, row_, line, complain_);
     }
-    return table;
   }
 
  private:
-  bool Ends() const { return at_ == text_.size() || text_[at_] == '\r' || text_[at_] == '\n'; }
+  // What parts the values has to be known before the header can be read.
+  void ReadHeader(StoredResult& result) {
+    std::string header;
+    for (bool quoted = false; !in_.AtEnd();) {
+      header += in_.Take();
+      if (header.back() == '"') quoted = !quoted;
+      if (header.back() == '\n' && !quoted) break;
+    }
+    separator_ = SeparatorOf(header);
+    std::istringstream stream(header);
+    CsvReader reader(stream, complain_);
+    reader.separator_ = separator_;
+    reader.ReadRow();
+    TakeRow(result, reader.row_, 1, complain_);
+    line_ = reader.line_;
+  }
 
-  ResultTable::Row ReadRow() {
-    ResultTable::Row row;
+  bool Ends() { return in_.AtEnd() || in_.Is('\r') || in_.Is('\n'); }
+
+  void ReadRow() {
+    row_.clear();
     for (;;) {
-      row.push_back(ReadField());
-      if (at_ < text_.size() && text_[at_] == separator_) {
-        ++at_;
+      row_.push_back(ReadField());
+      if (in_.Is(separator_)) {
+        in_.Take();
         continue;
       }
       if (!Ends()) complain_.At(line_, "text behind a closing quote");
-      if (at_ < text_.size() && text_[at_] == '\r') ++at_;
-      if (at_ < text_.size() && text_[at_] == '\n') ++at_;
+      if (in_.Is('\r')) in_.Take();
+      if (in_.Is('\n')) in_.Take();
       ++line_;
-      return row;
+      return;
     }
   }
 
   // An empty field without quotes is null.
   std::optional<std::string> ReadField() {
     std::string field;
-    if (at_ < text_.size() && text_[at_] == '"') {
+    if (in_.Is('"')) {
       const std::size_t line = line_;
-      for (++at_;; ++at_) {
-        if (at_ == text_.size()) complain_.At(line, "a quote is not closed");
-        if (text_[at_] == '"' && text_.substr(at_ + 1, 1) != "\"") break;
-        if (text_[at_] == '"') ++at_;
-        if (text_[at_] == '\n') ++line_;
-        field += text_[at_];
+      for (in_.Take();;) {
+        if (in_.AtEnd()) complain_.At(line, "a quote is not closed");
+        const char c = in_.Take();
+        if (c == '"' && !in_.Is('"')) return field;
+        if (c == '"') in_.Take();
+        if (c == '\n') ++line_;
+        field += c;
       }
-      ++at_;
-      return field;
     }
-    while (!Ends() && text_[at_] != separator_) field += text_[at_++];
+    while (!Ends() && !in_.Is(separator_)) field += in_.Take();
     return field.empty() ? std::nullopt : std::optional(field);
   }
 
-  std::string_view text_;
-  char separator_;
+  Source in_;
+  char separator_ = ',';
   const Complaint& complain_;
-  std::size_t at_ = 0;
+  StoredResult::Row row_;
   std::size_t line_ = 1;
 };
 
@@ -138,31 +173,29 @@ std::optional<std::string> ReadTsvField(std::string_view field) {
   return value;
 }
 
-ResultTable ReadTsv(std::string_view text, const Complaint& complain) {
-  ResultTable table;
-  for (std::size_t line = 1; !text.empty(); ++line) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    std::string_view rest = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    if (rest.empty() && table.columns.size() > 1) complain.Several(line);
-    ResultTable::Row row;
+void ReadTsv(std::istream& in, const Complaint& complain, StoredResult& result) {
+  StoredResult::Row row;
+  std::string text;
+  for (std::size_t line = 1; std::getline(in, text); ++line) {
+    std::string_view rest = text;
+    if (rest.empty() && result.columns().size() > 1) complain.Several(line);
+    row.clear();
     for (;;) {
       const std::size_t tab = rest.find('\t');
       row.push_back(ReadTsvField(rest.substr(0, tab)));
       if (tab == std::string_view::npos) break;
       rest.remove_prefix(tab + 1);
     }
-    TakeRow(table, std::move(row), line, complain);
+    TakeRow(result, row, line, complain);
   }
-  return table;
 }
 
 // Takes objects as rows, whether they stand in an array or by themselves. Numbers keep the digits
 // that they are written with.
 class JsonRows final : public nlohmann::json_sax<Json> {
  public:
-  JsonRows(ResultTable& table, bool in_array, const Complaint& complain)
-      : table_(table), in_array_(in_array), complain_(complain) {}
+  JsonRows(StoredResult& result, bool in_array, const Complaint& complain)
+      : result_(result), in_array_(in_array), complain_(complain) {}
 
   void SetLine(std::size_t line) { line_ = line; }
 
@@ -176,17 +209,18 @@ class JsonRows final : public nlohmann::json_sax<Json> {
   bool start_object(std::size_t) override {
     if (in_row_ || (in_array_ && depth_ != 1)) Refuse();
     in_row_ = true;
-    table_.rows.emplace_back(table_.columns.size());
+    row_.assign(result_.columns().size(), std::nullopt);
     return true;
   }
   bool key(std::string& name) override {
-    const auto [place, is_new] = places_.try_emplace(name, table_.columns.size());
-    if (is_new) table_.columns.push_back({name, false});
+    const auto [place, is_new] = places_.try_emplace(name, result_.columns().size());
+    if (is_new) result_.AddColumn(name, false);
     column_ = place->second;
     return true;
   }
   bool end_object() override {
     in_row_ = false;
+    result_.AddRow(row_);
     return true;
   }
   bool start_array(std::size_t) override {
@@ -209,14 +243,14 @@ class JsonRows final : public nlohmann::json_sax<Json> {
   }
   bool Take(std::optional<std::string> value, bool is_number) {
     if (!in_row_) Refuse();
-    ResultTable::Row& row = table_.rows.back();
-    row.resize(table_.columns.size());
-    row[column_] = std::move(value);
-    if (is_number) table_.columns[column_].is_number = true;
+    row_.resize(result_.columns().size());
+    row_[column_] = std::move(value);
+    if (is_number) result_.SetNumber(column_);
     return true;
   }
 
-  ResultTable& table_;
+  StoredResult& result_;
+  StoredResult::Row row_;
   bool in_array_;
   const Complaint& complain_;
   std::map<std::string, std::size_t> places_;
@@ -226,39 +260,39 @@ class JsonRows final : public nlohmann::json_sax<Json> {
   bool in_row_ = false;
 };
 
-ResultTable ReadJson(std::string_view text, bool one_document, const Complaint& complain) {
-  ResultTable table;
-  JsonRows rows(table, one_document, complain);
+void ReadJson(std::istream& in, bool one_document, const Complaint& complain,
+              StoredResult& result) {
+  JsonRows rows(result, one_document, complain);
   if (one_document) {
-    Json::sax_parse(text.begin(), text.end(), &rows);
-  } else {
-    for (std::size_t line = 1; !text.empty(); ++line) {
-      const std::size_t end = std::min(text.find('\n'), text.size());
-      const std::string_view object = text.substr(0, end);
-      rows.SetLine(line);
-      if (object.find_first_not_of(" \t\r") != std::string_view::npos) {
-        Json::sax_parse(object.begin(), object.end(), &rows);
-      }
-      text.remove_prefix(std::min(end + 1, text.size()));
-    }
+    Json::sax_parse(in, &rows);
+    return;
   }
-  for (ResultTable::Row& row : table.rows) row.resize(table.columns.size());
-  return table;
+  std::string object;
+  for (std::size_t line = 1; std::getline(in, object); ++line) {
+    rows.SetLine(line);
+    if (object.find_first_not_of(" \t\r") == std::string::npos) continue;
+    Json::sax_parse(object.begin(), object.end(), &rows);
+  }
+}
+
+void SkipByteOrderMark(std::istream& in) {
+  for (const char c : kByteOrderMark) {
+    if (in.peek() != std::char_traits<char>::to_int_type(c)) break;
+    in.get();
+  }
+  in.clear();  // of an end that was met
 }
 
 }  // namespace
 
-ResultTable ReadResult(std::string_view utf8, std::string_view format,
-                       const std::string& file_name) {
+void ReadResult(std::istream& in, std::string_view format, const std::string& file_name,
+                StoredResult& result) {
   const Complaint complain(file_name);
-  if (utf8.starts_with(kByteOrderMark)) utf8.remove_prefix(kByteOrderMark.size());
-  if (const std::size_t bad = FindInvalidUtf8(utf8); bad != std::string_view::npos) {
-    throw ResultFileError(file_name + ": invalid UTF-8 at byte " + std::to_string(bad));
-  }
-  if (format == "csv") return CsvReader(utf8, SeparatorOf(utf8), complain).Read();
-  if (format == "tsv") return ReadTsv(utf8, complain);
-  if (format == "json") return ReadJson(utf8, true, complain);
-  if (format == "jsonl") return ReadJson(utf8, false, complain);
+  SkipByteOrderMark(in);
+  if (format == "csv") return CsvReader(in, complain).Read(result);
+  if (format == "tsv") return ReadTsv(in, complain, result);
+  if (format == "json") return ReadJson(in, true, complain, result);
+  if (format == "jsonl") return ReadJson(in, false, complain, result);
   throw ResultFileError(file_name + ": results are compared in csv, tsv, json and jsonl");
 }
 

@@ -1,11 +1,12 @@
 // Results read back from files.
 #pragma once
 
+#include <istream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
-#include "output/result_table.h"
+#include "output/stored_result.h"
 
 namespace ledgerwick {
 
@@ -15,10 +16,11 @@ class ResultFileError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The one result in `utf8`, in the format of that name: csv, tsv, json or jsonl, as the writers of
-// these formats write it; what parts the values of csv is seen from its header. `file_name` stands
-// in messages. Throws ResultFileError with the line of what is wrong, and for any other format.
-ResultTable ReadResult(std::string_view utf8, std::string_view format,
-                       const std::string& file_name);
+// Reads the one result of `in` into `result`, which has no column yet, row by row, in the format of
+// that name: csv, tsv, json or jsonl, as the writers of these formats write it in UTF-8; what parts
+// the values of csv is seen from its header. `file_name` stands in messages. Throws ResultFileError
+// with the line of what is wrong, and for any other format; OutputError.
+void ReadResult(std::istream& in, std::string_view format, const std::string& file_name,
+                StoredResult& result);
 
 }  // namespace ledgerwick

@@ -108,6 +108,30 @@ TEST_CASE("diff finds what differs between two files, whatever their formats") {
   }
 }
 
+TEST_CASE("diff finds the key on all rows, however late they need another column") {
+  const testing::TemporaryFolder folder;
+  constexpr int kRows = 5000;
+  constexpr int kCodes = 4000;
+  std::string first = "price,code,side,day\n";
+  std::string second = first;
+  for (int i = 0; i < kRows; ++i) {
+    const std::string key = std::to_string(i % kCodes) + (i < kCodes ? "a,x" : "a,y");
+    first += std::to_string(i) + ".50," + key + ",2002-03-01\n";
+    const int other = kRows - 1 - i;
+    const std::string other_key = std::to_string(other % kCodes) + (other < kCodes ? "a,x" : "a,y");
+    second += std::to_string(other == 4321 ? 0 : other) + ".50," + other_key + ",2002-03-01\n";
+  }
+  testing::Write(folder / "a.csv", first);
+  testing::Write(folder / "b.csv", second);
+  const Ended ended = CallMain({"diff", folder / "a.csv", folder / "b.csv", "--format", "tsv"});
+  CHECK(ended.code == kDifferent);
+  CHECK(ended.out ==
+        "difference\tcode\tside\tcolumn\tfirst\tsecond\nchanged\t321a\ty\tprice\t4321.50\t0.50\n");
+  CHECK(ended.err ==
+        "5000 and 5000 rows, told apart by code, side: 0 only in the first, 0 only in "
+        "the second, 1 changed cell\n");
+}
+
 TEST_CASE("diff runs one request on two databases") {
   const Sample sample;
   testing::CopySample(sample.folder / "other.db");
