@@ -44,6 +44,7 @@ TEST_CASE("wrong usage is exit code 2 with a message that helps") {
       {{"describe"}, "CLASS is required"},
       {{"describe", "clsRepAQKCY"},
        "unknown class \"clsRepAQKCY\"; did you mean \"clsRepAQKCYJ\"?"},
+      {{"describe", "clsRepXCL", "--connection", "embedded:x"}, "the example of --format markdown"},
       {{"run", "clsRepAQ"}, "did you mean \"clsRepAQKCYJ\"?"},
       {{"trace", "something"}, "unknown class \"something\""},
       {{"run"}, "which report?"},
