@@ -20,9 +20,6 @@
 namespace ledgerwick {
 namespace {
 
-constexpr const char* kVersion = "ledgerwick 2.2.0";
-constexpr const char* kReleased = "2026-11-21";
-
 constexpr const char* kConnectionHelp =
     "The database, embedded:PATH or a server's connection string, ODBC's, ADO's or "
     "mssql://user@host/database (else the request's, else LEDGERWICK_CONNECTION)";
@@ -35,7 +32,8 @@ constexpr const char* kDatabaseHelp =
 class CommandLine {
  public:
   CommandLine() {
-    app_.set_version_flag("--version", kVersion, "Print the version and exit");
+    app_.set_version_flag("--version", std::string("ledgerwick ") + kVersion,
+                          "Print the version and exit");
     app_.require_subcommand(1);
     app_.fallthrough();
     app_.add_option("--color", colour_, "Colours: auto, always or never")
@@ -73,6 +71,7 @@ class CommandLine {
     AddSample();
     AddUpgrade();
     AddServe();
+    AddDesk();
     ShowPlaceholders(app_);
   }
 
@@ -143,12 +142,13 @@ class CommandLine {
                         "this command's own");
   }
 
-  static void AddServer(CLI::App& sub, ServerOptions& server) {
+  static void AddServer(CLI::App& sub, ServerOptions& server,
+                        const char* password_option = "--password-file") {
     sub.add_option("-S,--server", server.server,
                    "A server instead of --connection: HOST, HOST,PORT or HOST\\INSTANCE");
     sub.add_option("-d,--database", server.database, "Its database (else the login's own)");
     sub.add_option("-U,--user", server.user, "Its user (else the system's account logs in)");
-    sub.add_option("--password-file", server.password_file,
+    sub.add_option(password_option, server.password_file,
                    "The user's password is this file's first line (else LEDGERWICK_PASSWORD, else "
                    "it is asked for)");
   }
@@ -425,6 +425,47 @@ class CommandLine {
         [this] { command_ = [this](Console& console) { return ServeCommand(console, serve_); }; });
   }
 
+  void AddDesk() {
+    constexpr int kMostJobs = 64;
+    constexpr std::int64_t kMostRows = 100'000'000;
+    constexpr int kMostMinutes = 10080;  // a week
+    CLI::App& sub = AddSubcommand(
+        app_, "desk", "The reports in a browser",
+        "  ledgerwick desk --connection embedded:company.db --open\n"
+        "  ledgerwick desk --connection embedded:company.db --folder requests/ "
+        "--with last=embedded:2001.db\n"
+        "  ledgerwick desk -S server -d books -U report --listen 0.0.0.0:8443 --password-file "
+        "secret --tls-cert cert.pem --tls-key key.pem");
+    sub.add_option("--connection", desk_.connection,
+                   "The database, embedded:PATH or a server's connection string (else "
+                   "LEDGERWICK_CONNECTION)");
+    AddServer(sub, desk_.server, "--server-password-file");
+    sub.add_option("--with", desk_.with,
+                   "Another database that reports may run on, NAME=CONNECTION; may be repeated")
+        ->allow_extra_args(false);
+    sub.add_option("--listen", desk_.listen, "Where: HOST:PORT; port 0 for a free one")
+        ->capture_default_str();
+    sub.add_flag("--open", desk_.open, "Open the browser");
+    sub.add_option("--folder", desk_.folder, "Keep requests in this folder, which batch reads too")
+        ->check(CLI::ExistingDirectory);
+    sub.add_option("--password-file", desk_.password_file,
+                   "The file whose first line browsers ask for, in place of the link's key");
+    sub.add_option("--tls-cert", desk_.certificate, "A certificate: the page comes encrypted");
+    sub.add_option("--tls-key", desk_.key, "The certificate's key");
+    sub.add_option("--jobs", desk_.jobs, "How many reports run at a time")
+        ->check(CLI::Range(1, kMostJobs))
+        ->capture_default_str();
+    sub.add_option("--max-rows", desk_.most_rows, "The rows that a run may keep")
+        ->check(CLI::Range(std::int64_t{1}, kMostRows))
+        ->capture_default_str();
+    sub.add_option("--idle", desk_.idle_minutes,
+                   "The minutes after which whoever asks for nothing has to come in anew")
+        ->check(CLI::Range(1, kMostMinutes))
+        ->capture_default_str();
+    sub.callback(
+        [this] { command_ = [this](Console& console) { return DeskCommand(console, desk_); }; });
+  }
+
   CLI::App app_{"The reports of the inventory and sales suite, on an embedded database.",
                 "ledgerwick"};
   std::string colour_ = "auto";
@@ -441,6 +482,7 @@ class CommandLine {
   SchemaOptions schema_;
   ExplainOptions explain_;
   ServeOptions serve_;
+  DeskOptionsGiven desk_;
   SampleOptionsGiven sample_;
   std::function<int(Console&)> command_;
 };
@@ -497,19 +539,22 @@ int Guarded(Console& console, const std::function<int()>& run) {
   return kWrongUsage;
 }
 
-// Two commands that are not for people: `__complete WORD…` answers shells (cli/completion), and
-// `__manual FOLDER` writes the manual pages for the installation.
-bool IsForScripts(const std::vector<std::string>& args) {
-  return !args.empty() && (args[0] == "__complete" || (args[0] == "__manual" && args.size() == 2));
+// Commands that are not for people: `__complete WORD…` answers shells (cli/completion), `__manual
+// FOLDER` writes the manual pages for the installation, and `__desk-worker` runs a report of the
+// desk's.
+bool IsInternal(const std::vector<std::string>& args) {
+  return !args.empty() && (args[0] == "__complete" || args[0] == "__desk-worker" ||
+                           (args[0] == "__manual" && args.size() == 2));
 }
 
-int RunForScripts(const CLI::App& app, const std::vector<std::string>& args, std::ostream& out) {
+int RunInternal(const CLI::App& app, const std::vector<std::string>& args, Console& console) {
+  if (args[0] == "__desk-worker") return DeskWorkerCommand(console);
   if (args[0] == "__manual") {
-    WriteManual(app, args[1], kReleased, kVersion);
+    WriteManual(app, args[1], kReleased, std::string("ledgerwick ") + kVersion);
   } else {
-    WriteCompletion(out, app, {args.begin() + 1, args.end()});
+    WriteCompletion(console.out, app, {args.begin() + 1, args.end()});
   }
-  CheckWritten(out.flush());
+  CheckWritten(console.out.flush());
   return kDone;
 }
 
@@ -520,8 +565,8 @@ int Main(const std::vector<std::string>& args, std::istream& in, std::ostream& o
   const WriteFailureGuard guard;
   Console plain = MakeConsole(in, out, err, ColourChoice::Auto);
   CommandLine line;
-  if (IsForScripts(args)) {
-    return Guarded(plain, [&] { return RunForScripts(line.app(), args, out); });
+  if (IsInternal(args)) {
+    return Guarded(plain, [&] { return RunInternal(line.app(), args, plain); });
   }
   try {
     CheckArguments(args);

@@ -8,6 +8,9 @@
 
 namespace ledgerwick {
 
+inline constexpr const char* kVersion = "2.2.0";
+inline constexpr const char* kReleased = "2026-11-21";
+
 // The program's exit codes.
 inline constexpr int kDone = 0;
 inline constexpr int kRefused = 1;  // the report, the database or the system said no

@@ -117,6 +117,21 @@ struct ServeOptions {
   std::optional<std::int64_t> memory_limit;  // in bytes, of a batch
 };
 
+struct DeskOptionsGiven {
+  std::string connection;
+  ServerOptions server;           // its password file is the server's
+  std::vector<std::string> with;  // NAME=CONNECTION
+  std::string listen = "127.0.0.1:8088";
+  std::string folder;
+  std::string password_file;  // the password that browsers ask for
+  std::string certificate;
+  std::string key;
+  bool open = false;
+  int jobs = 2;
+  std::int64_t most_rows = 2'000'000;
+  int idle_minutes = 480;
+};
+
 int ListCommand(Console& console, const std::string& format);
 int DescribeCommand(Console& console, const DescribeOptions& options);
 int CheckCommand(Console& console, const CheckOptions& options);
@@ -130,6 +145,9 @@ int SchemaCommand(Console& console, const SchemaOptions& options);
 int ExplainCommand(Console& console, const ExplainOptions& options);
 int UpgradeCommand(Console& console, const std::string& path);
 int ServeCommand(Console& console, const ServeOptions& options);
+int DeskCommand(Console& console, const DeskOptionsGiven& options);
+// What the desk starts for each job, told on the standard input.
+int DeskWorkerCommand(Console& console);
 int SampleCreateCommand(Console& console, const SampleOptionsGiven& options);
 
 }  // namespace ledgerwick

@@ -145,4 +145,13 @@ std::vector<Finding> ApplyFilterArguments(Request& request, std::span<const Text
   return repetitions;
 }
 
+bool IsHostWording(const FilterItem& item) {
+  if (!item.strSqlString) return true;
+  const Text& sql = *item.strSqlString;
+  if (sql == WordCondition(item.Name, item.varValue, item.varValue2)) return true;
+  const Text value = ReadableText(item.varValue);
+  if (!ReadableText(item.varValue2).empty()) return false;
+  return sql == WordLowerBound(item.Name, value) || sql == WordList(item.Name, value);
+}
+
 }  // namespace ledgerwick

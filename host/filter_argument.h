@@ -31,4 +31,8 @@ void ApplyFilterArgument(Request& request, TextView argument);
 // same item, of which the last counts.
 std::vector<Finding> ApplyFilterArguments(Request& request, std::span<const Text> arguments);
 
+// True when the item's condition is one that the host itself words from its values: none of its
+// own, the shared wording, that of a range open above, or that of a list.
+bool IsHostWording(const FilterItem& item);
+
 }  // namespace ledgerwick

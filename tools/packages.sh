@@ -28,8 +28,8 @@ ensure_packages() {
 
 # What the program is built with.
 BUILD_PACKAGES=(g++ cmake ninja-build libsqlite3-dev libboost-dev libicu-dev libcli11-dev nlohmann-json3-dev
-  libutf8proc-dev libxlsxwriter-dev libssl-dev unixodbc-dev tdsodbc
-  libedit-dev)
+  libutf8proc-dev libxlsxwriter-dev libssl-dev unixodbc-dev tdsodbc libedit-dev libcpp-httplib-dev
+  libjs-chart.js)
 # What its tests need beyond that.
 TEST_PACKAGES=(doctest-dev clang-format git python3-openpyxl python3-markdown python3-html5lib jq sqlite3
   mandoc zsh fish)

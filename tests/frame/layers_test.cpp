@@ -38,6 +38,8 @@ int ForEachInclude(const fs::path& folder, Visit visit) {
 TEST_CASE("no folder includes one that lies above or beside it") {
   const std::set<std::string> all_below = {"frame",  "component", "tsql", "host",
                                            "output", "odbc",      "tds",  "sample"};
+  std::set<std::string> all_and_desk = all_below;
+  all_and_desk.insert("desk");
   // The class table alone knows the reports.
   const std::map<std::string, std::set<std::string>> allowed = {
       {"frame", {}},
@@ -52,7 +54,7 @@ TEST_CASE("no folder includes one that lies above or beside it") {
       {"sample", {"frame", "tsql"}},
       {"com", {"frame", "component"}},
       {"desk", all_below},
-      {"cli", all_below},
+      {"cli", all_and_desk},
   };
   const std::regex include("^#include \"([a-z_]+)/");
   int files = 0;
