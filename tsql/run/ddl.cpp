@@ -60,6 +60,14 @@ std::vector<TableColumn> ColumnsOf(const TableKey& key, const CreateTableStateme
   return columns;
 }
 
+// As it is written, or a name of the server's kind.
+Text NameOf(const TableKey& key, const CreateTableStatement& statement) {
+  if (!key.name.text.empty()) return Text(key.name.text);
+  std::vector<Text> columns;
+  for (const TableColumn& column : ColumnsOf(key, statement)) columns.push_back(column.name);
+  return MadeName(key.primary ? u"PK" : u"UQ", statement.target.object.text, columns);
+}
+
 // The keys name columns that there are, and one of them at most is the primary key.
 void RequireKeys(const CreateTableStatement& statement, const Binder& binder,
                  const NameSet& columns) {
@@ -118,9 +126,9 @@ void Interpreter::Perform(const CreateTableStatement& statement) {
     }
   }
   RequireKeys(statement, binder, seen);
+  RequireNewKeys(statement, binder, database);
   for (const TableKey& key : statement.keys) {
-    sql += ", ";
-    if (!key.name.text.empty()) sql += "CONSTRAINT " + QuoteIdentifier(ToUtf8(key.name.text)) + " ";
+    sql += ", CONSTRAINT " + QuoteIdentifier(ToUtf8(NameOf(key, statement))) + " ";
     sql += (key.primary ? "PRIMARY KEY " : "UNIQUE ") + KeySql(key.columns, nullptr);
   }
   if (database == DatabaseId::Session) KeepTemporary(table);
@@ -131,6 +139,22 @@ void Interpreter::Perform(const CreateTableStatement& statement) {
   for (const std::string& after : versions.after) storage_.Execute(after);
   transaction.Commit();
   session_.last_error = 0;
+}
+
+// Names of constraints are unique in a database; those of the session's tables are nobody else's.
+void Interpreter::RequireNewKeys(const CreateTableStatement& statement, Binder& binder,
+                                 DatabaseId database) {
+  TextMap<bool> seen;
+  for (const TableKey& key : statement.keys) {
+    if (key.name.text.empty()) continue;
+    const bool twice = !seen.emplace(FoldText(key.name.text), true).second;
+    const ObjectName name{{}, {}, key.name};
+    if (twice || EqualText(key.name.text, statement.target.object.text) ||
+        (database != DatabaseId::Session &&
+         (binder.ObjectExists(name) || KeyExists(storage_, database, key.name.text)))) {
+      throw errors::ObjectExists(key.name.text, binder.At(key.name.offset));
+    }
+  }
 }
 
 // For the UNIQUE constraints of a table that has just been made.

@@ -187,6 +187,7 @@ class Interpreter {
                                         const std::string& rows);
 
   // The schema (ddl.cpp)
+  void RequireNewKeys(const CreateTableStatement& statement, Binder& binder, DatabaseId database);
   void CreateNullIndexes(const CreateTableStatement& statement, DatabaseId database);
   void Drop(const DropStatement& statement, const ObjectName& name);
   void DropTable(const Table& table);

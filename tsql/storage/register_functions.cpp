@@ -9,6 +9,7 @@
 #include "tsql/functions/function_table.h"
 #include "tsql/storage/aggregates.h"
 #include "tsql/storage/statement_parts.h"
+#include "tsql/storage/unique_keys.h"
 #include "tsql/values/collation.h"
 
 namespace ledgerwick::tsql {
@@ -90,7 +91,7 @@ void RegisterFunctions(sqlite3* db, FunctionState& state) {
   ChooseOptimizations(db, 0);
   Check(db, sqlite3_create_collation_v2(db, kCollation, SQLITE_UTF8, &state, Collate, nullptr));
   for (const auto table : {CheckHelpers(), ConversionHelpers(), ExactHelpers(), NumberHelpers(),
-                           SessionHelpers(), TextHelpers()}) {
+                           SessionHelpers(), TextHelpers(), KeyFunctions()}) {
     for (const FunctionRow& row : table) Register(db, row, state);
   }
   for (const auto table : {CheckFunctions(), ConversionFunctions(), DateFunctions(),

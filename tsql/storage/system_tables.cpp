@@ -117,7 +117,8 @@ constexpr Definition kTables[] = {
      "({columns})"},
     {Place::Sys, u"ledgerwick_keys",
      "tab nvarchar(128), name nvarchar(128), ord smallint, key_name nvarchar(128)",
-     "SELECT tab, name, pk AS ord, 'PK_' || tab AS key_name FROM ({columns}) WHERE pk > 0"},
+     "SELECT k.tab AS tab, c.col AS name, c.ord AS ord, k.name AS key_name FROM ({keys}) AS k, "
+     "({key columns}) AS c WHERE k.primary_key AND c.tab = k.tab AND c.stored = k.stored"},
     {Place::Sys, u"ledgerwick_indexes",
      "tab nvarchar(128), name nvarchar(128), uniq smallint, ord smallint, col nvarchar(128)",
      "SELECT tab, name, uniq, ord, col FROM ({indexes})"},
@@ -185,17 +186,18 @@ constexpr Definition kTables[] = {
      "nvarchar(128), TABLE_CATALOG nvarchar(128), TABLE_SCHEMA nvarchar(128), TABLE_NAME "
      "nvarchar(128), CONSTRAINT_TYPE varchar(11), IS_DEFERRABLE varchar(2), INITIALLY_DEFERRED "
      "varchar(2)",
-     "SELECT {name} AS CONSTRAINT_CATALOG, 'dbo' AS CONSTRAINT_SCHEMA, 'PK_' || tab AS "
-     "CONSTRAINT_NAME, {name} AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, tab AS TABLE_NAME, "
-     "'PRIMARY KEY' AS CONSTRAINT_TYPE, 'NO' AS IS_DEFERRABLE, 'NO' AS INITIALLY_DEFERRED FROM "
-     "({columns}) WHERE pk = 1"},
+     "SELECT {name} AS CONSTRAINT_CATALOG, 'dbo' AS CONSTRAINT_SCHEMA, name AS CONSTRAINT_NAME, "
+     "{name} AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, tab AS TABLE_NAME, iif(primary_key, "
+     "'PRIMARY KEY', 'UNIQUE') AS CONSTRAINT_TYPE, 'NO' AS IS_DEFERRABLE, 'NO' AS "
+     "INITIALLY_DEFERRED FROM ({keys})"},
     {Place::Information, u"KEY_COLUMN_USAGE",
      "CONSTRAINT_CATALOG nvarchar(128), CONSTRAINT_SCHEMA nvarchar(128), CONSTRAINT_NAME "
      "nvarchar(128), TABLE_CATALOG nvarchar(128), TABLE_SCHEMA nvarchar(128), TABLE_NAME "
      "nvarchar(128), COLUMN_NAME nvarchar(128), ORDINAL_POSITION int",
-     "SELECT {name} AS CONSTRAINT_CATALOG, 'dbo' AS CONSTRAINT_SCHEMA, 'PK_' || tab AS "
-     "CONSTRAINT_NAME, {name} AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, tab AS TABLE_NAME, name AS "
-     "COLUMN_NAME, pk AS ORDINAL_POSITION FROM ({columns}) WHERE pk > 0"},
+     "SELECT {name} AS CONSTRAINT_CATALOG, 'dbo' AS CONSTRAINT_SCHEMA, k.name AS CONSTRAINT_NAME, "
+     "{name} AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, k.tab AS TABLE_NAME, c.col AS COLUMN_NAME, "
+     "c.ord AS ORDINAL_POSITION FROM ({keys}) AS k, ({key columns}) AS c WHERE c.tab = k.tab AND "
+     "c.stored = k.stored"},
 };
 
 // Parts of queries, which may hold others that stand further down.
@@ -225,17 +227,35 @@ constexpr std::pair<std::string_view, std::string_view> kParts[] = {
      "('nchar(4000)'), ('nvarchar(4000)'))"},
     {"{columns}",
      "SELECT o.name AS tab, c.name AS name, c.cid + 1 AS cid, c.type AS decl, NOT "
-     "(c.\"notnull\" OR c.type = 'INTEGER') AS nullable, CASE WHEN t_type_fact(c.type, 'name') <> "
-     "'timestamp' THEN c.dflt_value END AS def, c.pk AS pk FROM "
-     "({objects}) AS o, pragma_table_info(o.name, '{schema}') AS c WHERE o.kind = 'U'"},
+     "(c.\"notnull\" OR c.type = 'INTEGER') AS nullable, CASE WHEN t_type_fact(c.type, 'name') <> 'timestamp' THEN "
+     "c.dflt_value END AS def, c.pk AS pk FROM "
+     "({objects}) AS o, pragma_table_xinfo(o.name, '{schema}') AS c WHERE o.kind = 'U'"},
     // The index for NULLs that stands beside a unique one (unique_keys.h) is the storage's own.
     {"{indexes}",
-     "SELECT o.name AS tab, CASE WHEN l.origin = 'pk' THEN 'PK_' || o.name WHEN substr(l.name, 1, "
-     "length(o.name) + 1) = o.name || '.' THEN substr(l.name, length(o.name) + 2) WHEN l.origin = "
-     "'u' THEN 'UQ_' || o.name || '_' || l.seq ELSE l.name END "
-     "AS name, l.seq AS seq, l.\"unique\" AS uniq, l.origin AS origin, i.seqno + 1 AS ord, i.name "
-     "AS col FROM ({objects}) AS o, pragma_index_list(o.name, '{schema}') AS l, "
-     "pragma_index_info(l.name, '{schema}') AS i WHERE o.kind = 'U' AND NOT l.partial"},
+     "SELECT o.name AS tab, CASE WHEN k.name IS NOT NULL THEN k.name WHEN substr(l.name, 1, "
+     "length(o.name) + 1) = o.name || '.' THEN substr(l.name, length(o.name) + 2) ELSE l.name END "
+     "AS name, l.seq AS seq, l.\"unique\" AS uniq, CASE WHEN k.primary_key THEN 'pk' WHEN k.name "
+     "IS "
+     "NOT NULL THEN 'u' ELSE l.origin END AS origin, i.seqno + 1 AS ord, i.name AS col FROM "
+     "({objects}) AS o, pragma_index_list(o.name, '{schema}') AS l, pragma_index_info(l.name, "
+     "'{schema}') AS i LEFT JOIN ({keys}) AS k ON k.tab = o.name AND k.stored = iif(l.origin = "
+     "'pk', '', l.name) WHERE o.kind = 'U' AND NOT l.partial"},
+    // Primary keys and UNIQUE constraints; the storage's row number has no index.
+    {"{keys}",
+     "SELECT k.tab AS tab, k.stored AS stored, k.primary_key AS primary_key, t_key_name(k.tab, "
+     "k.primary_key, k.cols, k.stored, s.sql) AS name FROM (SELECT tab, stored, primary_key, "
+     "group_concat(col, char(1)) AS cols FROM (SELECT * FROM ({key columns}) ORDER BY tab, stored, "
+     "ord) GROUP BY tab, stored, primary_key) AS k LEFT JOIN {schema}.sqlite_schema AS s ON s.type "
+     "= 'table' AND s.name = k.tab"},
+    {"{key columns}",
+     "SELECT o.name AS tab, '' AS stored, 1 AS primary_key, c.name AS col, c.pk AS ord FROM "
+     "({objects}) AS o, pragma_table_xinfo(o.name, '{schema}') AS c WHERE o.kind = 'U' AND c.pk > "
+     "0 "
+     "UNION ALL SELECT o.name, l.name, l.name LIKE 'ledgerwick!_pk:%' ESCAPE '!', i.name, i.seqno "
+     "+ "
+     "1 FROM ({objects}) AS o, pragma_index_list(o.name, '{schema}') AS l, "
+     "pragma_index_info(l.name, '{schema}') AS i WHERE o.kind = 'U' AND (l.origin = 'u' OR l.name "
+     "LIKE 'ledgerwick!_pk:%' ESCAPE '!' OR l.name LIKE 'ledgerwick!_uq:%' ESCAPE '!')"},
     {"{line length}", "min(255, ifnull(nullif(instr(rest, char(10)), 0), 255))"},
     {"{made}", "3155673600000"},  // 2000-01-01, since nobody keeps when a table was made
 };

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tsql/functions/function_table.h"
 #include "tsql/storage/catalogue.h"
 
 namespace ledgerwick::tsql {
@@ -18,12 +19,29 @@ struct UniqueKey {
   KeyKind kind = KeyKind::Index;
   std::vector<std::int32_t> columns;  // of the table
   bool nulls_equal = true;            // not so in files that an earlier version has made
+  std::string index = {};             // the storage's own, where CREATE INDEX made it
 };
 
 // The keys of `table`, the primary one first. A constraint that was given no name has one that is
 // made from the table and the columns, always the same. Throws SqlError when the storage cannot be
 // read. Reads the storage every time: for who has met a duplicate.
 std::vector<UniqueKey> UniqueKeysOf(Storage& storage, const Table& table);
+
+// The name of a constraint without one: of the server's kind, made from the table and the columns,
+// and always the same. `prefix` is "PK", "UQ" and the like.
+Text MadeName(TextView prefix, TextView table, std::span<const Text> columns);
+
+// True when a key of a table of `database` is a constraint of that name. Throws SqlError when the
+// storage cannot be read.
+bool KeyExists(Storage& storage, DatabaseId database, TextView name);
+
+// The storage's name for the index that stands for a constraint which was added to `table`.
+std::string AddedKeyName(TextView table, TextView name, bool primary);
+
+// What the catalogue's queries call: t_key_name(table, primary, columns, index, sql), the name of
+// the constraint on these columns (parted by U+0001), which the storage calls `index` and whose
+// table was made by `sql`.
+std::span<const FunctionRow> KeyFunctions();
 
 // The storage's name for a new index of `table`. SQLite's names are unique in a database, T-SQL's
 // in a table.
