@@ -69,7 +69,7 @@ class Upgrade {
     if (!lock.WaitAlone(options_)) Refuse(kInUse);
     Open();
     const std::int64_t format = Integer("PRAGMA main.user_version");
-    if (format > kFormatVersion) Refuse(kNewerFormat);
+    if (format > kConstraintsFormat) Refuse(kNewerFormat);
     // Of the formats since, opening a database brings it to today's.
     if (format >= kOldestFormatOpened) return false;
     HaveAlone();

@@ -144,6 +144,25 @@ TEST_CASE("a file of a newer version is neither opened nor converted") {
   CHECK(Content(old.File()) == before);
 }
 
+TEST_CASE("a file has the newer format from its first constraint on, which older programs refuse") {
+  const OldDatabase old;
+  UpgradeDatabase(old.File());
+  const auto format = [&] {
+    const SqliteHandle db = OpenPlain(old.File());
+    sqlite3_stmt* prepared = nullptr;
+    sqlite3_prepare_v2(db.get(), "PRAGMA user_version", -1, &prepared, nullptr);
+    const SqliteStatement version(prepared);
+    return sqlite3_step(prepared) == SQLITE_ROW ? sqlite3_column_int(prepared, 0) : -1;
+  };
+  CHECK(Ask(old.File(), u"CREATE TABLE plain (id int PRIMARY KEY, a int UNIQUE)").empty());
+  CHECK(format() == 2);
+  CHECK(Ask(old.File(), u"ALTER TABLE plain ADD CHECK (a > 0)").empty());
+  CHECK(format() == 3);
+  CHECK(
+      Ask(old.File(), u"INSERT INTO plain VALUES (1, 0)").starts_with("The INSERT statement conf"));
+  CHECK_FALSE(UpgradeDatabase(old.File()));
+}
+
 TEST_CASE("an upgrade that cannot be finished leaves the database as it was") {
   const OldDatabase old;
   const std::vector<std::string> files = old.Files();

@@ -150,6 +150,9 @@ inline constexpr ErrorRow kErrors[] = {
     {266, 16, Statement, kSyntax,
      "Transaction count after EXECUTE indicates a mismatching number of BEGIN and COMMIT "
      "statements. Previous count = %1, current count = %2."},
+    {271, 16, Frame, kSyntax,
+     "The column \"%1\" cannot be modified because it is either a computed column or is the "
+     "result of a UNION operator."},
     {272, 16, Frame, kSyntax, "Cannot update a timestamp column."},
     {273, 16, Frame, kSyntax,
      "Cannot insert an explicit value into a timestamp column. Use INSERT with a column list to "
@@ -162,6 +165,9 @@ inline constexpr ErrorRow kErrors[] = {
     {448, 16, Frame, kSyntax,
      "Invalid collation 'Chinese_PRC_CI_AS': ICU cannot order Chinese text (%1). Check that ICU "
      "is installed with its data, and that ICU_DATA is not set."},
+    {448, 16, Frame, kSyntax,
+     "Invalid collation '%1'. Texts of the embedded database compare by Chinese_PRC_CI_AS: name it, "
+     "database_default or another collation that ends in _CI_AS."},
     {506, 16, Frame, kSyntax,
      "The invalid escape character \"%1\" was specified in a LIKE predicate."},
     {512, 16, Statement, kSyntax,
@@ -181,6 +187,19 @@ inline constexpr ErrorRow kErrors[] = {
     {536, 16, Statement, kSyntax, "Invalid length parameter passed to the %1 function."},
     {537, 16, Statement, kSyntax,
      "Invalid length parameter passed to the LEFT or SUBSTRING function."},
+    {544, 16, Statement, kErrorIntegrity,
+     "Cannot insert explicit value for identity column in table '%1' when IDENTITY_INSERT is set "
+     "to OFF."},
+    {545, 16, Statement, kErrorIntegrity,
+     "Explicit value must be specified for identity column in table '%1' either when "
+     "IDENTITY_INSERT is set to ON or when a replication user is inserting into a NOT FOR "
+     "REPLICATION identity column."},
+    {547, 16, Statement, kErrorIntegrity,
+     "The %1 statement conflicted with the %2 constraint \"%3\". The conflict occurred in database "
+     "\"%4\", table \"dbo.%5\", column '%6'."},
+    {547, 16, Statement, kErrorIntegrity,
+     "The %1 statement conflicted with the %2 constraint \"%3\". The conflict occurred in database "
+     "\"%4\", table \"dbo.%5\"."},
     {701, 17, Batch, kErrorFailed, "There is insufficient system memory to run this query."},
     {823, 24, Batch, kErrorFailed, "The storage failed: %1."},
     {824, 24, Batch, kErrorFailed,
@@ -208,6 +227,8 @@ inline constexpr ErrorRow kErrors[] = {
      "An object or column name is missing or empty. For SELECT INTO statements, verify each "
      "column has a name (column %1 has none). For other statements, look for empty alias names. "
      "Aliases defined as \"\" or [] are not allowed. Change the alias to a valid name."},
+    {1046, 15, Frame, kSyntax,
+     "Subqueries are not allowed in this context. Only scalar expressions are allowed."},
     {1055, 15, Frame, kSyntax,
      "'%1' is an invalid name because it contains a NULL character or an invalid unicode "
      "character."},
@@ -226,6 +247,32 @@ inline constexpr ErrorRow kErrors[] = {
     {1505, 16, Statement, kSyntax,
      "The CREATE UNIQUE INDEX statement terminated because a duplicate key was found for the "
      "object name 'dbo.%1' and the index name '%2'. The duplicate key value is %3."},
+    {1754, 16, Frame, kSyntax,
+     "Defaults cannot be created on columns with an IDENTITY attribute. Table '%1', column '%2'."},
+    {1755, 16, Frame, kSyntax,
+     "Defaults cannot be created on columns of data type timestamp. Table '%1', column '%2'."},
+    {1763, 16, Frame, kSyntax,
+     "Cross-database foreign key references are not supported. Foreign key '%1'."},
+    {1767, 16, Frame, kSyntax, "Foreign key '%1' references invalid table '%2'."},
+    {1769, 16, Frame, kSyntax,
+     "Foreign key '%1' references invalid column '%2' in referencing table '%3'."},
+    {1770, 16, Frame, kSyntax,
+     "Foreign key '%1' references invalid column '%2' in referenced table '%3'."},
+    {1773, 16, Frame, kSyntax,
+     "Foreign key '%1' has implicit reference to object '%2' which does not have a primary key "
+     "defined on it."},
+    {1776, 16, Frame, kSyntax,
+     "There are no primary or candidate keys in the referenced table '%1' that match the "
+     "referencing column list in the foreign key '%2'."},
+    {1778, 16, Frame, kSyntax,
+     "Column '%1.%2' is not the same data type as referencing column '%3.%4' in foreign key "
+     "'%5'."},
+    {1779, 16, Frame, kSyntax, "Table '%1' already has a primary key defined on it."},
+    {1781, 16, Frame, kSyntax, "Column already has a DEFAULT bound to it."},
+    {1785, 16, Frame, kSyntax,
+     "Introducing FOREIGN KEY constraint '%1' on table '%2' may cause cycles or multiple cascade "
+     "paths. Specify ON DELETE NO ACTION or ON UPDATE NO ACTION, or modify other FOREIGN KEY "
+     "constraints."},
     {1913, 16, Frame, kSyntax,
      "The operation failed because an index or statistics with name '%1' already exists on table "
      "'%2'."},
@@ -255,8 +302,14 @@ inline constexpr ErrorRow kErrors[] = {
      "Server."},
     {2741, 16, Frame, kSyntax, "SET DATEFORMAT date order '%1' is invalid."},
     {2742, 16, Frame, kSyntax, "SET DATEFIRST %1 is out of range."},
+    {2744, 16, Frame, kSyntax,
+     "Multiple identity columns specified for table '%1'. Only one identity column per table is "
+     "allowed."},
     {2747, 16, Frame, kSyntax,
      "Too many substitution parameters for RAISERROR. Cannot exceed 20 substitution parameters."},
+    {2749, 16, Frame, kSyntax,
+     "Identity column '%1' must be of data type int, bigint, smallint, tinyint, or decimal or "
+     "numeric with a scale of 0, unencrypted, and constrained to be nonnullable."},
     {2754, 16, Statement, kSyntax,
      "Error severity levels greater than 18 can only be specified by members of the sysadmin "
      "role, using the WITH LOG option."},
@@ -270,6 +323,11 @@ inline constexpr ErrorRow kErrors[] = {
      "Cannot drop the %1 '%2', because it does not exist or you do not have permission."},
     {3705, 16, Statement, kSyntax,
      "Cannot use DROP %1 with '%2' because '%2' is a %3. Use DROP %4."},
+    {3725, 16, Frame, kSyntax,
+     "The constraint '%1' is being referenced by table '%2', foreign key constraint '%3'."},
+    {3726, 16, Frame, kSyntax,
+     "Could not drop object '%1' because it is referenced by a FOREIGN KEY constraint."},
+    {3728, 16, Frame, kSyntax, "'%1' is not a constraint."},
     {3902, 16, Statement, kSyntax,
      "The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION."},
     {3903, 16, Statement, kSyntax,
@@ -291,12 +349,33 @@ inline constexpr ErrorRow kErrors[] = {
      "Create View or Function failed because no column name was specified for column %1."},
     {4701, 16, Frame, kSyntax,
      "Cannot find the object \"%1\" because it does not exist or you do not have permissions."},
+    {4712, 16, Frame, kSyntax,
+     "Cannot truncate table '%1' because it is being referenced by a FOREIGN KEY constraint."},
     {4901, 16, Frame, kSyntax,
      "ALTER TABLE only allows columns to be added that can contain nulls, or have a DEFAULT "
      "definition specified. Column '%1' cannot be added to table '%2' because it does not "
      "satisfy these conditions."},
     {4909, 16, Frame, kSyntax, "Cannot alter '%1' because it is not a table."},
+    {4917, 16, Frame, kSyntax, "Constraint '%1' does not exist."},
+    {4922, 16, Frame, kSyntax,
+     "The object '%3' is dependent on column '%2'. ALTER TABLE %1 %2 failed because one or more "
+     "objects access this column."},
+    {4924, 16, Frame, kSyntax,
+     "ALTER TABLE %1 failed because column '%2' does not exist in table '%3'."},
+    {4928, 16, Frame, kSyntax, "Cannot alter column '%1' because it is '%2'."},
+    {7997, 16, Frame, kSyntax, "'%1' does not contain an identity column."},
+    {8101, 16, Frame, kSyntax,
+     "An explicit value for the identity column in table '%1' can only be specified when a column "
+     "list is used and IDENTITY_INSERT is ON."},
+    {8102, 16, Frame, kSyntax, "Cannot update identity column '%1'."},
+    {8106, 16, Frame, kSyntax,
+     "Table '%1' does not have the identity property. Cannot perform SET operation."},
+    {8107, 16, Frame, kSyntax,
+     "IDENTITY_INSERT is already ON for table '%1'. Cannot perform SET operation for table "
+     "'%2'."},
     {8110, 16, Frame, kSyntax, "Cannot add multiple PRIMARY KEY constraints to table '%1'."},
+    {8111, 16, Frame, kSyntax,
+     "Cannot define PRIMARY KEY constraint on nullable column in table '%1'."},
     {8114, 16, Batch, kErrorConversion, "Error converting data type %1 to %2."},
     {8115, 16, Statement, kErrorArithmetic,
      "Arithmetic overflow error converting %1 to data type %2."},
@@ -315,9 +394,14 @@ inline constexpr ErrorRow kErrors[] = {
      "At least one of the result expressions in a CASE specification must be an expression other "
      "than the NULL constant."},
     {8134, 16, Statement, kErrorArithmetic, "Divide by zero error encountered."},
+    {8139, 16, Frame, kSyntax,
+     "Number of referencing columns in foreign key differs from number of referenced columns, "
+     "table '%1'."},
     {8143, 16, Statement, kSyntax, "Parameter '%1' was supplied multiple times for procedure %2."},
     {8144, 16, Statement, kSyntax, "Procedure or function %1 has too many arguments specified."},
     {8145, 16, Statement, kSyntax, "%1 is not a parameter for procedure %2."},
+    {8147, 16, Frame, kSyntax,
+     "Could not create IDENTITY attribute on nullable column '%1', table '%2'."},
     {8152, 16, Statement, kErrorArithmetic, "String or binary data would be truncated."},
     {8154, 15, Frame, kSyntax, "The table '%1' is ambiguous."},
     {8155, 16, Frame, kSyntax, "No column name was specified for column %1 of '%2'."},
@@ -339,6 +423,11 @@ inline constexpr ErrorRow kErrors[] = {
     {10704, 15, Batch, kSyntax,
      "To rethrow an error, a THROW statement must be used inside a CATCH block. Insert the THROW "
      "statement inside a CATCH block, or add error parameters to the THROW statement."},
+    {15248, 11, Statement, kSyntax,
+     "Either the parameter @objname is ambiguous or the claimed @objtype (%1) is wrong."},
+    {15335, 11, Statement, kSyntax,
+     "Error: The new name '%1' is already in use as a %2 name and would cause a duplicate that is "
+     "not permitted."},
     {18054, 16, Statement, kSyntax,
      "Error %1, severity %2, state %3 was raised, but no message with that error number was "
      "found in sys.messages."},
@@ -348,6 +437,7 @@ inline constexpr ErrorRow kErrors[] = {
     {40517, 16, Frame, kSyntax,
      "Keyword or statement option '%1' is not supported. The embedded database behaves as after "
      "SET %2."},
+    {40517, 16, Frame, kSyntax, "Keyword or statement option '%1' is not supported."},
     {50000, 16, Statement, kSyntax, "%1"},
 };
 // clang-format on

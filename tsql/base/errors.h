@@ -172,17 +172,64 @@ SqlError DuplicateKey(TextView constraint, TextView table, bool primary,
                       const std::string& key);             // 2627
 SqlError ConstraintViolated();                             // 2627, where nobody knows which and why
 SqlError SeveralPrimaryKeys(TextView table, Position at);  // 8110
-SqlError StarWithoutFrom(Position at);                     // 263
-SqlError NotUpdatable(TextView view, Position at);         // 4405
-SqlError FloatOutOfRange(TextView literal, Position at);   // 168
-SqlError NumberOutOfRange(TextView literal, Position at);  // 1007
-SqlError AmbiguousTarget(TextView table, Position at);     // 8154
-SqlError CaseOfNulls(Position at);                         // 8133
-SqlError ImplicitConversion(TextView source, TextView target, Position at);  // 257
-SqlError ExplicitConversion(TextView source, TextView target, Position at);  // 529
-SqlError TypeClash(TextView source, TextView target, Position at);           // 206
-SqlError NullIfOfNull(Position at);                                          // 4151
-SqlError ScaleTooLarge(std::int64_t scale, Position at);                     // 1002
+// What tables are declared with (errors_tables.cpp).
+SqlError NotSupported(const Text& what, Position at);                        // 40517
+SqlError IndexOptionUnknown(TextView option, Position at);                   // 155
+SqlError CollationUnknown(TextView collation, Position at);                  // 448
+SqlError IdentityGiven(TextView table, Position at);                         // 544
+SqlError IdentityNotGiven(TextView table, Position at);                      // 545
+SqlError IdentityWithoutColumns(TextView table, Position at);                // 8101
+SqlError IdentityUpdated(TextView column, Position at);                      // 8102
+SqlError SeveralIdentities(TextView table, Position at);                     // 2744
+SqlError IdentityType(TextView column, Position at);                         // 2749
+SqlError IdentityNullable(TextView column, TextView table, Position at);     // 8147
+SqlError DefaultOnIdentity(TextView table, TextView column, Position at);    // 1754
+SqlError DefaultOnRowVersion(TextView table, TextView column, Position at);  // 1755
+SqlError NoIdentity(TextView table, Position at);                            // 7997
+SqlError NoIdentityToSet(TextView table, Position at);                       // 8106
+SqlError IdentityInsertOn(TextView other, TextView table, Position at);      // 8107
+// `statement` is its first word, `kind` "CHECK", "FOREIGN KEY", "REFERENCE" and their like;
+// `column` is empty where several are concerned.
+SqlError Conflict(std::string_view statement, std::string_view kind, TextView constraint,
+                  TextView database, TextView table, TextView column);   // 547
+SqlError ReferenceAcrossDatabases(TextView key, Position at);            // 1763
+SqlError ReferenceToNoTable(TextView key, TextView table, Position at);  // 1767
+SqlError ReferenceColumn(TextView key, TextView column, TextView table, bool referenced,
+                         Position at);                                        // 1769, 1770
+SqlError NoPrimaryKeyToReference(TextView key, TextView table, Position at);  // 1773
+SqlError NoKeyToReference(TextView table, TextView key, Position at);         // 1776
+// Columns as "table.column".
+SqlError ReferenceTypes(TextView referenced_table, TextView referenced, TextView table,
+                        TextView column, TextView key, Position at);                    // 1778
+SqlError ReferenceCount(TextView table, Position at);                                   // 8139
+SqlError CascadeCycle(TextView key, TextView table, Position at);                       // 1785
+SqlError PrimaryKeyExists(TextView table, Position at);                                 // 1779
+SqlError KeyOnNullable(TextView table, Position at);                                    // 8111
+SqlError DefaultExists(Position at);                                                    // 1781
+SqlError KeyReferenced(TextView key, TextView table, TextView reference, Position at);  // 3725
+SqlError TableReferenced(TextView table, Position at);                                  // 3726
+SqlError TruncatedReferenced(TextView table, Position at);                              // 4712
+SqlError NotConstraint(TextView name, Position at);                                     // 3728
+SqlError NoConstraint(TextView name, Position at);                                      // 4917
+// `what` is "DROP COLUMN" or "ALTER COLUMN".
+SqlError ColumnInUse(TextView what, TextView column, TextView object, Position at);     // 4922
+SqlError NoColumnToAlter(TextView what, TextView column, TextView table, Position at);  // 4924
+SqlError CannotAlterColumn(TextView column, TextView kind, Position at);                // 4928
+SqlError ComputedChanged(TextView column, Position at);                                 // 271
+SqlError SubqueryNotAllowed(Position at);                                               // 1046
+SqlError NothingToRename(TextView kind);                                                // 15248
+SqlError NameTaken(TextView name, TextView kind);                                       // 15335
+SqlError StarWithoutFrom(Position at);                                                  // 263
+SqlError NotUpdatable(TextView view, Position at);                                      // 4405
+SqlError FloatOutOfRange(TextView literal, Position at);                                // 168
+SqlError NumberOutOfRange(TextView literal, Position at);                               // 1007
+SqlError AmbiguousTarget(TextView table, Position at);                                  // 8154
+SqlError CaseOfNulls(Position at);                                                      // 8133
+SqlError ImplicitConversion(TextView source, TextView target, Position at);             // 257
+SqlError ExplicitConversion(TextView source, TextView target, Position at);             // 529
+SqlError TypeClash(TextView source, TextView target, Position at);                      // 206
+SqlError NullIfOfNull(Position at);                                                     // 4151
+SqlError ScaleTooLarge(std::int64_t scale, Position at);                                // 1002
 SqlError DatePartUnsupported(TextView part, TextView function, TextView type,
                              Position at);                                // 9810, 9806
 SqlError ExplicitRowVersion(Position at);                                 // 273

@@ -42,6 +42,24 @@ BoundExpr* Binder::BindCondition(const Expr& condition) {
   return BindPredicate(condition, scope);
 }
 
+BoundExpr* Binder::BindRowCondition(const Expr& condition, Source& row) {
+  Scope scope;
+  scope.sources.push_back(&row);
+  scope.clause = Scope::Clause::Where;
+  BoundExpr* bound = BindPredicate(condition, scope);
+  if (HoldsQuery(*bound)) throw errors::SubqueryNotAllowed(At(condition.offset));
+  return bound;
+}
+
+BoundExpr* Binder::BindRowValue(const Expr& value, Source& row) {
+  Scope scope;
+  scope.sources.push_back(&row);
+  scope.clause = Scope::Clause::Where;
+  BoundExpr* bound = Bind(value, scope);
+  if (HoldsQuery(*bound)) throw errors::SubqueryNotAllowed(At(value.offset));
+  return bound;
+}
+
 BoundExpr* Binder::BindExpression(const Expr& value) {
   Scope scope;
   return Bind(value, scope);

@@ -227,6 +227,10 @@ void Binder::TypeResult(BoundExpr& expr, FunctionResult result) {
     case FunctionResult::Float:
       expr.type = MakeType(TypeKind::Float);
       return;
+    case FunctionResult::Identity:
+      expr.type = MakeType(TypeKind::Decimal);
+      expr.type.precision = kMostDigits;
+      return;
     case FunctionResult::Number:
     case FunctionResult::WholeNumber:
     case FunctionResult::Sign:

@@ -6,18 +6,29 @@
 namespace ledgerwick::tsql {
 
 std::vector<std::int32_t> Binder::BindInsertColumns(const Table& table,
-                                                    std::span<const Name> columns) {
+                                                    std::span<const Name> columns, Position at) {
   std::vector<std::int32_t> indexes;
+  bool gives_identity = false;
   for (const Name& column : columns) {
     const std::int32_t index = table.FindColumn(column.text);
     if (index < 0) throw errors::InvalidColumn(column.text, At(column.offset));
+    const TableColumn& found = table.columns[static_cast<std::size_t>(index)];
+    if (!found.computed_sql.empty()) throw errors::ComputedChanged(found.name, At(column.offset));
     if (std::find(indexes.begin(), indexes.end(), index) != indexes.end()) {
       throw errors::ColumnTwice(column.text, At(column.offset));
     }
+    gives_identity = gives_identity || found.is_identity;
     indexes.push_back(index);
+  }
+  if (table.identity) {
+    const bool takes = catalogue_.TakesIdentity(table);
+    if (gives_identity && !takes) throw errors::IdentityGiven(table.name, at);
+    if (!gives_identity && takes) throw errors::IdentityNotGiven(table.name, at);
   }
   if (columns.empty()) {
     for (std::size_t i = 0; i < table.columns.size(); ++i) {
+      const TableColumn& column = table.columns[i];
+      if (column.is_identity || !column.computed_sql.empty()) continue;
       indexes.push_back(static_cast<std::int32_t>(i));
     }
   }
@@ -101,7 +112,12 @@ void Binder::BindAssignment(const Assignment& assignment, const ObjectName& name
   }
   const std::int32_t index = target.table->FindColumn(column.text);
   if (index < 0) throw errors::InvalidColumn(column.text, At(column.offset));
-  const Type& type = target.table->columns[static_cast<std::size_t>(index)].type;
+  const TableColumn& assigned = target.table->columns[static_cast<std::size_t>(index)];
+  const Type& type = assigned.type;
+  if (assigned.is_identity) throw errors::IdentityUpdated(assigned.name, At(column.offset));
+  if (!assigned.computed_sql.empty()) {
+    throw errors::ComputedChanged(assigned.name, At(column.offset));
+  }
   if (type.kind == TypeKind::RowVersion) throw errors::RowVersionUpdated(At(column.offset));
   modification.values.push_back(Coerce(Bind(*assignment.value, scope), type, Conversion::Store));
   std::vector<std::int32_t>& columns = modification.columns;

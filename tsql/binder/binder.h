@@ -53,8 +53,14 @@ class Binder {
   BoundExpr* BindValue(const Expr& value, const Type& target,
                        Conversion conversion = Conversion::Store);
 
-  // The columns that an INSERT fills, checked against the values' count.
-  std::vector<std::int32_t> BindInsertColumns(const Table& table, std::span<const Name> columns);
+  // A condition on, and a value of, the row `row` of a table, as its declaration has them: without
+  // a subquery or an aggregate.
+  BoundExpr* BindRowCondition(const Expr& condition, Source& row);
+  BoundExpr* BindRowValue(const Expr& value, Source& row);
+
+  // The columns that an INSERT fills: without a list all but computed ones and the IDENTITY column.
+  std::vector<std::int32_t> BindInsertColumns(const Table& table, std::span<const Name> columns,
+                                              Position at);
   // The query's columns converted to the types of the columns that they go into.
   void StoreColumns(BoundQuery& query, const Table& table,
                     const std::vector<std::int32_t>& columns);

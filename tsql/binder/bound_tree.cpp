@@ -64,6 +64,12 @@ bool IsAggregate(const BoundExpr& expr) noexcept {
   return expr.kind == ExprKind::Function && IsAggregate(expr.function);
 }
 
+bool HoldsQuery(const BoundExpr& expr) noexcept {
+  return expr.query != nullptr ||
+         std::any_of(expr.args.begin(), expr.args.end(),
+                     [](const BoundExpr* arg) { return HoldsQuery(*arg); });
+}
+
 bool SameTree(const BoundExpr& a, const BoundExpr& b) {
   if (a.args.size() != b.args.size() || a.query != b.query) return false;
   const Nesting nesting;

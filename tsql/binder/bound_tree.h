@@ -17,6 +17,11 @@ namespace ledgerwick::tsql {
 
 struct BoundQuery;
 
+// The ids of a row that no FROM clause gives: the one that a trigger sees, and the one that an
+// expression of the table's own declaration stands in.
+inline constexpr std::int32_t kNewRow = -1;
+inline constexpr std::int32_t kOwnRow = -2;
+
 // A table, a view or a derived table in a FROM clause. It points into the catalogue, which must not
 // be refreshed while the tree is in use.
 struct Source {
@@ -151,6 +156,9 @@ bool Reads(const BoundExpr& expr, const Source& source);
 
 // True for COUNT, SUM, MIN, MAX and AVG.
 bool IsAggregate(const BoundExpr& expr) noexcept;
+
+// True when a subquery stands in `expr`.
+bool HoldsQuery(const BoundExpr& expr) noexcept;
 
 // SameExpr of two of one kind that are no columns.
 bool SameTree(const BoundExpr& a, const BoundExpr& b);

@@ -2,6 +2,7 @@
 
 #include "tsql/binder/print_bound.h"
 #include "tsql/emit/emitter.h"
+#include "tsql/storage/constraints.h"
 #include "tsql/syntax/parser.h"
 #include "tsql/values/collation.h"
 
@@ -120,6 +121,11 @@ Compiled Compiler::CompileInto(const ObjectName& into, const BoundQuery& query, 
     versions = RowVersionSqlOf(database, ToUtf8(into.object.text), ToUtf8(query.names[i]));
   }
   compiled.sql = std::move(versions.before);
+  if (catalogue_.HasConstraints(database)) {
+    // What a table of that name has left, which went with a call or a transaction.
+    const std::vector<std::string> forget = ForgetTable(database, into.object.text);
+    compiled.sql.insert(compiled.sql.end(), forget.begin(), forget.end());
+  }
   compiled.sql.push_back(create + ")");
   compiled.sql.push_back(emitter.Take());
   compiled.sql.insert(compiled.sql.end(), versions.after.begin(), versions.after.end());
@@ -165,6 +171,46 @@ std::string Compiler::CompileDefault(const Expr& value, const Type& type) {
   std::vector<std::string> parts;
   Emitter emitter(parts);
   emitter.EmitExpr(*NewBinder().BindValue(value, type));
+  return emitter.Take();
+}
+
+std::string Compiler::CompileCheck(const Expr& condition, const Table& table) {
+  Source row;
+  row.id = kNewRow;
+  row.table = &table;
+  row.exposed = table.name;
+  std::vector<std::string> parts;
+  Emitter emitter(parts);
+  BoundExpr* bound = NewBinder().BindRowCondition(condition, row);
+  emitter.EmitExpr(*bound);
+  return emitter.Take();
+}
+
+std::string Compiler::CompileComputed(const Expr& value, const Table& table, Type& type) {
+  Source row;
+  row.id = kOwnRow;
+  row.table = &table;
+  row.exposed = table.name;
+  std::vector<std::string> parts;
+  Emitter emitter(parts);
+  const BoundExpr& bound = *NewBinder().BindRowValue(value, row);
+  type = bound.type;
+  emitter.EmitExpr(bound);
+  return emitter.Take();
+}
+
+std::string Compiler::CompileConversion(const Table& table, std::int32_t column, const Type& type) {
+  Source row;
+  row.id = kOwnRow;
+  row.table = &table;
+  auto* expr = arena_.Make<BoundExpr>();
+  expr->kind = ExprKind::Column;
+  expr->source = &row;
+  expr->column = column;
+  expr->type = row.TypeOf(column);
+  std::vector<std::string> parts;
+  Emitter emitter(parts);
+  emitter.EmitExpr(*NewBinder().Coerce(expr, type, Conversion::Store));
   return emitter.Take();
 }
 

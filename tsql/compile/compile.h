@@ -29,17 +29,21 @@ struct Compiled {
   // The variables that SELECT @v = … assigns, in the order of the columns; each of `sql` has as
   // many.
   std::vector<std::int32_t> assigned;
-  std::string temporary;  // the session's table, as SQLite has it, that SELECT INTO makes
+  std::string temporary;    // the session's table, as SQLite has it, that SELECT INTO makes
+  std::size_t counted = 0;  // which of `sql` tells how many rows were changed
+  bool gives_identity = false;
   bool reads_schema = false;
 };
 
-// The rows that INSERT or UPDATE would make, as a statement that puts them into kRefusedRows, with
-// the numbers of changed rows in kRefusedRow.
+// The rows that INSERT or UPDATE would make, or DELETE take away, as a statement that puts them
+// into kRefusedRows, with the numbers of rows that are there in kRefusedRow.
 struct RefusedRows {
   std::string sql;
   std::vector<std::string> parts;  // as Compiled has them
   const Table* table = nullptr;    // the catalogue's; nothing for other statements
   bool update = false;
+  bool removes = false;
+  bool gives_identity = false;
 };
 
 inline constexpr const char* kRefusedRows = "temp.ledgerwick_refused";
@@ -74,6 +78,15 @@ class Compiler {
   // A constant as it stands in a declaration.
   std::string CompileDefault(const Expr& value, const Type& type);
 
+  // A condition on a row of `table`, in names of columns with NEW in front.
+  std::string CompileCheck(const Expr& condition, const Table& table);
+
+  // The value of a computed column of `table`, in names of columns; its type goes to `type`.
+  std::string CompileComputed(const Expr& value, const Table& table, Type& type);
+
+  // The value of `column` of a row of `table` as `type`, in names of columns.
+  std::string CompileConversion(const Table& table, std::int32_t column, const Type& type);
+
   // For when the storage has refused what Compile gave for `statement` (run/refused_rows.cpp).
   RefusedRows CompileRefused(const Statement& statement);
 
@@ -89,10 +102,22 @@ class Compiler {
   const Table& InsertTarget(const InsertStatement& statement, Binder& binder);
   void EmitInsert(const InsertStatement& statement, Binder& binder, const Table& table,
                   const std::string& into, Emitter& emitter);
+  // The columns that an INSERT fills: those that the statement gives values for, and behind them
+  // those whose value the storage would not find by itself.
+  struct InsertColumns {
+    std::vector<std::int32_t> given;
+    std::vector<std::int32_t> added;
+  };
+  InsertColumns ColumnsToInsert(const InsertStatement& statement, Binder& binder,
+                                const Table& table);
   void EmitInsertQuery(const InsertStatement& statement, Binder& binder, const Table& table,
-                       const std::vector<std::int32_t>& columns, Emitter& emitter);
+                       const InsertColumns& columns, Emitter& emitter);
   void EmitInsertValues(const InsertStatement& statement, Binder& binder, const Table& table,
-                        const std::vector<std::int32_t>& columns, Emitter& emitter);
+                        const InsertColumns& columns, Emitter& emitter);
+  static void RequireCount(const InsertStatement& statement, const Binder& binder,
+                           const Table& table, std::size_t columns, std::size_t values);
+  void EmitInserted(const BoundExpr& value, const TableColumn& column, const Table& table,
+                    Emitter& emitter);
   Compiled CompileUpdate(const UpdateStatement& statement);
   Compiled CompileDelete(const DeleteStatement& statement);
   void EmitChangedRows(const BoundModification& change, Emitter& emitter);
@@ -130,6 +155,10 @@ struct RowVersionSql {
 };
 RowVersionSql RowVersionSqlOf(DatabaseId database, const std::string& table,
                               const std::string& column);
+
+// The statements before and behind an INSERT into `table`, which has an IDENTITY column.
+std::string BeginIdentitySql(const Table& table);
+std::string EndIdentitySql(const Table& table);
 
 // The declaration of a column in SQLite, with its collation and nullability.
 std::string ColumnDeclaration(std::string_view name, const Type& type);

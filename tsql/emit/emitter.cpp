@@ -136,9 +136,11 @@ void Emitter::EmitString(TextView text) {
 
 void Emitter::EmitColumn(const BoundExpr& expr) {
   if (expr.unindexed) Raw("+");
-  out_ += 's';
-  Raw(std::to_string(expr.source->id));
-  out_ += '.';
+  if (expr.source->id == kNewRow) {
+    Raw("NEW.");
+  } else if (expr.source->id != kOwnRow) {
+    Raw("s").Raw(std::to_string(expr.source->id)).Raw(".");
+  }
   if (expr.source->query != nullptr) {
     Raw("c").Raw(std::to_string(expr.column + 1));
   } else {
@@ -340,7 +342,8 @@ void Emitter::EmitFunction(const BoundExpr& expr) {
     case FunctionId::SysDateTime:
     case FunctionId::NewId:
     case FunctionId::Substring:
-      if (IsExactFraction(expr.type.kind)) {
+      // A fact such as SCOPE_IDENTITY() is exact, and computed from nothing that is.
+      if (IsExactFraction(expr.type.kind) && !args.empty() && !IsText(args[0]->type.kind)) {
         EmitExactFunction(expr);
       } else {
         EmitCall("t_" + ToUtf8(expr.text), args);

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "tsql/base/errors.h"
@@ -23,6 +24,33 @@ struct sqlite3_value;
 
 namespace ledgerwick::tsql {
 
+// The numbers that an IDENTITY column gives while a statement inserts.
+struct IdentityValues {
+  std::int64_t key = 0;  // of the table's identity; 0 before a statement has begun one
+  std::int64_t seed = 1;
+  std::int64_t step = 1;
+  std::optional<std::int64_t> last;  // none before the first
+  std::int64_t low = 0;              // what the column's type holds
+  std::int64_t high = 0;
+  int precision = 0;  // of a decimal; 0 for an integer
+  std::string type;
+  std::optional<std::int64_t> inserted;  // the last that this statement has inserted
+
+  // The furthest number of each identity that this process has given: as on the server, what was
+  // rolled back is not given again.
+  std::unordered_map<std::int64_t, std::int64_t> furthest;
+
+  // What `last` was before the statement; Restart has it begin again.
+  std::optional<std::int64_t> before;
+  void Restart();
+
+  // The next number. Throws 8115 where the type does not hold it.
+  std::int64_t Next();
+
+  // Notes a number that a statement gives by itself.
+  void Note(std::int64_t number);
+};
+
 // What the functions share with whoever runs the statement.
 struct FunctionState {
   // The error that a function raised while a statement ran: SQLite carries the text alone.
@@ -34,6 +62,11 @@ struct FunctionState {
 
   // GETDATE's answer for the whole statement that runs; none before it is asked.
   std::optional<Instant> now;
+
+  IdentityValues identity;
+
+  // True while rows are changed all at once whose constraints are looked at afterwards.
+  bool settling = false;
 
   // How the session reads and writes dates.
   DateOptions dates;

@@ -48,6 +48,7 @@ enum class FunctionResult : std::uint8_t {
   Own,           // a rule of its own
   Int,           //
   Float,         //
+  Identity,      // decimal(38,0), as an IDENTITY column's numbers are told
   Number,        // of the first argument
   WholeNumber,   // of the first argument, without digits behind the point
   Sign,          // of the first argument, with room for a 1

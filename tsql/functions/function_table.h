@@ -24,6 +24,7 @@ struct FunctionRow {
 std::span<const FunctionRow> CheckHelpers();
 std::span<const FunctionRow> ConversionHelpers();
 std::span<const FunctionRow> ExactHelpers();
+std::span<const FunctionRow> IdentityHelpers();
 std::span<const FunctionRow> NumberHelpers();
 std::span<const FunctionRow> SessionHelpers();
 std::span<const FunctionRow> TextHelpers();

@@ -34,6 +34,17 @@ void NumberFact(Call& call) {
   ReturnFact(call, kFact, ArgumentOf(call), true);
 }
 
+// The same as a decimal(38,0).
+template <const char* kFact>
+void IdentityFact(Call& call) {
+  const auto& ask = call.state().fact;
+  const std::optional<std::string> known = ask ? ask(kFact, ArgumentOf(call)) : std::nullopt;
+  if (!known) return call.ReturnNull();
+  std::int64_t value = 0;
+  std::from_chars(known->data(), known->data() + known->size(), value);
+  call.ReturnUnits(value, kMostDigits);
+}
+
 constexpr char kDatabaseName[] = "DB_NAME";
 constexpr char kDatabaseId[] = "DB_ID";
 constexpr char kUserName[] = "USER_NAME";
@@ -43,7 +54,10 @@ constexpr char kApplicationName[] = "APP_NAME";
 constexpr char kSchemaName[] = "SCHEMA_NAME";
 constexpr char kObjectName[] = "OBJECT_NAME";
 constexpr char kYes[] = "YES";
-constexpr char kIdentity[] = "@@IDENTITY";
+constexpr char kScopeIdentity[] = "SCOPE_IDENTITY";
+constexpr char kIdentityCurrent[] = "IDENT_CURRENT";
+constexpr char kIdentitySeed[] = "IDENT_SEED";
+constexpr char kIdentityStep[] = "IDENT_INCR";
 
 // t_serverproperty(name)
 void ServerProperty(Call& call) { ReturnFact(call, call.Utf8(0), {}); }
@@ -95,7 +109,10 @@ constexpr FunctionSignature kFunctions[] = {
     {u"is_srvrolemember", Id::Scalar, 1, 2, "tt", Result::Int, NumberFact<kYes>, 1},
     {u"is_member", Id::Scalar, 1, 1, "t", Result::Int, NumberFact<kYes>, 1},
     {u"has_dbaccess", Id::Scalar, 1, 1, "t", Result::Int, NumberFact<kYes>, 1},
-    {u"scope_identity", Id::Scalar, 0, 0, "", Result::Int, NumberFact<kIdentity>},
+    {u"scope_identity", Id::Scalar, 0, 0, "", Result::Identity, IdentityFact<kScopeIdentity>},
+    {u"ident_current", Id::Scalar, 1, 1, "t", Result::Identity, IdentityFact<kIdentityCurrent>, 1},
+    {u"ident_seed", Id::Scalar, 1, 1, "t", Result::Identity, IdentityFact<kIdentitySeed>, 1},
+    {u"ident_incr", Id::Scalar, 1, 1, "t", Result::Identity, IdentityFact<kIdentityStep>, 1},
 };
 
 constexpr FunctionRow kHelpers[] = {

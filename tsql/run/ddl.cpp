@@ -19,191 +19,7 @@ std::string KeySql(std::span<const KeyColumn> columns, const Table* table) {
   return sql + ")";
 }
 
-// The type of a column; without a length it holds one character or byte.
-Type ColumnType(const ColumnDefinition& column) {
-  Type type = column.type;
-  if ((IsText(type.kind) || IsBinary(type.kind)) && type.length == 0) type.length = 1;
-  return type;
-}
-
-bool Names(const TableKey& key, const ColumnDefinition& column) {
-  return std::any_of(key.columns.begin(), key.columns.end(),
-                     [&](const KeyColumn& k) { return EqualText(k.name.text, column.name.text); });
-}
-
-// A column of the primary key admits no null, whatever its definition says.
-bool IsKeyColumn(std::span<const TableKey> keys, const ColumnDefinition& column) {
-  return std::any_of(keys.begin(), keys.end(),
-                     [&](const TableKey& key) { return key.primary && Names(key, column); });
-}
-
-// An int that alone is the primary key. The storage would not give it a default.
-bool IsRowNumber(std::span<const TableKey> keys, const ColumnDefinition& column) {
-  if (column.type.kind != TypeKind::Int || column.default_value != nullptr) return false;
-  return std::any_of(keys.begin(), keys.end(), [&](const TableKey& key) {
-    return key.primary && key.columns.size() == 1 && !key.columns[0].descending &&
-           Names(key, column);
-  });
-}
-
-// The columns of a key of a table that is about to be made, in the key's order.
-std::vector<TableColumn> ColumnsOf(const TableKey& key, const CreateTableStatement& statement) {
-  std::vector<TableColumn> columns;
-  for (const KeyColumn& named : key.columns) {
-    const ColumnDefinition& column = *std::find_if(
-        statement.definitions.begin(), statement.definitions.end(),
-        [&](const ColumnDefinition& c) { return EqualText(c.name.text, named.name.text); });
-    columns.push_back(
-        {Text(column.name.text), QuoteIdentifier(ToUtf8(column.name.text)), column.type, {}});
-    if (IsKeyColumn(statement.keys, column)) columns.back().type.nullable = false;
-  }
-  return columns;
-}
-
-// As it is written, or a name of the server's kind.
-Text NameOf(const TableKey& key, const CreateTableStatement& statement) {
-  if (!key.name.text.empty()) return Text(key.name.text);
-  std::vector<Text> columns;
-  for (const TableColumn& column : ColumnsOf(key, statement)) columns.push_back(column.name);
-  return MadeName(key.primary ? u"PK" : u"UQ", statement.target.object.text, columns);
-}
-
-// The keys name columns that there are, and one of them at most is the primary key.
-void RequireKeys(const CreateTableStatement& statement, const Binder& binder,
-                 const NameSet& columns) {
-  bool has_primary = false;
-  for (const TableKey& key : statement.keys) {
-    for (const KeyColumn& column : key.columns) {
-      if (columns.contains(column.name.text)) continue;
-      throw errors::InvalidColumn(column.name.text, binder.At(column.name.offset));
-    }
-    if (key.primary && has_primary) {
-      throw errors::SeveralPrimaryKeys(statement.target.object.text,
-                                       binder.At(key.columns[0].name.offset));
-    }
-    has_primary = has_primary || key.primary;
-  }
-}
-
 }  // namespace
-
-void Interpreter::Perform(const CreateTableStatement& statement) {
-  session_.row_count = 0;
-  Arena arena;
-  Binder binder = NewBinder(arena);
-  const ObjectName& name = statement.target;
-  const DatabaseId database = binder.RequireNewName(name);
-  const std::string table =
-      std::string(SchemaName(database)) + "." + QuoteIdentifier(ToUtf8(name.object.text));
-  std::string sql = "CREATE TABLE " + table + " (";
-  NameSet seen;
-  bool has_row_version = false;
-  RowVersionSql versions;
-  for (const ColumnDefinition& column : statement.definitions) {
-    if (!seen.insert(column.name.text).second) {
-      throw errors::DuplicateColumn(column.name.text, name.object.text,
-                                    binder.At(column.name.offset));
-    }
-    if (seen.size() > 1) sql += ", ";
-    Type type = ColumnType(column);
-    if (IsKeyColumn(statement.keys, column)) type.nullable = false;
-    const std::string column_name = ToUtf8(column.name.text);
-    if (type.kind == TypeKind::RowVersion) {
-      if (has_row_version) {
-        throw errors::SecondRowVersion(name.object.text, column.name.text,
-                                       binder.At(column.name.offset));
-      }
-      has_row_version = true;
-      versions = RowVersionSqlOf(database, ToUtf8(name.object.text), column_name);
-    }
-    if (IsRowNumber(statement.keys, column)) {
-      sql += QuoteIdentifier(column_name) + " " + kRowNumberType + " NOT NULL";
-      continue;
-    }
-    sql += ColumnDeclaration(column_name, type);
-    if (column.default_value != nullptr) {
-      sql += " DEFAULT (" + NewCompiler(arena).CompileDefault(*column.default_value, type) + ")";
-    }
-  }
-  RequireKeys(statement, binder, seen);
-  RequireNewKeys(statement, binder, database);
-  for (const TableKey& key : statement.keys) {
-    sql += ", CONSTRAINT " + QuoteIdentifier(ToUtf8(NameOf(key, statement))) + " ";
-    sql += (key.primary ? "PRIMARY KEY " : "UNIQUE ") + KeySql(key.columns, nullptr);
-  }
-  if (database == DatabaseId::Session) KeepTemporary(table);
-  Transaction transaction(storage_);
-  for (const std::string& before : versions.before) storage_.Execute(before);
-  storage_.Execute(sql + ")");
-  CreateNullIndexes(statement, database);
-  for (const std::string& after : versions.after) storage_.Execute(after);
-  transaction.Commit();
-  session_.last_error = 0;
-}
-
-// Names of constraints are unique in a database; those of the session's tables are nobody else's.
-void Interpreter::RequireNewKeys(const CreateTableStatement& statement, Binder& binder,
-                                 DatabaseId database) {
-  TextMap<bool> seen;
-  for (const TableKey& key : statement.keys) {
-    if (key.name.text.empty()) continue;
-    const bool twice = !seen.emplace(FoldText(key.name.text), true).second;
-    const ObjectName name{{}, {}, key.name};
-    if (twice || EqualText(key.name.text, statement.target.object.text) ||
-        (database != DatabaseId::Session &&
-         (binder.ObjectExists(name) || KeyExists(storage_, database, key.name.text)))) {
-      throw errors::ObjectExists(key.name.text, binder.At(key.name.offset));
-    }
-  }
-}
-
-// For the UNIQUE constraints of a table that has just been made.
-void Interpreter::CreateNullIndexes(const CreateTableStatement& statement, DatabaseId database) {
-  const std::string table = ToUtf8(statement.target.object.text);
-  for (const TableKey& key : statement.keys) {
-    const std::vector<TableColumn> columns = ColumnsOf(key, statement);
-    const std::string sql =
-        CreateNullIndex(database, table, ConstraintIndexName(table, columns), columns);
-    if (!sql.empty()) storage_.Execute(sql);
-  }
-}
-
-// Rows that are there already have NULL in a new column that may be null, and the default in one
-// that may not.
-void Interpreter::Perform(const AlterTableStatement& statement) {
-  session_.row_count = 0;
-  Arena arena;
-  Binder binder = NewBinder(arena);
-  const Table& table = binder.RequireTable(statement.target);
-  if (table.kind != TableKind::Table) {
-    throw errors::CannotAlter(table.name, binder.At(statement.target.object.offset));
-  }
-  NameSet seen;
-  Transaction transaction(storage_);
-  for (const ColumnDefinition& column : statement.definitions) {
-    const bool added_before = !seen.insert(column.name.text).second;
-    if (added_before || table.FindColumn(column.name.text) >= 0) {
-      throw errors::DuplicateColumn(column.name.text, table.name, binder.At(column.name.offset));
-    }
-    const Type type = ColumnType(column);
-    if (type.kind == TypeKind::RowVersion) {
-      throw errors::CannotAlter(table.name, binder.At(column.name.offset));
-    }
-    const std::string name = ToUtf8(column.name.text);
-    std::string sql = "ALTER TABLE " + table.sql + " ADD COLUMN " + ColumnDeclaration(name, type);
-    if (column.default_value != nullptr) {
-      sql += " DEFAULT (" + NewCompiler(arena).CompileDefault(*column.default_value, type) + ")";
-    } else if (!type.nullable) {
-      throw errors::NewColumnNotNull(column.name.text, table.name, binder.At(column.name.offset));
-    }
-    storage_.Execute(sql);
-    if (type.nullable && column.default_value != nullptr) {
-      storage_.Execute("UPDATE " + table.sql + " SET " + QuoteIdentifier(name) + " = NULL");
-    }
-  }
-  transaction.Commit();
-  session_.last_error = 0;
-}
 
 void Interpreter::Perform(const CreateIndexStatement& statement) {
   session_.row_count = 0;
@@ -217,6 +33,10 @@ void Interpreter::Perform(const CreateIndexStatement& statement) {
     if (found < 0) throw errors::InvalidColumn(column.name.text, binder.At(column.name.offset));
     key.columns.push_back(found);
     key_columns.push_back(table.columns[static_cast<std::size_t>(found)]);
+  }
+  for (const Name& column : statement.included) {
+    if (table.FindColumn(column.text) >= 0) continue;
+    throw errors::InvalidColumn(column.text, binder.At(column.offset));
   }
   if (FindIndex(storage_, table, statement.index.text)) {
     throw errors::IndexExists(statement.index.text, table.name, binder.At(statement.index.offset));
@@ -333,7 +153,16 @@ void Interpreter::Drop(const DropStatement& statement, const ObjectName& name) {
   } else if (table->kind == TableKind::View) {
     SaveModule(table->database, ToUtf8(table->name), 'V', nullptr);
   } else {
+    RequireUnreferenced(*table, binder.At(name.object.offset));
     DropTable(*table);
+  }
+}
+
+// Its own references are no hindrance.
+void Interpreter::RequireUnreferenced(const Table& table, Position at) {
+  if (!catalogue_.HasConstraints(table.database)) return;
+  for (const Constraint& c : ReferencesTo(storage_, table.database, table.name)) {
+    if (c.table != table.name) throw errors::TableReferenced(table.name, at);
   }
 }
 
@@ -342,7 +171,7 @@ void Interpreter::Drop(const DropStatement& statement, const ObjectName& name) {
 void Interpreter::DropTable(const Table& table) {
   failed_drop_.reset();
   try {
-    storage_.Execute("DROP TABLE " + table.sql);
+    DropAll(table);
   } catch (const SqlError& error) {
     constexpr std::int32_t kCancelled = 0;
     if (error.number == kCancelled) throw;
@@ -391,7 +220,13 @@ void Interpreter::Perform(const TruncateStatement& statement) {
     throw errors::CannotTruncate(statement.target.object.text,
                                  binder.At(statement.target.object.offset));
   }
+  if (IsReferenced(*table)) {
+    throw errors::TruncatedReferenced(table->name, binder.At(statement.target.object.offset));
+  }
+  Transaction transaction(storage_);
   storage_.Execute("DELETE FROM " + table->sql);
+  if (table->identity) ResetIdentity(*table, std::nullopt);
+  transaction.Commit();
   session_.last_error = 0;
 }
 

@@ -96,6 +96,12 @@ std::optional<std::string> Interpreter::Fact(std::string_view fact, std::string_
   constexpr std::string_view kObject = "object ";
   if (fact.starts_with(kObject)) return ObjectFact(fact.substr(kObject.size()), argument);
   if (fact == "OBJECT_NAME") return ObjectFact(fact, argument);
+  if (fact.starts_with("IDENT_")) return IdentityFact(fact, argument);
+  const auto number = [](const std::optional<std::int64_t>& value) {
+    return value ? std::optional(std::to_string(*value)) : std::nullopt;
+  };
+  if (Same(fact, "@@IDENTITY")) return number(session_.identity);
+  if (fact == "SCOPE_IDENTITY") return number(session_.frame->identity);
   if (Same(fact, "@@SPID")) return std::to_string(identity.number);
   const DateOptions& dates = storage_.functions().dates;
   if (Same(fact, "@@LANGUAGE")) return ToUtf8(LanguageName(dates.language));

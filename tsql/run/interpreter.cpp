@@ -21,8 +21,18 @@ std::optional<std::int64_t> Interpreter::ObjectId(TextView text) {
   const std::optional<ObjectName> name = ParseObjectName(text, scratch);
   if (!name) return std::nullopt;
   catalogue_.Refresh();
-  if (!Binder(text, scratch, catalogue_).ObjectExists(*name)) return std::nullopt;
+  if (!Binder(text, scratch, catalogue_).ObjectExists(*name) && !IsConstraint(*name)) {
+    return std::nullopt;
+  }
   return ObjectKey(name->object.text);
+}
+
+bool Interpreter::IsConstraint(const ObjectName& name) {
+  const TextView object = name.object.text;
+  const auto database = catalogue_.FindDatabase(name.database.text, object);
+  if (!database || *database == DatabaseId::Session) return false;
+  return KeyExists(storage_, *database, object) ||
+         (catalogue_.HasConstraints(*database) && ConstraintExists(storage_, *database, object));
 }
 
 void Interpreter::Run(TextView text, ResultSink& sink) {
@@ -34,6 +44,7 @@ void Interpreter::Run(TextView text, ResultSink& sink) {
   Frame frame;
   frame.text = text;
   frame.variables = Variables(batch.variables.size());
+  frame.identity = session_.batch_identity;
   session_.frame = &frame;
   try {
     RunAll(batch.statements);
@@ -151,6 +162,8 @@ bool Interpreter::BeginsTransaction(const Statement& statement) const noexcept {
     case StatementKind::RaiseError:
     case StatementKind::Throw:
     case StatementKind::ExecuteText:
+    case StatementKind::IdentityInsert:
+    case StatementKind::CheckIdentity:
     case StatementKind::ExecuteProcedure:
       return false;
   }
@@ -172,6 +185,7 @@ bool Interpreter::OnlyDescribes(const Statement& statement) {
     case StatementKind::Block:
     case StatementKind::TryCatch:
     case StatementKind::Return:
+    case StatementKind::IdentityInsert:
     case StatementKind::SetOption:
     case StatementKind::Use:
     case StatementKind::Assign:
@@ -195,6 +209,7 @@ bool Interpreter::OnlyDescribes(const Statement& statement) {
     case StatementKind::CommitTransaction:
     case StatementKind::RollbackTransaction:
     case StatementKind::RaiseError:
+    case StatementKind::CheckIdentity:
     case StatementKind::Throw:
       return true;
   }

@@ -16,6 +16,7 @@
 #include "tsql/compile/compile.h"
 #include "tsql/run/session.h"
 #include "tsql/run/statement_cache.h"
+#include "tsql/storage/constraints.h"
 #include "tsql/storage/storage.h"
 #include "tsql/storage/unique_keys.h"
 #include "tsql/syntax/parser.h"
@@ -76,6 +77,7 @@ class Interpreter {
   bool FailedToDrop(const SqlError& error, const Statement& statement) const;
   void Locate(SqlError& error, const Statement& statement) const;
   std::optional<std::int64_t> ObjectId(TextView name);
+  bool IsConstraint(const ObjectName& name);
   std::optional<std::string> Fact(std::string_view fact, std::string_view argument);  // facts.cpp
   std::optional<std::string> ObjectFact(std::string_view fact, std::string_view id);
   bool BeginsTransaction(const Statement& statement) const noexcept;
@@ -155,6 +157,8 @@ class Interpreter {
   void Perform(const CreateIndexStatement& statement);
   void Perform(const CreateViewStatement& statement);
   void Perform(const ProcedureStatement& statement);
+  void Perform(const IdentityInsertStatement& statement);
+  void Perform(const CheckIdentityStatement& statement);
   void Perform(const DropStatement& statement);
   void PerformChange(const Statement& statement);
 
@@ -180,15 +184,78 @@ class Interpreter {
 
   // Rows that a constraint refuses (refused_rows.cpp)
   std::int64_t SettleRefused(const Statement& statement);
-  void RequireValues(const Table& table, bool update);
-  void RequireUnique(const Table& table);
+  void RequireValues(const Table& table, const std::string& rows, bool update);
+  void RequireUnique(const Table& table, const std::string& rows);
   std::optional<std::string> DuplicateIn(const Table& table, const UniqueKey& key);
   std::optional<std::string> KeyOfFirst(const Table& table, const UniqueKey& key,
                                         const std::string& rows);
 
+  // Rows that are changed all at once (settle.cpp): a table's new rows and its old ones, each in a
+  // table of the session's, whose name is empty for none.
+  struct ChangedRows {
+    const Table* table;
+    std::string fresh;
+    std::string old;
+  };
+  struct Settlement {
+    std::string_view word;  // the statement's
+    std::vector<ChangedRows> changed = {};
+    std::vector<std::string> tables = {};  // the session's
+  };
+  void NewRows(const Table& table, const std::string& rows, Settlement& settlement);
+  std::string NewRows(const Table& table, Settlement& settlement);
+  bool IsReferenced(const Table& table);
+  std::int64_t PutRows(const Table& table, const std::string& rows, Settlement& settlement);
+  std::int64_t ReplaceRows(const Table& table, const std::string& rows, Settlement& settlement);
+  std::int64_t TakeRows(const Table& table, const std::string& rows, Settlement& settlement);
+  void Cascade(ChangedRows changed, Settlement& settlement);
+  bool HasRow(const std::string& sql);
+  void RequireRule(const Constraint& rule, const std::string& rows, DatabaseId database,
+                   std::string_view word);
+  void RequireReferenced(const ChangedRows& changed, std::string_view word);
+  void RequireRules(const Settlement& settlement);
+
+  // Tables and their constraints (create_table.cpp, table_rules.cpp)
+  struct NewTable;
+  NewTable Declare(const CreateTableStatement& statement, DatabaseId database, Binder& binder,
+                   Arena& arena);
+  void AddColumn(const ColumnDefinition& definition, NewTable& made, Binder& binder);
+  void AddComputed(std::span<const ColumnDefinition> definitions, NewTable& made, Arena& arena);
+  void AddKeys(std::span<const TableKey> keys, NewTable& made, Binder& binder);
+  void AddRules(const TableRules& rules, NewTable& made, Binder& binder, Arena& arena);
+  void AddDefault(const DefaultRule& rule, NewTable& made, Binder& binder, Arena& arena);
+  void AddCheck(const CheckRule& rule, NewTable& made, Binder& binder, Arena& arena);
+  void AddReference(const ReferenceRule& rule, NewTable& made, Binder& binder);
+  void RequireNoCycle(const Constraint& reference, const NewTable& made, Position at);
+  Text NewName(const Name& written, TextView prefix, std::span<const Text> columns, NewTable& made,
+               Binder& binder);
+  void MakeNullIndexes(const Table& table);
+  void KeepRules(const NewTable& made);
+  void GuardAgain(const Table& table, std::span<const Constraint> constraints);
+
+  // Changes of tables (alter_table.cpp, rebuild_table.cpp)
+  NewTable Existing(const Table& table);
+  void Add(const AlterTableStatement& statement, const Table& table, Binder& binder, Arena& arena);
+  void AddColumns(const AlterTableStatement& statement, const Table& table, Binder& binder,
+                  Arena& arena);
+  void AddKey(const Table& table, const UniqueKey& key);
+  void DropConstraint(const Table& table, const DroppedPart& part, Binder& binder);
+  void DropKey(const Table& table, const UniqueKey& key, Position at);
+  void DropColumn(const Table& table, const DroppedPart& part, Binder& binder);
+  std::optional<Text> UserOf(const Table& table, std::int32_t column, bool by_defaults);
+  void AlterColumn(const ColumnDefinition& definition, const Table& table, Binder& binder,
+                   Arena& arena);
+  void Switch(const AlterTableStatement& statement, const Table& table, Binder& binder);
+  void Rebuild(const NewTable& made, const Table& table, const std::string& values);
+  void DropAll(const Table& table);
+  void RequireUnreferenced(const Table& table, Position at);
+
+  // IDENTITY (identity.cpp)
+  void ResetIdentity(const Table& table, std::optional<std::int64_t> last);
+  std::optional<std::int64_t> LastIdentity(const Table& table);
+  std::optional<std::string> IdentityFact(std::string_view fact, std::string_view name);
+
   // The schema (ddl.cpp)
-  void RequireNewKeys(const CreateTableStatement& statement, Binder& binder, DatabaseId database);
-  void CreateNullIndexes(const CreateTableStatement& statement, DatabaseId database);
   void Drop(const DropStatement& statement, const ObjectName& name);
   void DropTable(const Table& table);
   void DropIndex(const ObjectName& name);

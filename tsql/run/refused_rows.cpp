@@ -13,19 +13,6 @@
 namespace ledgerwick::tsql {
 namespace {
 
-// Of the columns of `table`, and before them the number of the row that is changed.
-std::string CreateRefused(const Table& table) {
-  std::string sql =
-      std::string("CREATE TABLE ") + kRefusedRows + " (" + kRefusedRow + " INTEGER PRIMARY KEY";
-  for (const TableColumn& column : table.columns) {
-    Type type = column.type;
-    type.nullable = true;
-    sql += ", " + ColumnDeclaration(ToUtf8(column.name), type);
-    if (!column.default_sql.empty()) sql += " DEFAULT (" + column.default_sql + ")";
-  }
-  return sql + ")";
-}
-
 // True of rows with the same key under the names `a` and `b`.
 std::string SameKey(const Table& table, const UniqueKey& key, const char* a, const char* b) {
   std::string sql;
@@ -74,7 +61,7 @@ std::optional<std::string> Interpreter::KeyOfFirst(const Table& table, const Uni
 }
 
 // Throws 515 for the first of the refused rows that lacks a value.
-void Interpreter::RequireValues(const Table& table, bool update) {
+void Interpreter::RequireValues(const Table& table, const std::string& rows, bool update) {
   std::vector<const TableColumn*> required;
   std::string nulls;
   std::string any;
@@ -85,8 +72,8 @@ void Interpreter::RequireValues(const Table& table, bool update) {
     any += (any.empty() ? "" : " OR ") + column.sql + " IS NULL";
   }
   if (required.empty()) return;
-  const SqliteStatement row = storage_.Prepare("SELECT " + nulls + " FROM " + kRefusedRows +
-                                               " WHERE " + any + " ORDER BY " + kRefusedRow);
+  const SqliteStatement row = storage_.Prepare("SELECT " + nulls + " FROM " + rows + " WHERE " +
+                                               any + " ORDER BY " + kRefusedRow);
   if (!storage_.Step(row.get())) return;
   int i = 0;
   while (sqlite3_column_int(row.get(), i) == 0) ++i;
@@ -99,8 +86,7 @@ std::optional<std::string> Interpreter::DuplicateIn(const Table& table, const Un
 }
 
 // Throws 2627 or 2601 for the first of the refused rows whose key another row has.
-void Interpreter::RequireUnique(const Table& table) {
-  const std::string refused = std::string(kRefusedRows);
+void Interpreter::RequireUnique(const Table& table, const std::string& refused) {
   for (const UniqueKey& key : UniqueKeysOf(storage_, table)) {
     std::optional<std::string> value = KeyOfFirst(
         table, key,
@@ -122,33 +108,20 @@ std::int64_t Interpreter::SettleRefused(const Statement& statement) {
   Arena arena;
   const RefusedRows refused = NewCompiler(arena).CompileRefused(statement);
   if (refused.table == nullptr) throw ConstraintFailure();
-  const Table& table = *refused.table;
-  storage_.Execute(CreateRefused(table));
+  if (refused.gives_identity) storage_.functions().identity.Restart();
+  Settlement settlement{refused.removes ? "DELETE" : refused.update ? "UPDATE" : "INSERT"};
+  NewRows(*refused.table, kRefusedRows, settlement);
   StatementParts parts(refused.parts);
   const SqliteStatement fill = storage_.Prepare(refused.sql);
   session_.Bind(fill.get());
   parts.Bind(fill.get(), kPartsSlot + 1);
   while (storage_.Step(fill.get())) {
   }
-  RequireValues(table, refused.update);
-  if (refused.update) {
-    storage_.Execute("DELETE FROM " + table.sql + " WHERE _rowid_ IN (SELECT " + kRefusedRow +
-                     " FROM " + kRefusedRows + ")");
-  }
-  RequireUnique(table);
-  // Of an INSERT that is refused something is found, unless its values differ from run to run.
-  if (!refused.update) throw ConstraintFailure();
-  const bool own_number = std::any_of(table.columns.begin(), table.columns.end(),
-                                      [](const TableColumn& c) { return c.is_row_number; });
-  std::string columns = own_number ? "" : "_rowid_";
-  std::string values = own_number ? "" : kRefusedRow;
-  for (const TableColumn& column : table.columns) {
-    columns += (columns.empty() ? "" : ", ") + column.sql;
-    values += (values.empty() ? "" : ", ") + column.sql;
-  }
-  const std::int64_t rows = storage_.Execute("INSERT INTO " + table.sql + " (" + columns +
-                                             ") SELECT " + values + " FROM " + kRefusedRows);
-  storage_.Execute(std::string("DROP TABLE ") + kRefusedRows);
+  const std::int64_t rows = refused.removes  ? TakeRows(*refused.table, kRefusedRows, settlement)
+                            : refused.update ? ReplaceRows(*refused.table, kRefusedRows, settlement)
+                                             : PutRows(*refused.table, kRefusedRows, settlement);
+  RequireRules(settlement);
+  for (const std::string& table : settlement.tables) storage_.Execute("DROP TABLE " + table);
   return rows;
 }
 

@@ -151,6 +151,15 @@ void Interpreter::PerformChange(const Statement& statement) {
   const std::shared_ptr<KeptStatement> kept =
       Prepared(&statement, [&](Compiler& compiler) { return compiler.Compile(statement); });
   Affected(Change(*kept, statement));
+  if (statement.kind == StatementKind::Insert) {
+    const std::optional<std::int64_t>& given = storage_.functions().identity.inserted;
+    if (!kept->compiled.gives_identity) {
+      session_.identity.reset();
+    } else if (given) {
+      session_.identity = session_.frame->identity = given;
+      if (session_.frame->level == 0) session_.batch_identity = given;
+    }
+  }
   session_.last_error = 0;
 }
 
@@ -158,16 +167,18 @@ void Interpreter::PerformChange(const Statement& statement) {
 std::int64_t Interpreter::Change(KeptStatement& kept, const Statement& statement) {
   Transaction transaction(storage_);
   std::int64_t changes = 0;
-  try {
-    for (std::size_t i = 0; i < kept.compiled.sql.size(); ++i) {
+  const std::size_t last = kept.compiled.sql.size() - 1;
+  const std::size_t counted = kept.compiled.gives_identity ? kept.compiled.counted : last;
+  for (std::size_t i = 0; i <= last; ++i) {
+    try {
       const RunningStatement running(kept, i, storage_, session_);
       while (storage_.Step(running.get())) {
       }
+      if (i == counted) changes = sqlite3_changes64(storage_.db());
+    } catch (const ConstraintFailure&) {
+      // The statement alone is undone; the right to write stays with the transaction.
+      changes = SettleRefused(statement);
     }
-    changes = sqlite3_changes64(storage_.db());
-  } catch (const ConstraintFailure&) {
-    // The statement alone is undone; the right to write stays with the transaction.
-    changes = SettleRefused(statement);
   }
   transaction.Commit();
   return changes;

@@ -26,6 +26,7 @@ struct Frame {
   std::int32_t level = 0;          // 0 for the batch
   std::int64_t result = 0;         // of RETURN
   Variables variables;
+  std::optional<std::int64_t> identity;  // SCOPE_IDENTITY()
   std::vector<std::string> temporaries;  // what drops the session's tables that it made
 
   // The line in `text` on which `offset` stands. Counted on from the line that was asked for last,
@@ -42,6 +43,8 @@ struct Session {
   std::int64_t row_count = 0;
   std::int32_t last_error = 0;  // of the last statement; 0 for none
   std::int64_t transactions = 0;
+  std::optional<std::int64_t> identity;        // @@IDENTITY
+  std::optional<std::int64_t> batch_identity;  // SCOPE_IDENTITY() of the last batch
   bool no_count = false;
   bool xact_abort = false;
   bool implicit_transactions = false;  // a statement that reads or writes begins one

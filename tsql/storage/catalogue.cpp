@@ -73,12 +73,24 @@ std::optional<std::pair<std::string, char>> Catalogue::FindById(std::int64_t id)
 
 void Catalogue::LoadNames(DatabaseId database, Cache& cache) {
   const SqliteStatement query =
-      storage_.Prepare("SELECT name FROM (" + ObjectsQuery(database) + ") WHERE kind <> 'P'");
+      storage_.Prepare("SELECT name FROM (" + ObjectsQuery(database) +
+                       ") WHERE kind <> 'P' UNION ALL SELECT name FROM " + SchemaName(database) +
+                       ".sqlite_schema WHERE name = '" + kConstraintsTable + "'");
   while (storage_.Step(query.get())) {
     const std::string name(ColumnText(query.get(), 0));
+    if (name == kConstraintsTable) {
+      cache.has_constraints = true;
+      continue;
+    }
     cache.names.emplace(ToText(name), name);
   }
   cache.names_loaded = true;
+}
+
+bool Catalogue::HasConstraints(DatabaseId database) {
+  Cache& cache = caches_[static_cast<std::size_t>(database)];
+  if (!cache.names_loaded) LoadNames(database, cache);
+  return cache.has_constraints;
 }
 
 const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name) {
@@ -93,8 +105,8 @@ const Table* Catalogue::Find(DatabaseId database, TextView schema, TextView name
   if (const auto found = cache.tables.find(key); found != cache.tables.end()) {
     return found->second.get();
   }
-  std::unique_ptr<Table> table =
-      NewSystemTable(database, schema, name, NameOf(database), main_name_);
+  std::unique_ptr<Table> table = NewSystemTable(database, schema, name, NameOf(database),
+                                                main_name_, HasConstraints(database));
   if (!table && !system) {
     if (!cache.names_loaded) LoadNames(database, cache);
     const auto stored = cache.names.find(key);
@@ -185,7 +197,7 @@ std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::stri
   table->name = ToText(name);
   table->sql = std::string(SchemaName(database)) + "." + QuoteIdentifier(name);
   const SqliteStatement query = storage_.Prepare(std::string("PRAGMA ") + SchemaName(database) +
-                                                 ".table_info(" + QuoteIdentifier(name) + ")");
+                                                 ".table_xinfo(" + QuoteIdentifier(name) + ")");
   while (storage_.Step(query.get())) {
     const std::string column(ColumnText(query.get(), 1));
     const std::string declaration(ColumnText(query.get(), 2));
@@ -197,7 +209,40 @@ std::unique_ptr<Table> Catalogue::LoadTable(DatabaseId database, const std::stri
     table->column_by_name.emplace(added.name, static_cast<std::int32_t>(table->columns.size()));
     table->columns.push_back(std::move(added));
   }
+  if (HasConstraints(database)) LoadConstraints(*table);
   return table;
+}
+
+// What the storage does not say of the columns: defaults, what computed ones are, IDENTITY.
+void Catalogue::LoadConstraints(Table& table) {
+  const std::string schema = SchemaName(table.database);
+  const std::string name = QuoteLiteral(ToUtf8(table.name));
+  const SqliteStatement rules =
+      storage_.Prepare("SELECT k.col, c.kind, c.sql, c.persisted FROM " + schema + "." +
+                       kConstraintsTable + " AS c JOIN " + schema + "." + kConstraintColumnsTable +
+                       " AS k ON k.id = c.id WHERE c.kind IN ('D', 'X') AND c.tab = " + name);
+  while (storage_.Step(rules.get())) {
+    const std::int32_t index = table.FindColumn(ToText(ColumnText(rules.get(), 0)));
+    if (index < 0) continue;
+    TableColumn& column = table.columns[static_cast<std::size_t>(index)];
+    std::string sql(ColumnText(rules.get(), 2));
+    if (ColumnText(rules.get(), 1) == "D") {
+      column.states_default = sql != column.default_sql;
+      column.default_sql = std::move(sql);
+    } else {
+      column.computed_sql = std::move(sql);
+      column.persisted = sqlite3_column_int(rules.get(), 3) != 0;
+    }
+  }
+  const SqliteStatement identity = storage_.Prepare("SELECT col, key, seed, step FROM " + schema +
+                                                    "." + kIdentityTable + " WHERE tab = " + name);
+  if (!storage_.Step(identity.get())) return;
+  const std::int32_t index = table.FindColumn(ToText(ColumnText(identity.get(), 0)));
+  if (index < 0) return;
+  table.columns[static_cast<std::size_t>(index)].is_identity = true;
+  table.identity = {sqlite3_column_int64(identity.get(), 1),
+                    sqlite3_column_int64(identity.get(), 2),
+                    sqlite3_column_int64(identity.get(), 3)};
 }
 
 std::unique_ptr<Table> Catalogue::LoadView(DatabaseId database, TextView name) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -28,6 +29,12 @@ constexpr const char* SchemaName(DatabaseId id) noexcept {
 // The table that keeps the texts of views and procedures; hidden from queries.
 inline constexpr const char* kModulesTable = "ledgerwick_modules";
 
+// The tables that keep constraints with their columns, and IDENTITY columns; made when they are
+// first needed, and hidden too (constraints.h).
+inline constexpr const char* kConstraintsTable = "ledgerwick_constraints";
+inline constexpr const char* kConstraintColumnsTable = "ledgerwick_constraint_columns";
+inline constexpr const char* kIdentityTable = "ledgerwick_identity";
+
 // The table that counts the versions of rows; hidden too.
 inline constexpr const char* kRowVersionTable = "ledgerwick_rowversion";
 
@@ -38,8 +45,19 @@ struct TableColumn {
   Text name;
   std::string sql;  // the name as an SQLite identifier
   Type type;
-  std::string default_sql;     // empty where there is none
-  bool is_row_number = false;  // an int that is the primary key: the storage's own row number
+  std::string default_sql;      // empty where there is none
+  bool is_row_number = false;   // an int that is the primary key: the storage's own row number
+  bool states_default = false;  // the storage does not know the default: statements write it
+  bool is_identity = false;
+  std::string computed_sql = {};  // of a computed column, in the columns' own names; else empty
+  bool persisted = false;         // of a computed column
+};
+
+// Of the table's IDENTITY column.
+struct TableIdentity {
+  std::int64_t key = 0;  // by which its numbers are told from another table's of the same name
+  std::int64_t seed = 1;
+  std::int64_t step = 1;
 };
 
 enum class TableKind : std::uint8_t { Table, View, System };
@@ -52,6 +70,7 @@ struct Table {
   std::vector<TableColumn> columns;
   NameMap<std::int32_t> column_by_name;
   Text definition;  // a view's CREATE VIEW statement
+  std::optional<TableIdentity> identity = {};
 
   // The column's index, or -1.
   std::int32_t FindColumn(TextView column) const;
@@ -99,6 +118,25 @@ class Catalogue {
   }
   DatabaseId current() const noexcept { return current_; }
 
+  // The table whose IDENTITY column takes what INSERT gives it: SET IDENTITY_INSERT, for one table
+  // at a time; nothing for none.
+  struct IdentityInsert {
+    DatabaseId database;
+    Text table;
+  };
+  const std::optional<IdentityInsert>& identity_insert() const noexcept { return identity_insert_; }
+  void SetIdentityInsert(std::optional<IdentityInsert> table) {
+    identity_insert_ = std::move(table);
+    ++version_;  // what was bound counts on the columns that it left out
+  }
+  bool TakesIdentity(const Table& table) const noexcept {
+    return identity_insert_ && identity_insert_->database == table.database &&
+           EqualText(identity_insert_->table, table.name);
+  }
+
+  // True when constraints are kept in `database` (constraints.h).
+  bool HasConstraints(DatabaseId database);
+
   // The name of Main or Tempdb.
   Text NameOf(DatabaseId database) const;
 
@@ -133,6 +171,7 @@ class Catalogue {
   struct Cache {
     std::int64_t version = -1;
     bool names_loaded = false;
+    bool has_constraints = false;            // known with the names
     NameMap<std::string> names;              // as they are stored
     NameMap<std::unique_ptr<Table>> tables;  // those of a system's schema with it before them
     bool procedures_loaded = false;
@@ -144,6 +183,7 @@ class Catalogue {
   std::int64_t SchemaVersion(DatabaseId database);
   void LoadNames(DatabaseId database, Cache& cache);
   std::unique_ptr<Table> LoadTable(DatabaseId database, const std::string& name);
+  void LoadConstraints(Table& table);
   std::unique_ptr<Table> LoadView(DatabaseId database, TextView name);
   const Indexes& IndexesOf(const Table& table);
 
@@ -151,6 +191,7 @@ class Catalogue {
   Text main_name_;
   std::uint64_t version_ = 1;
   DatabaseId current_ = DatabaseId::Main;
+  std::optional<IdentityInsert> identity_insert_;
   std::array<Cache, kDatabases> caches_;
   std::array<SqliteStatement, kDatabases> version_queries_;
 };

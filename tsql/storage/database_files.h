@@ -21,6 +21,8 @@ inline constexpr int kApplicationId = 0x4C656467;
 // The format of what such a file holds, its user_version: 0 had decimals and money as floats, and 1
 // text in the order of its code points, with nothing noted of it (text_order.h).
 inline constexpr int kFormatVersion = 2;
+// What a file has from its first constraint of constraints.h on.
+inline constexpr int kConstraintsFormat = 3;
 inline constexpr int kOldestFormatOpened = 1;
 
 // Why a file of a higher number is refused: what this version would make of it nobody knows.

@@ -91,7 +91,7 @@ void RegisterFunctions(sqlite3* db, FunctionState& state) {
   ChooseOptimizations(db, 0);
   Check(db, sqlite3_create_collation_v2(db, kCollation, SQLITE_UTF8, &state, Collate, nullptr));
   for (const auto table : {CheckHelpers(), ConversionHelpers(), ExactHelpers(), NumberHelpers(),
-                           SessionHelpers(), TextHelpers(), KeyFunctions()}) {
+                           SessionHelpers(), TextHelpers(), KeyFunctions(), IdentityHelpers()}) {
     for (const FunctionRow& row : table) Register(db, row, state);
   }
   for (const auto table : {CheckFunctions(), ConversionFunctions(), DateFunctions(),

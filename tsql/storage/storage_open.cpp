@@ -268,8 +268,8 @@ void Storage::SetUpMain() {
 void Storage::CheckFormat() {
   const SqliteStatement version = Prepare("PRAGMA main.user_version");
   const int format = Step(version.get()) ? sqlite3_column_int(version.get(), 0) : 0;
-  if (format >= kOldestFormatOpened && format <= kFormatVersion) return;
-  if (format > kFormatVersion) Refuse(path_, kNewerFormat);
+  if (format >= kOldestFormatOpened && format <= kConstraintsFormat) return;
+  if (format > kConstraintsFormat) Refuse(path_, kNewerFormat);
   Refuse(path_, "the file has the format of an older version. `ledgerwick upgrade " +
                     path_.string() + "` brings it to today's.");
 }
@@ -293,7 +293,9 @@ std::optional<SqlError> Storage::SettleTextOrder() {
   Transaction transaction(*this);
   for (const std::string& sql : NoteTextOrder("main", order)) Execute(sql);
   Execute(std::string("REINDEX ") + kCollation);
-  Execute("PRAGMA main.user_version = " + std::to_string(kFormatVersion));
+  const SqliteStatement version = Prepare("PRAGMA main.user_version");
+  const int format = Step(version.get()) ? sqlite3_column_int(version.get(), 0) : 0;
+  Execute("PRAGMA main.user_version = " + std::to_string(std::max(format, kFormatVersion)));
   transaction.Commit();
   Note("the indexes on text have been rebuilt: they were in the order of " +
        (noted.empty() ? "an older version" : noted) + ", and are now in that of " + order);

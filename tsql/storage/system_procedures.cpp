@@ -64,11 +64,16 @@ constexpr TextView kForeignKeys =
     uR"(CREATE PROCEDURE sp_fkeys @pktable_name sysname = NULL, @pktable_owner sysname = NULL,
   @pktable_qualifier sysname = NULL, @fktable_name sysname = NULL, @fktable_owner sysname = NULL,
   @fktable_qualifier sysname = NULL AS
-SELECT name AS PKTABLE_QUALIFIER, name AS PKTABLE_OWNER, name AS PKTABLE_NAME, name AS PKCOLUMN_NAME,
-  name AS FKTABLE_QUALIFIER, name AS FKTABLE_OWNER, name AS FKTABLE_NAME, name AS FKCOLUMN_NAME,
-  CAST(1 AS smallint) AS KEY_SEQ, CAST(1 AS smallint) AS UPDATE_RULE, CAST(1 AS smallint) AS DELETE_RULE,
-  name AS FK_NAME, name AS PK_NAME, CAST(7 AS smallint) AS DEFERRABILITY
-FROM sys.objects WHERE 1 = 0)";
+SELECT DB_NAME() AS PKTABLE_QUALIFIER, CAST('dbo' AS sysname) AS PKTABLE_OWNER, r.referenced AS PKTABLE_NAME,
+  r.referenced_col AS PKCOLUMN_NAME, DB_NAME() AS FKTABLE_QUALIFIER, CAST('dbo' AS sysname) AS FKTABLE_OWNER,
+  r.tab AS FKTABLE_NAME, r.col AS FKCOLUMN_NAME, r.ord AS KEY_SEQ,
+  CAST(CASE r.on_update WHEN 0 THEN 1 WHEN 1 THEN 0 ELSE r.on_update END AS smallint) AS UPDATE_RULE,
+  CAST(CASE r.on_delete WHEN 0 THEN 1 WHEN 1 THEN 0 ELSE r.on_delete END AS smallint) AS DELETE_RULE,
+  r.name AS FK_NAME, (SELECT MIN(k.key_name) FROM sys.ledgerwick_keys k WHERE k.tab = r.referenced) AS PK_NAME,
+  CAST(7 AS smallint) AS DEFERRABILITY
+FROM sys.ledgerwick_references r
+WHERE r.referenced = ISNULL(@pktable_name, r.referenced) AND r.tab = ISNULL(@fktable_name, r.tab)
+ORDER BY 7, 3, 12, 9)";
 
 constexpr TextView kSpecialColumns =
     uR"(CREATE PROCEDURE sp_special_columns @table_name sysname, @table_owner sysname = NULL, @qualifier sysname = NULL,

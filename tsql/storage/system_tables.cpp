@@ -39,7 +39,10 @@ constexpr Definition kTables[] = {
      "name nvarchar(128), xtype char(2), type char(2), id int, uid smallint, parent_obj int, "
      "crdate datetime, refdate datetime",
      "SELECT name, kind || ' ' AS xtype, kind || ' ' AS type, t_object_key(name) AS id, 1 AS uid, "
-     "0 AS parent_obj, {made} AS crdate, {made} AS refdate FROM ({objects})"},
+     "0 AS parent_obj, {made} AS crdate, {made} AS refdate FROM ({objects}) UNION ALL SELECT name, "
+     "kind || ' ', kind || ' ', t_object_key(name), 1, t_object_key(tab), {made}, {made} FROM "
+     "({constraints}) UNION ALL SELECT name, iif(primary_key, 'PK', 'UQ'), 'K ', "
+     "t_object_key(name), 1, t_object_key(tab), {made}, {made} FROM ({keys})"},
     {Place::Old, u"syscolumns",
      "name nvarchar(128), id int, xtype tinyint, xusertype smallint, length smallint, colid "
      "smallint, colorder smallint, cdefault int, type tinyint, usertype smallint, prec smallint?, "
@@ -72,7 +75,7 @@ constexpr Definition kTables[] = {
      "name nvarchar(128), dbid smallint, status int, cmptlevel tinyint, crdate datetime",
      "SELECT {main} AS name, 5 AS dbid, 0 AS status, 110 AS cmptlevel, {made} AS crdate UNION ALL "
      "SELECT 'tempdb', 2, 0, 110, {made}"},
-    {Place::Sys, u"objects", kObjectColumns, "{rows}"},
+    {Place::Sys, u"objects", kObjectColumns, "{rows} UNION ALL {constraint rows}"},
     {Place::Sys, u"all_objects", kObjectColumns, "{rows}"},
     {Place::Sys, u"tables", kObjectColumns, "{rows} WHERE kind = 'U'"},
     {Place::Sys, u"views", kObjectColumns, "{rows} WHERE kind = 'V'"},
@@ -104,6 +107,78 @@ constexpr Definition kTables[] = {
      "SELECT t_object_key(tab) AS object_id, name, seq + 2 AS index_id, 2 AS type, 'NONCLUSTERED' "
      "AS type_desc, uniq AS is_unique, origin = 'pk' AS is_primary_key, origin = 'u' AS "
      "is_unique_constraint FROM ({indexes}) WHERE ord = 1"},
+    {Place::Sys, u"identity_columns",
+     "object_id int, name nvarchar(128), column_id int, seed_value bigint, increment_value bigint, "
+     "last_value bigint?, is_identity bit",
+     "SELECT t_object_key(i.tab) AS object_id, i.col AS name, c.cid + 1 AS column_id, i.seed AS "
+     "seed_value, i.step AS increment_value, i.last AS last_value, 1 AS is_identity FROM "
+     "({identities}) AS i, pragma_table_xinfo(i.tab, '{schema}') AS c WHERE c.name = i.col"},
+    {Place::Sys, u"computed_columns",
+     "object_id int, name nvarchar(128), column_id int, definition nvarchar(4000), is_persisted "
+     "bit, "
+     "is_computed bit",
+     "SELECT t_object_key(t.tab) AS object_id, k.col AS name, c.cid + 1 AS column_id, t.definition "
+     "AS definition, t.persisted AS is_persisted, 1 AS is_computed FROM {constraints table} AS t "
+     "JOIN ({constraint columns}) AS k ON k.id = t.id, pragma_table_xinfo(t.tab, '{schema}') AS c "
+     "WHERE t.kind = 'X' AND c.name = k.col"},
+    {Place::Sys, u"check_constraints",
+     "name nvarchar(128), object_id int, schema_id int, parent_object_id int, type char(2), "
+     "type_desc nvarchar(60), is_ms_shipped bit, is_disabled bit, is_not_trusted bit, "
+     "parent_column_id int, definition nvarchar(4000), is_system_named bit",
+     "SELECT t.name AS name, t_object_key(t.name) AS object_id, 1 AS schema_id, "
+     "t_object_key(t.tab) "
+     "AS parent_object_id, 'C ' AS type, 'CHECK_CONSTRAINT' AS type_desc, 0 AS is_ms_shipped, NOT "
+     "t.enabled AS is_disabled, NOT t.trusted AS is_not_trusted, coalesce((SELECT c.cid + 1 FROM "
+     "({constraint columns}) AS k, pragma_table_xinfo(t.tab, '{schema}') AS c WHERE k.id = t.id "
+     "AND "
+     "c.name = k.col), 0) AS parent_column_id, t.definition AS definition, t.made AS "
+     "is_system_named FROM ({constraints}) AS t WHERE t.kind = 'C'"},
+    {Place::Sys, u"default_constraints",
+     "name nvarchar(128), object_id int, schema_id int, parent_object_id int, type char(2), "
+     "type_desc nvarchar(60), is_ms_shipped bit, parent_column_id int, definition nvarchar(4000), "
+     "is_system_named bit",
+     "SELECT t.name AS name, t_object_key(t.name) AS object_id, 1 AS schema_id, "
+     "t_object_key(t.tab) "
+     "AS parent_object_id, 'D ' AS type, 'DEFAULT_CONSTRAINT' AS type_desc, 0 AS is_ms_shipped, "
+     "c.cid + 1 AS parent_column_id, t.definition AS definition, t.made AS is_system_named FROM "
+     "({constraints}) AS t JOIN ({constraint columns}) AS k ON k.id = t.id, "
+     "pragma_table_xinfo(t.tab, '{schema}') AS c WHERE t.kind = 'D' AND c.name = k.col"},
+    {Place::Sys, u"foreign_keys",
+     "name nvarchar(128), object_id int, schema_id int, parent_object_id int, type char(2), "
+     "type_desc nvarchar(60), is_ms_shipped bit, referenced_object_id int, is_disabled bit, "
+     "is_not_trusted bit, delete_referential_action tinyint, delete_referential_action_desc "
+     "nvarchar(60), update_referential_action tinyint, update_referential_action_desc "
+     "nvarchar(60), "
+     "is_system_named bit",
+     "SELECT t.name AS name, t_object_key(t.name) AS object_id, 1 AS schema_id, "
+     "t_object_key(t.tab) "
+     "AS parent_object_id, 'F ' AS type, 'FOREIGN_KEY_CONSTRAINT' AS type_desc, 0 AS "
+     "is_ms_shipped, "
+     "t_object_key(t.referenced) AS referenced_object_id, NOT t.enabled AS is_disabled, NOT "
+     "t.trusted AS is_not_trusted, t.on_delete AS delete_referential_action, d.name AS "
+     "delete_referential_action_desc, t.on_update AS update_referential_action, u.name AS "
+     "update_referential_action_desc, t.made AS is_system_named FROM ({constraints}) AS t JOIN "
+     "{actions} AS d ON d.number = t.on_delete JOIN {actions} AS u ON u.number = t.on_update WHERE "
+     "t.kind = 'F'"},
+    {Place::Sys, u"foreign_key_columns",
+     "constraint_object_id int, constraint_column_id int, parent_object_id int, parent_column_id "
+     "int, referenced_object_id int, referenced_column_id int",
+     "SELECT t_object_key(t.name) AS constraint_object_id, k.ord AS constraint_column_id, "
+     "t_object_key(t.tab) AS parent_object_id, c.cid + 1 AS parent_column_id, "
+     "t_object_key(t.referenced) AS referenced_object_id, r.cid + 1 AS referenced_column_id FROM "
+     "({constraints}) AS t JOIN ({constraint columns}) AS k ON k.id = t.id, "
+     "pragma_table_xinfo(t.tab, '{schema}') AS c, pragma_table_xinfo(t.referenced, '{schema}') AS "
+     "r "
+     "WHERE t.kind = 'F' AND c.name = k.col AND r.name = k.referenced"},
+    {Place::Sys, u"key_constraints",
+     "name nvarchar(128), object_id int, schema_id int, parent_object_id int, type char(2), "
+     "type_desc nvarchar(60), is_ms_shipped bit, is_system_named bit",
+     "SELECT name, t_object_key(name) AS object_id, 1 AS schema_id, t_object_key(tab) AS "
+     "parent_object_id, iif(primary_key, 'PK', 'UQ') AS type, iif(primary_key, "
+     "'PRIMARY_KEY_CONSTRAINT', 'UNIQUE_CONSTRAINT') AS type_desc, 0 AS is_ms_shipped, name LIKE "
+     "iif(primary_key, 'PK', 'UQ') || '!_!_%!_!_________________' ESCAPE '!' AS is_system_named "
+     "FROM "
+     "({keys})"},
     // What the catalogue procedures read.
     {Place::Sys, u"ledgerwick_columns",
      "tab nvarchar(128), name nvarchar(128), data_type smallint, type_name nvarchar(128), size "
@@ -119,6 +194,14 @@ constexpr Definition kTables[] = {
      "tab nvarchar(128), name nvarchar(128), ord smallint, key_name nvarchar(128)",
      "SELECT k.tab AS tab, c.col AS name, c.ord AS ord, k.name AS key_name FROM ({keys}) AS k, "
      "({key columns}) AS c WHERE k.primary_key AND c.tab = k.tab AND c.stored = k.stored"},
+    {Place::Sys, u"ledgerwick_references",
+     "tab nvarchar(128), col nvarchar(128), referenced nvarchar(128), referenced_col "
+     "nvarchar(128), "
+     "ord smallint, name nvarchar(128), on_update smallint, on_delete smallint",
+     "SELECT t.tab AS tab, k.col AS col, t.referenced AS referenced, k.referenced AS "
+     "referenced_col, k.ord AS ord, t.name AS name, t.on_update AS on_update, t.on_delete AS "
+     "on_delete FROM ({constraints}) AS t JOIN ({constraint columns}) AS k ON k.id = t.id WHERE "
+     "t.kind = 'F'"},
     {Place::Sys, u"ledgerwick_indexes",
      "tab nvarchar(128), name nvarchar(128), uniq smallint, ord smallint, col nvarchar(128)",
      "SELECT tab, name, uniq, ord, col FROM ({indexes})"},
@@ -189,7 +272,29 @@ constexpr Definition kTables[] = {
      "SELECT {name} AS CONSTRAINT_CATALOG, 'dbo' AS CONSTRAINT_SCHEMA, name AS CONSTRAINT_NAME, "
      "{name} AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, tab AS TABLE_NAME, iif(primary_key, "
      "'PRIMARY KEY', 'UNIQUE') AS CONSTRAINT_TYPE, 'NO' AS IS_DEFERRABLE, 'NO' AS "
-     "INITIALLY_DEFERRED FROM ({keys})"},
+     "INITIALLY_DEFERRED FROM ({keys}) UNION ALL SELECT {name}, 'dbo', name, {name}, 'dbo', tab, "
+     "iif(kind = 'F', 'FOREIGN KEY', 'CHECK'), 'NO', 'NO' FROM ({constraints}) WHERE kind IN ('C', "
+     "'F')"},
+    {Place::Information, u"CHECK_CONSTRAINTS",
+     "CONSTRAINT_CATALOG nvarchar(128), CONSTRAINT_SCHEMA nvarchar(128), CONSTRAINT_NAME "
+     "nvarchar(128), CHECK_CLAUSE nvarchar(4000)",
+     "SELECT {name} AS CONSTRAINT_CATALOG, 'dbo' AS CONSTRAINT_SCHEMA, name AS CONSTRAINT_NAME, "
+     "definition AS CHECK_CLAUSE FROM ({constraints}) WHERE kind = 'C'"},
+    {Place::Information, u"REFERENTIAL_CONSTRAINTS",
+     "CONSTRAINT_CATALOG nvarchar(128), CONSTRAINT_SCHEMA nvarchar(128), CONSTRAINT_NAME "
+     "nvarchar(128), UNIQUE_CONSTRAINT_CATALOG nvarchar(128), UNIQUE_CONSTRAINT_SCHEMA "
+     "nvarchar(128), UNIQUE_CONSTRAINT_NAME nvarchar(128)?, MATCH_OPTION varchar(7), UPDATE_RULE "
+     "varchar(11), DELETE_RULE varchar(11)",
+     "SELECT {name} AS CONSTRAINT_CATALOG, 'dbo' AS CONSTRAINT_SCHEMA, t.name AS CONSTRAINT_NAME, "
+     "{name} AS UNIQUE_CONSTRAINT_CATALOG, 'dbo' AS UNIQUE_CONSTRAINT_SCHEMA, (SELECT k.name FROM "
+     "({keys}) AS k WHERE k.tab = t.referenced AND (SELECT group_concat(col) FROM (SELECT col FROM "
+     "({key columns}) AS kc WHERE kc.tab = k.tab AND kc.stored = k.stored ORDER BY col)) = (SELECT "
+     "group_concat(referenced) FROM (SELECT fc.referenced AS referenced FROM ({constraint "
+     "columns}) "
+     "AS fc WHERE fc.id = t.id ORDER BY fc.referenced))) AS UNIQUE_CONSTRAINT_NAME, 'SIMPLE' AS "
+     "MATCH_OPTION, replace(u.name, '_', ' ') AS UPDATE_RULE, replace(d.name, '_', ' ') AS "
+     "DELETE_RULE FROM ({constraints}) AS t JOIN {actions} AS d ON d.number = t.on_delete JOIN "
+     "{actions} AS u ON u.number = t.on_update WHERE t.kind = 'F'"},
     {Place::Information, u"KEY_COLUMN_USAGE",
      "CONSTRAINT_CATALOG nvarchar(128), CONSTRAINT_SCHEMA nvarchar(128), CONSTRAINT_NAME "
      "nvarchar(128), TABLE_CATALOG nvarchar(128), TABLE_SCHEMA nvarchar(128), TABLE_NAME "
@@ -197,11 +302,22 @@ constexpr Definition kTables[] = {
      "SELECT {name} AS CONSTRAINT_CATALOG, 'dbo' AS CONSTRAINT_SCHEMA, k.name AS CONSTRAINT_NAME, "
      "{name} AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, k.tab AS TABLE_NAME, c.col AS COLUMN_NAME, "
      "c.ord AS ORDINAL_POSITION FROM ({keys}) AS k, ({key columns}) AS c WHERE c.tab = k.tab AND "
-     "c.stored = k.stored"},
+     "c.stored = k.stored UNION ALL SELECT {name}, 'dbo', t.name, {name}, 'dbo', t.tab, r.col, "
+     "r.ord "
+     "FROM ({constraints}) AS t JOIN ({constraint columns}) AS r ON r.id = t.id WHERE t.kind = "
+     "'F'"},
 };
 
 // Parts of queries, which may hold others that stand further down.
 constexpr std::pair<std::string_view, std::string_view> kParts[] = {
+    {"{constraint rows}",
+     "SELECT name, t_object_key(name) AS object_id, NULL AS principal_id, 1 AS schema_id, "
+     "t_object_key(tab) AS parent_object_id, kind || ' ' AS type, CASE kind WHEN 'C' THEN "
+     "'CHECK_CONSTRAINT' WHEN 'D' THEN 'DEFAULT_CONSTRAINT' ELSE 'FOREIGN_KEY_CONSTRAINT' END AS "
+     "type_desc, {made} AS create_date, {made} AS modify_date, 0 AS is_ms_shipped FROM "
+     "({constraints}) UNION ALL SELECT name, t_object_key(name), NULL, 1, t_object_key(tab), "
+     "iif(primary_key, 'PK', 'UQ'), iif(primary_key, 'PRIMARY_KEY_CONSTRAINT', "
+     "'UNIQUE_CONSTRAINT'), {made}, {made}, 0 FROM ({keys})"},
     {"{rows}",
      "SELECT name, t_object_key(name) AS object_id, NULL AS principal_id, 1 AS schema_id, 0 AS "
      "parent_object_id, kind || ' ' AS type, CASE kind WHEN 'U' THEN 'USER_TABLE' WHEN 'V' THEN "
@@ -212,8 +328,12 @@ constexpr std::pair<std::string_view, std::string_view> kParts[] = {
      "system_type_id, t_type_fact(decl, 'user_id') AS user_type_id, t_type_fact(decl, 'bytes') AS "
      "max_length, t_type_fact(decl, 'precision') AS precision, t_type_fact(decl, 'scale') AS "
      "scale, CASE WHEN t_type_fact(decl, 'characters') IS NOT NULL THEN 'Chinese_PRC_CI_AS' END "
-     "AS collation_name, nullable AS is_nullable, 1 AS is_ansi_padded, 0 AS is_rowguidcol, 0 AS "
-     "is_identity, 0 AS is_computed, 0 AS default_object_id FROM ({columns})"},
+     "AS collation_name, nullable AS is_nullable, 1 AS is_ansi_padded, 0 AS is_rowguidcol, EXISTS "
+     "(SELECT 1 FROM ({identities}) AS i WHERE i.tab = t.tab AND i.col = t.name) AS is_identity, "
+     "computed AS is_computed, coalesce((SELECT t_object_key(c.name) FROM ({constraints}) AS c "
+     "JOIN "
+     "({constraint columns}) AS k ON k.id = c.id WHERE c.kind = 'D' AND c.tab = t.tab AND k.col = "
+     "t.name), 0) AS default_object_id FROM ({columns}) AS t"},
     {"{types}",
      "SELECT t_type_fact(column1, 'name') AS name, t_type_fact(column1, 'id') AS id, "
      "t_type_fact(column1, 'bytes') AS bytes, t_type_fact(column1, 'precision') AS precision, "
@@ -227,9 +347,12 @@ constexpr std::pair<std::string_view, std::string_view> kParts[] = {
      "('nchar(4000)'), ('nvarchar(4000)'))"},
     {"{columns}",
      "SELECT o.name AS tab, c.name AS name, c.cid + 1 AS cid, c.type AS decl, NOT "
-     "(c.\"notnull\" OR c.type = 'INTEGER') AS nullable, CASE WHEN t_type_fact(c.type, 'name') <> 'timestamp' THEN "
-     "c.dflt_value END AS def, c.pk AS pk FROM "
-     "({objects}) AS o, pragma_table_xinfo(o.name, '{schema}') AS c WHERE o.kind = 'U'"},
+     "(c.\"notnull\" OR c.type = 'INTEGER') AS nullable, coalesce((SELECT d.definition FROM "
+     "({constraints}) AS d JOIN ({constraint columns}) AS k ON k.id = d.id WHERE d.kind = 'D' AND "
+     "d.tab = o.name AND k.col = c.name), CASE WHEN t_type_fact(c.type, 'name') <> "
+     "'timestamp' THEN c.dflt_value END) AS def, c.pk AS pk, c.hidden > 0 AS "
+     "computed FROM ({objects}) AS o, pragma_table_xinfo(o.name, '{schema}') AS c WHERE o.kind = "
+     "'U'"},
     // The index for NULLs that stands beside a unique one (unique_keys.h) is the storage's own.
     {"{indexes}",
      "SELECT o.name AS tab, CASE WHEN k.name IS NOT NULL THEN k.name WHEN substr(l.name, 1, "
@@ -257,6 +380,14 @@ constexpr std::pair<std::string_view, std::string_view> kParts[] = {
      "pragma_index_info(l.name, '{schema}') AS i WHERE o.kind = 'U' AND (l.origin = 'u' OR l.name "
      "LIKE 'ledgerwick!_pk:%' ESCAPE '!' OR l.name LIKE 'ledgerwick!_uq:%' ESCAPE '!')"},
     {"{line length}", "min(255, ifnull(nullif(instr(rest, char(10)), 0), 255))"},
+    {"{constraints}",
+     "SELECT id, kind, tab, name, made, definition, referenced, on_delete, on_update, enabled, "
+     "trusted FROM {constraints table} WHERE kind <> 'X' AND name <> ''"},
+    {"{constraint columns}", "SELECT id, ord, col, referenced FROM {constraint columns table}"},
+    {"{identities}", "SELECT tab, col, seed, step, last FROM {identity table}"},
+    {"{actions}",
+     "(SELECT 0 AS number, 'NO_ACTION' AS name UNION ALL SELECT 1, 'CASCADE' UNION ALL SELECT 2, "
+     "'SET_NULL' UNION ALL SELECT 3, 'SET_DEFAULT')"},
     {"{made}", "3155673600000"},  // 2000-01-01, since nobody keeps when a table was made
 };
 
@@ -266,14 +397,33 @@ void Replace(std::string& text, std::string_view part, std::string_view with) {
   }
 }
 
+// A table of constraints.h, or one without rows where there is none.
+std::string TableOrNone(const char* table, const char* columns, DatabaseId database, bool exists) {
+  if (exists) return std::string(SchemaName(database)) + "." + table;
+  return std::string("(SELECT ") + columns + " WHERE 0)";
+}
+
 std::string Fill(std::string query, DatabaseId database, const Text& database_name,
-                 const Text& main_name) {
+                 const Text& main_name, bool has_constraints) {
   for (const auto& [part, with] : kParts) Replace(query, part, with);
   Replace(query, "{objects}", ObjectsQuery(database));
   Replace(query, "{modules}",
           database == DatabaseId::Session
               ? "(SELECT NULL AS name, NULL AS kind, NULL AS definition)"
               : std::string(SchemaName(database)) + "." + kModulesTable);
+  Replace(
+      query, "{constraints table}",
+      TableOrNone(kConstraintsTable,
+                  "0 AS id, '' AS kind, '' AS tab, '' AS name, 0 AS made, '' AS definition, '' "
+                  "AS referenced, 0 AS persisted, 0 AS on_delete, 0 AS on_update, 0 AS enabled, "
+                  "0 AS trusted",
+                  database, has_constraints));
+  Replace(query, "{constraint columns table}",
+          TableOrNone(kConstraintColumnsTable, "0 AS id, 0 AS ord, '' AS col, '' AS referenced",
+                      database, has_constraints));
+  Replace(query, "{identity table}",
+          TableOrNone(kIdentityTable, "'' AS tab, '' AS col, 0 AS seed, 0 AS step, 0 AS last",
+                      database, has_constraints));
   Replace(query, "{schema}", SchemaName(database));
   Replace(query, "{name}", QuoteLiteral(ToUtf8(database_name)));
   Replace(query, "{main}", QuoteLiteral(ToUtf8(main_name)));
@@ -321,14 +471,16 @@ std::string ObjectsQuery(DatabaseId database) {
 }
 
 std::unique_ptr<Table> NewSystemTable(DatabaseId database, TextView schema, TextView name,
-                                      const Text& database_name, const Text& main_name) {
+                                      const Text& database_name, const Text& main_name,
+                                      bool has_constraints) {
   for (const Definition& definition : kTables) {
     if (!EqualText(definition.name, name) || !IsIn(definition.place, schema)) continue;
     auto table = std::make_unique<Table>();
     table->kind = TableKind::System;
     table->database = database;
     table->name = definition.name;
-    table->sql = "(" + Fill(definition.query, database, database_name, main_name) + ")";
+    table->sql =
+        "(" + Fill(definition.query, database, database_name, main_name, has_constraints) + ")";
     AddColumns(*table, definition.columns);
     return table;
   }

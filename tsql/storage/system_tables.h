@@ -14,7 +14,8 @@ namespace ledgerwick::tsql {
 // INFORMATION_SCHEMA. `database_name` and `main_name` are what `database` and the main database are
 // called.
 std::unique_ptr<Table> NewSystemTable(DatabaseId database, TextView schema, TextView name,
-                                      const Text& database_name, const Text& main_name);
+                                      const Text& database_name, const Text& main_name,
+                                      bool has_constraints);
 
 // A query of every user table and module: name and kind, 'U' for a table, 'V' and 'P'.
 std::string ObjectsQuery(DatabaseId database);

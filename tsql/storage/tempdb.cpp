@@ -44,7 +44,7 @@ TempdbState InspectTempdb(sqlite3* db, int attached, int& result) {
     return TempdbState::Damaged;
   }
   if (*id == kApplicationId) {
-    if (*format != kFormatVersion) return TempdbState::Unmade;
+    if (*format != kFormatVersion && *format != kConstraintsFormat) return TempdbState::Unmade;
     const std::string order = NotedTextOrder(db, "tempdb", result);
     if (result != SQLITE_OK) {
       if (IsDamage(result)) result = SQLITE_OK;

@@ -119,10 +119,11 @@ std::vector<UniqueKey> UniqueKeysOf(Storage& storage, const Table& table) {
   for (std::size_t i = 0; i < table.columns.size(); ++i) {
     if (!table.columns[i].is_row_number) continue;
     keys.push_back({{}, KeyKind::Primary, {static_cast<std::int32_t>(i)}});
+    keys.back().descending.push_back(0);
   }
   const SqliteStatement indexes = storage.Prepare(
-      "SELECT l.name, l.origin, i.cid, i.seqno FROM pragma_index_list(?1, ?2) AS l,"
-      " pragma_index_info(l.name, ?2) AS i WHERE l.\"unique\" AND NOT l.partial"
+      "SELECT l.name, l.origin, i.cid, i.seqno, i.\"desc\" FROM pragma_index_list(?1, ?2) AS l,"
+      " pragma_index_xinfo(l.name, ?2) AS i WHERE i.key AND l.\"unique\" AND NOT l.partial"
       " ORDER BY l.origin <> 'pk', l.seq DESC, i.seqno");
   sqlite3_bind_text(indexes.get(), 1, name.data(), static_cast<int>(name.size()), SQLITE_STATIC);
   sqlite3_bind_text(indexes.get(), 2, schema, -1, SQLITE_STATIC);
@@ -134,6 +135,7 @@ std::vector<UniqueKey> UniqueKeysOf(Storage& storage, const Table& table) {
       if (origin == "c") keys.back().index = index;
     }
     keys.back().columns.push_back(sqlite3_column_int(indexes.get(), 2));
+    keys.back().descending.push_back(static_cast<char>(sqlite3_column_int(indexes.get(), 4)));
   }
   const SqliteStatement text =
       storage.Prepare(std::string("SELECT sql FROM ") + schema +

@@ -20,6 +20,7 @@ struct UniqueKey {
   std::vector<std::int32_t> columns;  // of the table
   bool nulls_equal = true;            // not so in files that an earlier version has made
   std::string index = {};             // the storage's own, where CREATE INDEX made it
+  std::vector<char> descending = {};  // for each column
 };
 
 // The keys of `table`, the primary one first. A constraint that was given no name has one that is

@@ -70,24 +70,6 @@ Statement* Parser::Create() {
   return CreateIndex(unique);
 }
 
-// ALTER PROCEDURE, and ALTER TABLE … ADD of columns without keys.
-Statement* Parser::Alter() {
-  if (AtProcedure()) return Procedure(true);
-  auto* statement = NewStatement<AlterTableStatement>();
-  Expect(Keyword::Alter);
-  Expect(Keyword::Table);
-  statement->target = ObjectNameRule();
-  Expect(Keyword::Add);
-  std::vector<ColumnDefinition> definitions;
-  do {
-    std::vector<TableKey> keys;
-    definitions.push_back(Definition(u"ALTER TABLE", keys));
-    if (!keys.empty()) Fail();
-  } while (Accept(Symbol::Comma));
-  statement->definitions = arena_.Copy(definitions);
-  return statement;
-}
-
 Statement* Parser::CreateIndex(bool unique) {
   auto* statement = NewStatement<CreateIndexStatement>();
   Expect(Keyword::Index);
@@ -96,6 +78,13 @@ Statement* Parser::CreateIndex(bool unique) {
   Expect(Keyword::On);
   statement->target = ObjectNameRule();
   statement->key_columns = KeyColumns();
+  if (AcceptWord(u"INCLUDE")) statement->included = NameList();
+  if (unique && Is(Keyword::Where)) {
+    throw errors::NotSupported(u"CREATE UNIQUE INDEX … WHERE", At(Current().offset));
+  }
+  // An index of all rows finds those of some, too.
+  if (Accept(Keyword::Where)) static_cast<void>(Condition());
+  StorageOptions();
   return statement;
 }
 
@@ -115,100 +104,10 @@ Statement* Parser::CreateView() {
   return statement;
 }
 
-Statement* Parser::CreateTable() {
-  auto* statement = NewStatement<CreateTableStatement>();
-  Expect(Keyword::Create);
-  Expect(Keyword::Table);
-  statement->target = ObjectNameRule();
-  Expect(Symbol::LeftParen);
-  std::vector<ColumnDefinition> definitions;
-  std::vector<TableKey> keys;
-  do {
-    if (Is(Symbol::RightParen) && !definitions.empty()) break;  // a comma may end the list
-    if (AtTableKey()) {
-      keys.push_back(Key());
-    } else {
-      definitions.push_back(Definition(u"CREATE TABLE", keys));
-    }
-  } while (Accept(Symbol::Comma));
-  Expect(Symbol::RightParen);
-  statement->definitions = arena_.Copy(definitions);
-  statement->keys = arena_.Copy(keys);
-  return statement;
-}
-
-bool Parser::AtTableKey() const noexcept {
-  return Is(Keyword::Constraint) || Is(Keyword::Primary) || Is(Keyword::Unique);
-}
-
-TableKey Parser::Key() {
-  TableKey key;
-  if (Accept(Keyword::Constraint)) key.name = ExpectName();
-  key.primary = Accept(Keyword::Primary);
-  if (key.primary) {
-    Expect(Keyword::Key);
-  } else {
-    Expect(Keyword::Unique);
-  }
-  if (!Accept(Keyword::Clustered)) Accept(Keyword::Nonclustered);
-  key.columns = KeyColumns();
-  return key;
-}
-
-std::span<const KeyColumn> Parser::KeyColumns() {
-  Expect(Symbol::LeftParen);
-  std::vector<KeyColumn> columns;
-  do {
-    KeyColumn column;
-    column.name = ExpectName();
-    column.descending = Accept(Keyword::Desc);
-    if (!column.descending) Accept(Keyword::Asc);
-    columns.push_back(column);
-  } while (Accept(Symbol::Comma));
-  Expect(Symbol::RightParen);
-  return arena_.Copy(columns);
-}
-
 // What outlives the batch must not read its variables.
 void Parser::RequireNoVariables(std::size_t uses_before, TextView statement) const {
   if (variable_uses_.size() == uses_before) return;
   throw errors::VariableNotAllowed(statement, At(variable_uses_[uses_before]->offset));
-}
-
-// A column, whose own keys are added to `keys`.
-ColumnDefinition Parser::Definition(TextView statement, std::vector<TableKey>& keys) {
-  ColumnDefinition definition;
-  Name constraint;
-  const auto add_key = [&](bool primary) {
-    if (!Accept(Keyword::Clustered)) Accept(Keyword::Nonclustered);
-    const KeyColumn column{definition.name};
-    keys.push_back({constraint, primary, arena_.Copy(std::span<const KeyColumn>(&column, 1))});
-    constraint = {};
-  };
-  definition.name = ExpectName();
-  definition.type = TypeRule();
-  definition.type.nullable = true;
-  for (;;) {
-    if (Accept(Keyword::Not)) {
-      Expect(Keyword::Null);
-      definition.type.nullable = false;
-    } else if (Accept(Keyword::Null)) {
-      definition.type.nullable = true;
-    } else if (Accept(Keyword::Default)) {
-      const std::size_t uses_before = variable_uses_.size();
-      definition.default_value = Value();
-      RequireNoVariables(uses_before, statement);
-    } else if (Accept(Keyword::Constraint)) {
-      constraint = ExpectName();
-    } else if (Accept(Keyword::Primary)) {
-      Expect(Keyword::Key);
-      add_key(true);
-    } else if (Accept(Keyword::Unique)) {
-      add_key(false);
-    } else {
-      return definition;
-    }
-  }
 }
 
 Type Parser::TypeRule() {

@@ -164,6 +164,7 @@ Statement* Parser::StatementRule() {
     case Keyword::Declare:
       return Declare();
     case Keyword::Set:
+      if (EqualText(Ahead(1).text, u"IDENTITY_INSERT")) return IdentityInsert();
       return Ahead(1).kind == TokenKind::Variable ? SetVariable() : SetOption();
     case Keyword::Use:
       return Use();
@@ -176,6 +177,7 @@ Statement* Parser::StatementRule() {
       return Print();
     default:
       if (IsWord(u"THROW")) return Throw();
+      if (IsWord(u"DBCC")) return Dbcc();
       // The first statement of a batch may call a procedure by its name alone.
       if (at_ == 0 && IsName()) return ExecuteProcedure();
       if (!Is(Symbol::LeftParen) || Ahead(1).keyword != Keyword::Select) Fail();

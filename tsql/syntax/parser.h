@@ -137,10 +137,34 @@ class Parser {
   std::int32_t DeclareVariable(const Name& name, const Type& type);
   Name ExpectVariable();
 
-  ColumnDefinition Definition(TextView statement, std::vector<TableKey>& keys);
-  TableKey Key();
+  // Tables (parse_table.cpp)
+  struct Rules;
+  Statement* AlterTable();
+  void AlterAdd(AlterTableStatement& statement);
+  void AlterDrop(AlterTableStatement& statement);
+  void AlterColumn(AlterTableStatement& statement);
+  void SwitchConstraints(AlterTableStatement& statement);
+  ColumnDefinition Definition(TextView statement, Rules& rules);
+  void Computed(ColumnDefinition& definition, TextView statement);
+  bool ColumnProperty(ColumnDefinition& definition);
+  bool ColumnRule(ColumnDefinition& definition, TextView statement, Rules& rules);
+  void Identity(ColumnDefinition& definition);
+  std::int64_t SignedInteger();
+  void Collation();
+  bool AtTableRule() const noexcept;
+  void TableRule(TextView statement, Rules& rules);
+  void KeyRule(Name name, const Name* column, Rules& rules);
+  void CheckOf(Name name, Name column, TextView statement, Rules& rules);
+  void ReferenceOf(Name name, std::span<const Name> columns, Rules& rules);
+  void DefaultOf(Name name, Name column, TextView statement, Rules& rules);
+  TableRules Copy(const Rules& rules);
+  void NotForReplication();
+  void StorageOptions();
+  void IndexOption();
   std::span<const KeyColumn> KeyColumns();
-  bool AtTableKey() const noexcept;
+  TextView TextFrom(std::uint32_t offset) const noexcept;
+  Statement* IdentityInsert();
+  Statement* Dbcc();
   void SkipTableHints();
   std::span<const Name> NameList();
 

@@ -153,10 +153,55 @@ struct TableKey {
   std::span<const KeyColumn> columns;
 };
 
+// What becomes of the rows that reference a row which is deleted or gets another key.
+enum class ReferenceAction : std::uint8_t { NoAction, Cascade, SetNull, SetDefault };
+
+// A CHECK, of a column or a whole table.
+struct CheckRule {
+  Name name;    // empty where none is written
+  Name column;  // that it stands at; empty for a table's
+  const Expr* condition = nullptr;
+  TextView text;  // of the condition
+};
+
+// A FOREIGN KEY, of a column or a whole table.
+struct ReferenceRule {
+  Name name;  // empty where none is written
+  std::span<const Name> columns;
+  ObjectName table;                  // that is referenced
+  std::span<const Name> referenced;  // its columns; empty for those of its primary key
+  ReferenceAction on_delete = ReferenceAction::NoAction;
+  ReferenceAction on_update = ReferenceAction::NoAction;
+};
+
+struct DefaultRule {
+  Name name;  // empty where none is written
+  Name column;
+  const Expr* value = nullptr;
+  TextView text;             // of the value
+  bool with_values = false;  // rows that are there get it, too
+};
+
+// The constraints of a table, those of its columns too.
+struct TableRules {
+  std::span<const TableKey> keys;
+  std::span<const CheckRule> checks;
+  std::span<const ReferenceRule> references;
+  std::span<const DefaultRule> defaults;
+};
+
 struct ColumnDefinition {
   Name name;
-  Type type;
-  const Expr* default_value = nullptr;
+  Type type;  // of kind Null where the column is computed
+  bool null_written = false;
+  bool not_null_written = false;
+  bool is_identity = false;
+  bool is_row_guid = false;
+  bool persisted = false;
+  std::int64_t seed = 1;
+  std::int64_t step = 1;
+  const Expr* computed = nullptr;
+  TextView computed_text;
 };
 
 struct Assignment {
@@ -220,6 +265,8 @@ enum class StatementKind : std::uint8_t {
   ExecuteText,
   ExecuteProcedure,
   Procedure,
+  IdentityInsert,
+  CheckIdentity,
 };
 
 // What all statements have; the kind tells which of the structs below it is part of.
@@ -268,18 +315,48 @@ struct TruncateStatement : StatementOf<StatementKind::Truncate> {
 struct CreateTableStatement : StatementOf<StatementKind::CreateTable> {
   ObjectName target;
   std::span<const ColumnDefinition> definitions;
-  std::span<const TableKey> keys;  // those of its columns too
+  TableRules rules;
+};
+
+enum class AlterKind : std::uint8_t { Add, Drop, Column, Switch };
+
+// A constraint or a column that ALTER TABLE drops.
+struct DroppedPart {
+  Name name;
+  bool is_column = false;
+  bool if_exists = false;
 };
 
 struct AlterTableStatement : StatementOf<StatementKind::AlterTable> {
   ObjectName target;
-  std::span<const ColumnDefinition> definitions;
+  AlterKind what = AlterKind::Add;
+  std::span<const ColumnDefinition> definitions;  // that are added; the one that is changed
+  TableRules rules;                               // that are added
+  std::span<const DroppedPart> drops;
+  std::span<const Name> switched;  // constraints; none for ALL
+  bool on = false;                 // CHECK CONSTRAINT
+  bool looks = false;              // WITH CHECK, or as if: the rows that are there are checked
+};
+
+// SET IDENTITY_INSERT table ON.
+struct IdentityInsertStatement : StatementOf<StatementKind::IdentityInsert> {
+  ObjectName target;
+  bool on = false;
+};
+
+// DBCC CHECKIDENT.
+struct CheckIdentityStatement : StatementOf<StatementKind::CheckIdentity> {
+  ObjectName target;
+  bool reseeds = true;
+  const Expr* value = nullptr;  // to be the current one
+  bool silent = false;          // WITH NO_INFOMSGS
 };
 
 struct CreateIndexStatement : StatementOf<StatementKind::CreateIndex> {
   ObjectName target;
   Name index;
   std::span<const KeyColumn> key_columns;
+  std::span<const Name> included;
   bool unique = false;
 };
 
@@ -448,6 +525,10 @@ decltype(auto) VisitStatement(const Statement& statement, Visit&& visit) {
       return visit(static_cast<const ExecuteProcedureStatement&>(statement));
     case StatementKind::Procedure:
       return visit(static_cast<const ProcedureStatement&>(statement));
+    case StatementKind::IdentityInsert:
+      return visit(static_cast<const IdentityInsertStatement&>(statement));
+    case StatementKind::CheckIdentity:
+      return visit(static_cast<const CheckIdentityStatement&>(statement));
   }
   __builtin_unreachable();
 }

@@ -13,6 +13,12 @@ constexpr Type OfKind(TypeKind kind) {
 
 constexpr Type Int() { return OfKind(TypeKind::Int); }
 
+constexpr Type IdentityNumber() {
+  Type type = OfKind(TypeKind::Decimal);
+  type.precision = kMostDigits;
+  return type;
+}
+
 constexpr Type UnicodeText(std::int32_t length) {
   Type type;
   type.kind = TypeKind::NVarChar;
@@ -51,7 +57,7 @@ constexpr SessionFactName kFacts[] = {
     {u"@@LOCK_TIMEOUT", Int()},
     {u"@@OPTIONS", Int()},
     {u"@@PROCID", Int()},
-    {u"@@IDENTITY", Int()},
+    {u"@@IDENTITY", IdentityNumber()},
 };
 
 }  // namespace
