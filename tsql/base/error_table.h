@@ -200,6 +200,8 @@ inline constexpr ErrorRow kErrors[] = {
     {547, 16, Statement, kErrorIntegrity,
      "The %1 statement conflicted with the %2 constraint \"%3\". The conflict occurred in database "
      "\"%4\", table \"dbo.%5\"."},
+    {628, 16, Statement, kSyntax,
+     "Cannot issue SAVE TRANSACTION when there is no active transaction."},
     {701, 17, Batch, kErrorFailed, "There is insufficient system memory to run this query."},
     {823, 24, Batch, kErrorFailed, "The storage failed: %1."},
     {824, 24, Batch, kErrorFailed,
@@ -244,6 +246,14 @@ inline constexpr ErrorRow kErrors[] = {
     {1222, 16, Batch, kErrorFailed,
      "The indexes of '%1' have text in the order of another version, and are rebuilt when nobody "
      "else uses the database. End what uses it and try again."},
+    {1223, 16, Statement, kSyntax,
+     "Cannot release the application lock (Database Principal: '%1', Resource: '%2') because it is "
+     "not currently held."},
+    {1224, 16, Statement, kSyntax, "An invalid application lock resource was passed to %1."},
+    {1225, 16, Statement, kSyntax, "An invalid application lock mode was passed to %1."},
+    {1226, 16, Statement, kSyntax, "An invalid application lock owner was passed to %1."},
+    {1227, 16, Statement, kSyntax, "An invalid application lock time-out was passed to %1."},
+    {1230, 16, Statement, kSyntax, "An invalid database principal was passed to %1."},
     {1505, 16, Statement, kSyntax,
      "The CREATE UNIQUE INDEX statement terminated because a duplicate key was found for the "
      "object name 'dbo.%1' and the index name '%2'. The duplicate key value is %3."},
@@ -333,6 +343,8 @@ inline constexpr ErrorRow kErrors[] = {
     {3903, 16, Statement, kSyntax,
      "The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION."},
     {3906, 16, Batch, kSyntax, "Failed to update database '%1' because the database is read-only."},
+    {3918, 16, Statement, kSyntax,
+     "The statement or function must be executed in the context of a user transaction."},
     {4060, 11, Batch, kErrorFailed, "Cannot %1 database '%2': %3"},
     {4104, 16, Frame, kSyntax, "The multi-part identifier \"%1\" could not be bound."},
     {4145, 15, Frame, kSyntax,
@@ -363,6 +375,8 @@ inline constexpr ErrorRow kErrors[] = {
     {4924, 16, Frame, kSyntax,
      "ALTER TABLE %1 failed because column '%2' does not exist in table '%3'."},
     {4928, 16, Frame, kSyntax, "Cannot alter column '%1' because it is '%2'."},
+    {6401, 16, Statement, kSyntax,
+     "Cannot roll back %1. No transaction or savepoint of that name was found."},
     {7997, 16, Frame, kSyntax, "'%1' does not contain an identity column."},
     {8101, 16, Frame, kSyntax,
      "An explicit value for the identity column in table '%1' can only be specified when a column "

@@ -148,6 +148,9 @@ SqlError PositionalAfterNamed(std::size_t argument, Position at);               
 SqlError NotOutput(TextView parameter);                                                 // 8162
 SqlError CallsTooDeep();                                                                // 217
 SqlError NoTransaction(bool commit);                                 // 3902, 3903
+SqlError OutsideTransaction();                                       // 3918
+SqlError SaveOutsideTransaction();                                   // 628
+SqlError NoSavePoint(std::string_view name);                         // 6401
 SqlError TransactionCount(std::int64_t before, std::int64_t after);  // 266
 SqlError Raised(std::int32_t number, std::int32_t severity, std::int32_t state,
                 std::string message);
@@ -242,7 +245,11 @@ SqlError NoUniqueIdentifier();                                            // 816
 SqlError NoRoomForUniqueIdentifier();                                     // 8170
 // `who` has had `what`, a file or a table in quotes, for all of `wait`.
 SqlError LockTimeout(const std::string& who, const std::string& what,
-                     std::chrono::milliseconds wait);                         // 1222
+                     std::chrono::milliseconds wait);                    // 1222
+SqlError ApplicationLockNotHeld(TextView principal, TextView resource);  // 1223
+// What of it was wrong.
+enum class LockArgument : std::uint8_t { Resource, Mode, Owner, Wait, Principal };
+SqlError BadApplicationLock(LockArgument argument, TextView procedure);       // 1224 to 1230
 SqlError HeldAlone(const std::string& file, std::chrono::milliseconds wait);  // 1222
 SqlError NoSpace(const std::string& file, const std::string& why);            // 1105
 SqlError DiskFull(const std::string& file);                                   // 1105

@@ -40,6 +40,30 @@ SqlError NotOutput(TextView parameter) { return Make<8162>({}, parameter); }
 SqlError CallsTooDeep() { return Make<217>({}); }
 SqlError NoTransaction(bool commit) { return commit ? Make<3902>({}) : Make<3903>({}); }
 
+SqlError SaveOutsideTransaction() { return Make<628>({}); }
+SqlError NoSavePoint(std::string_view name) { return Make<6401>({}, name); }
+SqlError OutsideTransaction() { return Make<3918>({}); }
+
+SqlError ApplicationLockNotHeld(TextView principal, TextView resource) {
+  return Make<1223>({}, principal, resource);
+}
+
+SqlError BadApplicationLock(LockArgument argument, TextView procedure) {
+  switch (argument) {
+    case LockArgument::Resource:
+      return Make<1224>({}, procedure);
+    case LockArgument::Mode:
+      return Make<1225>({}, procedure);
+    case LockArgument::Owner:
+      return Make<1226>({}, procedure);
+    case LockArgument::Wait:
+      return Make<1227>({}, procedure);
+    case LockArgument::Principal:
+      break;
+  }
+  return Make<1230>({}, procedure);
+}
+
 SqlError TransactionCount(std::int64_t before, std::int64_t after) {
   return Make<266>({}, before, after);
 }

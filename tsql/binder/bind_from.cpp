@@ -33,6 +33,9 @@ DatabaseId Binder::RequireDatabase(const ObjectName& name) {
 
 const Table* Binder::FindTable(const ObjectName& name) {
   reads_schema_ = true;
+  if (catalogue_.IsMaster(name.database.text)) {
+    return catalogue_.FindInMaster(name.schema.text, name.object.text);
+  }
   const auto database = catalogue_.FindDatabase(name.database.text, name.object.text);
   return database ? catalogue_.Find(*database, name.schema.text, name.object.text) : nullptr;
 }
@@ -53,6 +56,9 @@ bool Binder::ObjectExists(const ObjectName& name) {
 
 const ProcedureText* Binder::FindProcedure(const ObjectName& name) {
   reads_schema_ = true;
+  if (catalogue_.IsMaster(name.database.text)) {
+    return Catalogue::FindProcedureInMaster(name.object.text);
+  }
   const auto database = catalogue_.FindDatabase(name.database.text, name.object.text);
   if (!database) return nullptr;
   return catalogue_.FindProcedure(*database, name.schema.text, name.object.text);

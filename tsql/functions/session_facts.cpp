@@ -89,6 +89,12 @@ void TypeFact(Call& call) {
   call.Return(*number);
 }
 
+// t_described(schema, name): the columns of a view or the parameters of a procedure in JSON, each
+// an array of its name, its type and whether it may be null or is for output.
+void Described(Call& call) {
+  ReturnFact(call, "described " + std::string(call.Utf8(0)), call.Utf8(1));
+}
+
 using Id = FunctionId;
 using Result = FunctionResult;
 
@@ -118,6 +124,7 @@ constexpr FunctionSignature kFunctions[] = {
 constexpr FunctionRow kHelpers[] = {
     {"t_object_key", 1, 1, 1, ObjectKeyOf},
     {"t_type_fact", 2, 2, 1, TypeFact},
+    {"t_described", 2, 2, 2, Described},
 };
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdio>
 
 #include "tsql/base/characters.h"
 #include "tsql/run/interpreter.h"
@@ -22,6 +23,22 @@ std::string HostName() {
 std::string Version() {
   return std::to_string(kServerMajor) + "." + std::to_string(kServerMinor) + "." +
          std::to_string(kServerBuild) + ".0";
+}
+
+// `text` as a JSON string.
+std::string JsonText(std::string_view text) {
+  std::string json = "\"";
+  for (const char c : text) {
+    std::array<char, 8> escaped{};
+    if (static_cast<unsigned char>(c) < ' ') {
+      std::snprintf(escaped.data(), escaped.size(), "\\u%04x", static_cast<unsigned>(c));
+      json += escaped.data();
+      continue;
+    }
+    if (c == '"' || c == '\\') json += '\\';
+    json += c;
+  }
+  return json + "\"";
 }
 
 bool Same(std::string_view a, std::string_view b) { return EqualText(ToText(a), ToText(b)); }
@@ -102,6 +119,11 @@ std::optional<std::string> Interpreter::Fact(std::string_view fact, std::string_
   };
   if (Same(fact, "@@IDENTITY")) return number(session_.identity);
   if (fact == "SCOPE_IDENTITY") return number(session_.frame->identity);
+  constexpr std::string_view kDescribed = "described ";
+  if (fact.starts_with(kDescribed)) {
+    const bool main = fact.substr(kDescribed.size()) == SchemaName(DatabaseId::Main);
+    return DescribeModule(main ? DatabaseId::Main : DatabaseId::Tempdb, ToText(argument));
+  }
   if (Same(fact, "@@SPID")) return std::to_string(identity.number);
   const DateOptions& dates = storage_.functions().dates;
   if (Same(fact, "@@LANGUAGE")) return ToUtf8(LanguageName(dates.language));
@@ -113,6 +135,38 @@ std::optional<std::string> Interpreter::Fact(std::string_view fact, std::string_
   if (fact == "HOST_NAME") return ToUtf8(identity.host);
   if (fact == "APP_NAME") return ToUtf8(identity.application);
   return ServerFact(fact);
+}
+
+// The columns of a view, or the parameters of a procedure, as t_described gives them. Nothing for
+// one that could not be used as things are.
+std::optional<std::string> Interpreter::DescribeModule(DatabaseId database, TextView name) {
+  std::string list;
+  const auto add = [&](TextView item, const Type& type, bool flag) {
+    list.append(list.empty() ? "[[" : "],[").append(JsonText(ToUtf8(item))).append(",");
+    list.append(JsonText(TypeName(type))).append(flag ? ",1" : ",0");
+  };
+  try {
+    Arena arena;
+    if (const ProcedureText* stored = catalogue_.FindProcedure(database, u"dbo", name)) {
+      const std::shared_ptr<Procedure> procedure = Load(*stored);
+      for (const Parameter& parameter : procedure->statement->parameters) {
+        add(parameter.name.text, parameter.type, parameter.output);
+      }
+    } else {
+      Text query = u"SELECT * FROM " + catalogue_.NameOf(database) + u"..[";
+      for (const char16_t c : name) query.append(c == u']' ? 2 : 1, c);
+      query += u"]";
+      const Batch batch = ParseBatch(query, arena);
+      Binder binder(query, arena, catalogue_);
+      const BoundQuery* bound = binder.BindQuery(*As<SelectStatement>(*batch.statements[0])->query);
+      for (std::size_t i = 0; i < bound->types.size(); ++i) {
+        add(bound->names[i], bound->types[i], bound->types[i].nullable);
+      }
+    }
+  } catch (const SqlError&) {
+    return std::nullopt;
+  }
+  return list.empty() ? "[]" : list + "]]";
 }
 
 // The name of the object of that number, or whether it is of a kind.

@@ -8,7 +8,7 @@
 namespace ledgerwick::tsql {
 
 Interpreter::Interpreter(Storage& storage, Catalogue& catalogue)
-    : storage_(storage), catalogue_(catalogue) {
+    : storage_(storage), catalogue_(catalogue), locks_(storage.beside()) {
   storage.functions().object_id = [this](TextView name) { return ObjectId(name); };
   storage.functions().fact = [this](std::string_view fact, std::string_view argument) {
     return Fact(fact, argument);
@@ -159,6 +159,7 @@ bool Interpreter::BeginsTransaction(const Statement& statement) const noexcept {
     case StatementKind::BeginTransaction:
     case StatementKind::CommitTransaction:
     case StatementKind::RollbackTransaction:
+    case StatementKind::SavePoint:
     case StatementKind::RaiseError:
     case StatementKind::Throw:
     case StatementKind::ExecuteText:
@@ -208,6 +209,7 @@ bool Interpreter::OnlyDescribes(const Statement& statement) {
     case StatementKind::BeginTransaction:
     case StatementKind::CommitTransaction:
     case StatementKind::RollbackTransaction:
+    case StatementKind::SavePoint:
     case StatementKind::RaiseError:
     case StatementKind::CheckIdentity:
     case StatementKind::Throw:

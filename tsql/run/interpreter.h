@@ -16,6 +16,7 @@
 #include "tsql/compile/compile.h"
 #include "tsql/run/session.h"
 #include "tsql/run/statement_cache.h"
+#include "tsql/storage/application_locks.h"
 #include "tsql/storage/constraints.h"
 #include "tsql/storage/storage.h"
 #include "tsql/storage/unique_keys.h"
@@ -79,6 +80,7 @@ class Interpreter {
   std::optional<std::int64_t> ObjectId(TextView name);
   bool IsConstraint(const ObjectName& name);
   std::optional<std::string> Fact(std::string_view fact, std::string_view argument);  // facts.cpp
+  std::optional<std::string> DescribeModule(DatabaseId database, TextView name);
   std::optional<std::string> ObjectFact(std::string_view fact, std::string_view id);
   bool BeginsTransaction(const Statement& statement) const noexcept;
   bool OnlyDescribes(const Statement& statement);
@@ -151,6 +153,7 @@ class Interpreter {
   void Perform(const BeginTransactionStatement& statement);
   void Perform(const CommitTransactionStatement& statement);
   void Perform(const RollbackTransactionStatement& statement);
+  void Perform(const SavePointStatement& statement);
   void Perform(const TruncateStatement& statement);
   void Perform(const CreateTableStatement& statement);
   void Perform(const AlterTableStatement& statement);
@@ -166,8 +169,11 @@ class Interpreter {
   Flow RunAll(Statements statements);
   void SetDates(const DateOptions& dates);
   void SetDateOption(TextView name, const Expr& value, const Statement& statement);
+  std::string NameOf(const TransactionName& name);
   void RollbackTransaction();
+  void RollbackTo(const std::string& name);
   void FollowTransaction();
+  void TransactionEnded();
 
   // Procedures and dynamic texts (procedures.cpp)
   void ExecuteSql(const ExecuteProcedureStatement& statement);
@@ -181,6 +187,12 @@ class Interpreter {
   void CallWithArguments(Frame& frame, const void* node, Statements body,
                          std::span<const Parameter> parameters, std::span<const Argument> arguments,
                          TextView name);
+
+  // Procedures without statements (native_procedures.cpp)
+  std::int64_t RunNative(Frame& frame);
+  std::int64_t GetApplicationLock(Frame& frame);
+  std::int64_t ReleaseApplicationLock(Frame& frame);
+  std::string ApplicationLockName(Frame& frame, TextView resource, TextView principal) const;
 
   // Rows that a constraint refuses (refused_rows.cpp)
   std::int64_t SettleRefused(const Statement& statement);
@@ -272,6 +284,7 @@ class Interpreter {
   Storage& storage_;
   Catalogue& catalogue_;
   Session session_;
+  ApplicationLocks locks_;
   ResultSink* sink_ = nullptr;
   // What a run that is explained has come by.
   struct Explanations {

@@ -118,7 +118,11 @@ void Interpreter::Call(Frame& frame, Statements body) {
     for (const std::string& drop : frame.temporaries) storage_.Execute(drop);
   };
   try {
-    RunAll(body);
+    if (frame.native != NativeProcedure::None) {
+      frame.result = RunNative(frame);
+    } else {
+      RunAll(body);
+    }
   } catch (...) {
     const Allowance::Pause pause;
     drop_temporaries();
@@ -168,6 +172,8 @@ void Interpreter::Perform(const ExecuteProcedureStatement& statement) {
   Frame frame = CalledFrame(caller, procedure->text, procedure->batch.variables.size());
   frame.procedure = ToUtf8(procedure->name);
   frame.kept = &procedure->kept;
+  frame.native = found->native;
+  frame.database = catalogue_.FindDatabase(name.database.text, {}).value_or(frame.database);
   const std::int64_t transactions = session_.transactions;
   const ProcedureStatement& definition = *procedure->statement;
   // A name in a variable may be another one next time.

@@ -268,9 +268,11 @@ void Interpreter::Perform(const ThrowStatement& statement) {
 
 // A transaction takes the right to write at once: one that read first could lose it to another
 // process for good.
-void Interpreter::Perform(const BeginTransactionStatement&) {
+void Interpreter::Perform(const BeginTransactionStatement& statement) {
   session_.row_count = 0;
+  const bool outermost = session_.transactions == 0;
   BeginTransaction();
+  if (outermost) session_.transaction_name = NameOf(statement.name);
   session_.last_error = 0;
 }
 
@@ -285,29 +287,83 @@ void Interpreter::BeginTransaction() {
 void Interpreter::Perform(const CommitTransactionStatement&) {
   session_.row_count = 0;
   if (session_.transactions == 0) throw errors::NoTransaction(true);
-  if (session_.transactions == 1) storage_.Execute("COMMIT");
-  --session_.transactions;
+  if (session_.transactions == 1) {
+    storage_.Execute("COMMIT");
+    TransactionEnded();
+  } else {
+    --session_.transactions;
+  }
   session_.last_error = 0;
 }
 
-void Interpreter::Perform(const RollbackTransactionStatement&) {
+// Of names the first 32 characters count, and their case.
+std::string Interpreter::NameOf(const TransactionName& name) {
+  constexpr std::size_t kLongest = 32;
+  const Text text =
+      name.variable != nullptr ? ToText(TextOfPart(*name.variable)) : Text(name.word.text);
+  return ToUtf8(TextView(text).substr(0, kLongest));
+}
+
+void Interpreter::Perform(const SavePointStatement& statement) {
   session_.row_count = 0;
-  RollbackTransaction();
+  if (session_.transactions == 0) throw errors::SaveOutsideTransaction();
+  std::vector<std::string>& points = session_.save_points;
+  points.push_back(NameOf(statement.name));
+  try {
+    storage_.Execute("SAVEPOINT point_" + std::to_string(points.size()));
+  } catch (...) {
+    points.pop_back();
+    throw;
+  }
   session_.last_error = 0;
+}
+
+void Interpreter::Perform(const RollbackTransactionStatement& statement) {
+  session_.row_count = 0;
+  const std::string name = NameOf(statement.name);
+  if (name.empty() || session_.transactions == 0) {
+    RollbackTransaction();
+  } else {
+    RollbackTo(name);
+  }
+  session_.last_error = 0;
+}
+
+// To the save point of that name that was made last, which stays; else to where the transaction of
+// that name began.
+void Interpreter::RollbackTo(const std::string& name) {
+  std::vector<std::string>& points = session_.save_points;
+  const auto point = std::find(points.rbegin(), points.rend(), name);
+  if (point != points.rend()) {
+    points.erase(point.base(), points.end());
+    storage_.Execute("ROLLBACK TO point_" + std::to_string(points.size()));
+    catalogue_.Forget();
+  } else if (name == session_.transaction_name) {
+    RollbackTransaction();
+  } else {
+    throw errors::NoSavePoint(name);
+  }
 }
 
 void Interpreter::RollbackTransaction() {
   if (session_.transactions == 0) throw errors::NoTransaction(false);
   storage_.Execute("ROLLBACK");
-  session_.transactions = 0;
+  TransactionEnded();
   catalogue_.Forget();
 }
 
 // After some failures the storage has rolled the transaction back by itself.
 void Interpreter::FollowTransaction() {
   if (session_.transactions == 0 || sqlite3_get_autocommit(storage_.db()) == 0) return;
-  session_.transactions = 0;
+  TransactionEnded();
   catalogue_.Forget();
+}
+
+void Interpreter::TransactionEnded() {
+  session_.transactions = 0;
+  session_.transaction_name.clear();
+  session_.save_points.clear();
+  locks_.ReleaseTransaction();
 }
 
 }  // namespace ledgerwick::tsql

@@ -9,6 +9,7 @@
 
 #include "tsql/base/errors.h"
 #include "tsql/run/variables.h"
+#include "tsql/storage/catalogue.h"
 
 namespace ledgerwick::tsql {
 
@@ -19,12 +20,14 @@ class StatementCache;
 
 // A batch, a call of a procedure or a dynamic text while it runs.
 struct Frame {
-  TextView text;                   // that the statements' offsets count in
-  std::string procedure;           // its name; empty for a batch and a dynamic text
-  bool is_text = false;            // of EXEC ('…')
-  StatementCache* kept = nullptr;  // where its statements may run more than once
-  std::int32_t level = 0;          // 0 for the batch
-  std::int64_t result = 0;         // of RETURN
+  TextView text;                                   // that the statements' offsets count in
+  std::string procedure;                           // its name; empty for a batch and a dynamic text
+  bool is_text = false;                            // of EXEC ('…')
+  StatementCache* kept = nullptr;                  // where its statements may run more than once
+  std::int32_t level = 0;                          // 0 for the batch
+  std::int64_t result = 0;                         // of RETURN
+  NativeProcedure native = NativeProcedure::None;  // what runs in place of statements
+  DatabaseId database = DatabaseId::Session;       // that a native one was called in; else master
   Variables variables;
   std::optional<std::int64_t> identity;  // SCOPE_IDENTITY()
   std::vector<std::string> temporaries;  // what drops the session's tables that it made
@@ -45,6 +48,8 @@ struct Session {
   std::int64_t transactions = 0;
   std::optional<std::int64_t> identity;        // @@IDENTITY
   std::optional<std::int64_t> batch_identity;  // SCOPE_IDENTITY() of the last batch
+  std::string transaction_name;                // of the outermost; empty for none
+  std::vector<std::string> save_points;  // of the open transaction, in the order of their making
   bool no_count = false;
   bool xact_abort = false;
   bool implicit_transactions = false;  // a statement that reads or writes begins one

@@ -59,6 +59,22 @@ std::optional<DatabaseId> Catalogue::FindDatabase(TextView name, TextView object
   return std::nullopt;
 }
 
+bool Catalogue::IsMaster(TextView name) const noexcept {
+  return EqualText(name, u"master") && !EqualText(name, main_name_);
+}
+
+// The tables that hold the same in every database.
+const Table* Catalogue::FindInMaster(TextView schema, TextView name) {
+  for (const TextView known : {u"sysdatabases", u"databases", u"systypes", u"types", u"schemas"}) {
+    if (EqualText(name, known)) return Find(DatabaseId::Main, schema, name);
+  }
+  return nullptr;
+}
+
+const ProcedureText* Catalogue::FindProcedureInMaster(TextView name) {
+  return FindSystemProcedure(name);
+}
+
 Text Catalogue::NameOf(DatabaseId database) const {
   return database == DatabaseId::Main ? main_name_ : Text(u"tempdb");
 }

@@ -76,11 +76,15 @@ struct Table {
   std::int32_t FindColumn(TextView column) const;
 };
 
+// What runs in place of a procedure's body.
+enum class NativeProcedure : std::uint8_t { None, GetApplicationLock, ReleaseApplicationLock };
+
 // A stored procedure as it was created.
 struct ProcedureText {
   DatabaseId database = DatabaseId::Main;
   Text name;
   Text definition;  // the whole batch that created it
+  NativeProcedure native = NativeProcedure::None;
 };
 
 // Reads the catalogue of one connection as it is asked for and keeps it until another connection or
@@ -110,6 +114,12 @@ class Catalogue {
   // (possibly empty); nothing for an unknown one. A table "#name" is the session's and "##name" in
   // tempdb, whatever is written.
   std::optional<DatabaseId> FindDatabase(TextView database, TextView object) const;
+
+  // True for master, which has nothing but what tells of the server: `name` is then looked for with
+  // FindInMaster and FindProcedureInMaster.
+  bool IsMaster(TextView name) const noexcept;
+  const Table* FindInMaster(TextView schema, TextView name);
+  static const ProcedureText* FindProcedureInMaster(TextView name);
 
   // Has names that are written without a database be looked for in `database`, Main or Tempdb.
   void Use(DatabaseId database) noexcept {

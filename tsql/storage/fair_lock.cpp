@@ -17,6 +17,9 @@ constexpr off_t kFirstEntry = LockFile::kEntrySize;
 constexpr off_t kLeases = 4096;
 constexpr off_t kFirstByte = off_t{1} << 41;  // lower ones are database_lock.cpp's
 constexpr off_t kBytes = off_t{1} << 32;      // of a subject
+constexpr off_t kFirstApplicationByte = off_t{1} << 46;
+constexpr off_t kApplicationBytes = off_t{1} << 17;
+constexpr off_t kApplicationLocks = off_t{1} << 44;
 
 // "pid 1234 (ledgerwick) since 123456": no two takings of a lock have the same.
 std::string Holder() {
@@ -49,12 +52,21 @@ class Place {
 LockSubject LockSubject::LeaseOf(TextView table) {
   std::uint32_t hash = 2166136261U;
   for (const char16_t c : FoldText(table)) hash = (hash ^ c) * 16777619U;
-  return LockSubject(2 + static_cast<off_t>(hash) % kLeases);
+  return Numbered(2 + static_cast<off_t>(hash) % kLeases);
 }
 
-off_t LockSubject::entry() const noexcept { return kFirstEntry + number_ * LockFile::kEntrySize; }
-off_t LockSubject::holder() const noexcept { return kFirstByte + number_ * kBytes; }
-off_t LockSubject::end() const noexcept { return holder() + kBytes; }
+LockSubject LockSubject::Application(std::string_view name) {
+  std::uint64_t hash = 14695981039346656037U;
+  for (const char c : name) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
+  const auto number = static_cast<off_t>(hash % std::uint64_t{kApplicationLocks});
+  const off_t holder = kFirstApplicationByte + number * kApplicationBytes;
+  return {Numbered(2 + kLeases).entry(), holder, holder + kApplicationBytes / 2};
+}
+
+LockSubject LockSubject::Numbered(off_t number) {
+  const off_t holder = kFirstByte + number * kBytes;
+  return {kFirstEntry + number * LockFile::kEntrySize, holder, holder + kBytes};
+}
 
 // Takes the lock if no byte of the queue before `ticket` is locked.
 bool FairLock::TakeFirst(off_t ticket) {
@@ -85,11 +97,28 @@ void FairLock::Acquire(const DatabaseOptions& options, const std::function<void(
   WaitInQueue(ticket, options);
 }
 
-void FairLock::WaitInQueue(off_t ticket, const DatabaseOptions& options) {
+bool FairLock::AcquireBy(const std::optional<Clock::time_point>& deadline,
+                         const DatabaseOptions& options) {
+  if (TryAcquire()) return true;
+  const off_t ticket = Enqueue();
+  const Place place(file_, ticket);
+  while (!TakeFirst(ticket)) {
+    if (deadline && Clock::now() >= *deadline) return false;
+    Pause(options);
+  }
+  return true;
+}
+
+void FairLock::Pause(const DatabaseOptions& options) {
   constexpr auto kPause = std::chrono::milliseconds(5);
+  if (options.cancel != nullptr && options.cancel->load()) throw errors::Cancelled();
+  if (options.progress) CallBack(options.progress);
+  std::this_thread::sleep_for(kPause);
+}
+
+void FairLock::WaitInQueue(off_t ticket, const DatabaseOptions& options) {
   std::string holder = file_.Read(subject_.entry());
   for (auto since = Clock::now(); !TakeFirst(ticket);) {
-    if (options.cancel != nullptr && options.cancel->load()) throw errors::Cancelled();
     if (std::string now = file_.Read(subject_.entry()); now != holder) {
       holder = std::move(now);
       since = Clock::now();
@@ -97,8 +126,7 @@ void FairLock::WaitInQueue(off_t ticket, const DatabaseOptions& options) {
     if (Clock::now() - since >= options.lock_wait) {
       throw errors::LockTimeout(Told(holder), what_, options.lock_wait);
     }
-    if (options.progress) CallBack(options.progress);
-    std::this_thread::sleep_for(kPause);
+    Pause(options);
   }
 }
 

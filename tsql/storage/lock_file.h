@@ -9,6 +9,7 @@
 //   128    who writes to the books
 //   256    who writes to tempdb
 //   384…   who has a table's lease, 4096 entries by the hash of the table's name
+//   behind who took an application lock last
 #pragma once
 
 #include <sys/types.h>

@@ -136,8 +136,25 @@ SELECT DB_NAME() AS PROCEDURE_QUALIFIER, CAST('dbo' AS sysname) AS PROCEDURE_OWN
   CAST(NULL AS int) AS CHAR_OCTET_LENGTH, CAST(0 AS int) AS ORDINAL_POSITION, CAST('NO' AS varchar(254)) AS IS_NULLABLE,
   CAST(56 AS tinyint) AS SS_DATA_TYPE
 FROM INFORMATION_SCHEMA.ROUTINES
-WHERE ROUTINE_NAME + ';1' LIKE @procedure_name ESCAPE '\' OR ROUTINE_NAME LIKE @procedure_name ESCAPE '\'
-ORDER BY 3)";
+WHERE (ROUTINE_NAME + ';1' LIKE @procedure_name ESCAPE '\' OR ROUTINE_NAME LIKE @procedure_name ESCAPE '\')
+  AND '@RETURN_VALUE' LIKE ISNULL(@column_name, '%') ESCAPE '\'
+UNION ALL
+SELECT DB_NAME(), 'dbo', CAST(tab + ';1' AS nvarchar(134)), name, mode,
+  CAST(CASE WHEN data_type = 93 AND @ODBCVer < 3 THEN 11 ELSE data_type END AS smallint), type_name, size, length, scale,
+  radix, 1, NULL, NULL, CAST(CASE WHEN data_type = 93 THEN 9 ELSE data_type END AS smallint),
+  CAST(CASE WHEN data_type = 93 THEN 3 END AS smallint), octets, ord, 'YES', old_type
+FROM sys.ledgerwick_parameters
+WHERE (tab + ';1' LIKE @procedure_name ESCAPE '\' OR tab LIKE @procedure_name ESCAPE '\')
+  AND name LIKE ISNULL(@column_name, '%') ESCAPE '\'
+ORDER BY 3, 18)";
+
+constexpr TextView kGetLock =
+    uR"(CREATE PROCEDURE sp_getapplock @Resource nvarchar(255), @LockMode nvarchar(32),
+  @LockOwner nvarchar(32) = 'Transaction', @LockTimeout int = NULL, @DbPrincipal sysname = 'public' AS RETURN -999)";
+
+constexpr TextView kReleaseLock =
+    uR"(CREATE PROCEDURE sp_releaseapplock @Resource nvarchar(255), @LockOwner nvarchar(32) = 'Transaction',
+  @DbPrincipal sysname = 'public' AS RETURN -999)";
 
 constexpr TextView kText =
     uR"(CREATE PROCEDURE sp_helptext @objname nvarchar(776), @columnname sysname = NULL AS
@@ -153,7 +170,7 @@ ELSE
 }  // namespace
 
 const ProcedureText* FindSystemProcedure(TextView name) {
-  static const std::array<ProcedureText, 11> procedures = {{
+  static const std::array<ProcedureText, 13> procedures = {{
       {DatabaseId::Main, u"sp_databases", Text(kDatabaseList)},
       {DatabaseId::Main, u"sp_tables", Text(kTables)},
       {DatabaseId::Main, u"sp_columns", Text(kColumns)},
@@ -165,6 +182,9 @@ const ProcedureText* FindSystemProcedure(TextView name) {
       {DatabaseId::Main, u"sp_datatype_info", Text(kTypes)},
       {DatabaseId::Main, u"sp_sproc_columns", Text(kParameters)},
       {DatabaseId::Main, u"sp_helptext", Text(kText)},
+      {DatabaseId::Main, u"sp_getapplock", Text(kGetLock), NativeProcedure::GetApplicationLock},
+      {DatabaseId::Main, u"sp_releaseapplock", Text(kReleaseLock),
+       NativeProcedure::ReleaseApplicationLock},
   }};
   // Clients of newer versions ask for the same under a name of their own.
   for (const TextView suffix : {TextView(u"_90"), TextView(u"_100")}) {

@@ -190,6 +190,16 @@ constexpr Definition kTables[] = {
      "nullable, def, CASE WHEN t_type_fact(decl, 'characters') IS NOT NULL THEN t_type_fact(decl, "
      "'odbc_length') END AS octets, cid AS ord, t_type_fact(decl, 'old_id') AS old_type FROM "
      "({columns})"},
+    {Place::Sys, u"ledgerwick_parameters",
+     "tab nvarchar(128), name nvarchar(128), mode smallint, data_type smallint, type_name "
+     "nvarchar(128), size int, length int, scale smallint?, radix smallint?, octets int?, ord int, "
+     "old_type tinyint",
+     "SELECT proc AS tab, name, 1 + output AS mode, t_type_fact(decl, 'odbc') AS data_type, "
+     "t_type_fact(decl, 'name') AS type_name, t_type_fact(decl, 'odbc_size') AS size, "
+     "t_type_fact(decl, 'odbc_length') AS length, t_type_fact(decl, 'odbc_scale') AS scale, "
+     "t_type_fact(decl, 'radix') AS radix, CASE WHEN t_type_fact(decl, 'characters') IS NOT NULL "
+     "THEN t_type_fact(decl, 'odbc_length') END AS octets, cid AS ord, t_type_fact(decl, "
+     "'old_id') AS old_type FROM ({parameters})"},
     {Place::Sys, u"ledgerwick_keys",
      "tab nvarchar(128), name nvarchar(128), ord smallint, key_name nvarchar(128)",
      "SELECT k.tab AS tab, c.col AS name, c.ord AS ord, k.name AS key_name FROM ({keys}) AS k, "
@@ -264,6 +274,21 @@ constexpr Definition kTables[] = {
      "iif(t_type_fact(decl, 'odbc') < 0, 'UNICODE', 'cp936') END AS CHARACTER_SET_NAME, CASE WHEN "
      "t_type_fact(decl, 'characters') IS NOT NULL THEN 'Chinese_PRC_CI_AS' END AS COLLATION_NAME "
      "FROM ({columns})"},
+    {Place::Information, u"PARAMETERS",
+     "SPECIFIC_CATALOG nvarchar(128), SPECIFIC_SCHEMA nvarchar(128), SPECIFIC_NAME "
+     "nvarchar(128), ORDINAL_POSITION int, PARAMETER_MODE nvarchar(10), IS_RESULT nvarchar(10), "
+     "AS_LOCATOR nvarchar(10), PARAMETER_NAME nvarchar(128), DATA_TYPE nvarchar(128), "
+     "CHARACTER_MAXIMUM_LENGTH int?, CHARACTER_OCTET_LENGTH int?, NUMERIC_PRECISION tinyint?, "
+     "NUMERIC_PRECISION_RADIX smallint?, NUMERIC_SCALE int?",
+     "SELECT {name} AS SPECIFIC_CATALOG, 'dbo' AS SPECIFIC_SCHEMA, proc AS SPECIFIC_NAME, cid AS "
+     "ORDINAL_POSITION, iif(output, 'INOUT', 'IN') AS PARAMETER_MODE, 'NO' AS IS_RESULT, 'NO' AS "
+     "AS_LOCATOR, name AS PARAMETER_NAME, t_type_fact(decl, 'name') AS DATA_TYPE, "
+     "t_type_fact(decl, 'characters') AS CHARACTER_MAXIMUM_LENGTH, CASE WHEN t_type_fact(decl, "
+     "'characters') IS NOT NULL THEN t_type_fact(decl, 'bytes') END AS CHARACTER_OCTET_LENGTH, "
+     "CASE WHEN t_type_fact(decl, 'radix') IS NOT NULL THEN t_type_fact(decl, 'odbc_size') END AS "
+     "NUMERIC_PRECISION, t_type_fact(decl, 'radix') AS NUMERIC_PRECISION_RADIX, CASE WHEN "
+     "t_type_fact(decl, 'radix') IS NOT NULL THEN t_type_fact(decl, 'odbc_scale') END AS "
+     "NUMERIC_SCALE FROM ({parameters})"},
     {Place::Information, u"TABLE_CONSTRAINTS",
      "CONSTRAINT_CATALOG nvarchar(128), CONSTRAINT_SCHEMA nvarchar(128), CONSTRAINT_NAME "
      "nvarchar(128), TABLE_CATALOG nvarchar(128), TABLE_SCHEMA nvarchar(128), TABLE_NAME "
@@ -352,7 +377,13 @@ constexpr std::pair<std::string_view, std::string_view> kParts[] = {
      "d.tab = o.name AND k.col = c.name), CASE WHEN t_type_fact(c.type, 'name') <> "
      "'timestamp' THEN c.dflt_value END) AS def, c.pk AS pk, c.hidden > 0 AS "
      "computed FROM ({objects}) AS o, pragma_table_xinfo(o.name, '{schema}') AS c WHERE o.kind = "
-     "'U'"},
+     "'U' UNION ALL SELECT o.name, json_extract(c.value, '$[0]'), c.key + 1, json_extract(c.value, "
+     "'$[1]'), json_extract(c.value, '$[2]'), NULL, 0, 0 FROM ({objects}) AS o, json_each("
+     "t_described('{schema}', o.name)) AS c WHERE o.kind = 'V'"},
+    {"{parameters}",
+     "SELECT o.name AS proc, json_extract(c.value, '$[0]') AS name, c.key + 1 AS cid, "
+     "json_extract(c.value, '$[1]') AS decl, json_extract(c.value, '$[2]') AS output FROM "
+     "({objects}) AS o, json_each(t_described('{schema}', o.name)) AS c WHERE o.kind = 'P'"},
     // The index for NULLs that stands beside a unique one (unique_keys.h) is the storage's own.
     {"{indexes}",
      "SELECT o.name AS tab, CASE WHEN k.name IS NOT NULL THEN k.name WHEN substr(l.name, 1, "

@@ -8,23 +8,23 @@ namespace ledgerwick::tsql {
 namespace {
 
 // In the order of the enumeration, which is alphabetical.
-constexpr std::array<std::string_view, 93> kKeywords = {
-    "",         "add",       "all",          "alter",       "and",       "any",
-    "as",       "asc",       "begin",        "between",     "break",     "by",
-    "case",     "check",     "clustered",    "coalesce",    "commit",    "constraint",
-    "continue", "convert",   "create",       "cross",       "database",  "declare",
-    "default",  "delete",    "desc",         "distinct",    "drop",      "else",
-    "end",      "escape",    "except",       "exec",        "execute",   "exists",
-    "foreign",  "from",      "full",         "function",    "go",        "group",
-    "having",   "holdlock",  "if",           "in",          "index",     "inner",
-    "insert",   "intersect", "into",         "is",          "join",      "key",
-    "left",     "like",      "nonclustered", "not",         "null",      "nullif",
-    "of",       "on",        "or",           "order",       "outer",     "percent",
-    "primary",  "print",     "proc",         "procedure",   "raiserror", "references",
-    "return",   "right",     "rollback",     "select",      "set",       "table",
-    "then",     "top",       "tran",         "transaction", "truncate",  "union",
-    "unique",   "update",    "use",          "values",      "view",      "when",
-    "where",    "while",     "with"};
+constexpr std::array<std::string_view, 94> kKeywords = {
+    "",         "add",       "all",          "alter",     "and",         "any",
+    "as",       "asc",       "begin",        "between",   "break",       "by",
+    "case",     "check",     "clustered",    "coalesce",  "commit",      "constraint",
+    "continue", "convert",   "create",       "cross",     "database",    "declare",
+    "default",  "delete",    "desc",         "distinct",  "drop",        "else",
+    "end",      "escape",    "except",       "exec",      "execute",     "exists",
+    "foreign",  "from",      "full",         "function",  "go",          "group",
+    "having",   "holdlock",  "if",           "in",        "index",       "inner",
+    "insert",   "intersect", "into",         "is",        "join",        "key",
+    "left",     "like",      "nonclustered", "not",       "null",        "nullif",
+    "of",       "on",        "or",           "order",     "outer",       "percent",
+    "primary",  "print",     "proc",         "procedure", "raiserror",   "references",
+    "return",   "right",     "rollback",     "save",      "select",      "set",
+    "table",    "then",      "top",          "tran",      "transaction", "truncate",
+    "union",    "unique",    "update",       "use",       "values",      "view",
+    "when",     "where",     "while",        "with"};
 constexpr std::size_t kLongestKeyword = 12;
 static_assert(static_cast<std::size_t>(Keyword::With) + 1 == kKeywords.size());
 static_assert(std::is_sorted(kKeywords.begin(), kKeywords.end()));

@@ -34,7 +34,7 @@ enum class Keyword : std::uint8_t {
   Drop, Else, End, Escape, Except, Exec, Execute, Exists, Foreign, From, Full, Function, Go, Group,
   Having, Holdlock, If, In, Index, Inner, Insert, Intersect, Into, Is, Join, Key, Left, Like,
   Nonclustered, Not, Null, Nullif, Of, On, Or, Order, Outer, Percent, Primary, Print, Proc,
-  Procedure, Raiserror, References, Return, Right, Rollback, Select, Set, Table, Then, Top, Tran, Transaction,
+  Procedure, Raiserror, References, Return, Right, Rollback, Save, Select, Set, Table, Then, Top, Tran, Transaction,
   Truncate, Union, Unique, Update, Use, Values, View, When, Where, While, With,
 };
 // clang-format on

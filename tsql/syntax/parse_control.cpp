@@ -94,17 +94,31 @@ Statement* Parser::TryCatch() {
   return statement;
 }
 
-// BEGIN, COMMIT and ROLLBACK. A name changes nothing: there are no save points.
-void Parser::SkipTransactionName() {
+// The name behind BEGIN, COMMIT, ROLLBACK and SAVE.
+TransactionName Parser::TransactionNameRule() {
+  TransactionName name;
   Advance();
   const bool named = Accept(Keyword::Tran) || Accept(Keyword::Transaction);
   if (!named) {
     AcceptWord(u"WORK");
   } else if (Current().kind == TokenKind::Variable) {
-    VariableRule();
+    name.variable = VariableRule();
   } else if (IsName()) {
-    Advance();
+    name.word = ExpectName();
   }
+  return name;
+}
+
+Statement* Parser::SavePoint() {
+  const Keyword next = Ahead(1).keyword;
+  if (next != Keyword::Tran && next != Keyword::Transaction) {
+    Advance();
+    Fail();
+  }
+  auto* statement = NewStatement<SavePointStatement>();
+  statement->name = TransactionNameRule();
+  if (statement->name.word.text.empty() && statement->name.variable == nullptr) Fail();
+  return statement;
 }
 
 Statement* Parser::RaiseError() {

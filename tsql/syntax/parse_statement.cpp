@@ -161,6 +161,8 @@ Statement* Parser::StatementRule() {
       return TransactionRule<CommitTransactionStatement>();
     case Keyword::Rollback:
       return TransactionRule<RollbackTransactionStatement>();
+    case Keyword::Save:
+      return SavePoint();
     case Keyword::Declare:
       return Declare();
     case Keyword::Set:

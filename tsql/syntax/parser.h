@@ -108,13 +108,14 @@ class Parser {
   Statement* Return();
   Statement* BeginRule();
   Statement* TryCatch();
-  void SkipTransactionName();
+  TransactionName TransactionNameRule();
   template <typename T>
   Statement* TransactionRule() {
     T* statement = NewStatement<T>();
-    SkipTransactionName();
+    statement->name = TransactionNameRule();
     return statement;
   }
+  Statement* SavePoint();
   Statement* RaiseError();
   Statement* Throw();
   Statement* Execute();

@@ -260,6 +260,7 @@ enum class StatementKind : std::uint8_t {
   BeginTransaction,
   CommitTransaction,
   RollbackTransaction,
+  SavePoint,
   RaiseError,
   Throw,
   ExecuteText,
@@ -422,9 +423,25 @@ struct AssignStatement : StatementOf<StatementKind::Assign> {
   std::span<const VariableAssignment> variables;
 };
 
-struct BeginTransactionStatement : StatementOf<StatementKind::BeginTransaction> {};
-struct CommitTransactionStatement : StatementOf<StatementKind::CommitTransaction> {};
-struct RollbackTransactionStatement : StatementOf<StatementKind::RollbackTransaction> {};
+// The name of a transaction or of a save point, as a word or in a variable; neither where none is
+// written.
+struct TransactionName {
+  Name word;
+  const Expr* variable = nullptr;
+};
+
+struct BeginTransactionStatement : StatementOf<StatementKind::BeginTransaction> {
+  TransactionName name;
+};
+struct CommitTransactionStatement : StatementOf<StatementKind::CommitTransaction> {
+  TransactionName name;  // which changes nothing
+};
+struct RollbackTransactionStatement : StatementOf<StatementKind::RollbackTransaction> {
+  TransactionName name;
+};
+struct SavePointStatement : StatementOf<StatementKind::SavePoint> {
+  TransactionName name;
+};
 
 struct RaiseErrorStatement : StatementOf<StatementKind::RaiseError> {
   std::span<const Expr* const> values;  // message, severity, state, arguments…
@@ -515,6 +532,8 @@ decltype(auto) VisitStatement(const Statement& statement, Visit&& visit) {
       return visit(static_cast<const CommitTransactionStatement&>(statement));
     case StatementKind::RollbackTransaction:
       return visit(static_cast<const RollbackTransactionStatement&>(statement));
+    case StatementKind::SavePoint:
+      return visit(static_cast<const SavePointStatement&>(statement));
     case StatementKind::RaiseError:
       return visit(static_cast<const RaiseErrorStatement&>(statement));
     case StatementKind::Throw:
