@@ -51,6 +51,15 @@ ResultColumn Column(TextView name, TextView type) {
   return column;
 }
 
+// Takes rows and keeps none of them.
+class NoRows final : public tsql::BulkLoader {
+ public:
+  void Row(std::span<const Value> values) override {
+    for (const Value& value : values) value.ToText();
+  }
+  void Finish() override {}
+};
+
 class AllTypes final : public tsql::Database {
  public:
   explicit AllTypes(std::function<void()> progress) : progress_(std::move(progress)) {}
@@ -103,7 +112,9 @@ class AllTypes final : public tsql::Database {
   std::vector<tsql::Explanation> Explain(TextView, bool, ResultSink&) override { return {}; }
   std::int64_t OpenTransactions() const override { return transactions_; }
   Text CurrentDatabase() const override { return u"fuzz"; }
-  std::unique_ptr<tsql::BulkLoader> Load(TextView, std::span<const Text>) override { return {}; }
+  std::unique_ptr<tsql::BulkLoader> Load(TextView, std::span<const Text>) override {
+    return std::make_unique<NoRows>();
+  }
   std::unique_ptr<tsql::TableLease> Lease(TextView, const std::function<void()>&) override {
     return {};
   }

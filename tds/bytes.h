@@ -21,18 +21,48 @@ class ProtocolError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// A message ends before what it holds does.
+class MessageEnded : public ProtocolError {
+ public:
+  MessageEnded() : ProtocolError("a message ends too early") {}
+};
+
+// Where further bytes come from when a message is read while it comes.
+class ByteSource {
+ public:
+  virtual ~ByteSource() = default;
+
+  // `rest` and as much as follows it until there are `count` bytes or the message ends. They stay
+  // until the next call.
+  virtual std::string_view Extend(std::string_view rest, std::size_t count) = 0;
+};
+
 // Reads a message from its beginning. Every member throws ProtocolError at the message's end.
 class ByteReader {
  public:
-  // `bytes` outlives it.
-  explicit ByteReader(std::string_view bytes) : bytes_(bytes) {}
+  // `bytes` and `source`, where there is one, outlive it.
+  explicit ByteReader(std::string_view bytes, ByteSource* source = nullptr)
+      : bytes_(bytes), source_(source) {}
 
   std::size_t left() const noexcept { return bytes_.size() - at_; }
   bool AtEnd() const noexcept { return left() == 0; }
 
-  // The next `count` bytes, which stay where they are.
+  // The same, once the source has nothing more either.
+  bool IsOver() {
+    if (AtEnd() && source_ != nullptr) {
+      bytes_ = source_->Extend({}, 1);
+      at_ = 0;
+    }
+    return AtEnd();
+  }
+
+  // The next `count` bytes, which stay where they are; with a source until more is read.
   std::string_view Take(std::size_t count) {
-    if (count > left()) throw ProtocolError("a message ends too early");
+    if (count > left() && source_ != nullptr) {
+      bytes_ = source_->Extend(bytes_.substr(at_), count);
+      at_ = 0;
+    }
+    if (count > left()) throw MessageEnded();
     at_ += count;
     return bytes_.substr(at_ - count, count);
   }
@@ -52,10 +82,9 @@ class ByteReader {
 
   // A text of `count` UTF-16 units.
   Text Units(std::size_t count) {
-    // Before the memory is asked for.
-    if (count > left() / 2) throw ProtocolError("a text is longer than its message");
+    ByteReader units(Take(count * 2));
     Text text(count, u'\0');
-    for (char16_t& unit : text) unit = static_cast<char16_t>(U16());
+    for (char16_t& unit : text) unit = static_cast<char16_t>(units.U16());
     return text;
   }
 
@@ -65,6 +94,7 @@ class ByteReader {
 
  private:
   std::string_view bytes_;
+  ByteSource* source_;
   std::size_t at_ = 0;
 };
 

@@ -7,6 +7,7 @@
 #include "frame/null_sink.h"
 #include "tds/code_page.h"
 #include "tds/literal.h"
+#include "tds/server_error.h"
 
 namespace ledgerwick::tds {
 namespace {
@@ -16,42 +17,14 @@ struct AttentionSeen {};
 
 constexpr std::size_t kMostLogin = std::size_t{128} << 10;
 constexpr TextView kTempdb = u"tempdb";
-constexpr std::size_t kMostPrepared = 4096;
-
-DatabaseError ServerError(std::int32_t number, std::int32_t severity, Text text) {
-  DatabaseError error(kErrorFailed, u"Ledgerwick", std::move(text));
-  error.native = number;
-  error.severity = severity;
-  return error;
-}
 
 Text FromAscii(std::string_view text) { return Text(text.begin(), text.end()); }
-
-Parameter TextParameter(Text text) {
-  Parameter parameter;
-  parameter.type = u"nvarchar(max)";
-  parameter.literal = NationalLiteral(text);
-  parameter.text = std::move(text);
-  return parameter;
-}
 
 std::string Bytes(std::uint64_t number) {
   std::string bytes;
   ByteWriter(bytes).Put(number);
   return bytes;
 }
-
-const Parameter& Required(const Call& call, std::size_t i, TextView name) {
-  if (i < call.parameters.size()) return call.parameters[i];
-  throw ServerError(201, 16,
-                    u"Procedure or function '" + call.procedure + u"' expects parameter '" +
-                        Text(name) + u"', which was not supplied.");
-}
-
-// The text of the statement and the declarations of its parameters.
-constexpr std::size_t kStatement = 0;
-constexpr std::size_t kDeclarations = 1;
-constexpr std::size_t kTexts = 2;
 
 }  // namespace
 
@@ -205,17 +178,19 @@ void Conversation::Welcome() {
 }
 
 void Conversation::Serve() {
-  while (const std::optional<Message> message = packets_.ReadMessage()) {
+  while (std::optional<Message> message = packets_.ReadMessage()) {
     if (message->type == MessageType::Attention) {
       AnswerAttention();
-    } else if (!message->ignored) {
+    } else if (message->ignored && message->type != MessageType::BulkLoad) {
+      AnswerIgnored();
+    } else {
       Answer(*message);
     }
     if (cancel_.load()) return;
   }
 }
 
-void Conversation::Answer(const Message& message) {
+void Conversation::Answer(Message& message) {
   last_look_ = std::chrono::steady_clock::now();
   try {
     if (message.resets) Reset();
@@ -229,13 +204,9 @@ void Conversation::Answer(const Message& message) {
       case MessageType::Transaction:
         AnswerTransaction(message.data);
         return;
-      case MessageType::BulkLoad: {
-        ResultStream results = NewStream(DoneKind::Statement);
-        results.Error(ServerError(4834, 16, u"Bulk loads are not supported here."));
-        results.EndBatch(false);
-        packets_.EndAnswer();
+      case MessageType::BulkLoad:
+        AnswerBulkLoad(message);
         return;
-      }
       default:
         throw ProtocolError("the client logs in again");
     }
@@ -249,6 +220,12 @@ void Conversation::Answer(const Message& message) {
   }
 }
 
+// A request that the client took back while it sent it is not done, which it is told.
+void Conversation::AnswerIgnored() {
+  TokenWriter(packets_.answer(), version_).PutDone({DoneKind::Statement, kDoneError, false, 0});
+  packets_.EndAnswer();
+}
+
 // What the client waits for after it has asked to stop.
 void Conversation::AnswerAttention() {
   TokenWriter(packets_.answer(), version_).PutDone({DoneKind::Statement, kDoneAttention, false, 0});
@@ -258,6 +235,7 @@ void Conversation::AnswerAttention() {
 // The session becomes as it was after login.
 void Conversation::Reset() {
   prepared_.clear();
+  cursors_.clear();
   in_transaction_ = false;
   OpenDatabase();
   if (version_ >= Version::V72) {
@@ -283,14 +261,15 @@ ResultStream Conversation::NewStream(DoneKind kind) {
 void Conversation::Look() {
   constexpr auto kPause = std::chrono::milliseconds(5);
   const auto now = std::chrono::steady_clock::now();
-  if (now - last_look_ < kPause) return;
+  if (loading_ || now - last_look_ < kPause) return;
   last_look_ = now;
   if (packets_.ReadAttention()) throw AttentionSeen{};
 }
 
-void Conversation::RunBatch(TextView batch, ResultStream& results) {
+// Runs `batch`, whose rows go to `rows`, and tells what has changed with it.
+void Conversation::Run(TextView batch, ResultSink& rows, ResultStream& results) {
   try {
-    database_->Run(batch, results);
+    database_->Run(batch, rows);
   } catch (const DatabaseError& error) {
     results.Thrown(error);
   }
@@ -320,6 +299,7 @@ void Conversation::AnswerBatch(std::string_view data) {
   const std::string_view bytes = WithoutHeaders(data);
   if (bytes.size() % 2 != 0) throw ProtocolError("a batch has half a character");
   const Text batch = ByteReader(bytes).Units(bytes.size() / 2);
+  if (IsInsertBulk(batch)) return AnswerInsertBulk(batch);
   ResultStream results = NewStream(DoneKind::Statement);
   RunBatch(batch, results);
   results.EndBatch(false);
@@ -332,158 +312,38 @@ void Conversation::AnswerTransaction(std::string_view data) {
   ByteReader reader(WithoutHeaders(data));
   const auto request = static_cast<Request>(reader.U16());
   ResultStream results = NewStream(DoneKind::Statement);
-  const auto begins_another = [&] {
-    reader.Take(reader.U8());  // the transaction's name
-    return (reader.U8() & kBeginAnother) != 0;
+  // `statement` with the name that the request has.
+  const auto named = [&](TextView statement) {
+    ByteReader name(reader.Take(reader.U8()));
+    const Text text = name.Units(name.left() / 2);
+    return text.empty() ? Text(statement)
+                        : u"DECLARE @n nvarchar(128) = " + NationalLiteral(text) + u" " +
+                              Text(statement) + u" @n";
+  };
+  const auto end = [&](TextView statement) {
+    RunBatch(named(statement), results);
+    const bool begins = !reader.AtEnd() && (reader.U8() & kBeginAnother) != 0;
+    if (begins && !InTransaction()) RunBatch(u"BEGIN TRAN", results);
   };
   switch (request) {
     case Request::Begin:
-      RunBatch(u"BEGIN TRAN", results);
+      reader.U8();  // the level of isolation: there is one
+      RunBatch(named(u"BEGIN TRAN"), results);
       break;
     case Request::Commit:
-      RunBatch(u"COMMIT", results);
-      if (begins_another()) RunBatch(u"BEGIN TRAN", results);
+      end(u"COMMIT TRAN");
       break;
     case Request::Rollback:
-      RunBatch(u"ROLLBACK", results);
-      if (begins_another()) RunBatch(u"BEGIN TRAN", results);
+      end(u"ROLLBACK TRAN");
+      break;
+    case Request::Save:
+      RunBatch(named(u"SAVE TRAN"), results);
       break;
     default:
-      results.Error(ServerError(3999, 16,
-                                request == Request::Save
-                                    ? u"Save points are not supported here."
-                                    : u"Distributed transactions are not supported here."));
+      results.Error(ServerError(3999, 16, u"Distributed transactions are not supported here."));
   }
   results.EndBatch(false);
   packets_.EndAnswer();
-}
-
-void Conversation::AnswerCalls(std::string_view data) {
-  std::vector<Call> calls;
-  try {
-    calls = ParseCalls(WithoutHeaders(data), version_);
-  } catch (const DatabaseError& error) {
-    ResultStream results = NewStream(DoneKind::InProcedure);
-    results.Error(error);
-    results.EndCall(false);
-  }
-  for (std::size_t i = 0; i < calls.size(); ++i) {
-    ResultStream results = NewStream(DoneKind::InProcedure);
-    try {
-      Execute(calls[i], results);
-    } catch (const DatabaseError& error) {
-      results.Error(error);
-    }
-    results.EndCall(i + 1 < calls.size());
-  }
-  packets_.EndAnswer();
-}
-
-void Conversation::Execute(const Call& call, ResultStream& results) {
-  switch (call.system) {
-    case SystemCall::None:
-      CallProcedure(call, results);
-      return;
-    case SystemCall::ExecuteSql: {
-      Prepared prepared;
-      prepared.statement = Required(call, kStatement, u"@statement").text;
-      if (call.parameters.size() > kDeclarations) {
-        prepared.declarations = TranslateDeclarations(call.parameters[kDeclarations].text);
-      }
-      ExecutePrepared(call, prepared, std::min(call.parameters.size(), kTexts), results);
-      return;
-    }
-    case SystemCall::Prepare:
-      GiveHandle(call, Prepare(call), results);
-      return;
-    case SystemCall::PrepareExecute: {
-      constexpr std::size_t kFirst = 3;
-      const std::int32_t handle = Prepare(call);
-      ExecutePrepared(call, prepared_.at(handle), std::min(call.parameters.size(), kFirst),
-                      results);
-      GiveHandle(call, handle, results);
-      return;
-    }
-    case SystemCall::Execute:
-      ExecutePrepared(call, FindPrepared(call)->second, 1, results);
-      return;
-    case SystemCall::Unprepare:
-      prepared_.erase(FindPrepared(call));
-      results.Tokens().ReturnStatus(0);
-      return;
-    default:
-      throw ServerError(2812, 16, u"Could not find stored procedure '" + call.procedure + u"'.");
-  }
-}
-
-// Runs a text with the call's parameters from `first` on.
-void Conversation::ExecutePrepared(const Call& call, const Prepared& prepared, std::size_t first,
-                                   ResultStream& results) {
-  std::vector<Parameter> parameters;
-  parameters.push_back(TextParameter(prepared.statement));
-  if (!prepared.declarations.empty()) parameters.push_back(TextParameter(prepared.declarations));
-  const auto from = call.parameters.begin() + static_cast<std::ptrdiff_t>(first);
-  parameters.insert(parameters.end(), from, call.parameters.end());
-  const bool has_output = std::any_of(from, call.parameters.end(),
-                                      [](const Parameter& parameter) { return parameter.output; });
-  RunBatch(ComposeCall(u"sp_executesql", parameters, has_output), results);
-  GiveOutcome(call, first, results);
-}
-
-void Conversation::CallProcedure(const Call& call, ResultStream& results) {
-  RunBatch(ComposeCall(call.procedure, call.parameters, true), results);
-  GiveOutcome(call, 0, results);
-}
-
-// The status and the output parameters, of those from `first` on.
-void Conversation::GiveOutcome(const Call& call, std::size_t first, ResultStream& results) {
-  const auto& outcome = results.outcome();
-  const std::int64_t* status = outcome ? outcome->values[0].If<std::int64_t>() : nullptr;
-  const std::int32_t otherwise = results.failed() ? 1 : 0;
-  results.Tokens().ReturnStatus(status != nullptr ? static_cast<std::int32_t>(*status) : otherwise);
-  if (!outcome) return;
-  std::size_t next = 1;
-  for (std::size_t i = first; i < call.parameters.size(); ++i) {
-    const Parameter& parameter = call.parameters[i];
-    if (!parameter.output || parameter.is_default || next >= outcome->values.size()) continue;
-    results.Tokens().ReturnValue(i, parameter.name, outcome->types[next], outcome->values[next]);
-    ++next;
-  }
-}
-
-void Conversation::GiveHandle(const Call& call, std::int32_t handle, ResultStream& results) {
-  ResultColumn column;
-  column.type = u"int";
-  if (call.system == SystemCall::Prepare) results.Tokens().ReturnStatus(0);
-  results.Tokens().ReturnValue(0, Required(call, 0, u"@handle").name, WireTypeOf(column, version_),
-                               Value(std::int64_t{handle}));
-}
-
-std::int32_t Conversation::Prepare(const Call& call) {
-  if (prepared_.size() >= kMostPrepared) {
-    throw ServerError(701, 17,
-                      u"This connection has prepared " + FromAscii(std::to_string(kMostPrepared)) +
-                          u" statements already; release some with sp_unprepare.");
-  }
-  Prepared prepared;
-  prepared.declarations = TranslateDeclarations(Required(call, 1, u"@params").text);
-  prepared.statement = Required(call, 2, u"@stmt").text;
-  const std::int32_t handle = next_handle_++;
-  prepared_.emplace(handle, std::move(prepared));
-  return handle;
-}
-
-std::map<std::int32_t, Conversation::Prepared>::iterator Conversation::FindPrepared(
-    const Call& call) {
-  const Text& literal = Required(call, 0, u"@handle").literal;
-  std::int64_t handle = 0;
-  for (const char16_t c : literal) {
-    if (c >= u'0' && c <= u'9' && handle < INT32_MAX) handle = handle * 10 + (c - u'0');
-  }
-  const auto found =
-      prepared_.find(static_cast<std::int32_t>(std::min<std::int64_t>(handle, INT32_MAX)));
-  if (found != prepared_.end()) return found;
-  throw ServerError(8179, 16, u"Could not find prepared statement with handle " + literal + u".");
 }
 
 }  // namespace ledgerwick::tds

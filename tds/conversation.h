@@ -11,7 +11,9 @@
 #include <optional>
 
 #include "frame/text.h"
+#include "tds/bulk_load.h"
 #include "tds/call.h"
+#include "tds/cursor.h"
 #include "tds/login.h"
 #include "tds/packets.h"
 #include "tds/result_stream.h"
@@ -71,23 +73,56 @@ class Conversation {
   void OpenDatabase();
 
   void Serve();
-  void Answer(const Message& message);
+  void Answer(Message& message);
   void Reset();
   void AnswerBatch(std::string_view data);
-  void AnswerCalls(std::string_view data);
   void AnswerTransaction(std::string_view data);
   void AnswerAttention();
+  void AnswerIgnored();
+
+  // Bulk loads (conversation_bulk.cpp)
+  void AnswerInsertBulk(const Text& batch);
+  void AnswerBulkLoad(Message& message);
+  void Stage(ByteReader& reader, const std::vector<BulkColumn>& columns);
+  void LoadStaged(ByteReader& reader, ResultStream& results,
+                  const std::function<bool()>& all_wanted);
+
+  // Calls (conversation_calls.cpp)
+  void AnswerCalls(std::string_view data);
 
   void Execute(const Call& call, ResultStream& results);
   void ExecutePrepared(const Call& call, const Prepared& prepared, std::size_t first,
                        ResultStream& results);
   void CallProcedure(const Call& call, ResultStream& results);
+  static const Parameter& Required(const Call& call, std::size_t i, TextView name);
+  static std::vector<Parameter> TextsOf(const Prepared& prepared);
   std::int32_t Prepare(const Call& call);
+  std::int32_t Keep(Prepared prepared);
   std::map<std::int32_t, Prepared>::iterator FindPrepared(const Call& call);
   void GiveOutcome(const Call& call, std::size_t first, ResultStream& results);
   void GiveHandle(const Call& call, std::int32_t handle, ResultStream& results);
 
-  void RunBatch(TextView batch, ResultStream& results);
+  // Cursors, and the columns of what is prepared (conversation_cursors.cpp)
+  using Cursors = std::map<std::int32_t, std::unique_ptr<StaticCursor>>;
+  struct CursorPlaces {
+    std::size_t cursor;
+    std::size_t kind;
+    std::size_t concurrency;
+    std::size_t rows;
+    std::size_t values;
+  };
+  void DescribePrepared(const Prepared& prepared, ResultStream& results);
+  void ExecuteCursorCall(const Call& call, ResultStream& results);
+  void OpenCursor(const Call& call, const Prepared& prepared, const CursorPlaces& places,
+                  ResultStream& results);
+  void FetchFromCursor(const Call& call, ResultStream& results);
+  void SetCursorOption(const Call& call, ResultStream& results);
+  void CloseCursor(const Call& call, ResultStream& results);
+  Cursors::iterator FindCursor(const Call& call);
+  void GiveInteger(const Call& call, std::size_t i, std::int64_t value, ResultStream& results);
+
+  void RunBatch(TextView batch, ResultStream& results) { Run(batch, results, results); }
+  void Run(TextView batch, ResultSink& rows, ResultStream& results);
   void Look();
   bool InTransaction() const { return database_->OpenTransactions() > 0; }
   void TellTransaction(TokenWriter& tokens, bool failed);
@@ -108,9 +143,13 @@ class Conversation {
   Text current_;  // the database that the client was told last that it uses
   std::map<std::int32_t, Prepared> prepared_;
   std::int32_t next_handle_ = 1;
-  std::uint64_t transaction_ = 0;  // the number of the open one, or of the last
-  bool in_transaction_ = false;    // as the client was told last
+  Cursors cursors_;
+  std::int32_t next_cursor_ = 180150003;  // far from the handles of prepared statements
+  std::uint64_t transaction_ = 0;         // the number of the open one, or of the last
+  bool in_transaction_ = false;           // as the client was told last
   std::chrono::steady_clock::time_point last_look_;
+  std::optional<BulkTarget> bulk_;  // what the next message loads
+  bool loading_ = false;  // the client sends rows, and no request to stop can be among them
 };
 
 }  // namespace ledgerwick::tds

@@ -71,21 +71,29 @@ PacketStream::Head PacketStream::ReadHead() {
 std::optional<Message> PacketStream::ReadMessage() {
   if (!Fill(1)) return std::nullopt;
   Message message;
-  for (bool first = true;; first = false) {
-    const Head head = ReadHead();
-    if (first) message.type = head.type;
-    if (head.type != message.type) throw ProtocolError("a message begins within another");
-    if (first) message.resets = (head.status & (kReset | kResetKeepTransaction)) != 0;
-    if (head.length > most_bytes_ - message.data.size()) {
-      throw ProtocolError("a message has more than " + std::to_string(most_bytes_) + " bytes");
-    }
-    if (!Fill(head.length)) throw ConnectionLost("the client closed within a message");
-    message.data.append(in_, in_at_, head.length);
-    in_at_ += head.length;
-    if ((head.status & kEndOfMessage) == 0) continue;
-    message.ignored = (head.status & kIgnore) != 0;
-    return message;
+  const Head head = ReadHead();
+  message.type = head.type;
+  message.resets = (head.status & (kReset | kResetKeepTransaction)) != 0;
+  ReadPacket(head, message);
+  while (!message.complete && message.type != MessageType::BulkLoad) ReadMore(message);
+  return message;
+}
+
+void PacketStream::ReadMore(Message& message) {
+  const Head head = ReadHead();
+  if (head.type != message.type) throw ProtocolError("a message begins within another");
+  ReadPacket(head, message);
+}
+
+void PacketStream::ReadPacket(const Head& head, Message& message) {
+  if (head.length > most_bytes_ - std::min(most_bytes_, message.data.size())) {
+    throw ProtocolError("a message has more than " + std::to_string(most_bytes_) + " bytes");
   }
+  if (!Fill(head.length)) throw ConnectionLost("the client closed within a message");
+  message.data.append(in_, in_at_, head.length);
+  in_at_ += head.length;
+  message.complete = (head.status & kEndOfMessage) != 0;
+  message.ignored = message.complete && (head.status & kIgnore) != 0;
 }
 
 bool PacketStream::ReadAttention() {

@@ -31,6 +31,7 @@ struct Message {
   MessageType type = MessageType::Batch;
   bool ignored = false;  // the client took it back while it sent it
   bool resets = false;   // the session is to be as after login first
+  bool complete = true;  // false for the first packets of a bulk load
   std::string data;
 };
 
@@ -51,9 +52,15 @@ class PacketStream {
   // The number that answers carry in their heads.
   void set_session(std::uint16_t number) noexcept { session_ = number; }
 
-  // The next message; nothing once the client has closed between messages. Throws ProtocolError
-  // and ConnectionLost.
+  // The next message; nothing once the client has closed between messages. Of a bulk load, which
+  // may be of any length, the first packet. Throws ProtocolError and ConnectionLost.
   std::optional<Message> ReadMessage();
+
+  // Appends the next packet of a message that is not complete.
+  void ReadMore(Message& message);
+
+  // The bytes that a message, or a value of a bulk load, may have.
+  std::size_t most_bytes() const noexcept { return most_bytes_; }
 
   // True when the client has asked, since the last message, that what runs be stopped. Does not
   // wait. Throws ProtocolError for anything else that the client sends meanwhile, and
@@ -77,6 +84,7 @@ class PacketStream {
 
   bool Fill(std::size_t bytes);  // false at the channel's end
   Head ReadHead();
+  void ReadPacket(const Head& head, Message& message);
   void PutPacket(MessageType type, std::string_view data, bool last);
   void Send();
 

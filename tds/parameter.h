@@ -15,9 +15,7 @@ struct Parameter {
   Text text;                // the value of a text; empty for others
 };
 
-// Reads the next parameter. A type that the database lacks becomes the nearest that it has:
-// datetimeoffset becomes datetime2, XML text. Throws ProtocolError, and DatabaseError for
-// types that have no such neighbour and for numbers that are none.
+// Reads the next parameter. Throws as ReadClientType and ReadClientValue do.
 Parameter ReadParameter(ByteReader& reader);
 
 // `declarations` ("@a datetime2(7), @b int") with the types that the database lacks replaced in the

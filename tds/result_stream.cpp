@@ -92,6 +92,17 @@ void ResultStream::Error(const DatabaseError& error) {
   Hold({kind_, kDoneError, false, 0});
 }
 
+void ResultStream::Written(std::span<const ResultColumn> columns, std::span<const WireType> types,
+                           std::span<const std::string_view> rows) {
+  Release();
+  tokens_.Columns(columns, types, 1);
+  for (const std::string_view row : rows) {
+    tokens_.WrittenRow(row);
+    packets_.SendFull();
+  }
+  Hold({kind_, kDoneCount, true, rows.size()});
+}
+
 void ResultStream::Thrown(const DatabaseError& error) {
   if (!std::exchange(told_first_, true)) Error(error);
 }

@@ -32,6 +32,10 @@ class ResultStream final : public ResultSink {
   void FirstError(const DatabaseError& error) override;
   void Error(const DatabaseError& error) override;
 
+  // A result whose rows were written before, with a last column that is not shown.
+  void Written(std::span<const ResultColumn> columns, std::span<const WireType> types,
+               std::span<const std::string_view> rows);
+
   // The error that Run threw; passed over when it has been told already.
   void Thrown(const DatabaseError& error);
 

@@ -22,6 +22,7 @@ enum class Token : std::uint8_t {
 constexpr std::int32_t kLeastError = 11;
 constexpr TextView kServer = u"ledgerwick";
 constexpr unsigned kNullable = 0x01;
+constexpr unsigned kHidden = 0x2000;
 constexpr unsigned kSelect = 0xC1;
 
 }  // namespace
@@ -82,15 +83,21 @@ void TokenWriter::UserType() {
   }
 }
 
-void TokenWriter::Columns(std::span<const ResultColumn> columns, std::span<const WireType> types) {
+void TokenWriter::Columns(std::span<const ResultColumn> columns, std::span<const WireType> types,
+                          std::size_t hidden) {
   Out().U8(static_cast<unsigned>(Token::Columns)).U16(columns.size());
   for (std::size_t i = 0; i < columns.size(); ++i) {
     UserType();
-    Out().U16(columns[i].nullable ? kNullable : 0);
+    const bool is_hidden = i + hidden >= columns.size();
+    Out().U16((columns[i].nullable ? kNullable : 0) | (is_hidden ? kHidden : 0));
     ByteWriter out = Out();
     PutType(out, types[i], version_);
     Out().ShortText(columns[i].name);
   }
+}
+
+void TokenWriter::WrittenRow(std::string_view values) {
+  Out().U8(static_cast<unsigned>(Token::Row)).Raw(values);
 }
 
 void TokenWriter::Row(std::span<const Value> values, std::span<const WireType> types) {

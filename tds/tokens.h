@@ -52,7 +52,11 @@ class TokenWriter {
   void LoginAccepted();
   void TextChange(Change change, TextView now, TextView before);
   void BytesChange(Change change, std::string_view now, std::string_view before);
-  void Columns(std::span<const ResultColumn> columns, std::span<const WireType> types);
+  // The last `hidden` columns are not shown to who looks at the result.
+  void Columns(std::span<const ResultColumn> columns, std::span<const WireType> types,
+               std::size_t hidden = 0);
+  // A row whose values were written before, one behind the other.
+  void WrittenRow(std::string_view values);
   void Row(std::span<const Value> values, std::span<const WireType> types);
   void ReturnStatus(std::int32_t status);
   void ReturnValue(std::size_t ordinal, TextView name, const WireType& type, const Value& value);

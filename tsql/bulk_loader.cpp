@@ -147,7 +147,8 @@ class Loader final : public BulkLoader {
 std::unique_ptr<BulkLoader> NewBulkLoader(Storage& storage, Catalogue& catalogue, TextView table,
                                           std::span<const Text> columns) {
   catalogue.Refresh();
-  const Table* target = catalogue.Find(DatabaseId::Main, {}, table);
+  const DatabaseId database = table.starts_with(u'#') ? DatabaseId::Session : DatabaseId::Main;
+  const Table* target = catalogue.Find(database, {}, table);
   if (target == nullptr || target->kind != TableKind::Table) throw errors::InvalidObject(table, {});
   std::string names;
   std::string marks;

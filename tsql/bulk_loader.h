@@ -10,7 +10,8 @@
 
 namespace ledgerwick::tsql {
 
-// A loader for `columns` of the table of that name in the main database. Throws SqlError 208 and
+// A loader for `columns` of the table of that name in the main database, or of
+// the session where it begins with "#". Throws SqlError 208 and
 // 207 for what does not exist.
 std::unique_ptr<BulkLoader> NewBulkLoader(Storage& storage, Catalogue& catalogue, TextView table,
                                           std::span<const Text> columns);

@@ -5,6 +5,7 @@
 
 #include "cli/command_line.h"
 #include "cli/server_lock.h"
+#include "odbc/connection.h"
 #include "tests/cli/harness.h"
 #include "tests/drivers/served_database.h"
 #include "tsql/database.h"
@@ -72,6 +73,41 @@ TEST_CASE("a result table's lock is waited for, given back, or told to be missin
   const auto broken = std::make_shared<LockServer>();
   broken->error = 1205;
   CHECK_THROWS_AS(HoldOnServer(broken, u"tempdb..t", {}, {}), DatabaseError);
+}
+
+TEST_CASE("of two who want a table on the service the second waits until the first has done") {
+  const TemporaryFolder folder;
+  tsql::DatabaseOptions options;
+  options.create = true;
+  tsql::Database::Open(folder / "empty.db", options);
+  const ServedDatabase served(folder / "empty.db");
+  const auto connect = [&] {
+    auto connection = odbc::OdbcConnection::New({});
+    connection->Open(served.ConnectionString(), {}, {}, -1);
+    return connection;
+  };
+  const TextView table = u"tempdb..tempAqkcyj";
+  int waits = 0;
+  auto first = HoldOnServer(connect(), table, [&] { ++waits; }, {});
+  const auto other = HoldOnServer(connect(), u"tempdb..other", [&] { ++waits; }, {});
+  CHECK((first != nullptr && other != nullptr && waits == 0));
+  auto lost = connect();
+  auto second = HoldOnServer(lost, table,
+                             [&] {
+                               ++waits;
+                               first.reset();
+                             },
+                             {});
+  CHECK((second != nullptr && waits == 1));
+  // What ends the connection ends the lock.
+  const auto third = HoldOnServer(connect(), table,
+                                  [&] {
+                                    ++waits;
+                                    second.reset();
+                                    lost.reset();
+                                  },
+                                  {});
+  CHECK((third != nullptr && waits == 2));
 }
 
 TEST_CASE("the sample on a server is the sample in a file, for a report too") {
