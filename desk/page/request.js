@@ -1,0 +1,44 @@
+// Requests: the form's values as the JSON that `run` and `batch` read, and back; and as a link.
+
+// The request for what stands in the form. `values` by filter: {from, to}; a filter without a range has
+// `from` alone. A required filter is sent though it is empty.
+export function requestOf(report, values, login) {
+  const filters = [];
+  for (const filter of report.filters) {
+    const { from = '', to = '' } = values[filter.name] ?? {};
+    if (!from && !to && !filter.required) continue;
+    const item = { Name: filter.name, strcaption: filter.caption, varValue: from };
+    if (filter.range && to) item.varValue2 = to;
+    filters.push(item);
+  }
+  const request = { class: report.class, ReportTitle: report.title.zh, filters };
+  const given = Object.fromEntries(Object.entries(login).filter(([, value]) => value));
+  if (Object.keys(given).length) request.login = given;
+  return request;
+}
+
+// The form's values in a request: {values, login}. What the form has no field for is left out.
+export function valuesOf(report, request) {
+  const values = {};
+  for (const item of request.filters ?? []) {
+    const filter = report.filters.find(({ name }) => name === item.Name) ??
+      report.filters.find(({ caption }) => caption === item.strcaption);
+    if (filter) values[filter.name] = { from: textOf(item.varValue), to: textOf(item.varValue2) };
+  }
+  return { values, login: { ...request.login } };
+}
+
+const textOf = (value) => (value === null || value === undefined ? '' : String(value));
+
+// What a link holds, as base64url of its JSON.
+export function encodeLink(content) {
+  const bytes = new TextEncoder().encode(JSON.stringify(content));
+  return btoa(Array.from(bytes, (byte) => String.fromCharCode(byte)).join(''))
+    .replace(/\+/g, '-').replace(/\//g, '_').replace(/=+$/, '');
+}
+
+// What a link holds. Throws where it is none.
+export function decodeLink(text) {
+  const binary = atob(text.replace(/-/g, '+').replace(/_/g, '/'));
+  return JSON.parse(new TextDecoder('utf-8', { fatal: true }).decode(Uint8Array.from(binary, (c) => c.charCodeAt(0))));
+}
