@@ -18,9 +18,9 @@ export class Cursor {
     grid.element.addEventListener('blur', () => grid.refresh());
   }
 
-  // Back to the first cell.
+  // Back to the first row, or where a heading was, to the heading.
   reset() {
-    this.at = { row: 0, column: Math.min(this.at.column, Math.max(0, this.grid.columns.length - 1)) };
+    this.at = { row: Math.min(this.at.row, 0), column: Math.min(this.at.column, Math.max(0, this.grid.columns.length - 1)) };
     this.anchor = { ...this.at };
   }
 

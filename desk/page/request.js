@@ -1,12 +1,16 @@
 // Requests: the form's values as the JSON that `run` and `batch` read, and back; and as a link.
 
+// A dialogue's own choice (def_…) is part of the set though it is empty: without it a report takes the last
+// filter for it.
+const isAlwaysSent = (filter) => filter.required || (filter.kind === 'option' && filter.name.startsWith('def_'));
+
 // The request for what stands in the form. `values` by filter: {from, to}; a filter without a range has
-// `from` alone. A required filter is sent though it is empty.
+// `from` alone.
 export function requestOf(report, values, login) {
   const filters = [];
   for (const filter of report.filters) {
     const { from = '', to = '' } = values[filter.name] ?? {};
-    if (!from && !to && !filter.required) continue;
+    if (!from && !to && !isAlwaysSent(filter)) continue;
     const item = { Name: filter.name, strcaption: filter.caption, varValue: from };
     if (filter.range && to) item.varValue2 = to;
     filters.push(item);
