@@ -35,6 +35,10 @@ TEST_PACKAGES=(doctest-dev clang-format git python3-openpyxl python3-markdown py
   mandoc zsh fish)
 # The clients that others wrote, for the tests of the service (tests/clients).
 CLIENT_PACKAGES=(freetds-bin tdsodbc unixodbc python3-pyodbc libjtds-java default-jdk-headless openssl)
+# What the tests of the desk's page look at it with (tests/desk).
+PAGE_PACKAGES=(chromium fonts-noto-cjk)
+# Node.js may come from elsewhere than Debian, with an npm of its own.
+command -v npm >/dev/null || PAGE_PACKAGES+=(nodejs npm)
 # What makes a bare machine to try the first commands on (tools/bare).
 BARE_PACKAGES=(debootstrap git)
 # What fuzz targets are built with (fuzz/run).
@@ -45,6 +49,13 @@ PACKAGE_PACKAGES=(dpkg-dev file lintian)
 TIDY_PACKAGES=(clang-tidy)
 # What the COM server is cross-built and tested with.
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64 g++-mingw-w64-i686 mingw-w64-tools wine wine64 locales)
+
+# node_modules FOLDER: installs what the folder's package-lock.json pins below build/, and prints where.
+node_modules() {
+  local target=$PWD/build/node/${1##*/}
+  mkdir -p "$target" && cp "$1"/package*.json "$target" &&
+    npm ci --prefix "$target" --no-audit --no-fund --ignore-scripts --silent >&2 && echo "$target"
+}
 
 # wine32_modules FOLDER: prints where Wine's modules for 32-bit programs are, which lets 64-bit Wine
 # run them. Fetches them into FOLDER where they are missing, with package lists of its own, so that

@@ -21,6 +21,7 @@ export function combobox({ kind, list, value, change, attributes }) {
   const close = () => {
     asked?.abort();
     options.hidden = true;
+    options.replaceChildren();
     active = -1;
     input.setAttribute('aria-expanded', 'false');
     input.removeAttribute('aria-activedescendant');

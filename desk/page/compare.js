@@ -12,8 +12,9 @@ import { runToEnd, showRun } from './runs.js';
 export async function compare(failed) {
   const { run } = state;
   const dates = state.report.filters.filter(({ kind, range }) => kind === 'date' && range);
-  const answer = await ask(t('compareTitle'), { ok: t('compare').replace('…', ''), content: [choices(dates)] });
-  if (!answer) return;
+  const possible = dates.length || state.session.connections?.length;
+  const answer = await ask(t('compareTitle'), { ok: possible ? t('compare').replace('…', '') : null, content: [choices(dates)] });
+  if (!answer?.with) return;
   const request = structuredClone(run.request);
   if (answer.with === 'period') setPeriod(request, dates.find(({ name }) => name === answer.filter), answer);
   try {
@@ -54,10 +55,16 @@ function setPeriod(request, { name, caption }, { from, to }) {
 
 function choices(dates) {
   const radio = (value, text, on) => h('label', {}, h('input', { type: 'radio', name: 'with', value, checked: on }), text);
-  const connection = h('label', { class: 'field' }, t('connectionHint'), h('input', { name: 'connection', autocomplete: 'off' }));
-  if (!dates.length) {
-    return h('div', {}, h('p', { class: 'faint' }, t('noPeriod')), radio('connection', t('otherConnection'), true), connection);
-  }
+  const names = state.session.connections ?? [];
+  const other = !names.length ? [h('p', { class: 'faint' }, t('connectionHint'))] : [
+    radio('connection', t('otherConnection'), !dates.length),
+    h('label', { class: 'field' }, t('connection'), h('select', { name: 'connection' }, names.map((name) => h('option', { value: name }, name))))];
+  if (!dates.length) return h('div', { class: 'choices' }, h('p', { class: 'faint' }, t('noPeriod')), other);
+  return h('div', { class: 'choices' }, radio('period', t('otherPeriod'), true), period(dates), other);
+}
+
+// The period to compare with: at first that of a year earlier.
+function period(dates) {
   const filter = dates.find(({ name }) => state.values[name]?.from) ?? dates[0];
   const { from, to } = state.values[filter.name] ?? {};
   const start = h('input', { type: 'date', name: 'from', 'aria-label': t('from'), value: from ? yearBefore(from) : '' });
@@ -66,9 +73,6 @@ function choices(dates) {
   const quick = from && to ? h('span', { class: 'buttons' },
     h('button', { type: 'button', click: () => set(yearBefore(from), yearBefore(to)) }, t('yearBefore')),
     h('button', { type: 'button', click: () => set(...periodBefore(from, to)) }, t('periodBefore'))) : null;
-  return h('div', { class: 'choices' },
-    radio('period', t('otherPeriod'), true),
-    h('input', { type: 'hidden', name: 'filter', value: filter.name }),
-    h('fieldset', { class: 'field' }, h('legend', {}, label(filter)), h('div', { class: 'range' }, start, h('span', {}, '–'), end), quick),
-    radio('connection', t('otherConnection'), false), connection);
+  return h('fieldset', { class: 'field' }, h('input', { type: 'hidden', name: 'filter', value: filter.name }),
+    h('legend', {}, label(filter)), h('div', { class: 'range' }, start, h('span', {}, '–'), end), quick);
 }

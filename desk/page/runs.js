@@ -12,10 +12,13 @@ const pause = (ms) => new Promise((done) => setTimeout(done, ms));
 
 // Runs a request to its end, telling each step by 'running', and gives {id, …} of its status. Throws ApiError.
 export async function runToEnd(request, connection) {
-  const { run: id } = await api.start(request, connection);
-  const mine = { id, stopping: false };
+  const mine = { id: null, stopping: false };
   current = mine;
+  emit('running', { phase: '', seconds: 0, rows: 0 });
   try {
+    const { run: id } = await api.start(request, connection);
+    mine.id = id;
+    if (mine.stopping) await api.stop(id);
     for (let wait = 30; ; wait = Math.min(wait * 1.5, 500)) {
       const status = await api.status(id);
       if (kEnds.includes(status.state)) return { id, request, ...status };
@@ -28,11 +31,11 @@ export async function runToEnd(request, connection) {
   }
 }
 
-// Stops what runs, if anything does.
+// Stops what runs, if anything does; what has only just been asked for, as soon as it has begun.
 export async function stopRun() {
   if (!current || current.stopping) return;
   current.stopping = true;
-  await api.stop(current.id);
+  if (current.id !== null) await api.stop(current.id);
 }
 
 // Makes `run` the page's result, and lets the service forget the one before. A run that others stand on, such

@@ -51,6 +51,7 @@ export class Table {
     if (!state.run?.columns?.length || !this.columns) return;
     this.source?.close();
     let first = true;
+    this.grid.element.setAttribute('aria-busy', 'true');
     const source = new RowSource(state.run.id, state.view, () => {
       if (first) this.fitAndShow();
       else this.grid.refresh();
