@@ -5,7 +5,8 @@ import { formatCell } from './format.js';
 
 const kNarrow = 48;
 const kWide = 300; // what a column takes by itself; by hand it may be wider
-const kMenuRoom = 46; // of a heading, for padding, sort mark and menu
+const kBold = 1.12; // how much wider bold figures are
+const kMenuRoom = 38; // of a heading, for padding, sort mark and menu
 
 export class Columns {
   // The columns of a run's status. `hidden`, a list of names, stands over what is remembered.
@@ -35,14 +36,15 @@ export class Columns {
   // The names of what is not.
   hiddenNames = () => this.all.filter(this.isHidden).map(({ name }) => name);
 
-  // Makes columns as wide as their headings and `rows` ask for.
-  fit(rows, font) {
+  // Makes columns as wide as their headings, `rows` and totals (null for none) ask for.
+  fit(rows, totals, font) {
     const pen = document.createElement('canvas').getContext('2d');
     pen.font = font;
     const measure = (text) => pen.measureText(text).width;
     for (const column of this.all) {
       let widest = measure(label(column)) + kMenuRoom;
       for (const row of rows) widest = Math.max(widest, measure(formatCell(row[column.index], column)) + 18);
+      if (totals && column.name in totals) widest = Math.max(widest, measure(formatCell(totals[column.name], column)) * kBold + 18);
       this.fitted[column.name] = Math.round(Math.min(kWide, Math.max(kNarrow, widest)));
     }
   }

@@ -1,4 +1,4 @@
-// What lies behind a result: subtitle, statements with what the filters put there marked, parameters, errors,
+// What lies behind a result: subtitle, statements with what the filters put there marked, parameters,
 // exports, and the request as JSON, as a command and as a link.
 import { h, say, save } from './dom.js';
 import { state, on } from './state.js';
@@ -6,16 +6,13 @@ import { api } from './api.js';
 import { label, t } from './i18n.js';
 import { findingElement } from './findings.js';
 import { formatCount, formatSeconds, fileName } from './format.js';
-import { errorElement } from './problem.js';
 
 // Keeps `host` in step with the result. `link` gives the address that opens this view again.
 export function showDetails(host, link) {
-  const draw = async () => {
+  const draw = () => {
     const { run } = state;
-    if (!run) return host.replaceChildren();
-    host.replaceChildren(facts(run), ...[problems(run), messages(run), exports(run), statements(run),
-      parameters(run), handOn(run, link)].flat().filter(Boolean));
-    return undefined;
+    const parts = run ? [facts, warnings, messages, exports, statements, parameters, handOn] : [];
+    host.replaceChildren(...parts.map((part) => part(run, link)).filter(Boolean));
   };
   for (const event of ['run', 'view', 'columns', 'language']) on(event, draw);
 }
@@ -30,12 +27,8 @@ function facts(run) {
   return h('dl', { class: 'facts' }, rows.map(([name, value]) => [h('dt', {}, name), h('dd', {}, value)]).flat());
 }
 
-function problems(run) {
-  const findings = run.warnings ?? [];
-  return [
-    run.error ? section(t('failed'), errorElement(run.error)) : null,
-    findings.length ? section(t('findings'), findings.map(findingElement)) : null,
-  ];
+function warnings({ warnings: all = [] }) {
+  return all.length ? section(t('findings'), all.map(findingElement)) : null;
 }
 
 function messages({ messages: all = [] }) {

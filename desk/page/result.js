@@ -32,9 +32,12 @@ export function showResult(link, failed) {
   const arrange = () => {
     const wide = isWide();
     if (wide && tab === 'details') tab = 'table';
-    const beside = wide && recall('beside', true);
-    for (const name of kTabs) panels[name].hidden = name !== tab && !(name === 'details' && beside);
+    const isDone = state.run?.state === 'done';
+    const beside = wide && isDone && recall('beside', true);
+    // A run that failed has details alone.
+    for (const name of kTabs) panels[name].hidden = isDone ? name !== tab && !(name === 'details' && beside) : name !== 'details';
     byId('result').classList.toggle('beside', beside);
+    tabs.hidden = tools.hidden = !isDone;
     for (const button of tabs.children) {
       const name = button.dataset.tab;
       button.setAttribute('aria-selected', String(name === tab));
@@ -53,7 +56,7 @@ export function showResult(link, failed) {
       type: 'button', role: 'tab', id: `tab-${name}`, 'aria-controls': `panel-${name}`, 'data-tab': name,
       title: `Alt+${index + 1}`, click: () => choose(name),
     }, t(name))));
-    tools.replaceChildren(...(state.run?.state === 'done' ? toolButtons(failed, link) : []),
+    tools.replaceChildren(...(state.run?.state === 'done' ? toolButtons(failed) : []),
       h('button', { type: 'button', id: 'show-details', 'aria-controls': 'panel-details', title: 'Alt+3', click: () => choose('details') }, t('details')));
     arrange();
   };
@@ -67,7 +70,6 @@ export function showResult(link, failed) {
   byId('result').append(h('div', { class: 'result-head' }, tabs, tools), h('div', { class: 'parts' }, Object.values(panels)));
   on('run', () => {
     byId('result').hidden = !state.run;
-    if (state.run?.state === 'failed' && !isWide()) tab = 'details';
     drawTools();
   });
   on('language', drawTools);

@@ -64,14 +64,14 @@ export class Table {
     api.totals(state.run.id, state.view).then(({ totals }) => {
       if (this.source !== source) return;
       this.totals = totals;
-      if (source.total !== null) this.show();
+      if (source.total !== null) this.fitAndShow();
     }, (error) => this.failed(error));
   }
 
   fitAndShow() {
     const rows = [];
     for (let index = 0; index < 200 && this.source.row(index); ++index) rows.push(this.source.row(index));
-    this.columns.fit(rows, getComputedStyle(this.grid.element).font);
+    this.columns.fit(rows, this.totals, getComputedStyle(this.grid.element).font);
     this.show();
     this.grid.element.setAttribute('aria-busy', 'false');
   }
