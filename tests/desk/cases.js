@@ -83,10 +83,10 @@ async function pickSomething(page) {
 }
 
 // Runs the command line that the page shows for a request: its rows.
-async function rowsByCommand(page, {ledgerwick, connection}) {
+async function rowsByCommand(page, {ledgerwick}) {
   const command = await page.locator('.details pre.wraps').innerText();
   const words = [...command.matchAll(/'((?:[^']|'\\'')*)'|(\S+)/g)].map(([, quoted, plain]) => plain ?? quoted.replace(/'\\''/g, "'"));
-  return rowsOf(ledgerwick(...words.slice(1), '--connection', connection, '--format', 'csv'));
+  return rowsOf(ledgerwick(...words.slice(1), '--format', 'csv'));
 }
 
 async function oneReport(test, title) {
