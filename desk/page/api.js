@@ -35,7 +35,7 @@ function query(parameters) {
 // How sort and filters of a view travel in an address.
 function viewParameters({ sort = [], where = [] }) {
   return {
-    sort: sort.map(({ column, descending }) => (descending ? '-' : '') + column).join(','),
+    sort: sort.length ? JSON.stringify(sort.map(({ column, descending }) => (descending ? '-' : '') + column)) : undefined,
     where: where.length ? JSON.stringify(where) : undefined,
   };
 }
@@ -56,8 +56,8 @@ export const api = {
     call('GET', run(id) + '/rows' + query({ from, count, ...viewParameters(view) }), undefined, signal),
   totals: (id, { where }) => call('GET', run(id) + '/totals' + query(viewParameters({ where }))),
   values: (id, column, q, limit) => call('GET', run(id) + '/values' + query({ column, q, limit })),
-  groups: (id, category, values, limit, { where }) =>
-    call('GET', run(id) + '/groups' + query({ category, values: values.join(','), limit, ...viewParameters({ where }) })),
+  groups: (id, category, values, limit, by, { where }) =>
+    call('GET', run(id) + '/groups' + query({ category, values: JSON.stringify(values), limit, by, ...viewParameters({ where }) })),
   compare: (id, other) => call('POST', run(id) + '/compare', { with: other }),
   exportAddress: (id, format, view) => kRoot + run(id) + '/export' + query({ format, ...viewParameters(view) }),
   command: (body) => call('POST', '/command', body),

@@ -11,11 +11,10 @@ export class Cursor {
     Object.assign(this, { grid, sort, menu });
     this.at = { row: 0, column: 0 };
     this.anchor = { row: 0, column: 0 };
-    grid.mark = (row, column) => this.markOf(row, column);
+    grid.select = (row, column) => this.classOf(row, column);
     grid.element.addEventListener('keydown', (event) => this.key(event));
     grid.element.addEventListener('pointerdown', (event) => this.pointer(event));
     grid.element.addEventListener('focus', () => this.show());
-    grid.element.addEventListener('blur', () => grid.refresh());
   }
 
   // Back to the first row, or where a heading was, to the heading.
@@ -31,7 +30,7 @@ export class Cursor {
     return { top: Math.max(0, top), bottom: Math.max(0, bottom), left, right };
   }
 
-  markOf(row, column) {
+  classOf(row, column) {
     const { top, bottom, left, right } = this.range();
     const within = row >= top && row <= bottom && column >= left && column <= right;
     const here = row === this.at.row && column === this.at.column;
@@ -41,7 +40,7 @@ export class Cursor {
   show() {
     const { row, column } = this.at;
     this.grid.reveal(row, column);
-    this.grid.refresh();
+    this.grid.reselect();
     for (const cell of this.grid.head.querySelectorAll('.active')) cell.classList.remove('active');
     if (row < 0) this.grid.head.querySelector(`#h${column}`)?.classList.add('active');
     this.grid.element.setAttribute('aria-activedescendant', row < 0 ? `h${column}` : `c${row}-${column}`);
@@ -96,7 +95,7 @@ export class Cursor {
   selectAll() {
     this.anchor = { row: 0, column: 0 };
     this.at = { row: Math.max(0, this.grid.total - 1), column: this.grid.columns.length - 1 };
-    this.grid.refresh();
+    this.grid.reselect();
   }
 
   // Copies the selection, parted by tabs, as the database gave it.

@@ -25,7 +25,8 @@ export class Grid {
     this.pool = new Map(); // row element by its place
     this.version = 0;
     this.columns = [];
-    this.mark = () => '';
+    this.mark = () => ''; // more classes of a cell, by its value and column
+    this.select = () => ''; // those that come and go with the selection, by row and place
     this.observer = new ResizeObserver(() => this.draw());
     this.observer.observe(this.element);
   }
@@ -50,7 +51,14 @@ export class Grid {
     return this.source?.total ?? 0;
   }
 
-  // Draws everything anew, after rows have come or the selection has changed.
+  // Shows another selection.
+  reselect() {
+    for (const cell of this.body.querySelectorAll('.cell')) {
+      cell.className = cell.usual + this.select(Number(cell.dataset.row), Number(cell.dataset.column));
+    }
+  }
+
+  // Draws everything anew, after rows have come.
   refresh() {
     ++this.version;
     this.resize();
@@ -185,8 +193,8 @@ export class Grid {
       cell.dataset.column = place;
       if (!cells) cell.classList.add('waiting');
       if (column.kind === 'number' && String(value).startsWith('-')) cell.classList.add('negative');
-      const mark = this.mark(index, place, value, column);
-      if (mark) cell.className += ' ' + mark;
+      cell.usual = `${cell.className} ${this.mark(value, column)} `;
+      cell.className = cell.usual + this.select(index, place);
       return cell;
     }));
   }

@@ -21,7 +21,7 @@ const viewLink = () => new URL(linkOf({ request: state.run.base?.request ?? stat
 function openReport(report, request = null) {
   const { values, login } = valuesOf(report, request ?? {});
   Object.assign(state, { report, values, login, view: emptyView() });
-  if (!request) for (const name of report.inputs ?? []) if (name === 'login.CurDate') state.login.CurDate = state.session.today;
+  if (!request) state.login = usualLogin(report);
   showRun(null);
   byId('welcome').hidden = true;
   byId('report').hidden = false;
@@ -29,6 +29,14 @@ function openReport(report, request = null) {
   foldForm(false);
   emit('report');
   closeSide();
+}
+
+// What a report reads of the login: today, and the account of the last time.
+function usualLogin({ inputs = [] }) {
+  const login = {};
+  if (inputs.includes('login.CurDate')) login.CurDate = state.session.today;
+  if (inputs.includes('login.cAcc_Id')) login.cAcc_Id = recall('account', '001');
+  return login;
 }
 
 // Opens a report because somebody chose it: the address follows, and the focus.
@@ -44,6 +52,7 @@ async function run() {
   const request = currentRequest();
   const { report } = state;
   showProblem(null);
+  if (request.login?.cAcc_Id) remember('account', request.login.cAcc_Id);
   say(t('running'));
   try {
     const result = await runToEnd(request);

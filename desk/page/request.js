@@ -13,6 +13,8 @@ export function requestOf(report, values, login) {
     if (!from && !to && !isAlwaysSent(filter)) continue;
     const item = { Name: filter.name, strcaption: filter.caption, varValue: from };
     if (filter.range && to) item.varValue2 = to;
+    const worded = condition(filter, from, to);
+    if (worded) item.strSqlString = worded;
     filters.push(item);
   }
   const request = { class: report.class, ReportTitle: report.title.zh, filters };
@@ -21,13 +23,26 @@ export function requestOf(report, values, login) {
   return request;
 }
 
+// The condition of a filter that the host words, where the values alone would mean another one: a range open
+// above, which would be one value, and a list.
+function condition(filter, from, to) {
+  if (filter.wordedBy !== 'host' || !from) return null;
+  const quoted = (value) => `'${value.trim().replace(/'/g, "''")}'`;
+  if (filter.range && !to) return `${filter.name} >= ${quoted(from)}`;
+  const several = filter.list ? from.split(/[,，]/) : [];
+  return several.length > 1 ? `${filter.name} In (${several.map(quoted).join(', ')})` : null;
+}
+
 // The form's values in a request: {values, login}. What the form has no field for is left out.
 export function valuesOf(report, request) {
   const values = {};
   for (const item of request.filters ?? []) {
     const filter = report.filters.find(({ name }) => name === item.Name) ??
       report.filters.find(({ caption }) => caption === item.strcaption);
-    if (filter) values[filter.name] = { from: textOf(item.varValue), to: textOf(item.varValue2) };
+    if (!filter) continue;
+    const [from, to] = [textOf(item.varValue), textOf(item.varValue2)];
+    const isOneValue = filter.range && filter.wordedBy === 'host' && !to && !item.strSqlString;
+    values[filter.name] = { from, to: isOneValue ? from : to };
   }
   return { values, login: { ...request.login } };
 }

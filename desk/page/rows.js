@@ -4,6 +4,7 @@ import { api } from './api.js';
 
 const kPage = 200; // rows of a window
 const kKept = 60; // windows kept
+const kMost = 2000; // rows that the service gives at once
 
 export class RowSource {
   // Reads run `id` through `view` ({sort, where}); `arrived` is called whenever rows have come, `failed` with
@@ -33,7 +34,7 @@ export class RowSource {
   async slice(from, to) {
     const rows = [];
     for (let next = from; next < to;) {
-      const answer = await api.rows(this.id, this.view, next, Math.min(5000, to - next));
+      const answer = await api.rows(this.id, this.view, next, Math.min(kMost, to - next));
       if (!answer.rows.length) break;
       rows.push(...answer.rows);
       next += answer.rows.length;

@@ -41,8 +41,7 @@ export class Table {
     const { run } = state;
     if (!run?.columns?.length || run.state !== 'done') return;
     this.columns = new Columns(run.request.class + (run.base ? '±' : ''), run.columns, state.view.hidden);
-    this.grid.mark = ((cursor) => (row, place, value, column) =>
-      cursor.markOf(row, place) + differenceMark(run, value, column))(this.cursor);
+    this.grid.mark = (value, column) => differenceMark(run, value, column);
     this.load();
   }
 
@@ -187,6 +186,6 @@ export class Table {
 // How the cells of a comparison stand out.
 function differenceMark(run, value, column) {
   if (!run.base) return '';
-  if (column.name === '±') return ' sign';
-  return typeof value === 'string' && value.includes(' → ') ? ' changed' : '';
+  if (column.name === '±') return 'sign';
+  return typeof value === 'string' && value.includes(' → ') ? 'changed' : '';
 }

@@ -31,6 +31,7 @@ async function run(page) {
 }
 
 async function count(page) {
+  await page.locator('.grid[aria-busy=false]').waitFor({state: 'attached'});
   const text = await page.locator('#count').innerText();
   return text.includes('没有') || text.startsWith('No ') ? 0 : Number(/[\d,]+/.exec(text)[0].replace(/,/g, ''));
 }
