@@ -153,7 +153,8 @@ async function start() {
   try {
     const [session, { reports }] = await Promise.all([api.session(), api.reports()]);
     Object.assign(state, { session, reports });
-    byId('connection').textContent = byId('connection').title = session.connection;
+    byId('connection').title = session.connection;
+    byId('connection').textContent = session.connection.replace(/^embedded:.*[\\/]/, 'embedded:'); // the folder is told on demand
     await loadSaved();
   } catch (error) {
     byId('report').hidden = false;

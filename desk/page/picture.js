@@ -7,7 +7,8 @@ import { formatCell, formatNumber, fileName } from './format.js';
 import { svgOf } from './svg.js';
 
 const kKinds = ['bar', 'line', 'pie', 'scatter'];
-const kMostMonths = 240; // twenty years
+const kMostDays = 62;
+const kMostMonths = 240;
 // Told apart also by those who see few colours; the page's own for light and dark.
 const kColours = { light: ['#2563a8', '#d9822b', '#3d8b6e', '#a3488a', '#7a6a4f', '#5b7fb8', '#b5533c', '#6b7785'], dark: ['#6ea8e8', '#e9a35c', '#6cc0a0', '#d68cc3', '#b9a98c', '#9bb5e0', '#e08a72', '#a3afbd'] };
 
@@ -33,7 +34,8 @@ export class Picture {
     const values = (own?.values ?? []).filter(has);
     const category = own && has(own.category) ? own.category : columns.find(({ kind, empty }) => kind !== 'number' && !empty)?.name;
     if (!category) return null;
-    const kind = own && values.length === own.values.length ? own.kind : 'bar';
+    const isOwn = own && values.length === own.values.length && (own.kind !== 'scatter' || values.length > 1);
+    const kind = isOwn ? own.kind : 'bar';
     return { kind, category, values: values.length ? values : [figures[figures.length - 1].name], limit: own?.limit ?? 20 };
   }
 
@@ -55,11 +57,14 @@ export class Picture {
     return state.run.columns.find((column) => column.name === name);
   }
 
-  // The figures: dates by month, everything else by its value.
+  // The figures: dates by day or, where there are many, by month; everything else by its value.
   async read() {
     const { kind, category, values, limit } = this.choice;
-    const byMonth = this.column(category).kind === 'date';
-    const { rows, others } = await api.groups(state.run.id, category, values, byMonth ? kMostMonths : limit, byMonth ? 'month' : undefined, state.view);
+    const isDate = this.column(category).kind === 'date';
+    const ask = (most, by) => api.groups(state.run.id, category, values, most, by, state.view);
+    let { rows, others } = await ask(isDate ? kMostDays : limit);
+    const byMonth = isDate && others > 0;
+    if (byMonth) ({ rows, others } = await ask(kMostMonths, 'month'));
     const names = values.map((name) => label(this.column(name)));
     const of = label(this.column(category)) + (byMonth ? `, ${t('month')}` : '');
     return {
@@ -98,6 +103,7 @@ export class Picture {
       if (name) values[index] = name;
       else values.length = 1;
       choice.values = values;
+      if (choice.kind === 'scatter' && values.length < 2) choice.kind = 'bar';
     };
     return h('div', { class: 'bar' },
       select('kind', choice.kind, kKinds.map((kind) => [kind, t(kind)]), (kind) => {
@@ -147,12 +153,13 @@ function chartOf({ kind, names, labels, series }) {
   const lines = style.getPropertyValue(isDark() ? '--chart-line-dark' : '--chart-line').trim();
   const colours = kColours[isDark() ? 'dark' : 'light'];
   const isPie = kind === 'pie';
-  const isScatter = kind === 'scatter' && series.length > 1;
+  const isScatter = kind === 'scatter';
   const figures = (title) => ({
     ticks: { color: ink, callback: (value) => formatNumber(String(value)) },
     grid: { color: lines, borderColor: lines }, title: { display: Boolean(title), text: title ?? '', color: ink },
   });
-  const groups = { ticks: { color: ink }, grid: { display: false } };
+  const shorter = (text) => (text.length > 16 ? text.slice(0, 15) + '…' : text);
+  const groups = { ticks: { color: ink, callback: (value) => shorter(labels[value]) }, grid: { display: false } };
   const datasets = isScatter
     ? [{ data: labels.map((_, i) => ({ x: series[0][i], y: series[1][i] })), backgroundColor: colours[0], pointRadius: 4 }]
     : (isPie ? series.slice(0, 1) : series).map((data, i) => ({
@@ -160,7 +167,7 @@ function chartOf({ kind, names, labels, series }) {
       borderWidth: kind === 'line' ? 2 : isPie ? 1 : 0, maxBarThickness: 42, tension: 0,
     }));
   return {
-    type: isScatter ? 'scatter' : kind === 'scatter' ? 'bar' : kind,
+    type: kind,
     data: { labels, datasets },
     options: {
       animation: false, maintainAspectRatio: false, responsive: true,

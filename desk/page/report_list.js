@@ -55,9 +55,9 @@ function group(name, reports, open) {
     h('h2', {}, name),
     h('ul', {}, reports.map((report) => h('li', {},
       h('button', {
-        type: 'button', class: 'entry', 'aria-current': state.report === report ? 'page' : null,
+        type: 'button', class: report.runnable ? 'entry' : 'entry faint', 'aria-current': state.report === report ? 'page' : null,
         click: () => open(report),
-      }, h('span', {}, label(report.title)), report.runnable ? null : h('span', { class: 'faint' }, ' —'))))));
+      }, h('span', {}, label(report.title)))))));
 }
 
 // Up and down go from entry to entry.

@@ -101,7 +101,7 @@ export const texts = {
   savePng: ['存为 PNG', 'Save PNG'],
   saveSvg: ['存为 SVG', 'Save SVG'],
   asTable: ['图中的数字', 'The figures as a table'],
-  pictureOf: ['{values}，按{category}：{n} 项', '{values} by {category}: {n} groups'],
+  pictureOf: ['{values}，按{category}：{n} 项。', '{values} by {category}: {n} groups.'],
   others: ['另有 {n} 项未画出。', '{n} more are not drawn.'],
   noPicture: ['此结果没有可画的数值。', 'This result has no figures to draw.'],
   month: ['月份', 'month'],
