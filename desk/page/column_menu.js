@@ -6,9 +6,9 @@ import { api } from './api.js';
 import { label, t } from './i18n.js';
 import { formatCell, formatCount } from './format.js';
 
-// Opens it beside `anchor`. `actions`: sort(descending or null), hide(), freeze(on), move(step), widen(by),
+// Opens it beside `anchor`; the focus goes to `back` afterwards. `actions`: sort(descending or null), hide(), freeze(on), move(step), widen(by),
 // filter(list of conditions), copy().
-export function openColumnMenu(column, anchor, actions) {
+export function openColumnMenu(column, anchor, back, actions) {
   const name = label(column);
   let close = () => {};
   const then = (action) => () => { close(); action(); };
@@ -22,7 +22,7 @@ export function openColumnMenu(column, anchor, actions) {
       item(t(column.frozen ? 'unfreeze' : 'freeze'), () => actions.freeze(!column.frozen)),
       item(t('copyHeadings'), actions.copy)),
     filterPart(column, (where) => then(() => actions.filter(where))()),
-  ]);
+  ], back);
 }
 
 function filterPart(column, take) {

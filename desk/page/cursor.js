@@ -85,7 +85,7 @@ export class Cursor {
     const here = this.grid.columns[column];
     if (to && !event.altKey) this.moveTo(...to, event.shiftKey);
     else if (event.key === 'Enter' && row < 0) this.sort(here, event.shiftKey);
-    else if (event.key === 'ContextMenu' || (event.key === 'F10' && event.shiftKey) || (event.key === 'ArrowDown' && event.altKey)) this.menu(here, this.grid.element);
+    else if (event.key === 'ContextMenu' || (event.key === 'F10' && event.shiftKey) || (event.key === 'ArrowDown' && event.altKey)) this.menu(here, this.grid.head.querySelector(`#h${column}`));
     else if (far && event.key.toLowerCase() === 'c') this.copy(false);
     else if (far && event.key.toLowerCase() === 'a') this.selectAll();
     else return;

@@ -1,5 +1,5 @@
 // Questions, and menus that lie above the page.
-import { h, newId } from './dom.js';
+import { h, byId, newId } from './dom.js';
 import { t } from './i18n.js';
 
 // Shows a dialog with `content` and waits for it: the values of its fields by name, or null when it was left.
@@ -24,15 +24,15 @@ export function ask(title, { ok = null, fields = [], content = [] } = {}) {
   });
 }
 
-// Opens a panel beside `anchor`, which gets the focus back when the panel closes: by Escape, or when the
-// focus goes elsewhere. Gives the function that closes it.
-export function openPanel(anchor, name, content) {
+// Opens a panel beside `anchor`. It closes by Escape, or when the focus goes elsewhere; `back` gets the focus
+// then, or what has its id by then. Gives the function that closes it.
+export function openPanel(anchor, name, content, back = anchor) {
   const panel = h('div', { class: 'panel', role: 'dialog', 'aria-label': name, tabindex: '-1' }, content);
   const close = (refocus = true) => {
     if (!panel.isConnected) return;
     document.removeEventListener('pointerdown', outside, true);
     panel.remove();
-    if (refocus) anchor.focus();
+    if (refocus) (back.isConnected ? back : byId(back.id))?.focus();
   };
   const outside = (event) => panel.contains(event.target) || close(false);
   panel.addEventListener('keydown', (event) => {

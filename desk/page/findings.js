@@ -20,15 +20,16 @@ export function placeFindings(findings, places, general) {
   }
 }
 
-// A function that has a request checked soon, and gives what was found to `show`. Of several calls the last
-// one counts.
+// A function that has a request checked soon, by itself and then with what the database knows, and gives what
+// was found to `show`. Of several calls the last one counts.
 export function checker(show) {
   let asked = null;
   return debounce(300, async (request) => {
     asked?.abort();
     asked = new AbortController();
     try {
-      show((await api.check(request, asked.signal)).findings);
+      const { signal } = asked;
+      for (const database of [undefined, 1]) show((await api.check(request, database, signal)).findings);
     } catch (error) {
       if (error.name !== 'AbortError') show([{ severity: 'error', code: '', filter: null, text: error.message, instead: '' }]);
     }

@@ -4,7 +4,7 @@ import { t } from './i18n.js';
 import { ask } from './dialog.js';
 import { isRunning, stopRun } from './runs.js';
 
-// Sets the keys up. `actions`: run(), tab(number from 1).
+// Sets the keys up. `actions`: run(), tab(number from 1), print(), which is false where there is nothing to print.
 export function setKeys(actions) {
   byId('help').addEventListener('click', showKeys);
   document.addEventListener('keydown', (event) => {
@@ -15,6 +15,7 @@ export function setKeys(actions) {
     else if (event.key === 'Enter' && event.target.closest('#filters') && event.target.tagName === 'INPUT') actions.run();
     else if (event.key === 'Escape' && isRunning()) stopRun();
     else if (event.altKey && /^[123]$/.test(event.key)) actions.tab(Number(event.key));
+    else if (event.key.toLowerCase() === 'p' && (event.ctrlKey || event.metaKey)) { if (!actions.print()) return; }
     else if (event.key === '/' && !typing) byId('search').focus();
     else if (event.key === '?' && !typing) showKeys();
     else return;

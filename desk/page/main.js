@@ -13,6 +13,7 @@ import { isRunning, runToEnd, showRun } from './runs.js';
 import { loadSaved } from './saved.js';
 import { decodeLink, encodeLink, valuesOf } from './request.js';
 import { setKeys } from './keyboard.js';
+import { printTable } from './print.js';
 
 const linkOf = (content) => `${location.pathname}#r=${encodeLink(content)}`;
 const viewLink = () => new URL(linkOf({ request: state.run.base?.request ?? state.run.request, view: state.view }), location.href).href;
@@ -165,7 +166,7 @@ async function start() {
   showForm();
   showActions(run, showProblem);
   showReports(chooseReport, openSaved);
-  setKeys({ run, tab: result.choose });
+  setKeys({ run, tab: result.choose, print: () => state.run?.state === 'done' && (printTable(showProblem), true) });
   for (const event of ['report', 'run', 'language']) on(event, drawTitle);
   for (const event of ['view', 'columns']) on(event, () => !state.run?.base && history.replaceState(null, '', viewLink()));
   window.addEventListener('popstate', followAddress);

@@ -132,7 +132,7 @@ export class Table {
       const shown = this.columns.shown();
       return shown[shown.indexOf(own) + step];
     };
-    openColumnMenu(column, anchor, {
+    openColumnMenu(column, anchor, this.grid.element, {
       sort: (descending) => this.sortBy(column, descending === null ? null : { column: column.name, descending }, false),
       hide: () => this.change(() => this.columns.setHidden([column.name], true)),
       freeze: (frozen) => this.change(() => this.columns.setFrozen(column, frozen)),
@@ -148,12 +148,14 @@ export class Table {
     const total = this.source.total;
     const count = total === run.rows ? t('rows', { n: formatCount(total) }) : t('rowsOf', { n: formatCount(total), of: formatCount(run.rows) });
     const hidden = this.columns.hiddenNames().length;
-    const columns = h('button', { type: 'button', 'aria-haspopup': 'dialog', click: () => this.chooseColumns(columns) },
+    const hadFocus = this.bar.contains(document.activeElement);
+    const columns = h('button', { type: 'button', id: 'columns', 'aria-haspopup': 'dialog', click: () => this.chooseColumns(columns) },
       hidden ? t('columnsHidden', { n: hidden }) : t('columns'));
     this.bar.replaceChildren(
       h('span', { class: 'count', id: 'count' }, total || run.base ? count : t('noRows')), columns,
       ...view.where.map((one) => this.chip(one)),
       view.where.length > 1 ? h('button', { type: 'button', class: 'quiet', click: () => { view.where = []; emit('view'); } }, t('clearFilters')) : '');
+    if (hadFocus) this.grid.element.focus();
   }
 
   chip(one) {

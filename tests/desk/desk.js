@@ -21,8 +21,12 @@ exports.company = (program) => {
       service = exports.desk(program, connection, '--folder', requests);
       return exports.linkOf(service);
     },
-    stop: () => {
-      if (service) service.kill('SIGTERM');
+    stop: async () => {
+      if (service && service.exitCode === null && service.signalCode === null) {
+        const ended = new Promise((done) => service.on('exit', done));
+        service.kill('SIGTERM');
+        await ended;
+      }
       fs.rmSync(folder, {recursive: true, force: true});
     },
   };
