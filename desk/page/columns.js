@@ -36,8 +36,8 @@ export class Columns {
   // The names of what is not.
   hiddenNames = () => this.all.filter(this.isHidden).map(({ name }) => name);
 
-  // Makes columns as wide as their headings, `rows` and totals (null for none) ask for.
-  fit(rows, totals, font) {
+  // Makes columns as wide as their headings, `rows` and totals (null for none) ask for in a table of that width.
+  fit(rows, totals, font, width) {
     const pen = document.createElement('canvas').getContext('2d');
     pen.font = font;
     const measure = (text) => pen.measureText(text).width;
@@ -45,7 +45,7 @@ export class Columns {
       let widest = measure(label(column)) + kMenuRoom;
       for (const row of rows) widest = Math.max(widest, measure(formatCell(row[column.index], column)) + 18);
       if (totals && column.name in totals) widest = Math.max(widest, measure(formatCell(totals[column.name], column)) * kBold + 18);
-      this.fitted[column.name] = Math.round(Math.min(kWide, Math.max(kNarrow, widest)));
+      this.fitted[column.name] = Math.round(Math.min(kWide, width * 0.55, Math.max(kNarrow, widest)));
     }
   }
 

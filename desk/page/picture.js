@@ -113,7 +113,8 @@ export class Picture {
       select('category', choice.category, names(columns), (name) => { choice.category = name; }),
       select('value', choice.values[0], names(figures), setValue(0)),
       select('value2', choice.values[1] ?? '', [['', t('none')], ...names(figures)], setValue(1)),
-      select('howMany', String(choice.limit), [...new Set([10, 20, 50, 100, choice.limit])].sort((a, b) => a - b).map((n) => [String(n), String(n)]), (n) => { choice.limit = Number(n); }),
+      // Dates are all drawn.
+      this.column(choice.category).kind === 'date' ? null : select('howMany', String(choice.limit), [...new Set([10, 20, 50, 100, choice.limit])].sort((a, b) => a - b).map((n) => [String(n), String(n)]), (n) => { choice.limit = Number(n); }),
       h('span', { class: 'gap' }),
       h('button', { type: 'button', click: () => this.savePng() }, t('savePng')),
       h('button', { type: 'button', click: () => this.saveSvg() }, t('saveSvg')));

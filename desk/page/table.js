@@ -70,9 +70,10 @@ export class Table {
   fitAndShow() {
     const rows = [];
     for (let index = 0; index < 200 && this.source.row(index); ++index) rows.push(this.source.row(index));
-    this.columns.fit(rows, this.totals, getComputedStyle(this.grid.element).font);
+    const { element } = this.grid;
+    this.columns.fit(rows, this.totals, getComputedStyle(element).font, element.clientWidth || Infinity);
     this.show();
-    this.grid.element.setAttribute('aria-busy', 'false');
+    element.setAttribute('aria-busy', 'false');
   }
 
   show() {
