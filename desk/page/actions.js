@@ -14,19 +14,65 @@ export function showActions(run, failed) {
     if (!state.report) return;
     const { runnable, why } = state.report;
     byId('actions').replaceChildren(
-      h('button', { type: 'button', id: 'run', class: 'main', title: 'Ctrl+Enter', disabled: !runnable || isRunning(), click: run }, t('run')),
-      h('button', { type: 'button', id: 'stop', title: 'Esc', disabled: !isRunning(), click: () => stopRun().catch(failed) }, t('stop')),
-      h('button', { type: 'button', id: 'clear', click: () => { state.values = {}; emit('filled'); } }, t('clear')),
-      state.session.folder && runnable ? h('button', { type: 'button', id: 'save', click: () => saveRequest(currentRequest()).catch(failed) }, t('saveRequest')) : '',
-      runnable ? progress : h('p', { class: 'finding warning', id: 'why' }, h('b', {}, t('notRunnable')), ' ', why ? label(why) : ''));
+      h(
+        'button',
+        {
+          type: 'button',
+          id: 'run',
+          class: 'main',
+          title: 'Ctrl+Enter',
+          disabled: !runnable || isRunning(),
+          click: run,
+        },
+        t('run'),
+      ),
+      h(
+        'button',
+        { type: 'button', id: 'stop', title: 'Esc', disabled: !isRunning(), click: () => stopRun().catch(failed) },
+        t('stop'),
+      ),
+      h(
+        'button',
+        {
+          type: 'button',
+          id: 'clear',
+          click: () => {
+            state.values = {};
+            emit('filled');
+          },
+        },
+        t('clear'),
+      ),
+      state.session.folder && runnable
+        ? h(
+            'button',
+            { type: 'button', id: 'save', click: () => saveRequest(currentRequest()).catch(failed) },
+            t('saveRequest'),
+          )
+        : '',
+      runnable
+        ? progress
+        : h('p', { class: 'finding warning', id: 'why' }, h('b', {}, t('notRunnable')), ' ', why ? label(why) : ''),
+    );
   };
-  on('report', () => { progress.replaceChildren(); draw(); });
-  on('language', () => { draw(); showEnd(progress); });
-  on('run', () => { draw(); showEnd(progress); });
+  on('report', () => {
+    progress.replaceChildren();
+    draw();
+  });
+  on('language', () => {
+    draw();
+    showEnd(progress);
+  });
+  on('run', () => {
+    draw();
+    showEnd(progress);
+  });
   on('running', (status) => {
     byId('run').disabled = Boolean(status);
     byId('stop').disabled = !status;
-    progress.replaceChildren(...(status ? [h('progress', { 'aria-label': t('running') }), h('span', {}, stepText(status))] : []));
+    progress.replaceChildren(
+      ...(status ? [h('progress', { 'aria-label': t('running') }), h('span', {}, stepText(status))] : []),
+    );
   });
 }
 
@@ -39,5 +85,7 @@ function stepText({ stopping, phase, seconds, rows }) {
 function showEnd(progress) {
   const { run } = state;
   if (run?.state !== 'done') return;
-  progress.replaceChildren(h('span', { class: 'faint', id: 'done' }, t('done', { n: formatCount(run.rows), s: formatSeconds(run.seconds) })));
+  progress.replaceChildren(
+    h('span', { class: 'faint', id: 'done' }, t('done', { n: formatCount(run.rows), s: formatSeconds(run.seconds) })),
+  );
 }

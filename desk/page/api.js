@@ -14,7 +14,11 @@ async function call(method, path, body, signal) {
   const headers = method === 'GET' ? {} : { 'X-Ledgerwick': '1' };
   if (body !== undefined) headers['Content-Type'] = 'application/json';
   const answer = await fetch(kRoot + path, {
-    method, headers, signal, body: body === undefined ? undefined : JSON.stringify(body), credentials: 'same-origin',
+    method,
+    headers,
+    signal,
+    body: body === undefined ? undefined : JSON.stringify(body),
+    credentials: 'same-origin',
   });
   const text = await answer.text();
   let json = null;
@@ -35,7 +39,9 @@ function query(parameters) {
 // How sort and filters of a view travel in an address.
 function viewParameters({ sort = [], where = [] }) {
   return {
-    sort: sort.length ? JSON.stringify(sort.map(({ column, descending }) => (descending ? '-' : '') + column)) : undefined,
+    sort: sort.length
+      ? JSON.stringify(sort.map(({ column, descending }) => (descending ? '-' : '') + column))
+      : undefined,
     where: where.length ? JSON.stringify(where) : undefined,
   };
 }
@@ -46,7 +52,8 @@ const request = (name) => `/requests/${encodeURIComponent(name)}`;
 export const api = {
   session: () => call('GET', '/session'),
   reports: () => call('GET', '/reports'),
-  pick: (kind, q, signal) => call('GET', `/pick/${encodeURIComponent(kind)}${query({ q, limit: 50 })}`, undefined, signal),
+  pick: (kind, q, signal) =>
+    call('GET', `/pick/${encodeURIComponent(kind)}${query({ q, limit: 50 })}`, undefined, signal),
   check: (body, database, signal) => call('POST', '/check' + query({ database }), body, signal),
   start: (body, connection) => call('POST', '/runs', connection ? { request: body, connection } : { request: body }),
   status: (id) => call('GET', run(id)),
@@ -57,7 +64,12 @@ export const api = {
   totals: (id, { where }) => call('GET', run(id) + '/totals' + query(viewParameters({ where }))),
   values: (id, column, q, limit) => call('GET', run(id) + '/values' + query({ column, q, limit })),
   groups: (id, category, values, limit, by, { where }) =>
-    call('GET', run(id) + '/groups' + query({ category, values: JSON.stringify(values), limit, by, ...viewParameters({ where }) })),
+    call(
+      'GET',
+      run(id) +
+        '/groups' +
+        query({ category, values: JSON.stringify(values), limit, by, ...viewParameters({ where }) }),
+    ),
   compare: (id, other) => call('POST', run(id) + '/compare', { with: other }),
   exportAddress: (id, format, view) => kRoot + run(id) + '/export' + query({ format, ...viewParameters(view) }),
   command: (body) => call('POST', '/command', body),

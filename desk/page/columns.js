@@ -18,8 +18,10 @@ export class Columns {
     const rank = new Map(this.kept.order.map((name, index) => [name, index]));
     // A column that is new since then stays behind the one that it follows.
     let last = -1;
-    this.all = this.all.map((column) => [(last = rank.get(column.name) ?? last), column])
-      .sort((a, b) => a[0] - b[0] || a[1].index - b[1].index).map(([, column]) => column);
+    this.all = this.all
+      .map((column) => [(last = rank.get(column.name) ?? last), column])
+      .sort((a, b) => a[0] - b[0] || a[1].index - b[1].index)
+      .map(([, column]) => column);
     this.fitted = {};
   }
 
@@ -44,7 +46,8 @@ export class Columns {
     for (const column of this.all) {
       let widest = measure(label(column)) + kMenuRoom;
       for (const row of rows) widest = Math.max(widest, measure(formatCell(row[column.index], column)) + 18);
-      if (totals && column.name in totals) widest = Math.max(widest, measure(formatCell(totals[column.name], column)) * kBold + 18);
+      if (totals && column.name in totals)
+        widest = Math.max(widest, measure(formatCell(totals[column.name], column)) * kBold + 18);
       this.fitted[column.name] = Math.round(Math.min(kWide, width * 0.55, Math.max(kNarrow, widest)));
     }
   }

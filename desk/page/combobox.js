@@ -9,8 +9,15 @@ import { t } from './i18n.js';
 export function combobox({ kind, list, value, change, attributes }) {
   const listId = newId();
   const input = h('input', {
-    type: 'text', role: 'combobox', autocomplete: 'off', spellcheck: 'false', value,
-    'aria-autocomplete': 'list', 'aria-expanded': 'false', 'aria-controls': listId, ...attributes,
+    type: 'text',
+    role: 'combobox',
+    autocomplete: 'off',
+    spellcheck: 'false',
+    value,
+    'aria-autocomplete': 'list',
+    'aria-expanded': 'false',
+    'aria-controls': listId,
+    ...attributes,
   });
   const options = h('ul', { id: listId, role: 'listbox', hidden: true, 'aria-label': attributes['aria-label'] });
   const element = h('span', { class: 'combobox' }, input, options);
@@ -44,10 +51,24 @@ export function combobox({ kind, list, value, change, attributes }) {
   };
   const draw = ({ items: found, more }) => {
     items = found;
-    options.replaceChildren(...found.map((item) => h('li', {
-      id: newId(), role: 'option', 'aria-selected': 'false',
-      mousedown: (event) => { event.preventDefault(); take(item); },
-    }, h('b', {}, item.code), item.name && item.name !== item.code ? h('span', {}, item.name) : null)));
+    options.replaceChildren(
+      ...found.map((item) =>
+        h(
+          'li',
+          {
+            id: newId(),
+            role: 'option',
+            'aria-selected': 'false',
+            mousedown: (event) => {
+              event.preventDefault();
+              take(item);
+            },
+          },
+          h('b', {}, item.code),
+          item.name && item.name !== item.code ? h('span', {}, item.name) : null,
+        ),
+      ),
+    );
     const hint = !found.length ? t('nothingFound') : more ? t('moreItems') : '';
     if (hint) options.append(h('li', { role: 'presentation', class: 'faint' }, hint));
     say(found.length ? t('chosenOf', { n: found.length }) : t('nothingFound'));
@@ -67,7 +88,10 @@ export function combobox({ kind, list, value, change, attributes }) {
   const searchSoon = debounce(150, () => document.activeElement === input && search(wanted()));
   const wanted = () => (list ? input.value.split(/[,，]/).pop() : input.value).trim();
 
-  input.addEventListener('input', () => { change(input.value); searchSoon(); });
+  input.addEventListener('input', () => {
+    change(input.value);
+    searchSoon();
+  });
   input.addEventListener('click', () => options.hidden && search(''));
   input.addEventListener('blur', close);
   input.addEventListener('keydown', (event) => {

@@ -13,10 +13,18 @@ export async function compare(failed) {
   const { run } = state;
   const dates = state.report.filters.filter(({ kind, range }) => kind === 'date' && range);
   const possible = dates.length || state.session.connections?.length;
-  const answer = await ask(t('compareTitle'), { ok: possible ? t('compare').replace('…', '') : null, content: [choices(dates)] });
+  const answer = await ask(t('compareTitle'), {
+    ok: possible ? t('compare').replace('…', '') : null,
+    content: [choices(dates)],
+  });
   if (!answer?.with) return;
   const request = structuredClone(run.request);
-  if (answer.with === 'period') setPeriod(request, dates.find(({ name }) => name === answer.filter), answer);
+  if (answer.with === 'period')
+    setPeriod(
+      request,
+      dates.find(({ name }) => name === answer.filter),
+      answer,
+    );
   try {
     const other = await runToEnd(request, answer.with === 'connection' ? answer.connection : undefined);
     if (other.state !== 'done') {
@@ -54,11 +62,24 @@ function setPeriod(request, { name, caption }, { from, to }) {
 }
 
 function choices(dates) {
-  const radio = (value, text, on) => h('label', {}, h('input', { type: 'radio', name: 'with', value, checked: on }), text);
+  const radio = (value, text, on) =>
+    h('label', {}, h('input', { type: 'radio', name: 'with', value, checked: on }), text);
   const names = state.session.connections ?? [];
-  const other = !names.length ? [h('p', { class: 'faint' }, t('connectionHint'))] : [
-    radio('connection', t('otherConnection'), !dates.length),
-    h('label', { class: 'field' }, t('connection'), h('select', { name: 'connection' }, names.map((name) => h('option', { value: name }, name))))];
+  const other = !names.length
+    ? [h('p', { class: 'faint' }, t('connectionHint'))]
+    : [
+        radio('connection', t('otherConnection'), !dates.length),
+        h(
+          'label',
+          { class: 'field' },
+          t('connection'),
+          h(
+            'select',
+            { name: 'connection' },
+            names.map((name) => h('option', { value: name }, name)),
+          ),
+        ),
+      ];
   if (!dates.length) return h('div', { class: 'choices' }, h('p', { class: 'faint' }, t('noPeriod')), other);
   return h('div', { class: 'choices' }, radio('period', t('otherPeriod'), true), period(dates), other);
 }
@@ -67,12 +88,31 @@ function choices(dates) {
 function period(dates) {
   const filter = dates.find(({ name }) => state.values[name]?.from) ?? dates[0];
   const { from, to } = state.values[filter.name] ?? {};
-  const start = h('input', { type: 'date', name: 'from', 'aria-label': t('from'), value: from ? yearBefore(from) : '' });
+  const start = h('input', {
+    type: 'date',
+    name: 'from',
+    'aria-label': t('from'),
+    value: from ? yearBefore(from) : '',
+  });
   const end = h('input', { type: 'date', name: 'to', 'aria-label': t('to'), value: to ? yearBefore(to) : '' });
-  const set = (a, b) => { [start.value, end.value] = [a, b]; };
-  const quick = from && to ? h('span', { class: 'buttons' },
-    h('button', { type: 'button', click: () => set(yearBefore(from), yearBefore(to)) }, t('yearBefore')),
-    h('button', { type: 'button', click: () => set(...periodBefore(from, to)) }, t('periodBefore'))) : null;
-  return h('fieldset', { class: 'field' }, h('input', { type: 'hidden', name: 'filter', value: filter.name }),
-    h('legend', {}, label(filter)), h('div', { class: 'range' }, start, h('span', {}, '–'), end), quick);
+  const set = (a, b) => {
+    [start.value, end.value] = [a, b];
+  };
+  const quick =
+    from && to
+      ? h(
+          'span',
+          { class: 'buttons' },
+          h('button', { type: 'button', click: () => set(yearBefore(from), yearBefore(to)) }, t('yearBefore')),
+          h('button', { type: 'button', click: () => set(...periodBefore(from, to)) }, t('periodBefore')),
+        )
+      : null;
+  return h(
+    'fieldset',
+    { class: 'field' },
+    h('input', { type: 'hidden', name: 'filter', value: filter.name }),
+    h('legend', {}, label(filter)),
+    h('div', { class: 'range' }, start, h('span', {}, '–'), end),
+    quick,
+  );
 }

@@ -19,7 +19,10 @@ export class Cursor {
 
   // Back to the first row, or where a heading was, to the heading.
   reset() {
-    this.at = { row: Math.min(this.at.row, 0), column: Math.min(this.at.column, Math.max(0, this.grid.columns.length - 1)) };
+    this.at = {
+      row: Math.min(this.at.row, 0),
+      column: Math.min(this.at.column, Math.max(0, this.grid.columns.length - 1)),
+    };
     this.anchor = { ...this.at };
   }
 
@@ -77,15 +80,24 @@ export class Cursor {
     const end = this.grid.total - 1;
     const far = event.ctrlKey || event.metaKey;
     const to = {
-      ArrowUp: [far ? 0 : row - 1, column], ArrowDown: [far ? end : row + 1, column],
-      ArrowLeft: [row, far ? 0 : column - 1], ArrowRight: [row, far ? Infinity : column + 1],
-      PageUp: [Math.max(0, row - page), column], PageDown: [row + page, column],
-      Home: [far ? 0 : row, 0], End: [far ? end : row, Infinity],
+      ArrowUp: [far ? 0 : row - 1, column],
+      ArrowDown: [far ? end : row + 1, column],
+      ArrowLeft: [row, far ? 0 : column - 1],
+      ArrowRight: [row, far ? Infinity : column + 1],
+      PageUp: [Math.max(0, row - page), column],
+      PageDown: [row + page, column],
+      Home: [far ? 0 : row, 0],
+      End: [far ? end : row, Infinity],
     }[event.key];
     const here = this.grid.columns[column];
     if (to && !event.altKey) this.moveTo(...to, event.shiftKey);
     else if (event.key === 'Enter' && row < 0) this.sort(here, event.shiftKey);
-    else if (event.key === 'ContextMenu' || (event.key === 'F10' && event.shiftKey) || (event.key === 'ArrowDown' && event.altKey)) this.menu(here, this.grid.head.querySelector(`#h${column}`));
+    else if (
+      event.key === 'ContextMenu' ||
+      (event.key === 'F10' && event.shiftKey) ||
+      (event.key === 'ArrowDown' && event.altKey)
+    )
+      this.menu(here, this.grid.head.querySelector(`#h${column}`));
     else if (far && event.key.toLowerCase() === 'c') this.copy(false);
     else if (far && event.key.toLowerCase() === 'a') this.selectAll();
     else return;

@@ -5,20 +5,42 @@ import { t } from './i18n.js';
 // Shows a dialog with `content` and waits for it: the values of its fields by name, or null when it was left.
 // `fields` are {name, label, value, type, list}; `ok` is what the button says that takes it, null for none.
 export function ask(title, { ok = null, fields = [], content = [] } = {}) {
-  const inputs = fields.map(({ name, label, value = '', type = 'text' }) => h('label', { class: 'field' }, label, h('input', { name, type, value, autocomplete: 'off' })));
+  const inputs = fields.map(({ name, label, value = '', type = 'text' }) =>
+    h('label', { class: 'field' }, label, h('input', { name, type, value, autocomplete: 'off' })),
+  );
   const heading = newId();
   return new Promise((done) => {
     let answer = null;
-    const form = h('form', {
-      submit: (event) => {
-        event.preventDefault();
-        answer = Object.fromEntries(new FormData(form));
-        dialog.close();
+    const form = h(
+      'form',
+      {
+        submit: (event) => {
+          event.preventDefault();
+          answer = Object.fromEntries(new FormData(form));
+          dialog.close();
+        },
       },
-    }, h('h2', { id: heading }, title), inputs, content, h('div', { class: 'buttons' },
-      ok ? h('button', { class: 'main' }, ok) : null,
-      h('button', { type: 'button', click: () => dialog.close() }, t(ok ? 'cancel' : 'close'))));
-    const dialog = h('dialog', { 'aria-labelledby': heading, close: () => { dialog.remove(); done(answer); } }, form);
+      h('h2', { id: heading }, title),
+      inputs,
+      content,
+      h(
+        'div',
+        { class: 'buttons' },
+        ok ? h('button', { class: 'main' }, ok) : null,
+        h('button', { type: 'button', click: () => dialog.close() }, t(ok ? 'cancel' : 'close')),
+      ),
+    );
+    const dialog = h(
+      'dialog',
+      {
+        'aria-labelledby': heading,
+        close: () => {
+          dialog.remove();
+          done(answer);
+        },
+      },
+      form,
+    );
     document.body.append(dialog);
     dialog.showModal();
   });

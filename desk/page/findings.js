@@ -7,8 +7,17 @@ const kRank = { error: 0, warning: 1, note: 2 };
 
 // One finding as an element.
 export function findingElement({ severity, code, text, instead }) {
-  return h('p', { class: `finding ${severity}` },
-    h('b', {}, t(severity)), ' ', text, ' ', h('span', { class: 'instead' }, instead), ' ', h('code', {}, code));
+  return h(
+    'p',
+    { class: `finding ${severity}` },
+    h('b', {}, t(severity)),
+    ' ',
+    text,
+    ' ',
+    h('span', { class: 'instead' }, instead),
+    ' ',
+    h('code', {}, code),
+  );
 }
 
 // Puts findings at their fields: `places` maps a filter's name to its place, `general` takes the rest.
@@ -31,7 +40,8 @@ export function checker(show) {
       const { signal } = asked;
       for (const database of [undefined, 1]) show((await api.check(request, database, signal)).findings);
     } catch (error) {
-      if (error.name !== 'AbortError') show([{ severity: 'error', code: '', filter: null, text: error.message, instead: '' }]);
+      if (error.name !== 'AbortError')
+        show([{ severity: 'error', code: '', filter: null, text: error.message, instead: '' }]);
     }
   });
 }

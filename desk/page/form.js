@@ -45,15 +45,36 @@ function drawForm() {
   const filters = state.report.filters.map((filter) => [filter, filterField(filter)]);
   const rare = filters.filter(([filter]) => kRarelyUsed.test(filter.name));
   const usual = filters.filter(([filter]) => !kRarelyUsed.test(filter.name));
-  panel = h('details', { class: 'filters' },
+  panel = h(
+    'details',
+    { class: 'filters' },
     h('summary', {}, h('span', { class: 'word' }, t('filters')), h('span', { class: 'chosen' }, summary())),
-    h('form', { id: 'filters', autocomplete: 'off', submit: (event) => event.preventDefault() },
-      h('div', { class: 'fields' }, loginFields(), usual.map(([, element]) => element)),
-      rare.length ? h('details', { class: 'more', open: rare.some(([filter]) => state.values[filter.name]) },
-        h('summary', {}, t('moreFilters', { n: rare.length })),
-        h('div', { class: 'fields' }, rare.map(([, element]) => element))) : null,
-      filters.length ? null : h('p', { class: 'faint' }, t('noFilters'))),
-    general, notes());
+    h(
+      'form',
+      { id: 'filters', autocomplete: 'off', submit: (event) => event.preventDefault() },
+      h(
+        'div',
+        { class: 'fields' },
+        loginFields(),
+        usual.map(([, element]) => element),
+      ),
+      rare.length
+        ? h(
+            'details',
+            { class: 'more', open: rare.some(([filter]) => state.values[filter.name]) },
+            h('summary', {}, t('moreFilters', { n: rare.length })),
+            h(
+              'div',
+              { class: 'fields' },
+              rare.map(([, element]) => element),
+            ),
+          )
+        : null,
+      filters.length ? null : h('p', { class: 'faint' }, t('noFilters')),
+    ),
+    general,
+    notes(),
+  );
   panel.open = wasOpen;
   byId('form').replaceChildren(panel);
 }
@@ -68,15 +89,17 @@ function filterField(filter) {
 }
 
 function loginFields() {
-  return (state.report.inputs ?? []).filter((name) => kLogin[name]).map((name) => {
-    const [key, text, kind] = kLogin[name];
-    const filter = { name, caption: t(text), english: t(text), kind, range: false };
-    const { element } = field(filter, { from: state.login[key] }, state.session.today, ({ from }) => {
-      state.login[key] = from;
-      emit('values');
+  return (state.report.inputs ?? [])
+    .filter((name) => kLogin[name])
+    .map((name) => {
+      const [key, text, kind] = kLogin[name];
+      const filter = { name, caption: t(text), english: t(text), kind, range: false };
+      const { element } = field(filter, { from: state.login[key] }, state.session.today, ({ from }) => {
+        state.login[key] = from;
+        emit('values');
+      });
+      return element;
     });
-    return element;
-  });
 }
 
 // What is set, in a line.
@@ -86,7 +109,13 @@ function summary() {
   return set.map((filter) => {
     const { from, to } = state.values[filter.name];
     const option = filter.options?.find(({ value }) => value === from);
-    const text = option ? label(option) : filter.range && to ? `${from} – ${to}` : filter.range && filter.kind === 'date' ? `${from} –` : from;
+    const text = option
+      ? label(option)
+      : filter.range && to
+        ? `${from} – ${to}`
+        : filter.range && filter.kind === 'date'
+          ? `${from} –`
+          : from;
     return h('span', { class: 'chip' }, label(filter), ' ', h('b', {}, text));
   });
 }
@@ -96,8 +125,25 @@ function notes() {
   const all = state.report.notes ?? [];
   if (!all.length) return null;
   const caption = (name) => label(state.report.filters.find((filter) => filter.name === name) ?? { caption: name });
-  return h('details', { class: 'notes' },
+  return h(
+    'details',
+    { class: 'notes' },
     h('summary', {}, t('notes', { n: all.length })),
-    h('ul', {}, all.map(({ code, filter, does, instead }) =>
-      h('li', {}, h('code', {}, code), ' ', filter ? h('b', {}, caption(filter), ' ') : null, does, ' ', h('span', { class: 'instead' }, instead)))));
+    h(
+      'ul',
+      {},
+      all.map(({ code, filter, does, instead }) =>
+        h(
+          'li',
+          {},
+          h('code', {}, code),
+          ' ',
+          filter ? h('b', {}, caption(filter), ' ') : null,
+          does,
+          ' ',
+          h('span', { class: 'instead' }, instead),
+        ),
+      ),
+    ),
+  );
 }

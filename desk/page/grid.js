@@ -172,7 +172,9 @@ export class Grid {
   chooseColumns() {
     const left = this.element.scrollLeft + this.frozenWidth;
     const right = this.element.scrollLeft + this.element.clientWidth;
-    const seen = this.columns.filter((column) => column.frozen || (column.left + column.width > left - 200 && column.left < right + 200));
+    const seen = this.columns.filter(
+      (column) => column.frozen || (column.left + column.width > left - 200 && column.left < right + 200),
+    );
     const key = seen.map(({ name }) => name).join('\n');
     if (key !== this.seenKey) ++this.version;
     [this.seen, this.seenKey] = [seen, key];
@@ -184,23 +186,30 @@ export class Grid {
     row.version = this.version;
     row.setAttribute('aria-rowindex', index + 2);
     row.className = index % 2 ? 'row odd' : 'row';
-    row.replaceChildren(...this.seen.map((column) => {
-      const value = cells?.[column.index];
-      const cell = this.cell(column, 'gridcell', cells ? formatCell(value, column) : '');
-      const place = this.columns.indexOf(column);
-      cell.id = `c${index}-${place}`;
-      cell.dataset.row = index;
-      cell.dataset.column = place;
-      if (!cells) cell.classList.add('waiting');
-      if (column.kind === 'number' && String(value).startsWith('-')) cell.classList.add('negative');
-      cell.usual = `${cell.className} ${this.mark(value, column)} `;
-      cell.className = cell.usual + this.select(index, place);
-      return cell;
-    }));
+    row.replaceChildren(
+      ...this.seen.map((column) => {
+        const value = cells?.[column.index];
+        const cell = this.cell(column, 'gridcell', cells ? formatCell(value, column) : '');
+        const place = this.columns.indexOf(column);
+        cell.id = `c${index}-${place}`;
+        cell.dataset.row = index;
+        cell.dataset.column = place;
+        if (!cells) cell.classList.add('waiting');
+        if (column.kind === 'number' && String(value).startsWith('-')) cell.classList.add('negative');
+        cell.usual = `${cell.className} ${this.mark(value, column)} `;
+        cell.className = cell.usual + this.select(index, place);
+        return cell;
+      }),
+    );
   }
 
   cell(column, role, text, ...children) {
-    const cell = h('div', { class: `cell ${column.kind}`, role, 'aria-colindex': this.columns.indexOf(column) + 1 }, text, children);
+    const cell = h(
+      'div',
+      { class: `cell ${column.kind}`, role, 'aria-colindex': this.columns.indexOf(column) + 1 },
+      text,
+      children,
+    );
     if (column.frozen) cell.classList.add('frozen');
     cell.style.width = `${column.width}px`;
     cell.style.left = `${column.left}px`;
@@ -208,8 +217,13 @@ export class Grid {
   }
 
   drawHead(sort, filtered) {
-    this.head.replaceChildren(h('div', { class: 'row', role: 'row', 'aria-rowindex': 1 },
-      this.columns.map((column, place) => this.heading(column, place, sort, filtered))));
+    this.head.replaceChildren(
+      h(
+        'div',
+        { class: 'row', role: 'row', 'aria-rowindex': 1 },
+        this.columns.map((column, place) => this.heading(column, place, sort, filtered)),
+      ),
+    );
   }
 
   heading(column, place, sort, filtered) {
@@ -217,12 +231,28 @@ export class Grid {
     const descending = at >= 0 && sort[at].descending;
     const order = at < 0 ? 'none' : descending ? 'descending' : 'ascending';
     const arrow = at < 0 ? '' : (descending ? '▼' : '▲') + (sort.length > 1 ? at + 1 : '');
-    const menu = h('button', {
-      type: 'button', class: 'menu', tabindex: '-1', 'aria-label': t('columnMenu', { name: label(column) }),
-      click: (event) => { event.stopPropagation(); this.actions.menu(column, menu); },
-    }, '⋮');
-    const cell = this.cell(column, 'columnheader', h('span', { class: 'text' }, label(column)),
-      h('span', { class: 'arrow', 'aria-hidden': 'true' }, arrow), menu, this.handle(column));
+    const menu = h(
+      'button',
+      {
+        type: 'button',
+        class: 'menu',
+        tabindex: '-1',
+        'aria-label': t('columnMenu', { name: label(column) }),
+        click: (event) => {
+          event.stopPropagation();
+          this.actions.menu(column, menu);
+        },
+      },
+      '⋮',
+    );
+    const cell = this.cell(
+      column,
+      'columnheader',
+      h('span', { class: 'text' }, label(column)),
+      h('span', { class: 'arrow', 'aria-hidden': 'true' }, arrow),
+      menu,
+      this.handle(column),
+    );
     cell.id = `h${place}`;
     cell.title = label(column) === column.name ? column.name : `${label(column)} (${column.name})`;
     cell.setAttribute('aria-sort', order);
@@ -231,8 +261,14 @@ export class Grid {
     cell.draggable = true;
     if (filtered.has(column.name)) cell.classList.add('filtered');
     cell.addEventListener('click', (event) => this.actions.sort(column, event.shiftKey));
-    cell.addEventListener('contextmenu', (event) => { event.preventDefault(); this.actions.menu(column, menu); });
-    cell.addEventListener('dragstart', (event) => { this.dragged = column; event.dataTransfer.setData('text/plain', label(column)); });
+    cell.addEventListener('contextmenu', (event) => {
+      event.preventDefault();
+      this.actions.menu(column, menu);
+    });
+    cell.addEventListener('dragstart', (event) => {
+      this.dragged = column;
+      event.dataTransfer.setData('text/plain', label(column));
+    });
     cell.addEventListener('dragover', (event) => this.dragged && event.preventDefault());
     cell.addEventListener('drop', (event) => {
       event.preventDefault();
@@ -252,10 +288,14 @@ export class Grid {
       const start = event.clientX - column.width;
       const move = (now) => this.actions.resize(column, now.clientX - start, false);
       handle.addEventListener('pointermove', move);
-      handle.addEventListener('pointerup', (now) => {
-        handle.removeEventListener('pointermove', move);
-        this.actions.resize(column, now.clientX - start, true);
-      }, { once: true });
+      handle.addEventListener(
+        'pointerup',
+        (now) => {
+          handle.removeEventListener('pointermove', move);
+          this.actions.resize(column, now.clientX - start, true);
+        },
+        { once: true },
+      );
     });
     return handle;
   }
@@ -263,10 +303,19 @@ export class Grid {
   drawFoot() {
     if (!this.totals || !Object.keys(this.totals).length) return this.foot.replaceChildren();
     const named = this.columns.findIndex((column) => !(column.name in this.totals));
-    return this.foot.replaceChildren(h('div', { class: 'row', role: 'row', 'aria-rowindex': this.total + 2 },
-      this.columns.map((column, place) => {
-        const total = this.totals[column.name];
-        return this.cell(column, 'gridcell', place === named ? t('total') : total === undefined ? '' : formatCell(total, column));
-      })));
+    return this.foot.replaceChildren(
+      h(
+        'div',
+        { class: 'row', role: 'row', 'aria-rowindex': this.total + 2 },
+        this.columns.map((column, place) => {
+          const total = this.totals[column.name];
+          return this.cell(
+            column,
+            'gridcell',
+            place === named ? t('total') : total === undefined ? '' : formatCell(total, column),
+          );
+        }),
+      ),
+    );
   }
 }

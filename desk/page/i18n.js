@@ -23,7 +23,8 @@ export function label(thing) {
 // Writes the texts of the elements that name a key: data-t for their content, data-t-label for their name.
 export function translate(root = document) {
   for (const element of root.querySelectorAll('[data-t]')) element.textContent = t(element.dataset.t);
-  for (const element of root.querySelectorAll('[data-t-label]')) element.setAttribute('aria-label', t(element.dataset.tLabel));
+  for (const element of root.querySelectorAll('[data-t-label]'))
+    element.setAttribute('aria-label', t(element.dataset.tLabel));
 }
 
 // Switches the page's language.

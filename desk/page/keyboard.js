@@ -12,11 +12,13 @@ export function setKeys(actions) {
     const above = document.querySelector('dialog[open]');
     if (above) return;
     if (event.key === 'Enter' && (event.ctrlKey || event.metaKey)) actions.run();
-    else if (event.key === 'Enter' && event.target.closest('#filters') && event.target.tagName === 'INPUT') actions.run();
+    else if (event.key === 'Enter' && event.target.closest('#filters') && event.target.tagName === 'INPUT')
+      actions.run();
     else if (event.key === 'Escape' && isRunning()) stopRun();
     else if (event.altKey && /^[123]$/.test(event.key)) actions.tab(Number(event.key));
-    else if (event.key.toLowerCase() === 'p' && (event.ctrlKey || event.metaKey)) { if (!actions.print()) return; }
-    else if (event.key === '/' && !typing) byId('search').focus();
+    else if (event.key.toLowerCase() === 'p' && (event.ctrlKey || event.metaKey)) {
+      if (!actions.print()) return;
+    } else if (event.key === '/' && !typing) byId('search').focus();
     else if (event.key === '?' && !typing) showKeys();
     else return;
     event.preventDefault();
@@ -25,10 +27,23 @@ export function setKeys(actions) {
 
 function showKeys() {
   const keys = [
-    ['/', 'keySearch'], ['Ctrl+Enter', 'keyRun'], ['Esc', 'keyStop'], ['Alt+1 2 3', 'keyTabs'], ['← ↑ → ↓', 'keyArrows'],
-    ['Home End', 'keyEnds'], ['Enter', 'keyHeader'], ['Alt+↓ · Shift+F10', 'keyMenu'], ['Ctrl+C', 'keyCopy'],
+    ['/', 'keySearch'],
+    ['Ctrl+Enter', 'keyRun'],
+    ['Esc', 'keyStop'],
+    ['Alt+1 2 3', 'keyTabs'],
+    ['← ↑ → ↓', 'keyArrows'],
+    ['Home End', 'keyEnds'],
+    ['Enter', 'keyHeader'],
+    ['Alt+↓ · Shift+F10', 'keyMenu'],
+    ['Ctrl+C', 'keyCopy'],
   ];
   ask(t('help'), {
-    content: [h('dl', { class: 'keys' }, keys.map(([key, text]) => [h('dt', {}, h('kbd', {}, key)), h('dd', {}, t(text))]).flat())],
+    content: [
+      h(
+        'dl',
+        { class: 'keys' },
+        keys.map(([key, text]) => [h('dt', {}, h('kbd', {}, key)), h('dd', {}, t(text))]).flat(),
+      ),
+    ],
   });
 }

@@ -16,7 +16,8 @@ import { setKeys } from './keyboard.js';
 import { printTable } from './print.js';
 
 const linkOf = (content) => `${location.pathname}#r=${encodeLink(content)}`;
-const viewLink = () => new URL(linkOf({ request: state.run.base?.request ?? state.run.request, view: state.view }), location.href).href;
+const viewLink = () =>
+  new URL(linkOf({ request: state.run.base?.request ?? state.run.request, view: state.view }), location.href).href;
 
 // Opens a report with the values of a request, or with none.
 function openReport(report, request = null) {
@@ -155,7 +156,8 @@ async function start() {
     const [session, { reports }] = await Promise.all([api.session(), api.reports()]);
     Object.assign(state, { session, reports });
     byId('connection').title = session.connection;
-    byId('connection').textContent = session.connection.replace(/^embedded:.*[\\/]/, 'embedded:'); // the folder is told on demand
+    // The folder is told on demand.
+    byId('connection').textContent = session.connection.replace(/^embedded:.*[\\/]/, 'embedded:');
     await loadSaved();
   } catch (error) {
     byId('report').hidden = false;
@@ -168,7 +170,8 @@ async function start() {
   showReports(chooseReport, openSaved);
   setKeys({ run, tab: result.choose, print: () => state.run?.state === 'done' && (printTable(showProblem), true) });
   for (const event of ['report', 'run', 'language']) on(event, drawTitle);
-  for (const event of ['view', 'columns']) on(event, () => !state.run?.base && history.replaceState(null, '', viewLink()));
+  for (const event of ['view', 'columns'])
+    on(event, () => !state.run?.base && history.replaceState(null, '', viewLink()));
   window.addEventListener('popstate', followAddress);
   await followAddress();
 }

@@ -8,9 +8,12 @@ export function periods(today) {
   const quarter = Math.floor((month - 1) / 3) * 3;
   const span = (from, months) => [day(year, from, 1), day(year, from + months, 0)];
   return {
-    thisMonth: span(month - 1, 1), lastMonth: span(month - 2, 1),
-    thisQuarter: span(quarter, 3), lastQuarter: span(quarter - 3, 3),
-    thisYear: span(0, 12), lastYear: span(-12, 12),
+    thisMonth: span(month - 1, 1),
+    lastMonth: span(month - 2, 1),
+    thisQuarter: span(quarter, 3),
+    lastQuarter: span(quarter - 3, 3),
+    thisYear: span(0, 12),
+    lastYear: span(-12, 12),
   };
 }
 

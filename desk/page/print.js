@@ -29,14 +29,63 @@ export async function printTable(failed) {
 function paperOf(columns, rows, totals, cut) {
   const { run } = state;
   const named = columns.findIndex(({ name }) => !(name in totals));
-  return h('div', { class: 'paper', 'aria-hidden': 'true' },
-    h('h1', {}, run.title || label(state.report.title)), run.subtitle ? h('p', {}, run.subtitle) : null,
-    h('p', { class: 'faint' }, [...state.report.filters].filter(({ name }) => state.values[name]?.from || state.values[name]?.to)
-      .map((filter) => `${label(filter)} ${[state.values[filter.name].from, state.values[filter.name].to].filter(Boolean).join(' – ')}`).join(' · ')),
-    h('table', {},
-      h('thead', {}, h('tr', {}, columns.map((column) => h('th', { class: column.kind }, label(column))))),
-      h('tbody', {}, rows.map((row) => h('tr', {}, columns.map((column) => h('td', { class: column.kind }, formatCell(row[column.index], column)))))),
-      Object.keys(totals).length ? h('tfoot', {}, h('tr', {}, columns.map((column, place) => h('td', { class: column.kind },
-        place === named ? t('total') : column.name in totals ? formatCell(totals[column.name], column) : '')))) : null),
-    h('p', {}, cut ? t('printCut', { n: formatCount(kMostRows) }) : t('rows', { n: formatCount(rows.length) })));
+  return h(
+    'div',
+    { class: 'paper', 'aria-hidden': 'true' },
+    h('h1', {}, run.title || label(state.report.title)),
+    run.subtitle ? h('p', {}, run.subtitle) : null,
+    h(
+      'p',
+      { class: 'faint' },
+      [...state.report.filters]
+        .filter(({ name }) => state.values[name]?.from || state.values[name]?.to)
+        .map(
+          (filter) =>
+            `${label(filter)} ${[state.values[filter.name].from, state.values[filter.name].to].filter(Boolean).join(' – ')}`,
+        )
+        .join(' · '),
+    ),
+    h(
+      'table',
+      {},
+      h(
+        'thead',
+        {},
+        h(
+          'tr',
+          {},
+          columns.map((column) => h('th', { class: column.kind }, label(column))),
+        ),
+      ),
+      h(
+        'tbody',
+        {},
+        rows.map((row) =>
+          h(
+            'tr',
+            {},
+            columns.map((column) => h('td', { class: column.kind }, formatCell(row[column.index], column))),
+          ),
+        ),
+      ),
+      Object.keys(totals).length
+        ? h(
+            'tfoot',
+            {},
+            h(
+              'tr',
+              {},
+              columns.map((column, place) =>
+                h(
+                  'td',
+                  { class: column.kind },
+                  place === named ? t('total') : column.name in totals ? formatCell(totals[column.name], column) : '',
+                ),
+              ),
+            ),
+          )
+        : null,
+    ),
+    h('p', {}, cut ? t('printCut', { n: formatCount(kMostRows) }) : t('rows', { n: formatCount(rows.length) })),
+  );
 }

@@ -51,13 +51,31 @@ function grouped(reports) {
 }
 
 function group(name, reports, open) {
-  return h('section', { 'aria-label': name },
+  return h(
+    'section',
+    { 'aria-label': name },
     h('h2', {}, name),
-    h('ul', {}, reports.map((report) => h('li', {},
-      h('button', {
-        type: 'button', class: report.runnable ? 'entry' : 'entry faint', 'aria-current': state.report === report ? 'page' : null,
-        click: () => open(report),
-      }, h('span', {}, label(report.title)))))));
+    h(
+      'ul',
+      {},
+      reports.map((report) =>
+        h(
+          'li',
+          {},
+          h(
+            'button',
+            {
+              type: 'button',
+              class: report.runnable ? 'entry' : 'entry faint',
+              'aria-current': state.report === report ? 'page' : null,
+              click: () => open(report),
+            },
+            h('span', {}, label(report.title)),
+          ),
+        ),
+      ),
+    ),
+  );
 }
 
 // Up and down go from entry to entry.

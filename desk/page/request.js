@@ -37,7 +37,8 @@ function condition(filter, from, to) {
 export function valuesOf(report, request) {
   const values = {};
   for (const item of request.filters ?? []) {
-    const filter = report.filters.find(({ name }) => name === item.Name) ??
+    const filter =
+      report.filters.find(({ name }) => name === item.Name) ??
       report.filters.find(({ caption }) => caption === item.strcaption);
     if (!filter) continue;
     const [from, to] = [textOf(item.varValue), textOf(item.varValue2)];
@@ -53,7 +54,9 @@ const textOf = (value) => (value === null || value === undefined ? '' : String(v
 export function encodeLink(content) {
   const bytes = new TextEncoder().encode(JSON.stringify(content));
   return btoa(Array.from(bytes, (byte) => String.fromCharCode(byte)).join(''))
-    .replace(/\+/g, '-').replace(/\//g, '_').replace(/=+$/, '');
+    .replace(/\+/g, '-')
+    .replace(/\//g, '_')
+    .replace(/=+$/, '');
 }
 
 // What a link holds. Throws where it is none.

@@ -14,7 +14,12 @@ const kTabs = ['table', 'picture', 'details'];
 // Sets the result's part of the page up. `link` gives the address of the view, `failed` takes an error. Gives
 // a function that shows one of the three, by number from 1.
 export function showResult(link, failed) {
-  const panels = Object.fromEntries(kTabs.map((name) => [name, h('div', { id: `panel-${name}`, class: `part ${name}`, role: 'tabpanel', 'aria-labelledby': `tab-${name}` })]));
+  const panels = Object.fromEntries(
+    kTabs.map((name) => [
+      name,
+      h('div', { id: `panel-${name}`, class: `part ${name}`, role: 'tabpanel', 'aria-labelledby': `tab-${name}` }),
+    ]),
+  );
   const tabs = h('div', { role: 'tablist', class: 'tabs' });
   const tools = h('div', { class: 'tools' });
   let tab = 'table';
@@ -35,7 +40,8 @@ export function showResult(link, failed) {
     const isDone = state.run?.state === 'done';
     const beside = wide && isDone && recall('beside', true);
     // A run that failed has details alone.
-    for (const name of kTabs) panels[name].hidden = isDone ? name !== tab && !(name === 'details' && beside) : name !== 'details';
+    for (const name of kTabs)
+      panels[name].hidden = isDone ? name !== tab && !(name === 'details' && beside) : name !== 'details';
     byId('result').classList.toggle('beside', beside);
     tabs.hidden = tools.hidden = !isDone;
     for (const button of tabs.children) {
@@ -52,12 +58,37 @@ export function showResult(link, failed) {
   };
   const drawTools = () => {
     tabs.setAttribute('aria-label', t('result'));
-    tabs.replaceChildren(...kTabs.map((name, index) => h('button', {
-      type: 'button', role: 'tab', id: `tab-${name}`, 'aria-controls': `panel-${name}`, 'data-tab': name,
-      title: `Alt+${index + 1}`, click: () => choose(name),
-    }, t(name))));
-    tools.replaceChildren(...(state.run?.state === 'done' ? toolButtons(failed) : []),
-      h('button', { type: 'button', id: 'show-details', 'aria-controls': 'panel-details', title: 'Alt+3', click: () => choose('details') }, t('details')));
+    tabs.replaceChildren(
+      ...kTabs.map((name, index) =>
+        h(
+          'button',
+          {
+            type: 'button',
+            role: 'tab',
+            id: `tab-${name}`,
+            'aria-controls': `panel-${name}`,
+            'data-tab': name,
+            title: `Alt+${index + 1}`,
+            click: () => choose(name),
+          },
+          t(name),
+        ),
+      ),
+    );
+    tools.replaceChildren(
+      ...(state.run?.state === 'done' ? toolButtons(failed) : []),
+      h(
+        'button',
+        {
+          type: 'button',
+          id: 'show-details',
+          'aria-controls': 'panel-details',
+          title: 'Alt+3',
+          click: () => choose('details'),
+        },
+        t('details'),
+      ),
+    );
     arrange();
   };
   tabs.addEventListener('keydown', (event) => {
@@ -67,7 +98,10 @@ export function showResult(link, failed) {
     choose(seen[(seen.indexOf(tab) + step + seen.length) % seen.length], true);
     event.preventDefault();
   });
-  byId('result').append(h('div', { class: 'result-head' }, tabs, tools), h('div', { class: 'parts' }, Object.values(panels)));
+  byId('result').append(
+    h('div', { class: 'result-head' }, tabs, tools),
+    h('div', { class: 'parts' }, Object.values(panels)),
+  );
   on('run', () => {
     byId('result').hidden = !state.run;
     drawTools();
@@ -86,9 +120,21 @@ const isWide = () => matchMedia('(min-width: 1100px)').matches;
 function toolButtons(failed) {
   const { run } = state;
   return [
-    run.base ? h('span', { class: 'difference' }, t('differences'), run.against?.from ? `: ${run.against.from} – ${run.against.to}` : `: ${run.against?.connection ?? ''}`) : null,
-    run.base ? h('button', { type: 'button', id: 'back', click: leaveComparison }, t('backToRun'))
+    run.base
+      ? h(
+          'span',
+          { class: 'difference' },
+          t('differences'),
+          run.against?.from ? `: ${run.against.from} – ${run.against.to}` : `: ${run.against?.connection ?? ''}`,
+        )
+      : null,
+    run.base
+      ? h('button', { type: 'button', id: 'back', click: leaveComparison }, t('backToRun'))
       : h('button', { type: 'button', id: 'compare', click: () => compare(failed) }, t('compare')),
-    h('button', { type: 'button', id: 'print', click: () => printTable(failed), title: label(state.report.title) }, t('print')),
+    h(
+      'button',
+      { type: 'button', id: 'print', click: () => printTable(failed), title: label(state.report.title) },
+      t('print'),
+    ),
   ].filter(Boolean);
 }

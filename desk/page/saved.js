@@ -15,11 +15,27 @@ export async function loadSaved() {
 // The list with a button to open each and one to delete it, or null.
 export function savedSection(open) {
   if (!state.session?.folder || !state.saved.length) return null;
-  return h('section', { 'aria-label': t('savedRequests'), class: 'saved' },
+  return h(
+    'section',
+    { 'aria-label': t('savedRequests'), class: 'saved' },
     h('h2', {}, t('savedRequests')),
-    h('ul', {}, state.saved.map(({ name, title }) => h('li', {},
-      h('button', { type: 'button', class: 'entry', click: () => open(name), title: title ?? '' }, name),
-      h('button', { type: 'button', class: 'quiet', 'aria-label': t('remove', { name }), click: () => remove(name) }, '×')))));
+    h(
+      'ul',
+      {},
+      state.saved.map(({ name, title }) =>
+        h(
+          'li',
+          {},
+          h('button', { type: 'button', class: 'entry', click: () => open(name), title: title ?? '' }, name),
+          h(
+            'button',
+            { type: 'button', class: 'quiet', 'aria-label': t('remove', { name }), click: () => remove(name) },
+            '×',
+          ),
+        ),
+      ),
+    ),
+  );
 }
 
 async function remove(name) {
@@ -31,7 +47,10 @@ async function remove(name) {
 
 // Asks for a name and saves the request under it.
 export async function saveRequest(request) {
-  const answer = await ask(t('saveRequest').replace('…', ''), { ok: t('save'), fields: [{ name: 'name', label: t('nameOfRequest'), value: request.ReportTitle }] });
+  const answer = await ask(t('saveRequest').replace('…', ''), {
+    ok: t('save'),
+    fields: [{ name: 'name', label: t('nameOfRequest'), value: request.ReportTitle }],
+  });
   if (!answer?.name) return;
   await api.saveRequest(answer.name, request);
   await loadSaved();

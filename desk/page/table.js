@@ -26,7 +26,10 @@ export class Table {
       moveColumn: (column, target) => this.change(() => this.columns.move(column, target)),
       resize: (column, width, last) => this.resize(column, width, last),
     });
-    this.cursor = new Cursor(this.grid, { sort: (...args) => this.sort(...args), menu: (...args) => this.menu(...args) });
+    this.cursor = new Cursor(this.grid, {
+      sort: (...args) => this.sort(...args),
+      menu: (...args) => this.menu(...args),
+    });
     this.grid.element.addEventListener('dblclick', (event) => this.filterBy(event.target.closest('.rows .cell')));
     on('run', () => this.open());
     on('view', () => this.load());
@@ -51,20 +54,28 @@ export class Table {
     this.source?.close();
     let first = true;
     this.grid.element.setAttribute('aria-busy', 'true');
-    const source = new RowSource(state.run.id, state.view, () => {
-      if (first) this.fitAndShow();
-      else this.grid.refresh();
-      first = false;
-    }, (error) => this.failed(error));
+    const source = new RowSource(
+      state.run.id,
+      state.view,
+      () => {
+        if (first) this.fitAndShow();
+        else this.grid.refresh();
+        first = false;
+      },
+      (error) => this.failed(error),
+    );
     this.source = source;
     this.totals = null;
     this.cursor.reset();
     source.want(0, 0);
-    api.totals(state.run.id, state.view).then(({ totals }) => {
-      if (this.source !== source) return;
-      this.totals = totals;
-      if (source.total !== null) this.fitAndShow();
-    }, (error) => this.failed(error));
+    api.totals(state.run.id, state.view).then(
+      ({ totals }) => {
+        if (this.source !== source) return;
+        this.totals = totals;
+        if (source.total !== null) this.fitAndShow();
+      },
+      (error) => this.failed(error),
+    );
   }
 
   fitAndShow() {
@@ -79,10 +90,19 @@ export class Table {
   show() {
     if (!this.source || this.source.total === null) return;
     const columns = this.columns.shown().map((column) => ({
-      ...column, width: this.columns.width(column), frozen: this.columns.isFrozen(column),
+      ...column,
+      width: this.columns.width(column),
+      frozen: this.columns.isFrozen(column),
     }));
     const filtered = new Set(state.view.where.map(({ column }) => column));
-    this.grid.show({ source: this.source, columns, totals: this.totals, sort: state.view.sort, filtered, name: t('table') });
+    this.grid.show({
+      source: this.source,
+      columns,
+      totals: this.totals,
+      sort: state.view.sort,
+      filtered,
+      name: t('table'),
+    });
     this.drawBar();
   }
 
@@ -102,7 +122,11 @@ export class Table {
   sort(column, add) {
     const { sort } = state.view;
     const now = sort.find((item) => item.column === column.name);
-    const next = !now ? { column: column.name, descending: false } : now.descending ? null : { column: column.name, descending: true };
+    const next = !now
+      ? { column: column.name, descending: false }
+      : now.descending
+        ? null
+        : { column: column.name, descending: true };
     this.sortBy(column, next, add);
   }
 
@@ -124,7 +148,9 @@ export class Table {
     const row = cell && this.source.row(Number(cell.dataset.row));
     if (!row) return;
     const value = row[column.index];
-    this.filter(column, [value === null || value === '' ? { column: column.name, op: 'empty' } : { column: column.name, op: '=', value }]);
+    this.filter(column, [
+      value === null || value === '' ? { column: column.name, op: 'empty' } : { column: column.name, op: '=', value },
+    ]);
   }
 
   menu(column, anchor) {
@@ -134,7 +160,8 @@ export class Table {
       return shown[shown.indexOf(own) + step];
     };
     openColumnMenu(column, anchor, this.grid.element, {
-      sort: (descending) => this.sortBy(column, descending === null ? null : { column: column.name, descending }, false),
+      sort: (descending) =>
+        this.sortBy(column, descending === null ? null : { column: column.name, descending }, false),
       hide: () => this.change(() => this.columns.setHidden([column.name], true)),
       freeze: (frozen) => this.change(() => this.columns.setFrozen(column, frozen)),
       move: (step) => neighbour(step) && this.change(() => this.columns.move(own, neighbour(step))),
@@ -147,42 +174,133 @@ export class Table {
   drawBar() {
     const { run, view } = state;
     const total = this.source.total;
-    const count = total === run.rows ? t('rows', { n: formatCount(total) }) : t('rowsOf', { n: formatCount(total), of: formatCount(run.rows) });
+    const count =
+      total === run.rows
+        ? t('rows', { n: formatCount(total) })
+        : t('rowsOf', { n: formatCount(total), of: formatCount(run.rows) });
     const hidden = this.columns.hiddenNames().length;
     const hadFocus = this.bar.contains(document.activeElement);
-    const columns = h('button', { type: 'button', id: 'columns', 'aria-haspopup': 'dialog', click: () => this.chooseColumns(columns) },
-      hidden ? t('columnsHidden', { n: hidden }) : t('columns'));
+    const columns = h(
+      'button',
+      { type: 'button', id: 'columns', 'aria-haspopup': 'dialog', click: () => this.chooseColumns(columns) },
+      hidden ? t('columnsHidden', { n: hidden }) : t('columns'),
+    );
     this.bar.replaceChildren(
-      h('span', { class: 'count', id: 'count' }, total || run.base ? count : t('noRows')), columns,
+      h('span', { class: 'count', id: 'count' }, total || run.base ? count : t('noRows')),
+      columns,
       ...view.where.map((one) => this.chip(one)),
-      view.where.length > 1 ? h('button', { type: 'button', class: 'quiet', click: () => { view.where = []; emit('view'); } }, t('clearFilters')) : '');
+      view.where.length > 1
+        ? h(
+            'button',
+            {
+              type: 'button',
+              class: 'quiet',
+              click: () => {
+                view.where = [];
+                emit('view');
+              },
+            },
+            t('clearFilters'),
+          )
+        : '',
+    );
     if (hadFocus) this.grid.element.focus();
   }
 
   chip(one) {
     const column = this.columns.all.find(({ name }) => name === one.column) ?? { name: one.column };
-    const text = one.op in kSigns ? ` ${kSigns[one.op]} ${formatCell(one.value, column)}` : ' ' + t(one.op === 'empty' ? 'isEmpty' : 'isFilled');
-    return h('button', {
-      type: 'button', class: 'chip', 'aria-label': t('removeFilter', { name: label(column) + text }),
-      click: () => { state.view.where = state.view.where.filter((other) => other !== one); emit('view'); },
-    }, label(column) + text, h('span', { 'aria-hidden': 'true' }, ' ×'));
+    const text =
+      one.op in kSigns
+        ? ` ${kSigns[one.op]} ${formatCell(one.value, column)}`
+        : ' ' + t(one.op === 'empty' ? 'isEmpty' : 'isFilled');
+    return h(
+      'button',
+      {
+        type: 'button',
+        class: 'chip',
+        'aria-label': t('removeFilter', { name: label(column) + text }),
+        click: () => {
+          state.view.where = state.view.where.filter((other) => other !== one);
+          emit('view');
+        },
+      },
+      label(column) + text,
+      h('span', { 'aria-hidden': 'true' }, ' ×'),
+    );
   }
 
   chooseColumns(anchor) {
     const set = (names, hidden) => this.change(() => this.columns.setHidden(names, hidden));
     const all = this.columns.all;
     const empty = all.filter((column) => column.empty);
-    const boxes = all.map((column) => h('label', {},
-      h('input', { type: 'checkbox', checked: !this.columns.isHidden(column), value: column.name, change: (event) => set([column.name], !event.target.checked) }),
-      label(column), column.empty ? h('span', { class: 'faint' }, ` ${t('emptyColumn')}`) : null));
-    const each = (test) => { for (const label of boxes) label.firstChild.checked = test(label.firstChild.value); };
-    openPanel(anchor, t('columns'), [
-      empty.length ? h('p', { class: 'faint' }, t('emptyColumns', { n: empty.length })) : null,
-      h('div', { class: 'items' },
-        h('button', { type: 'button', click: () => { set(all.map(({ name }) => name), false); each(() => true); } }, t('showAll')),
-        h('button', { type: 'button', click: () => { set(empty.map(({ name }) => name), true); each((name) => !empty.some((one) => one.name === name)); } }, t('hideEmpty')),
-        h('button', { type: 'button', click: () => { this.change(() => this.columns.reset()); each((name) => !empty.some((one) => one.name === name)); } }, t('resetColumns'))),
-      h('div', { class: 'boxes' }, boxes)].filter(Boolean));
+    const boxes = all.map((column) =>
+      h(
+        'label',
+        {},
+        h('input', {
+          type: 'checkbox',
+          checked: !this.columns.isHidden(column),
+          value: column.name,
+          change: (event) => set([column.name], !event.target.checked),
+        }),
+        label(column),
+        column.empty ? h('span', { class: 'faint' }, ` ${t('emptyColumn')}`) : null,
+      ),
+    );
+    const each = (test) => {
+      for (const label of boxes) label.firstChild.checked = test(label.firstChild.value);
+    };
+    openPanel(
+      anchor,
+      t('columns'),
+      [
+        empty.length ? h('p', { class: 'faint' }, t('emptyColumns', { n: empty.length })) : null,
+        h(
+          'div',
+          { class: 'items' },
+          h(
+            'button',
+            {
+              type: 'button',
+              click: () => {
+                set(
+                  all.map(({ name }) => name),
+                  false,
+                );
+                each(() => true);
+              },
+            },
+            t('showAll'),
+          ),
+          h(
+            'button',
+            {
+              type: 'button',
+              click: () => {
+                set(
+                  empty.map(({ name }) => name),
+                  true,
+                );
+                each((name) => !empty.some((one) => one.name === name));
+              },
+            },
+            t('hideEmpty'),
+          ),
+          h(
+            'button',
+            {
+              type: 'button',
+              click: () => {
+                this.change(() => this.columns.reset());
+                each((name) => !empty.some((one) => one.name === name));
+              },
+            },
+            t('resetColumns'),
+          ),
+        ),
+        h('div', { class: 'boxes' }, boxes),
+      ].filter(Boolean),
+    );
   }
 }
 

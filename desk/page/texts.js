@@ -141,7 +141,10 @@ export const texts = {
   otherPeriod: ['另一期间', 'Another period'],
   otherConnection: ['另一连接', 'Another connection'],
   connection: ['连接', 'Connection'],
-  connectionHint: ['启动时用 --with 名称=连接 加上别的连接，即可与之比较。', 'Other connections can be compared when the desk is started with --with NAME=CONNECTION.'],
+  connectionHint: [
+    '启动时用 --with 名称=连接 加上别的连接，即可与之比较。',
+    'Other connections can be compared when the desk is started with --with NAME=CONNECTION.',
+  ],
   yearBefore: ['上年同期', 'A year earlier'],
   periodBefore: ['上一期间', 'The period before'],
   noPeriod: ['此表没有日期条件可以改。', 'This report has no date to change.'],
@@ -154,7 +157,10 @@ export const texts = {
   notRunnable: ['此表不能查询', 'This report cannot run'],
   badLink: ['链接不能打开：{text}', 'The link cannot be opened: {text}'],
   gone: ['结果已不在，请重新查询。', 'The result is gone; run the report again.'],
-  offline: ['服务没有回应。请确认 ledgerwick desk 还在运行。', 'The service does not answer. See that ledgerwick desk still runs.'],
+  offline: [
+    '服务没有回应。请确认 ledgerwick desk 还在运行。',
+    'The service does not answer. See that ledgerwick desk still runs.',
+  ],
   help: ['快捷键', 'Keys'],
   keySearch: ['查找报表', 'find a report'],
   keyRun: ['查询', 'run'],

@@ -3,71 +3,14 @@
 const assert = require('assert');
 const fs = require('fs');
 const path = require('path');
-
-const same = (got, wanted, what) => assert.strictEqual(got, wanted, `${what}: ${got} instead of ${wanted}`);
-const rowsOf = (csv) => parseCsv(csv).slice(1);
-
-// Records of a csv text.
-function parseCsv(text) {
-  const records = [[]];
-  for (const [, quoted, plain, end] of text.replace(/^\ufeff/, '').matchAll(/(?:"((?:[^"]|"")*)"|([^",\r\n]*))(,|\r?\n|$)/g)) {
-    records[records.length - 1].push(quoted === undefined ? plain : quoted.replace(/""/g, '"'));
-    if (end !== ',') records.push([]);
-    if (end === '') break;
-  }
-  return records.filter((record) => record.some((value) => value !== ''));
-}
-
-async function open(page, name) {
-  await page.locator(`.entry:has(span:text-is("${name}"))`).click();
-  await page.locator('#title', {hasText: name}).waitFor();
-}
-
-// Runs the open report and waits for its rows; gives how many there are.
-async function run(page) {
-  await page.locator('#run').click();
-  await page.locator('#done').waitFor();
-  return count(page);
-}
-
-async function count(page) {
-  await page.locator('.grid[aria-busy=false]').waitFor({state: 'attached'});
-  const text = await page.locator('#count').innerText();
-  return text.includes('没有') || text.startsWith('No ') ? 0 : Number(/[\d,]+/.exec(text)[0].replace(/,/g, ''));
-}
-
-// The texts of a column of the table, as far as it is in sight; of the first one, where no name is given.
-async function columnTexts(page, name) {
-  await page.locator('.rows .cell:not(.waiting)').first().waitFor();
-  return page.evaluate((wanted) => {
-    const heads = [...document.querySelectorAll('.head .cell')];
-    const place = wanted ? heads.findIndex((head) => head.querySelector('.text').textContent === wanted) : 0;
-    return [...document.querySelectorAll('.rows .row')]
-      .sort((a, b) => a.getAttribute('aria-rowindex') - b.getAttribute('aria-rowindex'))
-      .map((row) => row.querySelector(`[data-column="${place}"]`).textContent);
-  }, name);
-}
-
-async function download(page, click) {
-  const [file] = await Promise.all([page.waitForEvent('download'), click()]);
-  return fs.readFileSync(await file.path());
-}
-
-// No serious finding of axe-core on the page as it is.
-async function accessible(page, axe, where) {
-  await page.evaluate(axe);
-  const {violations} = await page.evaluate(() => window.axe.run(document, {resultTypes: ['violations']}));
-  const serious = violations.filter(({impact}) => impact === 'serious' || impact === 'critical')
-    .map(({id, nodes}) => `${id}: ${nodes.slice(0, 3).map(({html}) => html.slice(0, 160)).join('\n    ')}`);
-  assert.deepStrictEqual(serious, [], where);
-}
+const {accessible, columnTexts, count, download, open, rowsOf, run, same} = require('./steps.js');
 
 // Chooses the first value of the first filter that has a pick list of items or customers; gives the filter's
 // caption, or null where there is none.
 async function pickSomething(page) {
   for (const caption of ['存货编码', '客户编码']) {
     const legend = page.locator('#filters fieldset', {has: page.locator(`legend:text-is("${caption}")`)});
-    if (!await legend.count()) continue;
+    if (!(await legend.count())) continue;
     const [from, to] = [legend.locator('input').first(), legend.locator('input').last()];
     for (const input of [from, to]) {
       await input.click();
@@ -85,8 +28,10 @@ async function pickSomething(page) {
 
 // Runs the command line that the page shows for a request: its rows.
 async function rowsByCommand(page, {ledgerwick}) {
-  const command = await page.locator('.details pre.wraps').innerText();
-  const words = [...command.matchAll(/'((?:[^']|'\\'')*)'|(\S+)/g)].map(([, quoted, plain]) => plain ?? quoted.replace(/'\\''/g, "'"));
+  const command = await page.locator('.details pre.wraps', {hasText: 'ledgerwick run'}).innerText();
+  const words = [...command.matchAll(/'((?:[^']|'\\'')*)'|(\S+)/g)].map(
+    ([, quoted, plain]) => plain ?? quoted.replace(/'\\''/g, "'"),
+  );
   return rowsOf(ledgerwick(...words.slice(1), '--format', 'csv'));
 }
 
@@ -131,7 +76,11 @@ exports['every report is opened, filtered, run, sorted, exported, and reopened b
 };
 
 exports['reports are found by Chinese and English titles'] = async ({page}) => {
-  for (const [words, wanted] of [['保质', '保质期预警'], ['shelf', '保质期预警'], ['流水', '出入库流水帐']]) {
+  for (const [words, wanted] of [
+    ['保质', '保质期预警'],
+    ['shelf', '保质期预警'],
+    ['流水', '出入库流水帐'],
+  ]) {
     await page.locator('#search').fill(words);
     assert.deepStrictEqual(await page.locator('.groups .entry > span:first-child').allInnerTexts(), [wanted]);
   }
@@ -151,7 +100,7 @@ exports['a run is stopped in the middle'] = async ({page, holdDatabase}) => {
   } finally {
     await release();
   }
-  assert.ok(await run(page) > 0, 'and runs afterwards');
+  assert.ok((await run(page)) > 0, 'and runs afterwards');
 };
 
 exports['what check finds stands beside its field, and an error of the database is shown'] = async ({page}) => {
@@ -180,18 +129,29 @@ exports['both languages, by the browser and by the switch'] = async ({browser, p
   assert.ok(heads.length > 5 && heads.every((head) => !/[\u4e00-\u9fff]/.test(head)), `English headings: ${heads}`);
   await page.locator('#language').selectOption('zh');
   await page.locator('.head .cell .text:text-is("客户名称")').waitFor();
-  const english = await browser.newContext({locale: 'en-GB', storageState: {cookies: (await context.storageState()).cookies, origins: []}});
+  const english = await browser.newContext({
+    locale: 'en-GB',
+    storageState: {cookies: (await context.storageState()).cookies, origins: []},
+  });
   const other = await english.newPage();
   await other.goto(home);
   await other.locator('.entry:has-text("Sales detail")').waitFor();
-  const chinese = await other.evaluate(() => [...document.querySelectorAll('.top, .side, main')].map((part) => part.innerText).join('').replace('中文', ''));
+  const chinese = await other.evaluate(() =>
+    [...document.querySelectorAll('.top, .side, main')]
+      .map((part) => part.innerText)
+      .join('')
+      .replace('中文', ''),
+  );
   assert.doesNotMatch(chinese, /[\u4e00-\u9fff]/, 'an English page has English texts alone');
   await english.close();
 };
 
 exports['a name with markup is text wherever it stands'] = async ({page, hostile}) => {
   await open(page, '安全库存预警');
-  const item = page.locator('fieldset', {has: page.locator('legend:text-is("存货编码")')}).locator('input').first();
+  const item = page
+    .locator('fieldset', {has: page.locator('legend:text-is("存货编码")')})
+    .locator('input')
+    .first();
   await item.fill('010101001');
   await page.locator('[role=option]', {hasText: hostile}).waitFor();
   await item.press('Escape');
@@ -219,8 +179,13 @@ exports['the table sorts, filters, hides, moves, copies and remembers'] = async 
   await grid.press('Control+Home');
   for (const key of ['Home', 'Shift+ArrowDown', 'Shift+ArrowRight', 'Control+c']) await grid.press(key);
   await page.locator('#said', {hasText: '2 行 × 2 列'}).waitFor();
-  const copied = (await page.evaluate(() => navigator.clipboard.readText())).split('\n').map((line) => line.split('\t'));
-  assert.deepStrictEqual(copied.map((line) => line.length), [2, 2]);
+  const copied = (await page.evaluate(() => navigator.clipboard.readText()))
+    .split('\n')
+    .map((line) => line.split('\t'));
+  assert.deepStrictEqual(
+    copied.map((line) => line.length),
+    [2, 2],
+  );
   same(copied[0][0], (await columnTexts(page))[0], 'the first cell copied');
   const second = await page.locator('.head .cell .text').nth(1).innerText();
   await page.locator('.head .cell').nth(1).click({button: 'right'});
@@ -229,14 +194,23 @@ exports['the table sorts, filters, hides, moves, copies and remembers'] = async 
   await value.click();
   await page.locator('.chip', {hasText: text}).waitFor();
   await page.waitForFunction((wanted) => document.querySelector('#count').textContent.includes(wanted), of);
-  assert.ok((await columnTexts(page, second)).every((one) => one === text), 'all rows have the value');
+  assert.ok(
+    (await columnTexts(page, second)).every((one) => one === text),
+    'all rows have the value',
+  );
   await page.locator('.head .cell').nth(1).click({button: 'right'});
   await page.locator('.panel button', {hasText: '隐藏此列'}).click();
   await page.reload();
   await page.locator('#done').waitFor();
-  assert.ok(!(await page.locator('.head .cell .text').allInnerTexts()).includes(second), 'a hidden column stays hidden');
+  assert.ok(
+    !(await page.locator('.head .cell .text').allInnerTexts()).includes(second),
+    'a hidden column stays hidden',
+  );
   await page.locator('.chip', {hasText: text}).click();
-  await page.waitForFunction((wanted) => document.querySelector('#count').textContent.replace(/\D/g, '') === String(wanted), all);
+  await page.waitForFunction(
+    (wanted) => document.querySelector('#count').textContent.replace(/\D/g, '') === String(wanted),
+    all,
+  );
 };
 
 exports['a picture is drawn, told in words, and saved'] = async ({page}) => {
@@ -248,14 +222,17 @@ exports['a picture is drawn, told in words, and saved'] = async ({page}) => {
     await page.locator('#picture-kind').selectOption(kind);
     await page.locator('#chart').waitFor();
     const svg = (await download(page, () => page.locator('button:text-is("存为 SVG")').click())).toString();
-    const wrong = await page.evaluate((text) => new DOMParser().parseFromString(text, 'image/svg+xml').querySelector('parsererror')?.textContent, svg);
+    const wrong = await page.evaluate(
+      (text) => new DOMParser().parseFromString(text, 'image/svg+xml').querySelector('parsererror')?.textContent,
+      svg,
+    );
     same(wrong, undefined, `SVG of ${kind}`);
     assert.ok(!svg.includes('NaN') && /<(rect|path|circle|polyline)/.test(svg), `SVG of ${kind} has figures`);
   }
   const png = await download(page, () => page.locator('button:text-is("存为 PNG")').click());
   same(png.subarray(1, 4).toString(), 'PNG', 'the file');
   assert.match(await page.locator('#chart').getAttribute('aria-label'), /项/);
-  assert.ok(await page.locator('.figures tbody tr').count() > 5, 'the figures as a table');
+  assert.ok((await page.locator('.figures tbody tr').count()) > 5, 'the figures as a table');
 };
 
 exports['a request is saved as a file, opened and deleted; two periods are compared'] = async ({page, requests}) => {
@@ -282,7 +259,10 @@ exports['a request is saved as a file, opened and deleted; two periods are compa
   const differences = await count(page);
   assert.ok(differences > 0 && differences < all, `${differences} differences of ${all} rows`);
   await page.locator('#back').click();
-  await page.waitForFunction((wanted) => document.querySelector('#count').textContent.replace(/\D/g, '') === String(wanted), all);
+  await page.waitForFunction(
+    (wanted) => document.querySelector('#count').textContent.replace(/\D/g, '') === String(wanted),
+    all,
+  );
   await page.locator('.saved .quiet').click();
   await page.locator('dialog button.main').click();
   await page.locator('.saved').waitFor({state: 'detached'});
@@ -300,7 +280,7 @@ exports['the keyboard alone reaches everything'] = async ({page}) => {
   await page.locator('#title', {hasText: '出入库流水帐'}).waitFor();
   await keyboard.press('Control+Enter');
   await page.locator('#done').waitFor();
-  for (let i = 0; i < 60 && await focus() !== 'grid'; ++i) await keyboard.press('Tab');
+  for (let i = 0; i < 60 && (await focus()) !== 'grid'; ++i) await keyboard.press('Tab');
   same(await focus(), 'grid', 'the table is a stop');
   for (const key of ['Control+Home', 'ArrowUp', 'Enter', 'Enter']) await keyboard.press(key);
   await page.locator('.head .cell[aria-sort=descending]').waitFor();
@@ -318,7 +298,11 @@ exports['the keyboard alone reaches everything'] = async ({page}) => {
 };
 
 exports['axe-core finds nothing serious, in light and dark, wide and narrow'] = async ({page, axe}) => {
-  for (const [scheme, width] of [['light', 1440], ['dark', 1440], ['light', 360]]) {
+  for (const [scheme, width] of [
+    ['light', 1440],
+    ['dark', 1440],
+    ['light', 360],
+  ]) {
     const where = `${scheme}, ${width} pixels`;
     await page.emulateMedia({colorScheme: scheme});
     await page.setViewportSize({width, height: 800});
@@ -330,7 +314,11 @@ exports['axe-core finds nothing serious, in light and dark, wide and narrow'] = 
     await run(page);
     await page.locator('.rows .cell:not(.waiting)').first().waitFor();
     await accessible(page, axe, `table, ${where}`);
-    same(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), true, `nothing sticks out, ${where}`);
+    same(
+      await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth),
+      true,
+      `nothing sticks out, ${where}`,
+    );
     await page.locator('.head .cell').first().click({button: 'right'});
     await page.locator('.panel .values button').first().waitFor();
     await accessible(page, axe, `menu, ${where}`);
@@ -348,7 +336,11 @@ exports['axe-core finds nothing serious, in light and dark, wide and narrow'] = 
 exports['print gives the table with title and every row'] = async ({page}) => {
   await open(page, '安全库存预警');
   const total = await run(page);
-  await page.evaluate(() => { window.print = () => { window.printed = true; }; });
+  await page.evaluate(() => {
+    window.print = () => {
+      window.printed = true;
+    };
+  });
   await page.locator('#print').click();
   await page.waitForFunction(() => window.printed);
   await page.emulateMedia({media: 'print'});
@@ -358,8 +350,13 @@ exports['print gives the table with title and every row'] = async ({page}) => {
 };
 
 exports['pictures of five reports'] = async ({page, pictures}) => {
-  const shots = [['安全库存预警', 'picture', 'light', 1440], ['收发存汇总表', 'table', 'light', 1440], ['销售明细表', 'picture', 'dark', 1440],
-    ['出入库流水帐', 'table', 'dark', 1440], ['现存量', 'table', 'light', 360]];
+  const shots = [
+    ['安全库存预警', 'picture', 'light', 1440],
+    ['收发存汇总表', 'table', 'light', 1440],
+    ['销售明细表', 'picture', 'dark', 1440],
+    ['出入库流水帐', 'table', 'dark', 1440],
+    ['现存量', 'table', 'light', 360],
+  ];
   for (const [title, tab, scheme, width] of shots) {
     await page.emulateMedia({colorScheme: scheme});
     await page.setViewportSize({width, height: 860});
@@ -367,7 +364,10 @@ exports['pictures of five reports'] = async ({page, pictures}) => {
     await open(page, title);
     await run(page);
     await page.locator(`#tab-${tab}`).click();
-    await page.locator(tab === 'picture' ? '#chart' : '.rows .cell:not(.waiting)').first().waitFor();
+    await page
+      .locator(tab === 'picture' ? '#chart' : '.rows .cell:not(.waiting)')
+      .first()
+      .waitFor();
     await page.waitForTimeout(200);
     const file = path.join(pictures, `${title}.png`);
     await page.screenshot({path: file});
