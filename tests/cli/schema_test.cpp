@@ -36,14 +36,14 @@ TEST_CASE("schema tells the same of a database in a file and on a server") {
       {{},
        kDone,
        "name\tkind\tcolumns\tprimary key\nMoved\ttable\t10\tr, a\nSa_Move\tprocedure\t\t\n"
-       "SaXMove\ttable\t1\t\nSeen\tview\t\t\n",
+       "SaXMove\ttable\t1\t\nSeen\tview\t2\t\n",
        ""},
       {{"moved"},
        kDone,
-       "column\ttype\tnull\tdefault\nr\tchar(3)\tno\t\na\tint\tno\t7\nb\tdecimal(9,2)\tyes\t\n"
+       "column\ttype\tnull\tdefault\nr\tchar(3)\tno\t\na\tint\tno\t(7)\nb\tdecimal(9,2)\tyes\t\n"
        "c\tnvarchar(max)\tyes\t\nd\tvarbinary(9)\tyes\t\ne\tdatetime2(3)\tyes\t\n"
        "f\ttime(1)\tyes\t\ng\ttimestamp\tyes\t\nh\tmoney\tyes\t\n数量\tfloat\tyes\t\n\n"
-       "key or index\tkind\tcolumns\treferences\nPK_Moved\tprimary key\tr, a\t\n"
+       "key or index\tkind\tcolumns\treferences\nx\tprimary key\tr, a\t\n"
        "ux\tunique index\ta\t\nix\tindex\tb, c\t\n",
        "table Moved\n"},
       {{"[dbo].Seen"},
@@ -61,7 +61,7 @@ TEST_CASE("schema tells the same of a database in a file and on a server") {
       {{"tempdb..result"},
        kDone,
        "column\ttype\tnull\tdefault\na\tint\tno\t\n\nkey or index\tkind\tcolumns\treferences\n"
-       "PK_result\tprimary key\ta\t\n",
+       "PK__result__5E3DE97595863575\tprimary key\ta\t\n",
        "table result\n"},
       {{"Movd"}, kRefused, "", "called 'Movd'; did you mean 'Moved'?\n"},
       {{"guest.Moved"}, kRefused, "", "called 'Moved'\n"},
