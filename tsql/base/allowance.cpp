@@ -40,9 +40,7 @@ constexpr std::size_t SizeAt(std::size_t place) noexcept {
 struct ThreadEnd {
   ~ThreadEnd() {
     thread_has_ended = true;
-    for (std::size_t place = 0; place < kKeptSizes; ++place) {
-      ::operator delete(kept_blocks[place], SizeAt(place));
-    }
+    for (void*& block : kept_blocks) ::operator delete(std::exchange(block, nullptr));
   }
 };
 
@@ -72,7 +70,7 @@ class Charged final : public std::pmr::memory_resource {
     if (place == kKeptSizes) {
       std::pmr::new_delete_resource()->deallocate(memory, bytes, alignment);
     } else if (kept_blocks[place] != nullptr || thread_has_ended) {
-      ::operator delete(memory, SizeAt(place));
+      ::operator delete(memory);
     } else {
       thread_local const ThreadEnd end;
       kept_blocks[place] = memory;
