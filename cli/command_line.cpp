@@ -28,6 +28,16 @@ constexpr const char* kConnectionHelp =
 constexpr const char* kDatabaseHelp =
     "The database, embedded:PATH or a server's connection string (else LEDGERWICK_CONNECTION)";
 
+// Of query at a terminal.
+constexpr const char* kPromptHelp =
+    "The prompt, at a terminal without SQL and --file:\n"
+    "  GO      on a line of its own runs what was typed, GO 5 five times\n"
+    "  ;       at the end of one line that is a whole statement runs it\n"
+    "  TAB     completes the names of tables, columns, procedures, reports\n"
+    "  Ctrl-C  cancels the statement that runs, or forgets what was typed\n"
+    "  Ctrl-D  ends, as quit and exit do\n"
+    "  \\?      tells more\n\n";
+
 // The command line, and the command that it asks for.
 class CommandLine {
  public:
@@ -306,11 +316,8 @@ class CommandLine {
         "  ledgerwick query --connection embedded:sample.db \"SELECT * FROM WareHouse\"\n"
         "  ledgerwick query --connection embedded:sample.db --file script.sql\n"
         "  ledgerwick query --connection embedded:sample.db            # a prompt\n"
-        "  echo \"SELECT COUNT(*) FROM Inventory\" | ledgerwick query --format csv\n\n"
-        "At a terminal, without SQL and --file, there is a prompt. GO on a line of its own runs "
-        "what "
-        "was typed; so does a semicolon at the end of one line that is a whole statement. TAB "
-        "completes names, Ctrl-C cancels, Ctrl-D ends, \\? tells more.");
+        "  echo \"SELECT COUNT(*) FROM Inventory\" | ledgerwick query --format csv");
+    sub.footer(kPromptHelp + sub.get_footer());
     CLI::Option* sql = sub.add_option("SQL", query_.sql, "The statements");
     sub.add_option("--file", query_.file, "A script, its batches parted by lines that are GO");
     sub.add_option("--encoding", query_.encoding,

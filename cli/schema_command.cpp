@@ -174,7 +174,9 @@ int SchemaCommand(Console& console, const SchemaOptions& options) {
   } catch (const DatabaseError& error) {
     progress.Clear();
     InterruptGuard::Check();
-    PrintDatabaseError(console, error, {});
+    DatabaseError told = error;
+    told.line = 0;  // of a statement that nobody has seen
+    PrintDatabaseError(console, told, {});
     return kRefused;
   }
 }

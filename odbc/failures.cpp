@@ -109,7 +109,11 @@ DatabaseError LoginFailure(const Target& target, const std::vector<Diagnostic>& 
 DatabaseError StatementFailure(const Target& target, const Diagnostic& diagnostic,
                                const StatementFacts& facts) {
   const bool servers_own = diagnostic.severity > 0 && diagnostic.severity < kLeastFatalSeverity;
-  if (diagnostic.IsConnectionFailure() || (facts.connection_gone && !servers_own)) {
+  // A USE that is refused has the state of a connection that fails.
+  const bool is_refusal =
+      diagnostic.native == kNoSuchDatabase || diagnostic.native == kCannotOpenDatabase;
+  if ((diagnostic.IsConnectionFailure() && !is_refusal) ||
+      (facts.connection_gone && !servers_own)) {
     return Failure(u"The connection to " + target.server +
                    u" broke while a statement ran, which may have been done or not (" +
                    diagnostic.text + u"). Look whether the server runs, and start again.");

@@ -66,7 +66,7 @@ TEST_CASE("schema tells the same of a database in a file and on a server") {
       {{"Movd"}, kRefused, "", "called 'Movd'; did you mean 'Moved'?\n"},
       {{"guest.Moved"}, kRefused, "", "called 'Moved'\n"},
       {{"z%"}, kRefused, "", "has a name like 'z%'\n"},
-      {{"nowhere..Moved"}, kRefused, "", "Database 'nowhere' does not exist"},
+      {{"nowhere..Moved"}, kRefused, "", "Msg 911: Database 'nowhere' does not exist"},
   };
   for (const std::string& connection : {here, ToUtf8(served.ConnectionString())}) {
     for (const Case& c : cases) {
