@@ -8,7 +8,12 @@ namespace {
 std::atomic<bool> interrupted = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-extern "C" void OnSignal(int) { interrupted.store(true); }
+std::atomic<bool> shall_end = false;
+
+extern "C" void OnSignal(int signal) {
+  if (signal != SIGINT) shall_end.store(true);
+  interrupted.store(true);
+}
 
 }  // namespace
 
@@ -18,6 +23,8 @@ InterruptGuard::InterruptGuard()
 }
 
 const std::atomic<bool>& InterruptGuard::Flag() noexcept { return interrupted; }
+
+bool InterruptGuard::ShallEnd() noexcept { return shall_end.load(); }
 
 void InterruptGuard::Check() {
   if (interrupted.load(std::memory_order_relaxed)) throw Interrupted();

@@ -54,6 +54,10 @@ class InterruptGuard {
   // Throws Interrupted once a signal has come.
   static void Check();
 
+  // True once a signal has come that asks the program to end, not only what it is doing: not
+  // Ctrl-C.
+  static bool ShallEnd() noexcept;
+
  private:
   SignalGuard<3> guard_;
 };

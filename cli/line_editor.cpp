@@ -24,7 +24,19 @@ namespace fs = std::filesystem;
 constexpr int kKeptLines = 2000;
 constexpr std::size_t kMostListed = 200;
 constexpr std::size_t kListWidth = 80;
-constexpr mode_t kForOthersNothing = 077;
+
+// While it lives, new files and folders are their user's alone.
+class PrivateFiles {
+ public:
+  PrivateFiles() : before_(umask(kForOthersNothing)) {}
+  ~PrivateFiles() { umask(before_); }
+  PrivateFiles(const PrivateFiles&) = delete;
+  PrivateFiles& operator=(const PrivateFiles&) = delete;
+
+ private:
+  static constexpr mode_t kForOthersNothing = 077;
+  mode_t before_;
+};
 
 bool IsWorthRemembering(const std::string& line) {
   return line.find_first_not_of(" \t") != std::string::npos &&
@@ -128,6 +140,7 @@ struct LineEditor::Parts {
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     if (lines.size() > 2 * kKeptLines) {
       lines.erase(lines.begin(), lines.end() - kKeptLines);
+      const PrivateFiles guard;
       const fs::path fresh = file.string() + ".new";
       std::ofstream out(fresh);
       for (const std::string& line : lines) out << line << '\n';
@@ -195,11 +208,10 @@ void LineEditor::Remember(const std::string& line) {
   if (!IsWorthRemembering(line)) return;
   parts_->Enter(line);
   if (parts_->file.empty()) return;
-  const mode_t before = umask(kForOthersNothing);
+  const PrivateFiles guard;
   std::error_code ignored;
   fs::create_directories(parts_->file.parent_path(), ignored);
   std::ofstream(parts_->file, std::ios::app) << line << '\n';
-  umask(before);
 }
 
 fs::path HistoryPath() {

@@ -66,7 +66,7 @@ class Prompt {
     while (ReadLine(editor)) {
     }
     TellOpenTransaction();
-    return kDone;
+    return InterruptGuard::ShallEnd() ? kRefused : kDone;
   }
 
  private:
@@ -136,7 +136,7 @@ class Prompt {
         for (int i = 0; i < input_.times() && RunBatch(FromUtf8(input_.text())); ++i) {
         }
         input_.Clear();
-        break;
+        return !InterruptGuard::ShallEnd();
     }
     return true;
   }

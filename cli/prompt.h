@@ -11,7 +11,8 @@ bool IsAtTerminal(const Console& console);
 
 // Reads batches at the terminal and runs them on `connection` until the user has enough. Errors are
 // told and end nothing; Ctrl-C stops the statement that runs. Returns the exit code, which is
-// kRefused only where the database cannot be opened. Throws UsageError.
+// kRefused only where the database cannot be opened or a signal ends the program. Throws
+// UsageError.
 int RunPrompt(Console& terminal, const QueryOptions& options, const Text& connection);
 
 }  // namespace ledgerwick

@@ -86,6 +86,7 @@ def check_session(*connection):
     p.type("w.cWhN\t = ''\nGO\n", "row.*\ns> ")
     has(p.type("\\run clsRepAQ\t --limit 1 --format csv --filter 存货编\t0\n", "\ns> "), "clsRepAQKCYJ", "存货编码=0")
     has(p.type("\\schema Warehous\n", "\ns> "), "did you mean 'Warehouse'?")
+    has(p.type("\\list   --format  csv\n", "\ns> "), "Ledgerwick.clsRepAQKCYJ,")
     has(p.type("\\nonsense\n", "\ns> "), "unknown command")
     has(p.type("\\?\n", "\ns> "), "Ctrl-R")
     # The prompt shows the database.
@@ -106,6 +107,16 @@ def check_history():
     assert os.stat("state/ledgerwick/history").st_mode & 0o777 == 0o600
 
 
+def check_ending():
+    """A statement that is cancelled by SIGTERM is the last one."""
+    p = Prompt("--connection", "embedded:s.db")
+    p.wait_for("s> ")
+    os.write(p.side, (LONG + ";\n").encode())
+    time.sleep(1)
+    os.kill(p.child, signal.SIGTERM)
+    assert p.end("") == 1 and "cancelled" in p.shown
+
+
 def check_refusals():
     p = Prompt("--connection", "embedded:missing.db")
     assert p.end("") == 1 and "missing.db" in p.shown
@@ -117,6 +128,7 @@ try:
     subprocess.run([program, "sample", "create", "s.db", "--lines", "500"], check=True, stderr=subprocess.PIPE)
     check_session("--connection", "embedded:s.db")
     check_history()
+    check_ending()
     check_refusals()
     with open("password", "w") as file:
         file.write("geheim")
