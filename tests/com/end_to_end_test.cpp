@@ -11,6 +11,7 @@
 #include "fake_world.h"
 #include "frame/error.h"
 #include "helper/wire.h"
+#include "odbc_server.h"
 #include "output/value_text.h"
 #include "requests.h"
 #include "tests/drivers/suite.h"
@@ -119,12 +120,11 @@ std::vector<std::string> NativeRows(std::size_t number) {
   return shown;
 }
 
-// Every field of every row of `table`.
-std::vector<std::string> HostRows(const Text& database, const Text& table) {
-  HelperSession session;
-  session.Open(database);
+// Every field of every row of `table` in the database that `connection` names.
+std::vector<std::string> HostRows(Server& server, const Text& connection, const Text& table) {
+  server.Open(connection);
   std::vector<std::string> shown;
-  for (const CannedRow& row : session.Query(u"SELECT * FROM " + table)) {
+  for (const CannedRow& row : server.Query(u"SELECT * FROM " + table)) {
     std::string& text = shown.emplace_back();
     for (const auto& [name, value] : row) text += ToUtf8(name) + ": " + Shown(value) + ", ";
   }
@@ -140,29 +140,42 @@ void CheckSameRows(const std::vector<std::string>& host, const std::vector<std::
   }
 }
 
+// Each report fills its table through ADO's double, which leads to servers as `make_server` makes
+// them, and the host reads what the native command gives.
+void CheckReports(const FakeWorld::MakeServer& make_server, const Text& connection) {
+  for (std::size_t i = 0; i < Requests().size(); ++i) {
+    const Request& request = Requests()[i];
+    const ClassInfo& info = *request.report;
+    CAPTURE(i + 1);
+    CAPTURE(ToUtf8(info.name));
+    FakeWorld world(request, make_server);
+    world.refuses_size_zero = true;
+    DispatchObject report(world.NewReport(info, connection));
+    const Text table = ToText(report.Call(L"TempTablename"));
+    for (int run = 0; run < 2; ++run) {  // a table that is not there yet, and one that is
+      const Variant done = report.Call(L"MoveDataDetail");
+      CHECK(V_VT(done.Get()) == VT_BOOL);
+      CHECK(V_BOOL(done.Get()) == VARIANT_TRUE);
+    }
+    CheckSameRows(HostRows(*make_server(), connection, table), NativeRows(i + 1));
+    if (!info.Has(Member::strSubTitle)) continue;
+    const std::string sub_title = ToUtf8(ToText(report.Call(L"strSubTitle")));
+    CHECK_FALSE(sub_title.empty());
+    CHECK(NativeOutput(i + 1, u"log").find('\n' + sub_title + '\n') != std::string::npos);
+  }
+}
+
 TEST_SUITE("end to end") {
   TEST_CASE("a host reads the rows that the native command gives") {
-    const Text database = Environment(L"LEDGERWICK_DATABASE");
-    for (std::size_t i = 0; i < Requests().size(); ++i) {
-      const Request& request = Requests()[i];
-      const ClassInfo& info = *request.report;
-      CAPTURE(i + 1);
-      CAPTURE(ToUtf8(info.name));
-      FakeWorld world(request, [] { return std::make_shared<HelperSession>(); });
-      world.refuses_size_zero = true;
-      DispatchObject report(world.NewReport(info, database));
-      const Text table = ToText(report.Call(L"TempTablename"));
-      for (int run = 0; run < 2; ++run) {  // a table that is not there yet, and one that is
-        const Variant done = report.Call(L"MoveDataDetail");
-        CHECK(V_VT(done.Get()) == VT_BOOL);
-        CHECK(V_BOOL(done.Get()) == VARIANT_TRUE);
-      }
-      CheckSameRows(HostRows(database, table), NativeRows(i + 1));
-      if (!info.Has(Member::strSubTitle)) continue;
-      const std::string sub_title = ToUtf8(ToText(report.Call(L"strSubTitle")));
-      CHECK_FALSE(sub_title.empty());
-      CHECK(NativeOutput(i + 1, u"log").find('\n' + sub_title + '\n') != std::string::npos);
-    }
+    CheckReports([] { return std::make_shared<HelperSession>(); },
+                 Environment(L"LEDGERWICK_DATABASE"));
+  }
+}
+
+TEST_SUITE("served") {
+  TEST_CASE("a host whose server is reached through ODBC reads the rows of the native command") {
+    CheckReports([] { return NewOdbcServer(Environment(L"LEDGERWICK_ODBC_DRIVER")); },
+                 Environment(L"LEDGERWICK_SERVER"));
   }
 }
 
