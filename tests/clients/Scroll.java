@@ -82,6 +82,17 @@ public class Scroll {
         walk(rows, "l");
       }
       end("updatable");
+      try (PreparedStatement prepared = connection.prepareStatement("SELECT cWhCode, cWhName FROM WareHouse WHERE cWhCode = ?")) {
+        ResultSetMetaData columns = prepared.getMetaData();
+        say(columns.getColumnCount() + " " + columns.getColumnName(2) + " " + columns.getColumnTypeName(2));
+      }
+      end("before it runs");
+      plain.execute("CREATE PROCEDURE given @code varchar(10), @sum money = 0 OUTPUT AS SELECT @code AS c");
+      try (ResultSet parameters = connection.getMetaData().getProcedureColumns(null, null, "given", "%")) {
+        while (parameters.next()) say(parameters.getString("COLUMN_NAME") + ":" + parameters.getString("TYPE_NAME") + ":" + parameters.getInt("COLUMN_TYPE"));
+      }
+      plain.execute("DROP PROCEDURE given");
+      end("parameters");
       failure("no table", scroll, "SELECT a FROM nosuch");
       failure("no query", scroll, "SELECT 1 AS a, 2 AS b SELECT 3 AS c SELECT 1/0 AS d");
       connection.setAutoCommit(false);
