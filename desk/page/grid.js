@@ -94,11 +94,11 @@ export class Grid {
     const small = frozen > this.element.clientWidth * 0.6 && this.element.clientWidth > 0;
     this.frozenWidth = small ? 0 : frozen;
     let left = 0;
-    for (const column of this.columns) {
+    this.columns.forEach((column, place) => {
       if (small) column.frozen = false;
-      column.left = left;
+      Object.assign(column, { place, left, style: `width: ${column.width}px; left: ${left}px` });
       left += column.width;
-    }
+    });
     this.canvas.style.width = `${left}px`;
     this.element.setAttribute('aria-colcount', this.columns.length);
   }
@@ -185,34 +185,35 @@ export class Grid {
     row.waiting = !cells;
     row.version = this.version;
     row.setAttribute('aria-rowindex', index + 2);
-    row.className = index % 2 ? 'row odd' : 'row';
+    row.className = `row${index % 2 ? ' odd' : ''}${cells ? '' : ' waiting'}`;
+    // While it waits one cell stands for all: most rows that scroll by are never seen whole.
     row.replaceChildren(
-      ...this.seen.map((column) => {
-        const value = cells?.[column.index];
-        const cell = this.cell(column, 'gridcell', cells ? formatCell(value, column) : '');
-        const place = this.columns.indexOf(column);
-        cell.id = `c${index}-${place}`;
-        cell.dataset.row = index;
-        cell.dataset.column = place;
-        if (!cells) cell.classList.add('waiting');
-        if (column.kind === 'number' && String(value).startsWith('-')) cell.classList.add('negative');
-        cell.usual = `${cell.className} ${this.mark(value, column)} `;
-        cell.className = cell.usual + this.select(index, place);
-        return cell;
-      }),
+      ...(cells
+        ? this.seen.map((column) => this.valueCell(column, index, cells[column.index]))
+        : [h('div', { class: 'blank', role: 'gridcell' })]),
     );
   }
 
+  // Thousands of these are made while somebody scrolls, so they are made without detours.
+  valueCell(column, index, value) {
+    const cell = document.createElement('div');
+    const negative = column.kind === 'number' && String(value).startsWith('-');
+    cell.usual = `cell ${column.kind}${column.frozen ? ' frozen' : ''}${negative ? ' negative' : ''} ${this.mark(value, column)} `;
+    cell.className = cell.usual + this.select(index, column.place);
+    cell.id = `c${index}-${column.place}`;
+    cell.setAttribute('role', 'gridcell');
+    cell.setAttribute('aria-colindex', column.place + 1);
+    cell.setAttribute('data-row', index);
+    cell.setAttribute('data-column', column.place);
+    cell.style.cssText = column.style;
+    cell.textContent = formatCell(value, column);
+    return cell;
+  }
+
   cell(column, role, text, ...children) {
-    const cell = h(
-      'div',
-      { class: `cell ${column.kind}`, role, 'aria-colindex': this.columns.indexOf(column) + 1 },
-      text,
-      children,
-    );
+    const cell = h('div', { class: `cell ${column.kind}`, role, 'aria-colindex': column.place + 1 }, text, children);
     if (column.frozen) cell.classList.add('frozen');
-    cell.style.width = `${column.width}px`;
-    cell.style.left = `${column.left}px`;
+    cell.style.cssText = column.style;
     return cell;
   }
 

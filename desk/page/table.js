@@ -59,7 +59,7 @@ export class Table {
       state.view,
       () => {
         if (first) this.fitAndShow();
-        else this.grid.refresh();
+        else this.grid.draw();
         first = false;
       },
       (error) => this.failed(error),

@@ -39,11 +39,11 @@ async function count(page) {
 
 // The texts of a column of the table, as far as it is in sight; of the first one, where no name is given.
 async function columnTexts(page, name) {
-  await page.locator('.rows .cell:not(.waiting)').first().waitFor();
+  await page.locator('.rows .cell').first().waitFor();
   return page.evaluate((wanted) => {
     const heads = [...document.querySelectorAll('.head .cell')];
     const place = wanted ? heads.findIndex((head) => head.querySelector('.text').textContent === wanted) : 0;
-    return [...document.querySelectorAll('.rows .row')]
+    return [...document.querySelectorAll('.rows .row:not(.waiting)')]
       .sort((a, b) => a.getAttribute('aria-rowindex') - b.getAttribute('aria-rowindex'))
       .map((row) => row.querySelector(`[data-column="${place}"]`).textContent);
   }, name);
