@@ -5,6 +5,7 @@
 
 #include "tsql/base/characters.h"
 #include "tsql/run/interpreter.h"
+#include "tsql/storage/system_procedures.h"
 
 namespace ledgerwick::tsql {
 namespace {
@@ -34,6 +35,24 @@ class RunningFrame {
   Frame* caller_;
   bool no_count_;
   bool xact_abort_;
+};
+
+// Has names looked for in `database` while it lives.
+class InDatabase {
+ public:
+  InDatabase(Catalogue& catalogue, DatabaseId database)
+      : catalogue_(catalogue), before_(catalogue.current()) {
+    if (database != before_) catalogue_.Use(database);
+  }
+  ~InDatabase() {
+    if (catalogue_.current() != before_) catalogue_.Use(before_);
+  }
+  InDatabase(const InDatabase&) = delete;
+  InDatabase& operator=(const InDatabase&) = delete;
+
+ private:
+  Catalogue& catalogue_;
+  DatabaseId before_;
 };
 
 // A frame that `caller` calls.
@@ -174,6 +193,11 @@ void Interpreter::Perform(const ExecuteProcedureStatement& statement) {
   frame.kept = &procedure->kept;
   frame.native = found->native;
   frame.database = catalogue_.FindDatabase(name.database.text, {}).value_or(frame.database);
+  // The system's own tell of the database that they are called in.
+  const bool of_system = found == FindSystemProcedure(name.object.text);
+  const InDatabase in_database(catalogue_, of_system && frame.database != DatabaseId::Session
+                                               ? frame.database
+                                               : catalogue_.current());
   const std::int64_t transactions = session_.transactions;
   const ProcedureStatement& definition = *procedure->statement;
   // A name in a variable may be another one next time.

@@ -72,7 +72,10 @@ const Table* Catalogue::FindInMaster(TextView schema, TextView name) {
 }
 
 const ProcedureText* Catalogue::FindProcedureInMaster(TextView name) {
-  return FindSystemProcedure(name);
+  const ProcedureText* found = FindSystemProcedure(name);
+  if (found == nullptr || found->native != NativeProcedure::None) return found;
+  const bool same = found->name == u"sp_databases" || found->name == u"sp_datatype_info";
+  return same ? found : nullptr;
 }
 
 Text Catalogue::NameOf(DatabaseId database) const {
