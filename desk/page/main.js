@@ -9,7 +9,7 @@ import { currentRequest, foldForm, showForm } from './form.js';
 import { showActions } from './actions.js';
 import { showProblem } from './problem.js';
 import { showResult } from './result.js';
-import { isRunning, runToEnd, showRun } from './runs.js';
+import { isRunning, runToEnd, showRun, stopRun } from './runs.js';
 import { loadSaved } from './saved.js';
 import { decodeLink, encodeLink, valuesOf } from './request.js';
 import { setKeys } from './keyboard.js';
@@ -19,8 +19,12 @@ const linkOf = (content) => `${location.pathname}#r=${encodeLink(content)}`;
 const viewLink = () =>
   new URL(linkOf({ request: state.run.base?.request ?? state.run.request, view: state.view }), location.href).href;
 
+let opened = 0; // reports so far: a run that ends after another was opened is nobody's
+
 // Opens a report with the values of a request, or with none.
 function openReport(report, request = null) {
+  stopRun().catch(() => {}); // nobody waits for it any more
+  ++opened;
   const { values, login } = valuesOf(report, request ?? {});
   Object.assign(state, { report, values, login, view: emptyView() });
   if (!request) state.login = usualLogin(report);
@@ -52,14 +56,14 @@ function chooseReport(report) {
 async function run() {
   if (isRunning() || !state.report?.runnable) return;
   const request = currentRequest();
-  const { report } = state;
+  const mine = opened;
   showProblem(null);
   if (request.login?.cAcc_Id) remember('account', request.login.cAcc_Id);
   say(t('running'));
   try {
     const result = await runToEnd(request);
-    if (state.report !== report) return; // another one was opened meanwhile
-    finish(result);
+    if (mine === opened) finish(result);
+    else api.forget(result.id).catch(() => {});
   } catch (error) {
     showProblem(error);
   }
