@@ -10,6 +10,7 @@
 #include "cli/interrupt.h"
 #include "cli/manual.h"
 #include "cli/option_values.h"
+#include "desk/worker.h"
 #include "host/filter_argument.h"
 #include "host/json_document.h"
 #include "host/suggest.h"
@@ -550,12 +551,12 @@ int Guarded(Console& console, const std::function<int()>& run) {
 // FOLDER` writes the manual pages for the installation, and `__desk-worker` runs a report of the
 // desk's.
 bool IsInternal(const std::vector<std::string>& args) {
-  return !args.empty() && (args[0] == "__complete" || args[0] == "__desk-worker" ||
+  return !args.empty() && (args[0] == "__complete" || args[0] == desk::kWorkerCommand ||
                            (args[0] == "__manual" && args.size() == 2));
 }
 
 int RunInternal(const CLI::App& app, const std::vector<std::string>& args, Console& console) {
-  if (args[0] == "__desk-worker") return DeskWorkerCommand(console);
+  if (args[0] == desk::kWorkerCommand) return DeskWorkerCommand(console);
   if (args[0] == "__manual") {
     WriteManual(app, args[1], kReleased, std::string("ledgerwick ") + kVersion);
   } else {

@@ -112,6 +112,7 @@ void RowStoreWriter::Columns(std::span<const ResultColumn> columns) {
     StoredColumn& column = columns_.emplace_back(StoredColumn{columns[i], names[i]});
     if (columns[i].kind == ColumnKind::Decimal) column.digits = columns[i].scale;
   }
+  texts_.resize(columns.size());
   std::string marks;
   for (std::size_t i = 0; i < columns.size(); ++i) marks += i > 0 ? ", ?" : "?";
   Run(db_.get(), "CREATE TABLE rows (" + Names(columns.size()) + ")");
@@ -134,9 +135,10 @@ void RowStoreWriter::Bind(std::size_t column, const Value& value) {
     sqlite3_bind_double(statement, place, date->serial);
   } else if (const auto* text = value.If<Text>()) {
     if (!text->empty()) stored.empty = false;
-    const std::string utf8 = ToUtf8(*text);
+    std::string& utf8 = texts_[column];  // stays until the row is written
+    utf8 = ToUtf8(*text);
     tsql::CheckBound(sqlite3_bind_text(statement, place, utf8.data(), static_cast<int>(utf8.size()),
-                                       SQLITE_TRANSIENT));
+                                       SQLITE_STATIC));
   } else {
     sqlite3_bind_null(statement, place);
   }

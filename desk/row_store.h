@@ -55,6 +55,7 @@ class RowStoreWriter final : public ResultSink {
   tsql::SqliteHandle db_;
   tsql::SqliteStatement insert_;
   std::vector<StoredColumn> columns_;
+  std::vector<std::string> texts_;  // of the row being written, by column
   std::int64_t most_rows_;
   std::function<void(std::int64_t)> on_rows_;
   std::int64_t count_ = 0;

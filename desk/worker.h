@@ -16,6 +16,9 @@ namespace ledgerwick::desk {
 
 inline constexpr int kEventDescriptor = 3;
 
+// The command that a worker is started with.
+inline constexpr const char* kWorkerCommand = "__desk-worker";
+
 // What a database is opened with.
 struct DatabaseSettings {
   const std::atomic<bool>* cancel = nullptr;  // stops the running statement

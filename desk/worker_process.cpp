@@ -96,7 +96,7 @@ WorkerProcess::WorkerProcess(const std::filesystem::path& program, Json job) {
   const FileActions actions(in.ends[0], events.ends[1]);
   const Attributes attributes;
   std::string name = "ledgerwick";
-  std::string command = "__desk-worker";
+  std::string command = kWorkerCommand;
   std::array<char*, 3> arguments = {name.data(), command.data(), nullptr};
   const int failed = posix_spawn(&pid_, program.c_str(), &actions.actions, &attributes.attributes,
                                  arguments.data(), environ);

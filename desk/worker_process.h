@@ -16,7 +16,7 @@ namespace ledgerwick::desk {
 // A process that does one job. Next and Wait are for one thread, Stop for any.
 class WorkerProcess {
  public:
-  // Starts `program` with the command "__desk-worker" and hands it `job`. Throws std::runtime_error
+  // Starts `program` with kWorkerCommand and hands it `job`. Throws std::runtime_error
   // when the system has no process left.
   WorkerProcess(const std::filesystem::path& program, Json job);
   ~WorkerProcess();
