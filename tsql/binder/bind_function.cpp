@@ -319,6 +319,9 @@ BoundExpr* Binder::BindOwnRule(BoundExpr* expr) {
     case FunctionId::QuoteName:
       expr->type = MakeType(TypeKind::NVarChar, kQuotedName);
       return expr;
+    case FunctionId::Replicate:
+      BindReplicate(*expr);
+      return expr;
     case FunctionId::SysDateTime:
       expr->type = MakeType(TypeKind::DateTime2);
       expr->type.scale = kMostFractionDigits;
@@ -418,6 +421,18 @@ BoundExpr* Binder::BindPower(BoundExpr* expr) {
     expr->type = MakeType(TypeKind::Float);
   }
   return Coerce(expr, type);
+}
+
+// It is told how long its result may get.
+void Binder::BindReplicate(BoundExpr& expr) {
+  const Type& type = expr.args[0]->type;
+  const TypeKind kind = IsUnicode(type.kind) ? TypeKind::NVarChar : TypeKind::VarChar;
+  expr.type = MakeType(kind, type.length == kMaxLength ? kMaxLength : LongestOf(kind));
+  BoundExpr* longest = arena_.Make<BoundExpr>();
+  longest->kind = ExprKind::Integer;
+  longest->integer = expr.type.length;
+  longest->type = MakeType(TypeKind::Int);
+  expr.args = arena_.Copy({expr.args[0], expr.args[1], longest});
 }
 
 // A text is measured, everything else has the length of its type.

@@ -178,6 +178,7 @@ class Binder {
   void AddType(BoundExpr& expr, const Type& type);
   BoundExpr* BindPower(BoundExpr* expr);
   void BindDataLength(BoundExpr& expr);
+  void BindReplicate(BoundExpr& expr);
 
   // How the session reads dates. What was read so holds as long as the catalogue's version.
   const DateOptions& Dates() noexcept {

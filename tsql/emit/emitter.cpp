@@ -334,6 +334,7 @@ void Emitter::EmitFunction(const BoundExpr& expr) {
     case FunctionId::Power:
     case FunctionId::DataLength:
     case FunctionId::QuoteName:
+    case FunctionId::Replicate:
     case FunctionId::DateDiff:
     case FunctionId::DateAdd:
     case FunctionId::DatePart:

@@ -28,6 +28,7 @@ enum class FunctionId : std::uint8_t {
   Power,
   DataLength,
   QuoteName,
+  Replicate,
   DateDiff,
   DateAdd,
   DatePart,

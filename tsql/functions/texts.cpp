@@ -18,6 +18,7 @@ namespace ledgerwick::tsql {
 namespace {
 
 constexpr std::int64_t kLongestText = kLongestBytes;
+constexpr std::int64_t kLongestValue = 1'000'000'000;  // what is longer the storage refuses
 
 // The bytes that `c` takes in the ANSI code page.
 std::size_t AnsiBytesOf(char32_t c) {
@@ -309,18 +310,26 @@ void Space(Call& call) {
   call.Return(std::string(Clamp(std::min(call.Integer(0), kLongestText)), ' '));
 }
 
-// t_replicate(text, count)
+// t_replicate(text, count, longest): `longest` as a type has its length, of n-text in units.
 void Replicate(Call& call) {
   const std::string_view text = call.Utf8(0);
-  if (call.Integer(1) < 0) return call.ReturnNull();
+  std::int64_t count = call.Integer(1);
+  if (count < 0) return call.ReturnNull();
+  const std::int64_t longest = call.Integer(2);
+  // No character has less than a byte in UTF-8 or more than three for each byte or unit of its
+  // type.
+  const std::int64_t bytes = longest == kMaxLength ? kLongestValue : 3 * longest;
+  if (text.empty()) count = 0;
+  if (count > 0) count = std::min(count, bytes / static_cast<std::int64_t>(text.size()) + 1);
   std::string result;
-  const auto longest = static_cast<std::size_t>(kLongestText);
-  for (std::int64_t i = 0; i < call.Integer(1) && result.size() < longest; ++i) {
-    if (text.empty()) break;
-    result += text;
-  }
-  call.Return(
-      std::string_view(result).substr(0, LongestPrefix<AnsiBytesOf>(result, longest).bytes));
+  result.reserve(static_cast<std::size_t>(count) * text.size());
+  while (count-- > 0) result += text;
+  if (longest == kMaxLength) return call.Return(result);
+  const auto limit = static_cast<std::size_t>(longest);
+  const std::size_t kept = longest == kLongestUnits
+                               ? LongestPrefix<Utf16UnitsOf>(result, limit).bytes
+                               : LongestPrefix<AnsiBytesOf>(result, limit).bytes;
+  call.Return(std::string_view(result).substr(0, kept));
 }
 
 // A pattern together with what it was compiled from beside its text.
@@ -384,7 +393,7 @@ constexpr auto kFunctions = std::to_array<FunctionSignature>({
     {u"unicode", Id::Scalar, 1, 1, "t", Result::Int, UnicodeOf, 1},
     {u"ascii", Id::Scalar, 1, 1, "t", Result::Int, AsciiOf, 1},
     {u"space", Id::Scalar, 1, 1, "i", Result::LongText, Space, 1},
-    {u"replicate", Id::Scalar, 2, 2, "ti", Result::LongText, Replicate, 2},
+    {u"replicate", Id::Replicate, 2, 2, "ti", Result::Own, Replicate, 2, Purity::kPure, 1},
 });
 
 constexpr auto kHelpers = std::to_array<FunctionRow>({

@@ -195,6 +195,7 @@ BoundExpr* PreAggregation::AggregateOutside(BoundExpr& call) {
     case FunctionId::Power:
     case FunctionId::DataLength:
     case FunctionId::QuoteName:
+    case FunctionId::Replicate:
     case FunctionId::DateDiff:
     case FunctionId::DateAdd:
     case FunctionId::DatePart:
