@@ -57,11 +57,14 @@ void WriteText(Console& console, const Subject& s) {
 Json NotesJson(const ReportInfo& report) {
   Json notes = Json::array();
   for (const Note& note : report.notes) {
+    const ChineseNote& chinese = ChineseOf(note);
     notes.push_back({{"code", ToUtf8(note.code)},
                      {"level", ToUtf8(SeverityName(note.severity))},
                      {"filter", ToUtf8(note.filter)},
                      {"does", ToUtf8(note.does)},
-                     {"remedy", ToUtf8(note.remedy)}});
+                     {"remedy", ToUtf8(note.remedy)},
+                     {"does_zh", ToUtf8(chinese.does)},
+                     {"instead_zh", ToUtf8(chinese.remedy)}});
   }
   return notes;
 }

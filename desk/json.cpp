@@ -7,7 +7,9 @@ Json FindingJson(const Finding& finding) {
           {"code", ToUtf8(finding.code)},
           {"filter", finding.filter.empty() ? Json() : Json(ToUtf8(finding.filter))},
           {"text", ToUtf8(finding.what)},
-          {"instead", ToUtf8(finding.remedy)}};
+          {"instead", ToUtf8(finding.remedy)},
+          {"text_zh", ToUtf8(finding.what_zh)},
+          {"instead_zh", ToUtf8(finding.remedy_zh)}};
 }
 
 Json ErrorJson(const DatabaseError& error, const Text& statement) {

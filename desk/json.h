@@ -11,7 +11,7 @@ namespace ledgerwick::desk {
 
 using Json = nlohmann::ordered_json;
 
-// {"severity", "code", "filter", "text", "instead"}
+// {"severity", "code", "filter", "text", "instead", "text_zh", "instead_zh"}
 Json FindingJson(const Finding& finding);
 
 // {"text", "number"?, "line"?, "column"?, "statement"?}; `statement` is what the error is about.

@@ -58,11 +58,14 @@ Json ColumnJson(const ReportInfo& report, TextView name) {
 }
 
 Json NoteJson(const Note& note) {
+  const ChineseNote& chinese = ChineseOf(note);
   return {{"code", ToUtf8(note.code)},
           {"severity", ToUtf8(SeverityName(note.severity))},
           {"filter", note.filter.empty() ? Json() : Json(ToUtf8(note.filter))},
           {"does", ToUtf8(note.does)},
-          {"instead", ToUtf8(note.remedy)}};
+          {"instead", ToUtf8(note.remedy)},
+          {"does_zh", ToUtf8(chinese.does)},
+          {"instead_zh", ToUtf8(chinese.remedy)}};
 }
 
 Json PictureJson(const ReportInfo& report) {
@@ -106,7 +109,8 @@ Json ReportJson(const ReportInfo& report) {
                {"group", {{"zh", stock ? "库存" : "销售"}, {"en", stock ? "Inventory" : "Sales"}}},
                {"runnable", why == nullptr && info.factory != nullptr}};
   if (why != nullptr) {
-    json["why"] = {{"zh", "该报表没有数据：" + ToUtf8(why->remedy)},
+    const ChineseNote& chinese = ChineseOf(*why);
+    json["why"] = {{"zh", ToUtf8(chinese.does) + ToUtf8(chinese.remedy)},
                    {"en", ToUtf8(why->does) + ' ' + ToUtf8(why->remedy)}};
   }
   json["inputs"] = InputsOf(report);

@@ -20,11 +20,12 @@ struct Subject {
   RequestFacts facts;
 };
 
-void Add(Findings& findings, TextView code, TextView filter, Text what) {
-  findings.push_back(Found(code, filter, std::move(what)));
+void Add(Findings& findings, TextView code, TextView filter, const Sentence& what,
+         std::initializer_list<TextView> values = {}) {
+  findings.push_back(Found(code, filter, what, values));
 }
 
-Text InQuotes(TextView text) { return u"'" + Text(text) + u"'"; }
+constexpr Sentence kNoDate(u"'{1}' is no date of the calendar.", u"“{1}”不是有效日期。");
 
 std::string NearestFilter(const ReportInfo& report, TextView name) {
   std::vector<std::string> known;
@@ -38,18 +39,25 @@ std::string NearestFilter(const ReportInfo& report, TextView name) {
 void CheckUnknown(const Subject& subject, const FilterItem& item, Findings& findings) {
   const ReportInfo& report = subject.report;
   const TextView name = Trim(item.Name);
-  const bool left_out = report.unknown_filter == UnknownFilter::LeftOut;
-  const Text fate = left_out ? Text(u" It changes nothing.")
-                             : Text(u" Its condition goes into the statement as it stands.");
   if (const FilterInfo* captioned = FindFilterInfo(report, name)) {
     Add(findings, u"LW002", name,
-        InQuotes(name) + u" is the caption of " + InQuotes(captioned->name) + u'.' + fate);
-    return;
+        {u"'{1}' is the caption of '{2}'.", u"“{1}”是过滤条件“{2}”的标题。"},
+        {name, captioned->name});
+  } else if (const std::string nearest = NearestFilter(report, name); nearest.empty()) {
+    Add(findings, u"LW001", name, {u"{1} has no filter '{2}'.", u"{1} 没有过滤条件“{2}”。"},
+        {report.class_name, name});
+  } else {
+    Add(findings, u"LW001", name,
+        {u"{1} has no filter '{2}'; did you mean '{3}'?",
+         u"{1} 没有过滤条件“{2}”；是否应为“{3}”？"},
+        {report.class_name, name, FromUtf8(nearest)});
   }
-  Text what = Text(report.class_name) + u" has no filter " + InQuotes(name);
-  const std::string nearest = NearestFilter(report, name);
-  what += nearest.empty() ? Text(u".") : u"; did you mean " + InQuotes(FromUtf8(nearest)) + u'?';
-  Add(findings, u"LW001", name, what + fate);
+  const bool left_out = report.unknown_filter == UnknownFilter::LeftOut;
+  const Sentence fate = left_out ? Sentence(u" It changes nothing.", u"该条件不起作用。")
+                                 : Sentence(u" Its condition goes into the statement as it stands.",
+                                            u"其内容会原样写入语句。");
+  findings.back().what.append(fate.english);
+  findings.back().what_zh.append(fate.chinese);
 }
 
 void CheckOption(const FilterInfo& filter, const FilterItem& item, Findings& findings) {
@@ -60,7 +68,8 @@ void CheckOption(const FilterInfo& filter, const FilterItem& item, Findings& fin
   Text known;
   for (const TextView v : filter.values) known.append(known.empty() ? u"" : u", ").append(v);
   Add(findings, u"LW005", filter.name,
-      Text(filter.name) + u" does not know " + InQuotes(value) + u"; it knows " + known + u'.');
+      {u"{1} does not know '{2}'; it knows {3}.", u"{1} 没有取值“{2}”；可用的取值有：{3}。"},
+      {filter.name, value, known});
 }
 
 // Eight digits are a date to a server, in whatever way its session writes dates.
@@ -75,11 +84,11 @@ bool CheckBound(const FilterInfo& filter, const Value& bound, Findings& findings
   const Text text = ReadableText(bound);
   if (text.empty() || bound.If<Date>()) return true;
   if (filter.kind == FilterKind::DateRange && !ParseDate(text) && !IsServerDate(text)) {
-    Add(findings, u"LW006", filter.name, InQuotes(text) + u" is no date of the calendar.");
+    Add(findings, u"LW006", filter.name, kNoDate, {text});
     return false;
   }
   if (filter.kind == FilterKind::NumberRange && !IsNumber(text)) {
-    Add(findings, u"LW007", filter.name, InQuotes(text) + u" is no number.");
+    Add(findings, u"LW007", filter.name, {u"'{1}' is no number.", u"“{1}”不是数值。"}, {text});
     return false;
   }
   return true;
@@ -101,8 +110,9 @@ void CheckRange(const FilterInfo& filter, const FilterItem& item, Findings& find
   if (!from_fits || !to_fits || from.empty() || to.empty()) return;
   if (filter.trait == FilterTrait::AnyOrder || !EndsBeforeItBegins(filter, from, to)) return;
   Add(findings, u"LW010", filter.name,
-      u"The range from " + InQuotes(from) + u" to " + InQuotes(to) +
-          u" ends before it begins: no row meets it.");
+      {u"The range from '{1}' to '{2}' ends before it begins: no row meets it.",
+       u"范围“{1}”至“{2}”的上限小于下限，没有记录满足条件。"},
+      {from, to});
 }
 
 void CheckItem(const Subject& subject, const FilterItem& item, Findings& findings) {
@@ -110,10 +120,12 @@ void CheckItem(const Subject& subject, const FilterItem& item, Findings& finding
   if (!filter) return CheckUnknown(subject, item, findings);
   if (filter->trait == FilterTrait::ByCaption &&
       !EqualText(Trim(item.strcaption), filter->caption)) {
-    Add(findings, u"LW003", filter->name,
-        u"The report knows " + Text(filter->name) + u" by its caption " +
-            InQuotes(filter->caption) + u", and the item has " +
-            (Trim(item.strcaption).empty() ? Text(u"none") : InQuotes(item.strcaption)) + u'.');
+    const Sentence none(u"The report knows {1} by its caption '{2}', and the item has none.",
+                        u"报表按标题“{2}”识别 {1}，而该项没有标题。");
+    const Sentence another(u"The report knows {1} by its caption '{2}', and the item has '{3}'.",
+                           u"报表按标题“{2}”识别 {1}，而该项的标题是“{3}”。");
+    Add(findings, u"LW003", filter->name, Trim(item.strcaption).empty() ? none : another,
+        {filter->name, filter->caption, item.strcaption});
   }
   if (filter->kind == FilterKind::Option) CheckOption(*filter, item, findings);
   if (IsRange(filter->kind)) CheckRange(*filter, item, findings);
@@ -136,22 +148,26 @@ void CheckInputs(const Subject& subject, Findings& findings) {
   const Request& request = subject.facts.request();
   const auto& login = request.login;
   if (subject.report.login_input == LoginInput::CurDate && !(login && login->CurDate)) {
-    Add(findings, u"LW008", {}, u"The report needs the login date (CurDate).");
+    Add(findings, u"LW008", {},
+        {u"The report needs the login date (CurDate).", u"报表需要登录日期（CurDate）。"});
   }
   if (subject.report.login_input == LoginInput::CurDate && login && login->CurDate) {
     const Text date = ReadableText(*login->CurDate);
     if (!login->CurDate->If<Date>() && !ParseDate(date)) {
-      Add(findings, u"LW006", u"CurDate", InQuotes(date) + u" is no date of the calendar.");
+      Add(findings, u"LW006", u"CurDate", kNoDate, {date});
     }
   }
   if (subject.report.login_input == LoginInput::cAcc_Id && !(login && login->cAcc_Id)) {
-    Add(findings, u"LW008", {}, u"The report needs the account's code (cAcc_Id).");
+    Add(findings, u"LW008", {},
+        {u"The report needs the account's code (cAcc_Id).", u"报表需要账套号（cAcc_Id）。"});
   }
   if (request.filters || subject.report.without_set == WithoutSet::Runs) return;
   const bool gives_up = subject.report.without_set == WithoutSet::GivesUp;
   Add(findings, u"LW009", {},
-      gives_up ? u"Without a filter set the report gives up and says nothing."
-               : u"Without a filter set the report ends in error 91.");
+      gives_up ? Sentence(u"Without a filter set the report gives up and says nothing.",
+                          u"没有过滤条件集时，报表放弃执行且不作提示。")
+               : Sentence(u"Without a filter set the report ends in error 91.",
+                          u"没有过滤条件集时，报表以错误 91 结束。"));
 }
 
 void CheckResultTable(const Request& request, Findings& findings) {

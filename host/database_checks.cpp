@@ -111,7 +111,8 @@ void CheckValues(const FilterInfo& filter, const FilterItem& item, BatchRunner& 
     const Text query = u"SELECT TOP 1 1 AS n FROM " + Text(source->table) + u" WHERE " + condition;
     if (!GivesNothing(TryQuery(reader, query))) continue;
     findings.push_back(Found(u"LW030", filter.name,
-                             u"No row of " + Text(source->table) + u" has " + condition + u'.'));
+                             {u"No row of {1} has {2}.", u"{1} 中没有满足 {2} 的记录。"},
+                             {source->table, condition}));
   }
 }
 
@@ -134,7 +135,9 @@ void CheckColumn(const FilterItem& item, BatchRunner& reader, std::vector<Findin
   const Text column(BareName(item.Name));
   if (column.find(u']') != Text::npos || !IsMissing(reader, column)) return;
   findings.push_back(Found(u"LW032", Trim(item.Name),
-                           u"No table or view of this database has a column '" + column + u"'."));
+                           {u"No table or view of this database has a column '{1}'.",
+                            u"当前数据库的表和视图中都没有列“{1}”。"},
+                           {column}));
 }
 
 // The report's query so that it gives no row and makes no table; nothing for any other statement.
@@ -160,8 +163,9 @@ void CheckStatement(const Request& request, BatchRunner& reader, std::vector<Fin
     try {
       reader.Run(*query, sink);
     } catch (const DatabaseError& error) {
-      findings.push_back(
-          Found(u"LW031", {}, u"The database refuses the statement: " + error.description));
+      findings.push_back(Found(
+          u"LW031", {}, {u"The database refuses the statement: {1}", u"数据库拒绝执行该语句：{1}"},
+          {error.description}));
     }
     return;
   }

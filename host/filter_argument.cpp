@@ -135,10 +135,11 @@ std::vector<Finding> ApplyFilterArguments(Request& request, std::span<const Text
     const Text name = SplitArgument(request, argument).ItemName();
     const Text*& last = given[FoldText(name)];
     if (last != nullptr) {
-      Text what = u"--filter '";
-      what.append(*last).append(u"' and --filter '").append(argument);
-      what.append(u"' are both for ").append(name).append(u"; the last one counts.");
-      repetitions.push_back(Found(u"LW004", name, std::move(what)));
+      repetitions.push_back(
+          Found(u"LW004", name,
+                {u"--filter '{1}' and --filter '{2}' are both for {3}; the last one counts.",
+                 u"--filter '{1}' 与 --filter '{2}' 都是 {3} 的条件，以后者为准。"},
+                {*last, argument, name}));
     }
     last = &argument;
   }

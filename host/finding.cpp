@@ -1,15 +1,36 @@
 #include "host/finding.h"
 
 namespace ledgerwick {
+namespace {
 
-Finding FindingOf(const Note& note, TextView filter) {
-  return {Text(note.code), note.severity, Text(note.filter.empty() ? filter : note.filter),
-          Text(note.does), Text(note.remedy)};
+// `sentence` with the values in their places, read once, since a value may hold {1} itself.
+Text Filled(TextView sentence, std::initializer_list<TextView> values) {
+  Text filled;
+  for (std::size_t i = 0; i < sentence.size(); ++i) {
+    if (sentence[i] != u'{') {
+      filled += sentence[i];
+      continue;
+    }
+    filled.append(values.begin()[sentence[i + 1] - u'1']);
+    i += 2;
+  }
+  return filled;
 }
 
-Finding Found(TextView code, TextView filter, Text what) {
+}  // namespace
+
+Finding FindingOf(const Note& note, TextView filter) {
+  const ChineseNote& chinese = ChineseOf(note);
+  return {Text(note.code),     note.severity,     Text(note.filter.empty() ? filter : note.filter),
+          Text(note.does),     Text(note.remedy), Text(chinese.does),
+          Text(chinese.remedy)};
+}
+
+Finding Found(TextView code, TextView filter, const Sentence& what,
+              std::initializer_list<TextView> values) {
   Finding finding = FindingOf(GeneralNote(code), filter);
-  finding.what = std::move(what);
+  finding.what = Filled(what.english, values);
+  finding.what_zh = Filled(what.chinese, values);
   return finding;
 }
 

@@ -1,5 +1,5 @@
-// What the inventory reports do that their users do not expect. Part of filters.cpp. The statements
-// stay as they are: hosts rely on them.
+// What the inventory reports do that their users do not expect. Part of filters.cpp; in Chinese
+// they stand in notes_chinese.cpp. The statements stay as they are: hosts rely on them.
 #pragma once
 
 #include <array>

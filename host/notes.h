@@ -40,4 +40,14 @@ std::span<const Note> GeneralNotes() noexcept;
 // The general note of that code. Throws std::out_of_range for a code that is none.
 const Note& GeneralNote(TextView code);
 
+// A note's two sentences in Chinese.
+struct ChineseNote {
+  TextView code;
+  TextView does;
+  TextView remedy;
+};
+
+// The Chinese of a note of the tables: every one has it. Throws std::out_of_range for another code.
+const ChineseNote& ChineseOf(const Note& note);
+
 }  // namespace ledgerwick

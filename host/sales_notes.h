@@ -1,4 +1,5 @@
-// What the sales reports do that their users do not expect. Part of filters.cpp.
+// What the sales reports do that their users do not expect. Part of filters.cpp; in Chinese
+// they stand in notes_chinese.cpp.
 #pragma once
 
 #include <array>

@@ -14,6 +14,20 @@ namespace {
 constexpr std::size_t kFirstStored = 200;
 constexpr std::size_t kLastStored = 600;
 constexpr std::size_t kNear = 20;
+constexpr Sentence kSharedCharacters(
+    u"The condition takes {1} characters: from {2} on it travels through a table that all clients "
+    u"share.",
+    u"查询条件长 {1} 个字符：达到 {2} 起会经所有客户端共用的表传递。");
+constexpr Sentence kSharedBytes(
+    u"The condition takes {1} bytes: from {2} on it travels through a table that all clients "
+    u"share.",
+    u"查询条件长 {1} 字节：达到 {2} 起会经所有客户端共用的表传递。");
+constexpr Sentence kRefusedCharacters(
+    u"The condition takes about {1} of the {2} characters beyond which it is refused.",
+    u"查询条件约长 {1} 个字符，超过 {2} 个字符会被拒绝。");
+constexpr Sentence kRefusedBytes(
+    u"The condition takes about {1} of the {2} bytes beyond which it is refused.",
+    u"查询条件约长 {1} 字节，超过 {2} 字节会被拒绝。");
 
 constexpr TextView kInsert = u"Insert into  tempdb..newReportParameter (name) values('";
 constexpr TextView kInsertEnd = u"')";
@@ -115,8 +129,9 @@ struct Measure {
   std::size_t operator()(TextView text) const {
     return in_characters ? text.size() : AnsiLength(text);
   }
-  Text Told(std::size_t size) const {
-    return Digits(size) + (in_characters ? u" characters" : u" bytes");
+  // The sentence that names the measure.
+  const Sentence& Of(const Sentence& characters, const Sentence& bytes) const {
+    return in_characters ? characters : bytes;
   }
 };
 
@@ -137,9 +152,8 @@ void CheckStored(const Request& request, const Text& insert, std::vector<Finding
   const Measure measure = MeasureOf(request);
   const std::size_t size = measure(*stored);
   if (size + kNear > kLastStored) {
-    findings.push_back(Found(u"LW024", {},
-                             u"The condition takes about " + Digits(size) + u" of the " +
-                                 measure.Told(kLastStored) + u" beyond which it is refused."));
+    findings.push_back(Found(u"LW024", {}, measure.Of(kRefusedCharacters, kRefusedBytes),
+                             {Digits(size), Digits(kLastStored)}));
   }
 }
 
@@ -159,10 +173,8 @@ void CheckSize(const Request& request, const Trace& trace, std::vector<Finding>&
     // With the blank that stands behind a condition handed over directly.
     const std::size_t size = measure(command->parameters[1].value);
     if (size > kFirstStored || size + kNear <= kFirstStored) continue;
-    findings.push_back(Found(u"LW024", {},
-                             u"The condition takes " + measure.Told(size - 1) + u": from " +
-                                 Digits(kFirstStored) +
-                                 u" on it travels through a table that all clients share."));
+    findings.push_back(Found(u"LW024", {}, measure.Of(kSharedCharacters, kSharedBytes),
+                             {Digits(size - 1), Digits(kFirstStored)}));
   }
 }
 
@@ -234,8 +246,8 @@ std::vector<Finding> CheckStatements(const Request& request, const Trace& trace)
   CheckSize(request, trace, findings);
   if (const auto* error = std::get_if<DatabaseError>(&trace.result)) {
     findings.push_back(Found(u"LW028", {},
-                             u"The report ends in error " + Text(Value(error->number).ToText()) +
-                                 u": " + error->description));
+                             {u"The report ends in error {1}: {2}", u"报表以错误 {1} 结束：{2}"},
+                             {Value(error->number).ToText(), error->description}));
   }
   return findings;
 }

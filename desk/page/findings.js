@@ -1,20 +1,21 @@
 // What `check` finds, beside the field that it concerns, while the form is filled in.
 import { h, debounce } from './dom.js';
 import { api } from './api.js';
-import { t } from './i18n.js';
+import { t, told } from './i18n.js';
 
 const kRank = { error: 0, warning: 1, note: 2 };
 
 // One finding as an element.
-export function findingElement({ severity, code, text, instead }) {
+export function findingElement(finding) {
+  const { severity, code } = finding;
   return h(
     'p',
     { class: `finding ${severity}` },
     h('b', {}, t(severity)),
     ' ',
-    text,
+    told(finding, 'text'),
     ' ',
-    h('span', { class: 'instead' }, instead),
+    h('span', { class: 'instead' }, told(finding, 'instead')),
     ' ',
     h('code', {}, code),
   );

@@ -1,7 +1,7 @@
 // The form of the open report, made from its own filters.
 import { h, byId } from './dom.js';
 import { state, on, emit } from './state.js';
-import { label, t } from './i18n.js';
+import { label, t, told } from './i18n.js';
 import { field } from './fields.js';
 import { checker, placeFindings } from './findings.js';
 import { requestOf } from './request.js';
@@ -132,16 +132,16 @@ function notes() {
     h(
       'ul',
       {},
-      all.map(({ code, filter, does, instead }) =>
+      all.map((note) =>
         h(
           'li',
           {},
-          h('code', {}, code),
+          h('code', {}, note.code),
           ' ',
-          filter ? h('b', {}, caption(filter), ' ') : null,
-          does,
+          note.filter ? h('b', {}, caption(note.filter), ' ') : null,
+          told(note, 'does'),
           ' ',
-          h('span', { class: 'instead' }, instead),
+          h('span', { class: 'instead' }, told(note, 'instead')),
         ),
       ),
     ),

@@ -20,6 +20,9 @@ export function label(thing) {
   return (language === 'zh' ? zh || en : en || zh) || thing.name || '';
 }
 
+// The text `key` of a note or a finding, whose Chinese, where it has one, is `key`_zh.
+export const told = (thing, key) => (language === 'zh' && thing[`${key}_zh`]) || thing[key];
+
 // Writes the texts of the elements that name a key: data-t for their content, data-t-label for their name.
 export function translate(root = document) {
   for (const element of root.querySelectorAll('[data-t]')) element.textContent = t(element.dataset.t);

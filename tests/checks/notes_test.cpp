@@ -2,6 +2,7 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <regex>
 #include <set>
 
 #include "host/checks.h"
@@ -55,7 +56,16 @@ Request RequestFor(const char* report, std::optional<std::vector<FilterItem>> it
   return request;
 }
 
+bool HasChinese(TextView text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](char16_t c) { return c >= 0x4E00 && c <= 0x9FFF; });
+}
+
 bool Finds(const std::vector<Finding>& findings, TextView code) {
+  for (const Finding& finding : findings) {
+    CHECK_MESSAGE((HasChinese(finding.what_zh) && HasChinese(finding.remedy_zh)),
+                  ToUtf8(finding.what_zh));
+  }
   return std::any_of(findings.begin(), findings.end(),
                      [&](const Finding& finding) { return finding.code == code; });
 }
@@ -311,6 +321,33 @@ TEST_CASE("every note says what happens, and to which requests") {
   CHECK(codes.empty());
 }
 
+// What reads alike in every language: words with a digit, an underscore or a capital inside.
+std::set<std::string> NamesAndNumbers(TextView text) {
+  const std::string utf8 = ToUtf8(text);
+  const std::regex word("[A-Za-z0-9_]+");
+  const std::regex name(".*[0-9_].*|.+[A-Z].*");
+  std::set<std::string> names;
+  for (std::sregex_iterator at(utf8.begin(), utf8.end(), word); at != std::sregex_iterator();
+       ++at) {
+    if (std::regex_match(at->str(), name)) names.insert(at->str());
+  }
+  return names;
+}
+
+TEST_CASE("the Chinese of every note names what the English names") {
+  for (const auto& [reports, note] : EveryNote()) {
+    const ChineseNote& chinese = ChineseOf(*note);
+    for (const auto& [en, zh] :
+         {std::pair(note->does, chinese.does), std::pair(note->remedy, chinese.remedy)}) {
+      CAPTURE(ToUtf8(note->code));
+      CHECK_MESSAGE(HasChinese(zh), ToUtf8(zh));
+      std::set<std::string> missing = NamesAndNumbers(en);
+      for (const std::string& name : NamesAndNumbers(zh)) missing.erase(name);
+      CHECK_MESSAGE(missing.empty(), (missing.empty() ? "" : *missing.begin()));
+    }
+  }
+}
+
 TEST_CASE("the document of the codes is golden") {
   const std::filesystem::path path = std::filesystem::path(LEDGERWICK_SOURCE) / "docs/checks.md";
   std::string table = "| Code | Level | Reports | Filter | What happens | What to do |\n";
@@ -358,6 +395,9 @@ TEST_CASE("an unknown name is answered with the nearest one") {
   CHECK(ToUtf8(findings[0].what) ==
         "clsRepHwhz has no filter 'Warehouse.cWhCod'; did you mean 'Warehouse.cWhCode'? It changes "
         "nothing.");
+  CHECK(
+      findings[0].what_zh ==
+      u"clsRepHwhz 没有过滤条件“Warehouse.cWhCod”；是否应为“Warehouse.cWhCode”？该条件不起作用。");
 }
 
 TEST_CASE("conditions near their limits, and pairs of quotes on the way into the table") {
@@ -442,6 +482,7 @@ TEST_CASE("a database tells values and columns that it does not have") {
     for (const Finding& finding :
          CheckOnDatabase(RequestFor(c.report, Items(c.report, c.filters)), *reader)) {
       got.push_back(finding.code);
+      CHECK(HasChinese(finding.what_zh));
       told += ToUtf8(finding.what) + '\n';
     }
     CHECK_MESSAGE(got == c.codes, told);

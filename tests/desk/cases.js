@@ -106,7 +106,8 @@ exports['a run is stopped in the middle'] = async ({page, holdDatabase}) => {
 exports['what check finds stands beside its field, and an error of the database is shown'] = async ({page}) => {
   await open(page, '收发存汇总表');
   const field = page.locator('fieldset', {has: page.locator('legend:text-is("日期")')});
-  await field.locator('.finding.warning', {hasText: 'LW201'}).waitFor();
+  await field.locator('.finding.warning', {hasText: /不填日期时，查询期间从 2001-11-01 开始.*LW201/}).waitFor();
+  assert.match(await page.locator('.notes').textContent(), /LW207.*类型为 34 的单据计入期初结存/, 'a note in Chinese');
   await field.locator('select').selectOption('thisYear');
   await field.locator('.finding', {hasText: 'LW201'}).waitFor({state: 'detached'});
   await open(page, '货位汇总表');
