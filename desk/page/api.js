@@ -1,6 +1,7 @@
 // The service's JSON interface, version 1.
 
 const kRoot = '/api/1';
+const kPause = 200; // milliseconds
 
 // What the service said no with: its text, and a database's number, line and column where there are any.
 export class ApiError extends Error {
@@ -13,12 +14,19 @@ export class ApiError extends Error {
 async function call(method, path, body, signal) {
   const headers = method === 'GET' ? {} : { 'X-Ledgerwick': '1' };
   if (body !== undefined) headers['Content-Type'] = 'application/json';
-  const answer = await fetch(kRoot + path, {
-    method,
-    headers,
-    signal,
-    body: body === undefined ? undefined : JSON.stringify(body),
-    credentials: 'same-origin',
+  const ask = () =>
+    fetch(kRoot + path, {
+      method,
+      headers,
+      signal,
+      body: body === undefined ? undefined : JSON.stringify(body),
+      credentials: 'same-origin',
+    });
+  const answer = await ask().catch(async (error) => {
+    if (signal?.aborted) throw error;
+    // A connection may break that was kept open, and a network may come and go: once more.
+    await new Promise((done) => setTimeout(done, kPause));
+    return ask();
   });
   const text = await answer.text();
   let json = null;
