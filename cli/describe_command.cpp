@@ -64,7 +64,7 @@ Json NotesJson(const ReportInfo& report) {
                      {"does", ToUtf8(note.does)},
                      {"remedy", ToUtf8(note.remedy)},
                      {"does_zh", ToUtf8(chinese.does)},
-                     {"instead_zh", ToUtf8(chinese.remedy)}});
+                     {"remedy_zh", ToUtf8(chinese.remedy)}});
   }
   return notes;
 }

@@ -1,17 +1,19 @@
 #include "host/finding.h"
 
+#include <vector>
+
 namespace ledgerwick {
 namespace {
 
 // `sentence` with the values in their places, read once, since a value may hold {1} itself.
-Text Filled(TextView sentence, std::initializer_list<TextView> values) {
+Text Filled(TextView sentence, const std::vector<TextView>& values) {
   Text filled;
   for (std::size_t i = 0; i < sentence.size(); ++i) {
     if (sentence[i] != u'{') {
       filled += sentence[i];
       continue;
     }
-    filled.append(values.begin()[sentence[i + 1] - u'1']);
+    filled.append(values.at(static_cast<std::size_t>(sentence[i + 1] - u'1')));
     i += 2;
   }
   return filled;

@@ -43,6 +43,7 @@ struct Sentence {
 Finding FindingOf(const Note& note, TextView filter = {});
 
 // A finding of the general note `code`, told by `what` with `values` in the places of {1}, {2} ….
+// Throws std::out_of_range where a place has no value.
 Finding Found(TextView code, TextView filter, const Sentence& what,
               std::initializer_list<TextView> values = {});
 
