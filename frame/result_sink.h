@@ -19,6 +19,7 @@ struct ResultColumn {
   Text type;               // as the server writes it, for instance "varchar(20)"
   std::int32_t scale = 0;  // digits behind the point of a Decimal
   bool nullable = true;    // false where no value is ever null
+  bool identity = false;   // known to be a table's column that numbers its rows
 };
 
 // Receives what a batch gives, in order. The calls of one result set are Columns, Row…, EndRows.

@@ -22,6 +22,7 @@ enum class Token : std::uint8_t {
 constexpr std::int32_t kLeastError = 11;
 constexpr TextView kServer = u"ledgerwick";
 constexpr unsigned kNullable = 0x01;
+constexpr unsigned kIdentity = 0x10;
 constexpr unsigned kHidden = 0x2000;
 constexpr unsigned kSelect = 0xC1;
 
@@ -89,7 +90,8 @@ void TokenWriter::Columns(std::span<const ResultColumn> columns, std::span<const
   for (std::size_t i = 0; i < columns.size(); ++i) {
     UserType();
     const bool is_hidden = i + hidden >= columns.size();
-    Out().U16((columns[i].nullable ? kNullable : 0) | (is_hidden ? kHidden : 0));
+    Out().U16((columns[i].nullable ? kNullable : 0) | (columns[i].identity ? kIdentity : 0) |
+              (is_hidden ? kHidden : 0));
     ByteWriter out = Out();
     PutType(out, types[i], version_);
     Out().ShortText(columns[i].name);

@@ -55,6 +55,21 @@ BoundQuery& Compiler::BindAndPlan(const Query& query, Binder& binder) {
   return bound;
 }
 
+namespace {
+
+std::vector<std::size_t> IdentitiesOf(const BoundSelect& select) {
+  std::vector<std::size_t> identities;
+  for (std::size_t i = 0; i < select.items.size(); ++i) {
+    const BoundExpr& expr = *select.items[i].expr;
+    if (expr.kind != ExprKind::Column || expr.source->query != nullptr) continue;
+    const Table& table = *expr.source->table;
+    if (table.columns[static_cast<std::size_t>(expr.column)].is_identity) identities.push_back(i);
+  }
+  return identities;
+}
+
+}  // namespace
+
 std::string Compiler::QuerySql(const Query& query) {
   Binder binder = NewBinder();
   std::vector<std::string> parts;
@@ -77,6 +92,7 @@ Compiled Compiler::CompileQuery(const Query& query) {
     compiled.sql.push_back(emitter.Take());
     compiled.types.assign(bound.types.begin(), bound.types.end());
     compiled.names.assign(bound.names.begin(), bound.names.end());
+    if (bound.selects.size() == 1) compiled.identities = IdentitiesOf(*bound.selects[0]);
   }
   compiled.reads_schema = binder.reads_schema();
   return compiled;

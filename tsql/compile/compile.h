@@ -26,6 +26,7 @@ struct Compiled {
   std::vector<std::string> parts;
   std::vector<Type> types;  // of the result's columns; of the values as they are written
   std::vector<Text> names;  // of the result's columns
+  std::vector<std::size_t> identities;  // those of them that are a table's IDENTITY column
   // The variables that SELECT @v = … assigns, in the order of the columns; each of `sql` has as
   // many.
   std::vector<std::int32_t> assigned;

@@ -32,6 +32,7 @@ std::vector<ResultColumn> DescribeColumns(const Compiled& query) {
     columns.push_back({Text(query.names[i]), KindOf(type.kind),
                        Text(declaration.begin(), declaration.end()), type.scale, type.nullable});
   }
+  for (const std::size_t i : query.identities) columns[i].identity = true;
   return columns;
 }
 
