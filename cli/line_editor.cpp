@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "cli/interrupt.h"
 #include "frame/text.h"
 #include "output/display_text.h"
 
@@ -113,15 +114,25 @@ struct LineEditor::Parts {
   static unsigned char Insert(EditLine* editor, int) {
     const LineInfo* info = el_line(editor);
     const std::string before(info->buffer, static_cast<std::size_t>(info->cursor - info->buffer));
-    // Outside the editing of lines Ctrl-C is a signal again.
-    el_set(editor, EL_PREP_TERM, 0);
     Completions found;
-    try {
-      found = Of(editor).complete(before);
-    } catch (const std::exception&) {
-      // Nothing is completed where the database does not answer.
+    {
+      // Outside the editing of lines Ctrl-C is a signal again.
+      const InterruptGuard guard;
+      el_set(editor, EL_PREP_TERM, 0);
+      try {
+        found = Of(editor).complete(before);
+      } catch (const std::exception&) {
+        // Nothing is completed where the database does not answer.
+      }
+      el_set(editor, EL_PREP_TERM, 1);
     }
-    el_set(editor, EL_PREP_TERM, 1);
+    if (InterruptGuard::ShallEnd()) return CC_EOF;
+    if (InterruptGuard::Flag()) {
+      Of(editor).cancelled = true;
+      std::fputs("\n", stdout);  // the terminal has shown the key
+      std::fflush(stdout);
+      return CC_NEWLINE;
+    }
     if (found.words.empty()) return CC_ERROR;
     const std::string word = before.substr(found.start);
     const std::string common = CommonBeginning(found.words);
