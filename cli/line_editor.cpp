@@ -207,7 +207,15 @@ LineEnd LineEditor::Read(const std::string& prompt, std::string& line) {
   parts_->prompt = prompt;
   parts_->cancelled = false;
   int count = 0;
+  // Ctrl-C is a signal until the terminal takes it for a key, which is after the prompt is shown.
+  const InterruptGuard guard;
   const char* text = el_gets(parts_->editor, &count);
+  if (InterruptGuard::ShallEnd()) return LineEnd::EndOfInput;
+  if (InterruptGuard::Flag() && !parts_->cancelled) {
+    std::fputs("\n", stdout);
+    std::fflush(stdout);
+    return LineEnd::Cancelled;
+  }
   if (parts_->cancelled) return LineEnd::Cancelled;
   if (text == nullptr || count <= 0) return LineEnd::EndOfInput;
   line.assign(text, static_cast<std::size_t>(count));
