@@ -207,8 +207,9 @@ LineEnd LineEditor::Read(const std::string& prompt, std::string& line) {
   parts_->prompt = prompt;
   parts_->cancelled = false;
   int count = 0;
-  // Ctrl-C is a signal until the terminal takes it for a key, which is after the prompt is shown.
   const InterruptGuard guard;
+  // Before the prompt is shown, so that whoever has seen it types keys and not signals.
+  el_set(parts_->editor, EL_PREP_TERM, 1);
   const char* text = el_gets(parts_->editor, &count);
   if (InterruptGuard::ShallEnd()) return LineEnd::EndOfInput;
   if (InterruptGuard::Flag() && !parts_->cancelled) {

@@ -63,7 +63,9 @@ class Prompt {
     LineEditor editor(HistoryPath(), [this](const std::string& before) {
       return completer_.Complete(input_.text(), before);
     });
-    while (ReadLine(editor)) {
+    for (bool more = true; more;) {
+      const InterruptGuard guard;  // a key that comes too early or too late ends nothing
+      more = ReadLine(editor);
     }
     TellOpenTransaction();
     return InterruptGuard::ShallEnd() ? kRefused : kDone;

@@ -76,7 +76,7 @@ def check_session(*connection):
     has(p.type("SELECT 'on' AS goes;\n", "row.*\ns> "), "goes")
     # TAB completes a table, its columns by an alias, and shows what there is to choose from.
     has(p.type("SELECT x.cInvC FROM Invent\t", "Inventory"))
-    has(p.type("\t", "InventoryClass"))
+    has(p.type("\t", r"InventoryClass\s+s> SELECT x.cInvC FROM Inventory"))
     p.type("\x03", "\ns> ")
     p.type("SELECT w.cWhN\t", "cWhN")
     p.type("\x03", "\ns> ")
