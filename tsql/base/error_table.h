@@ -437,11 +437,6 @@ inline constexpr ErrorRow kErrors[] = {
     {10704, 15, Batch, kSyntax,
      "To rethrow an error, a THROW statement must be used inside a CATCH block. Insert the THROW "
      "statement inside a CATCH block, or add error parameters to the THROW statement."},
-    {15248, 11, Statement, kSyntax,
-     "Either the parameter @objname is ambiguous or the claimed @objtype (%1) is wrong."},
-    {15335, 11, Statement, kSyntax,
-     "Error: The new name '%1' is already in use as a %2 name and would cause a duplicate that is "
-     "not permitted."},
     {18054, 16, Statement, kSyntax,
      "Error %1, severity %2, state %3 was raised, but no message with that error number was "
      "found in sys.messages."},

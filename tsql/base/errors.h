@@ -220,8 +220,6 @@ SqlError NoColumnToAlter(TextView what, TextView column, TextView table, Positio
 SqlError CannotAlterColumn(TextView column, TextView kind, Position at);                // 4928
 SqlError ComputedChanged(TextView column, Position at);                                 // 271
 SqlError SubqueryNotAllowed(Position at);                                               // 1046
-SqlError NothingToRename(TextView kind);                                                // 15248
-SqlError NameTaken(TextView name, TextView kind);                                       // 15335
 SqlError StarWithoutFrom(Position at);                                                  // 263
 SqlError NotUpdatable(TextView view, Position at);                                      // 4405
 SqlError FloatOutOfRange(TextView literal, Position at);                                // 168

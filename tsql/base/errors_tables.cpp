@@ -102,7 +102,5 @@ SqlError CannotAlterColumn(TextView column, TextView kind, Position at) {
 SqlError ComputedChanged(TextView column, Position at) { return Make<271>(at, column); }
 
 SqlError SubqueryNotAllowed(Position at) { return Make<1046>(at); }
-SqlError NothingToRename(TextView kind) { return Make<15248>({}, kind); }
-SqlError NameTaken(TextView name, TextView kind) { return Make<15335>({}, name, kind); }
 
 }  // namespace ledgerwick::tsql::errors
